@@ -1,0 +1,28 @@
+# What every target of the project shares: warnings, sanitizers, and one way to declare a library.
+
+add_library(jov_options INTERFACE)
+target_compile_options(jov_options INTERFACE
+    -Wall -Wextra -Wshadow
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override>)
+target_compile_definitions(jov_options INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS QT_NO_FOREACH QT_DEPRECATED_WARNINGS)
+if(JOV_WERROR)
+    target_compile_options(jov_options INTERFACE -Werror)
+endif()
+if(JOV_SANITIZE)
+    target_compile_options(jov_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_link_options(jov_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# jov_library(NAME source...): a static library whose headers stand beside its sources.
+function(jov_library name)
+    add_library(${name} STATIC ${ARGN})
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>)
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:jov_options>)
+endfunction()
+
+# jov_executable(NAME source...)
+function(jov_executable name)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE jov_options)
+endfunction()
