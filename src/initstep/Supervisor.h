@@ -9,6 +9,7 @@
 #include <QVariant>
 
 class QObject;
+class WaitLoop;
 
 /**
  * What a node, a walk or the watchdog needs of the manager. ApplicationManager implements it and hands itself down; tests
@@ -32,6 +33,9 @@ public:
     [[nodiscard]] virtual bool startsRefused() const = 0;
     /// Grows with every stop of everything: a start that began under a smaller number is to give up.
     [[nodiscard]] virtual quint64 stopGeneration() const = 0;
+
+    /// Where starts and stops wait.
+    [[nodiscard]] virtual WaitLoop &waits() = 0;
 
     // The bus.
     virtual bool subscribeEvent(const QString &name, QObject *receiver, const char *slot) = 0;

@@ -1,0 +1,74 @@
+#include "Application.h"
+
+#include "ApplicationConfig.h"
+
+namespace {
+
+void addTo(Application::Map &map, Application *node)
+{
+    if (node && !map.contains(node->getName())) {
+        map.insert(node->getName(), node);
+    }
+}
+
+} // namespace
+
+Application::Application(ApplicationConfig *record)
+    : config(record)
+{
+}
+
+Application::~Application()
+{
+    const QString name = getName();
+    for (Application *son : qAsConst(sons)) {
+        son->removeParent(name);
+    }
+    for (Application *parent : qAsConst(parents)) {
+        parent->removeSon(name);
+    }
+}
+
+QString Application::getName() const
+{
+    return config ? config->getName() : QString();
+}
+
+QString Application::getState() const
+{
+    return config ? config->getState() : QString();
+}
+
+void Application::setState(const QString &state)
+{
+    if (config) {
+        config->setState(state);
+    }
+}
+
+void Application::setStatus(const QString &status)
+{
+    if (config) {
+        config->setStatus(status);
+    }
+}
+
+void Application::addParent(Application *node)
+{
+    addTo(parents, node);
+}
+
+void Application::addSon(Application *node)
+{
+    addTo(sons, node);
+}
+
+void Application::removeParent(const QString &name)
+{
+    parents.remove(name);
+}
+
+void Application::removeSon(const QString &name)
+{
+    sons.remove(name);
+}

@@ -1,0 +1,146 @@
+#include "InitStep.h"
+
+#include "ApplicationRecord.h"
+#include "Forest.h"
+#include "Log.h"
+#include "StartWalk.h"
+#include "StopWalk.h"
+#include "Supervisor.h"
+
+#include <QElapsedTimer>
+
+#include <limits>
+
+namespace {
+
+int saturated(qint64 count)
+{
+    return int(qMin<qint64>(count, std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+InitStep::InitStep(const QString &name, int value, bool showHomepage, Supervisor &supervisor)
+    : m_name(name)
+    , m_value(value)
+    , m_showHomepage(showHomepage)
+    , m_supervisor(supervisor)
+{
+    Log::debug("[InitStep]Add step '%1'", name);
+}
+
+InitStep::~InitStep()
+{
+    Log::debug("remove step %1", m_name);
+    if (m_prev) {
+        m_prev->setNext(nullptr);
+    }
+    if (m_next) {
+        m_next->setPrev(nullptr);
+    }
+}
+
+void InitStep::insertApplication(ApplicationRecord *record)
+{
+    if (record->getType() == ApplicationType::Module) {
+        applications.insert(record->getName(), record);
+    }
+}
+
+bool InitStep::buildTree()
+{
+    Log::debug("building %1 tree with %2", m_name, [this] { return applications.keys().join(QLatin1Char(';')); });
+    if (!Forest(*this, m_supervisor).build()) {
+        return false;
+    }
+    Log::debug("[InitStep] building %1 tree modules OK", m_name);
+    return true;
+}
+
+int InitStep::startAll(bool recursive)
+{
+    Log::debug("[InitStep] StartingAll init step %1", m_name);
+    QElapsedTimer timer;
+    timer.start();
+    m_supervisor.stepStarted(m_name, m_value);
+    StartWalk walk(*this, m_supervisor);
+    qint64 count = 0;
+    for (Module *root : qAsConst(roots)) {
+        Log::debug("root Elem %1", root->getName());
+        if (m_supervisor.startFailed()) {
+            Log::debug("[initStep.start all] interrupted because stopping");
+            return saturated(count);
+        }
+        count += walk.start(*root);
+    }
+    if (m_showHomepage) {
+        Log::debug("[InitStep] Show homepage");
+        m_supervisor.endOfInit();
+    }
+    Log::info("[InitStep] step %1 started in %2", m_name, timer.elapsed());
+    m_supervisor.stepDone(m_name, m_value);
+    if (recursive && m_next) {
+        count += m_next->startAll(true);
+    }
+    return saturated(count);
+}
+
+bool InitStep::startApplication(const QString &name)
+{
+    Module *node = nodes[name].get();
+    if (!node || !canStart(*node)) {
+        return false;
+    }
+    // What came of the start shows in the module's state.
+    node->start();
+    return true;
+}
+
+bool InitStep::canStart(const Module &node) const
+{
+    // On the production line modules are tried one by one, without what they depend on.
+    if (qEnvironmentVariableIsSet("INDUSTRIAL_APPMODE")) {
+        return true;
+    }
+    bool allRunning = true;
+    const Application::Map parents = node.getParents();
+    for (const Application *parent : parents) {
+        if (parent->getState() != ModuleState::Running) {
+            Log::warning("[InitStep]Cannot be started: %1 because of %2", node.getName(), parent->getName());
+            allRunning = false;
+        }
+    }
+    return allRunning;
+}
+
+int InitStep::stopAll(bool recursive)
+{
+    qint64 count = recursive && m_next ? m_next->stopAll(true) : 0;
+    Log::debug("[InitStep] StoppingAll init step %1", m_name);
+    QElapsedTimer timer;
+    timer.start();
+    StopWalk walk;
+    for (Module *root : qAsConst(roots)) {
+        Log::debug("root Elem %1", root->getName());
+        count += walk.stop(*root);
+    }
+    Log::info("[InitStep] step %1 stopped in %2 ms", m_name, timer.elapsed());
+    return saturated(count);
+}
+
+bool InitStep::stopApplication(const QString &name, bool withDependents)
+{
+    Module *node = nodes[name].get();
+    if (!node) {
+        return false;
+    }
+    if (!withDependents) {
+        node->stop();
+        return true;
+    }
+    if (m_next) {
+        m_next->stopAll(true);
+    }
+    StopWalk().stop(*node);
+    return true;
+}

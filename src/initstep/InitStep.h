@@ -1,0 +1,74 @@
+#ifndef INIT_STEP_H
+#define INIT_STEP_H
+
+#include "Module.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+#include <map>
+#include <memory>
+
+class ApplicationRecord;
+class Supervisor;
+
+/**
+ * One step of the start-up: the modules that start together, as a forest by dependency. A module without dependencies is a
+ * root; every other hangs under each module that it depends on.
+ *
+ * The step owns its nodes; the records belong to the catalogue; the links to its neighbours are set by InitStepChain.
+ *
+ * A walk starts the roots in the order of `roots`, and below each node its sons in ascending order of name, a son only when
+ * all its parents run. It ends at the next root or son once the stop flag is set. Stopping goes the other way round, sons
+ * before parents, and always to the end. Both turn the event loop while they wait for a module: nodes are safe meanwhile
+ * (nothing is cleared while a wait is on the stack), states are not.
+ *
+ * The counts are what the walks have always answered: a start counts each module started plus each son visited, a stop
+ * each module that ended when asked. They saturate.
+ */
+class InitStep
+{
+public:
+    InitStep(const QString &name, int value, bool showHomepage, Supervisor &supervisor);
+    ~InitStep();
+    InitStep(const InitStep &) = delete;
+    InitStep &operator=(const InitStep &) = delete;
+
+    [[nodiscard]] QString getName() const { return m_name; }
+    [[nodiscard]] int getValue() const { return m_value; }
+    [[nodiscard]] bool getShowHomepage() const { return m_showHomepage; }
+    [[nodiscard]] InitStep *getPrev() const { return m_prev; }
+    void setPrev(InitStep *step) { m_prev = step; }
+    [[nodiscard]] InitStep *getNext() const { return m_next; }
+    void setNext(InitStep *step) { m_next = step; }
+
+    /// Takes a native module in, in the place of an earlier record of its name; web applications are ignored.
+    void insertApplication(ApplicationRecord *record);
+    /// Arranges the applications into the forest. False, with the reason logged, on a missing dependency or a cycle.
+    [[nodiscard]] bool buildTree();
+
+    int startAll(bool recursive);
+    bool startApplication(const QString &name);
+    int stopAll(bool recursive);
+    /// With dependents: the following steps and everything below the module are stopped first.
+    bool stopApplication(const QString &name, bool withDependents);
+
+    /// Whether all parents of the node run; says for each one that does not.
+    [[nodiscard]] bool canStart(const Module &node) const;
+
+    QMap<QString, ApplicationRecord *> applications;
+    /// An entry may hold nothing: looking up an unknown name leaves one.
+    std::map<QString, std::unique_ptr<Module>> nodes;
+    QList<Module *> roots;
+
+private:
+    const QString m_name;
+    const int m_value;
+    const bool m_showHomepage;
+    Supervisor &m_supervisor;
+    InitStep *m_prev = nullptr;
+    InitStep *m_next = nullptr;
+};
+
+#endif

@@ -1,0 +1,110 @@
+#include "InitStepChain.h"
+
+#include "Log.h"
+
+InitStep *InitStepChain::addStep(const QString &name, int value, bool showHomepage)
+{
+    Log::debug("Adding step %1 [%2]", name, value);
+    if (getStepByName(name)) {
+        Log::warning("INIT Step : Two steps with same name [%1]", name);
+        return nullptr;
+    }
+    if (getStepByValue(value)) {
+        Log::warning("INIT Step : Two steps with same value [%1]", value);
+        return nullptr;
+    }
+    auto step = std::make_unique<InitStep>(name, value, showHomepage, m_supervisor);
+    if (!integrate(*step)) {
+        step.reset();
+        Log::warning("step %1 has not been integrated in chainned list", name);
+        return nullptr;
+    }
+    m_steps.push_back(std::move(step));
+    return m_steps.back().get();
+}
+
+bool InitStepChain::integrate(InitStep &step)
+{
+    if (!firstStep) {
+        Log::debug("Adding step (first step empty) %1 [%2]", step.getName(), step.getValue());
+        firstStep = &step;
+    } else if (step.getValue() < firstStep->getValue()) {
+        firstStep->setPrev(&step);
+        step.setNext(firstStep);
+        firstStep = &step;
+        lastStep = &step;
+    } else if (!lastStep) {
+        lastStep = &step;
+        step.setPrev(firstStep);
+        firstStep->setNext(&step);
+    } else if (step.getValue() > lastStep->getValue()) {
+        lastStep->setNext(&step);
+        step.setPrev(lastStep);
+        lastStep = &step;
+    } else {
+        return insertBetween(step);
+    }
+    return true;
+}
+
+// The new step gets no link backwards here; a step without a predecessor counts as having one below every value.
+bool InitStepChain::insertBetween(InitStep &step)
+{
+    const int value = step.getValue();
+    for (InitStep *next = firstStep; next && next->getValue() <= lastStep->getValue(); next = next->getNext()) {
+        InitStep *previous = next->getPrev();
+        if (value < next->getValue() && (!previous || value > previous->getValue())) {
+            if (previous) {
+                previous->setNext(&step);
+            }
+            step.setNext(next);
+            next->setPrev(&step);
+            return true;
+        }
+    }
+    return false;
+}
+
+InitStep *InitStepChain::getStepByName(const QString &name) const
+{
+    for (InitStep *step = firstStep; step; step = step->getNext()) {
+        if (step->getName() == name) {
+            return step;
+        }
+    }
+    return nullptr;
+}
+
+InitStep *InitStepChain::getStepByValue(int value) const
+{
+    for (InitStep *step = firstStep; step; step = step->getNext()) {
+        if (step->getValue() == value) {
+            return step;
+        }
+    }
+    return nullptr;
+}
+
+InitStep *InitStepChain::getStepAbove(int value) const
+{
+    InitStep *nearest = nullptr;
+    for (InitStep *step = firstStep; step; step = step->getNext()) {
+        if (step->getValue() > value && (!nearest || step->getValue() < nearest->getValue())) {
+            nearest = step;
+        }
+    }
+    return nearest;
+}
+
+void InitStepChain::clearInitSteps()
+{
+    Log::debug("clearInitSteps");
+    release();
+}
+
+void InitStepChain::release()
+{
+    firstStep = nullptr;
+    lastStep = nullptr;
+    m_steps.clear();
+}

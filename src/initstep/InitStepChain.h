@@ -1,0 +1,50 @@
+#ifndef INIT_STEP_CHAIN_H
+#define INIT_STEP_CHAIN_H
+
+#include "InitStep.h"
+
+#include <memory>
+#include <vector>
+
+/**
+ * The chain of init steps, in ascending order of their value when the file lists them so.
+ *
+ * The chain owns every step that was ever added until clear(), also one that the links do not reach any more: a step below
+ * the head becomes head and tail at once, and what is added next follows it. `lastStep` stays null while a single step was
+ * added; use last() wherever the last step is meant.
+ */
+class InitStepChain
+{
+public:
+    explicit InitStepChain(Supervisor &supervisor)
+        : m_supervisor(supervisor)
+    {
+    }
+    ~InitStepChain() { release(); }
+    InitStepChain(const InitStepChain &) = delete;
+    InitStepChain &operator=(const InitStepChain &) = delete;
+
+    /// Null, with a warning, when the name or the value is taken or no place is found.
+    InitStep *addStep(const QString &name, int value, bool showHomepage);
+    [[nodiscard]] InitStep *getStepByName(const QString &name) const;
+    [[nodiscard]] InitStep *getStepByValue(int value) const;
+    /// The step of the smallest value above `value`; null when there is none.
+    [[nodiscard]] InitStep *getStepAbove(int value) const;
+    /// The last step; the only one counts as the last.
+    [[nodiscard]] InitStep *last() const { return lastStep ? lastStep : firstStep; }
+    /// Destroys all steps with their forests. Nothing may be waiting inside one.
+    void clearInitSteps();
+
+    InitStep *firstStep = nullptr;
+    InitStep *lastStep = nullptr;
+
+private:
+    bool integrate(InitStep &step);
+    bool insertBetween(InitStep &step);
+    void release();
+
+    Supervisor &m_supervisor;
+    std::vector<std::unique_ptr<InitStep>> m_steps;
+};
+
+#endif

@@ -1,0 +1,75 @@
+#include "InitStepFile.h"
+
+#include "InitStepChain.h"
+#include "JovRoot.h"
+#include "Log.h"
+#include "ModulePaths.h"
+#include "XmlFile.h"
+
+#include <QDomElement>
+
+#include <limits>
+
+namespace {
+
+const QString defaultStep = QStringLiteral("default");
+
+/// The lowest value of a step that the daemon reaches by itself.
+constexpr int firstOwnStep = 5;
+
+bool readSteps(InitStepChain &chain, const QDomElement &root)
+{
+    bool hasDefault = false;
+    for (QDomElement element = root.firstChildElement(QStringLiteral("step")); !element.isNull();
+         element = element.nextSiblingElement(QStringLiteral("step"))) {
+        if (!element.hasAttribute(QStringLiteral("name")) || !element.hasAttribute(QStringLiteral("value"))) {
+            continue;
+        }
+        const QString name = element.attribute(QStringLiteral("name"));
+        const int value = element.attribute(QStringLiteral("value")).toInt();
+        const bool showHomepage = element.attribute(QStringLiteral("show_homepage")) == QLatin1String("true");
+        hasDefault |= chain.addStep(name, value, showHomepage) && name == defaultStep;
+    }
+    return hasDefault;
+}
+
+int defaultStepValue(const InitStepChain &chain)
+{
+    if (!chain.lastStep || chain.lastStep->getValue() < firstOwnStep) {
+        return firstOwnStep;
+    }
+    const int last = chain.lastStep->getValue();
+    return last == std::numeric_limits<int>::max() ? last : last + 1;
+}
+
+} // namespace
+
+bool parseInitStep(InitStepChain &chain, const QString &moduleName)
+{
+    chain.clearInitSteps();
+    const QString path
+        = JovRoot::rooted(configDirectory() + moduleName + QStringLiteral("/initStep.xml"));
+    Log::debug("InitStep File %1", path);
+    const XmlFile file = readXmlFile(path, QStringLiteral("initStep"));
+    switch (file.result) {
+    case XmlFile::Result::Missing:
+        Log::warning("[parse InitStep] File %1 does not exist", path);
+        return false;
+    case XmlFile::Result::NotReadable:
+        Log::warning("[parse InitStep] XML File not readable for application");
+        return false;
+    case XmlFile::Result::NotParsable:
+        Log::warning("[parse InitStep] XML File not parsable");
+        return false;
+    case XmlFile::Result::Ok:
+        break;
+    }
+    const QDomElement root = file.document.documentElement();
+    if (root.nodeName() != QLatin1String("initStep")) {
+        return false;
+    }
+    if (!readSteps(chain, root)) {
+        chain.addStep(defaultStep, defaultStepValue(chain), false);
+    }
+    return true;
+}

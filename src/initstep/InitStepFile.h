@@ -1,0 +1,21 @@
+#ifndef INIT_STEP_FILE_H
+#define INIT_STEP_FILE_H
+
+#include <QString>
+
+class InitStepChain;
+
+/**
+ * Reads `/etc/JovApplication/module/MODULENAME/initStep.xml` into the chain:
+ *
+ *     <initStep>
+ *         <step name="infra" value="1"/>
+ *         <step name="desk" value="6" show_homepage="true"/>
+ *     </initStep>
+ *
+ * Modules that name no step go into the step "default", which is added behind the last when the file has none.
+ * False, with the chain empty, when the file is missing, unreadable, not parsable or has another root element.
+ */
+[[nodiscard]] bool parseInitStep(InitStepChain &chain, const QString &moduleName);
+
+#endif

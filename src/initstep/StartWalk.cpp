@@ -1,0 +1,51 @@
+#include "StartWalk.h"
+
+#include "ApplicationConfig.h"
+#include "InitStep.h"
+#include "Log.h"
+#include "Supervisor.h"
+
+namespace {
+
+// Beyond any count that the bus could carry; keeps sums of sums from overflowing.
+constexpr qint64 countCeiling = qint64(1) << 40;
+
+} // namespace
+
+qint64 StartWalk::start(Module &node)
+{
+    if (m_supervisor.startFailed()) {
+        Log::debug("[initStep.recursivestart] interrupted because stopping");
+        return 0;
+    }
+    const bool isModule = node.getApplicationConfig()->getType() == ApplicationType::Module;
+    if (node.getState() == ModuleState::Running || !isModule) {
+        const auto visit = m_visits.constFind(&node);
+        if (visit != m_visits.cend() && visit->started == m_started) {
+            return visit->count;
+        }
+        return startSons(node);
+    }
+    if (!m_step.startApplication(node.getName())) {
+        return 0;
+    }
+    if (node.getState() == ModuleState::Running) {
+        ++m_started;
+    }
+    return 1 + startSons(node);
+}
+
+qint64 StartWalk::startSons(Module &node)
+{
+    qint64 count = 0;
+    const Application::Map sons = node.getSons();
+    for (Application *son : sons) {
+        if (m_supervisor.startFailed()) {
+            Log::debug("[initStep.recursivestart son] interrupted because stopping");
+            return count;
+        }
+        count = qMin(count + start(static_cast<Module &>(*son)) + 1, countCeiling);
+    }
+    m_visits.insert(&node, {m_started, count});
+    return count;
+}

@@ -1,0 +1,21 @@
+#include "StopWalk.h"
+
+#include "ApplicationConfig.h"
+#include "Module.h"
+
+qint64 StopWalk::stop(Module &node)
+{
+    qint64 count = 0;
+    if (!m_visited.contains(&node)) {
+        m_visited.insert(&node);
+        const Application::Map sons = node.getSons();
+        for (Application *son : sons) {
+            count += stop(static_cast<Module &>(*son));
+        }
+    }
+    const bool isModule = node.getApplicationConfig()->getType() == ApplicationType::Module;
+    if (isModule && node.getState() != ModuleState::Stopped && node.stop()) {
+        ++count;
+    }
+    return count;
+}

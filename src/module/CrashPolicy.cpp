@@ -1,0 +1,74 @@
+#include "CrashPolicy.h"
+
+#include "JovProcess.h"
+#include "JovRoot.h"
+#include "Log.h"
+#include "Supervisor.h"
+
+namespace {
+
+const QString webClient = QStringLiteral("JovWebClient");
+
+void archiveLogs()
+{
+    const QString command = QStringLiteral("tar -czvf %1 %2")
+                                .arg(JovRoot::shellRooted(QStringLiteral("/log/log.var.tar.gz")),
+                                     JovRoot::shellRooted(QStringLiteral("/var/log/*")));
+    qor_system(command.toLocal8Bit());
+}
+
+void showImage(const QString &image)
+{
+    qor_system(QStringLiteral("jpg2fb -a -C %1").arg(JovRoot::shellRooted(image)).toLocal8Bit());
+}
+
+} // namespace
+
+CrashPolicy::Reaction CrashPolicy::reactionTo(const QString &moduleName)
+{
+    if (moduleName == QLatin1String("JovGate")) {
+        return {false, true, true, QStringLiteral("/usr/bin/JovApplication/jovgate_module_crash.jpg")};
+    }
+    if (moduleName == webClient) {
+        return {false, true, false, QStringLiteral("/usr/bin/JovApplication/jovwebclient_module_crash.jpg")};
+    }
+    if (moduleName == QLatin1String("Platform")) {
+        return {true, false, false, QString()};
+    }
+    return {};
+}
+
+void CrashPolicy::apply(const QString &moduleName)
+{
+    const Reaction reaction = reactionTo(moduleName);
+    if (reaction.archiveLogs) {
+        archiveLogs();
+    }
+    if (reaction.rebootByPlatform) {
+        requestPlatformReboot(QStringLiteral("%1 crashed").arg(moduleName));
+    } else {
+        rebootPlatformLocally();
+    }
+    if (reaction.stopWebClient) {
+        m_supervisor.stopModule(webClient);
+    }
+    if (!reaction.image.isEmpty()) {
+        showImage(reaction.image);
+    }
+}
+
+void CrashPolicy::requestPlatformReboot(const QString &reason)
+{
+    m_supervisor.asyncRemoteCall(QStringLiteral("Platform"), QStringLiteral("reboot"),
+                                 {1, true, QStringLiteral("ApplicationManager"), reason});
+    m_supervisor.rebootRequested();
+}
+
+void CrashPolicy::rebootPlatformLocally()
+{
+    Log::debug("Platform module crashed - Using System reboot");
+    const QString command = JovRoot::shellRooted(QStringLiteral("/sbin/reboot"))
+        + QStringLiteral(" --soft --owner ApplicationManager --reason 'Platform crashed'");
+    qor_system(command.toLocal8Bit());
+    m_supervisor.rebootRequested();
+}

@@ -1,0 +1,100 @@
+#ifndef MODULE_H
+#define MODULE_H
+
+#include "Application.h"
+#include "ChildProcess.h"
+#include "ModuleState.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+class ApplicationRecord;
+class Supervisor;
+
+/**
+ * One supervised native process. The step owns the Module, the Module owns the process, the catalogue owns the record that
+ * holds the state, the status and the process id.
+ *
+ *     from                 event                                        to
+ *     (new)                                                             STOPPED
+ *     STOPPED              start()                                      STARTING
+ *     STARTING             launch refused or failed                     STARTING, start() is false
+ *     STARTING             "end_of_init_NAME"                           RUNNING
+ *     STARTING             "end_of_init_JovWebClient"                   WEB_CLIENT_STARTED
+ *     WEB_CLIENT_STARTED   "presentationReady"                          RUNNING
+ *     WEB_CLIENT_STARTED   45 s without it                              stop()
+ *     RUNNING, WEB_C...    stop(): "stop_module_NAME" is sent           STOPPING
+ *     STOPPING             the process ends, however                    STOPPED
+ *     STOPPING             30 s (2 s while everything stops)            STOPPED, killed
+ *     any other            stop()                                       STOPPED, killed
+ *     any                  the process ends                             STOPPED; a crash runs the crash policy
+ *
+ * start() and stop() return when the module has settled, and turn the event loop meanwhile (WaitLoop): whoever calls them
+ * must expect any module's state to have changed, this one's included. A wait is bound to one run of the process; what a
+ * later run does neither ends nor misleads it.
+ *
+ * Whose kill it was decides what an exit means. A kill of a module that is still starting, or that is stopped a second time
+ * while it is stopping, is the supervisor's own doing and counts as a normal exit; the kill after a stop's time-out is a
+ * crash like any other.
+ */
+class Module : public Application
+{
+    Q_OBJECT
+
+public:
+    /// All in milliseconds.
+    struct Limits
+    {
+        int stop = 30000;
+        int stopWithEverything = 2000; ///< while the whole manager is stopping
+        int presentation = 45000; ///< from the web client's end of initialisation to its presentation
+        int launch = 1000000; ///< from fork to exec
+    };
+
+    Module(ApplicationRecord *record, Supervisor &supervisor, const Limits &limits);
+    Module(ApplicationRecord *record, Supervisor &supervisor)
+        : Module(record, supervisor, Limits())
+    {
+    }
+    /// A process that still runs is killed, not asked.
+    ~Module() override;
+
+    /// Starts the process and waits, without a limit, until it has announced the end of its initialisation: true then.
+    bool start();
+    /// Asks the process to end, kills it when it does not. False when it had to be killed.
+    bool stop();
+
+    void setState(const QString &state) override;
+
+public Q_SLOTS:
+    void slot_endOfInit();
+    void slot_finished(int exitCode, QProcess::ExitStatus exitStatus);
+    void slot_error(QProcess::ProcessError error);
+    void presentationReady();
+    void slot_webapp_timeout();
+    void slot_crashed();
+
+Q_SIGNALS:
+    void sig_crashed();
+
+private:
+    [[nodiscard]] bool isWebClient() const;
+    bool waitForPreviousProcess();
+    bool launch();
+    bool waitUntilStarted();
+    bool waitState(const QStringList &states, int timeout);
+    void killAsOurOwnDoing();
+
+    Supervisor &m_supervisor;
+    const ApplicationRecord *m_record;
+    Limits m_limits;
+    ChildProcess m_process;
+    QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
+    QTimer m_webappTimer;
+    quint64 m_run = 0; ///< counts launches
+    bool m_startPending = false; ///< a start waits for the previous process to be reaped
+    bool m_killedOnStop = false; ///< killed after a stop's time-out
+    bool m_ownKill = false; ///< killed otherwise by stop()
+};
+
+#endif
