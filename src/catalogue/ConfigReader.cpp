@@ -1,0 +1,103 @@
+#include "ConfigReader.h"
+
+#include "ModulePaths.h"
+#include "XmlFile.h"
+
+#include <QDomElement>
+
+namespace {
+
+struct Config
+{
+    QString description;
+    QString initStep = defaultInitStep;
+    int maxMemory = 0;
+    QStringList dependencies;
+    QStringList extraArgs;
+};
+
+QString statusOf(XmlFile::Result result)
+{
+    switch (result) {
+    case XmlFile::Result::Ok:
+        return ConfigStatus::ok;
+    case XmlFile::Result::Missing:
+        return ConfigStatus::missing;
+    case XmlFile::Result::NotReadable:
+        return ConfigStatus::notReadable;
+    case XmlFile::Result::NotParsable:
+        break;
+    }
+    return ConfigStatus::notParsable;
+}
+
+QString textOf(const QDomElement &root, const QString &tag, const QString &fallback)
+{
+    const QDomElement element = root.firstChildElement(tag);
+    return element.isNull() ? fallback : element.text();
+}
+
+// From the first element of the tag on, every sibling counts, whatever its own tag.
+template <typename Visit>
+void forEachFrom(const QDomElement &parent, const QString &tag, Visit visit)
+{
+    for (QDomElement element = parent.firstChildElement(tag); !element.isNull();
+         element = element.nextSiblingElement()) {
+        visit(element);
+    }
+}
+
+QStringList listOf(const QDomElement &parent, const QString &tag)
+{
+    QStringList list;
+    forEachFrom(parent, tag, [&list](const QDomElement &element) { list.append(element.text()); });
+    return list;
+}
+
+// The last match wins.
+int ceilingOf(const QDomElement &maxMemory, const QString &ddrSize)
+{
+    int ceiling = 0;
+    forEachFrom(maxMemory, QStringLiteral("DDRSz"), [&](const QDomElement &element) {
+        const QString criteria = element.attribute(QStringLiteral("criteria"));
+        if (!criteria.isEmpty() && criteria == ddrSize) {
+            ceiling = element.text().toInt();
+        }
+    });
+    return ceiling;
+}
+
+Config configOf(const QDomElement &root, const QString &ddrSize)
+{
+    Config config;
+    config.description = textOf(root, QStringLiteral("description"), config.description);
+    config.initStep = textOf(root, QStringLiteral("initStep"), config.initStep);
+    config.maxMemory = ceilingOf(root.firstChildElement(QStringLiteral("maxMemory")), ddrSize);
+    config.dependencies = listOf(root.firstChildElement(QStringLiteral("dependencies")), QStringLiteral("dependency"));
+    config.extraArgs = listOf(root.firstChildElement(QStringLiteral("extra_args")), QStringLiteral("arg"));
+    return config;
+}
+
+} // namespace
+
+QString configPath(ApplicationType type, const QString &name)
+{
+    const QString directory =
+        type == ApplicationType::Module ? ModulePaths::configDirectory() : ModulePaths::webappConfigDirectory();
+    return JovRoot::rooted(directory + name + QStringLiteral("/config.xml"));
+}
+
+void readConfig(ApplicationRecord &record, const QString &ddrSize)
+{
+    const XmlFile file = readXmlFile(configPath(record.getType(), record.getName()), QStringLiteral("config"));
+    const QDomElement root = file.document.documentElement();
+    // A foreign document is not an error: it says nothing about this application.
+    const Config config = root.nodeName() == QLatin1String("config") ? configOf(root, ddrSize) : Config();
+    record.setStatus(statusOf(file.result));
+    record.setSettingsDeployed(false);
+    record.setDescription(config.description);
+    record.setInitStep(config.initStep);
+    record.setMaxMemory(config.maxMemory);
+    record.setDependencies(config.dependencies);
+    record.setExtraArgs(config.extraArgs);
+}

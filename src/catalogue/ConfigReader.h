@@ -1,0 +1,31 @@
+#ifndef CONFIG_READER_H
+#define CONFIG_READER_H
+
+#include "ApplicationRecord.h"
+
+#include <QString>
+
+/// The results of readConfig() as they stand in a record's status.
+namespace ConfigStatus {
+inline const QString ok = QStringLiteral("CONFIG_OK");
+inline const QString missing = QStringLiteral("NO_CONFIG_FILE");
+inline const QString notReadable = QStringLiteral("CONFIG_FILE_NOT_READABLE");
+inline const QString notParsable = QStringLiteral("CONFIG_FILE_NOT_PARSABLE");
+} // namespace ConfigStatus
+
+/// The step of an application that names none, or none that can be read.
+inline const QString defaultInitStep = QStringLiteral("default");
+
+/// Where the configuration of the application `name` stands, root prefix included.
+[[nodiscard]] QString configPath(ApplicationType type, const QString &name);
+
+/**
+ * Reads the `config.xml` of the record's name and type into the record: Status (one of ConfigStatus), Description, init
+ * step, ceiling, dependencies and arguments. Never fails: a field that is not in the file gets its default, and so does
+ * every field of a file that cannot be used. Writes no log line; that is the catalogue's.
+ *
+ * `ddrSize` is the text of the device's memory size ("256MB"), which picks the ceiling.
+ */
+void readConfig(ApplicationRecord &record, const QString &ddrSize);
+
+#endif

@@ -1,0 +1,109 @@
+#include "XmlFile.h"
+
+#include <QFile>
+#include <QXmlStreamReader>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 maxFileSize = 1024 * 1024;
+constexpr int maxDepth = 256;
+constexpr int maxExpandedSize = 4 * 1024 * 1024; // characters that all entity references together may become
+constexpr int shortestReference = 3; // "&a;"
+constexpr int maxReferenceSize = 4096;
+
+XmlFile failure(XmlFile::Result result, const QString &error, int line = 0)
+{
+    XmlFile file;
+    file.result = result;
+    file.error = error;
+    file.line = line;
+    return file;
+}
+
+XmlFile unreadable(int error)
+{
+    const bool missing = error == ENOENT || error == ENOTDIR;
+    return failure(missing ? XmlFile::Result::Missing : XmlFile::Result::NotReadable, qt_error_string(error));
+}
+
+// The bytes of a regular file; false with `error` set when there is none to be had.
+bool readBytes(const QString &path, QByteArray &bytes, int &error)
+{
+    // Without O_NONBLOCK, opening a pipe that nobody writes to would wait for ever.
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) {
+        error = errno;
+        return false;
+    }
+    struct stat status = {};
+    QFile file;
+    bool done = false;
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)
+        && file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        bytes = file.read(maxFileSize + 1);
+        done = file.error() == QFileDevice::NoError;
+    }
+    ::close(descriptor);
+    error = EINVAL;
+    return done;
+}
+
+// The limit for one reference that keeps all references of the file below the limit for the whole.
+int expansionLimit(int fileSize)
+{
+    return qMin(maxReferenceSize, maxExpandedSize / (fileSize / shortestReference + 1));
+}
+
+// QDomDocument builds and frees its tree by recursion, and expands what it is told to: look before it does.
+XmlFile check(const QByteArray &bytes)
+{
+    QXmlStreamReader reader(bytes);
+    reader.setNamespaceProcessing(false);
+    reader.setEntityExpansionLimit(expansionLimit(bytes.size()));
+    int depth = 0;
+    while (!reader.atEnd()) {
+        const QXmlStreamReader::TokenType token = reader.readNext();
+        if (token == QXmlStreamReader::StartElement && ++depth > maxDepth) {
+            return failure(XmlFile::Result::NotParsable, QStringLiteral("elements are nested too deeply"),
+                           int(reader.lineNumber()));
+        }
+        if (token == QXmlStreamReader::EndElement) {
+            --depth;
+        }
+    }
+    if (reader.hasError()) {
+        return failure(XmlFile::Result::NotParsable, reader.errorString(), int(reader.lineNumber()));
+    }
+    return failure(XmlFile::Result::Ok, QString());
+}
+
+} // namespace
+
+XmlFile readXmlFile(const QString &path, const QString &documentName)
+{
+    QByteArray bytes;
+    int error = 0;
+    if (!readBytes(path, bytes, error)) {
+        return unreadable(error);
+    }
+    if (bytes.size() > maxFileSize) {
+        return failure(XmlFile::Result::NotParsable, QStringLiteral("the file is larger than 1 MiB"));
+    }
+    XmlFile file = check(bytes);
+    if (file.result != XmlFile::Result::Ok) {
+        return file;
+    }
+    file.document = QDomDocument(documentName);
+    QString message;
+    int line = 0;
+    if (!file.document.setContent(bytes, &message, &line)) {
+        return failure(XmlFile::Result::NotParsable, message, line);
+    }
+    return file;
+}
