@@ -32,12 +32,6 @@ InitStep::InitStep(const QString &name, int value, bool showHomepage, Supervisor
 InitStep::~InitStep()
 {
     Log::debug("remove step %1", m_name);
-    if (m_prev) {
-        m_prev->setNext(nullptr);
-    }
-    if (m_next) {
-        m_next->setPrev(nullptr);
-    }
 }
 
 void InitStep::insertApplication(ApplicationRecord *record)
@@ -68,10 +62,13 @@ int InitStep::startAll(bool recursive)
     for (Module *root : qAsConst(roots)) {
         Log::debug("root Elem %1", root->getName());
         if (m_supervisor.startFailed()) {
-            Log::debug("[initStep.start all] interrupted because stopping");
-            return saturated(count);
+            break;
         }
         count += walk.start(*root);
+    }
+    if (m_supervisor.startFailed()) {
+        Log::debug("[initStep.start all] interrupted because stopping");
+        return saturated(count);
     }
     if (m_showHomepage) {
         Log::debug("[InitStep] Show homepage");

@@ -102,8 +102,13 @@ void InitStepChain::clearInitSteps()
     release();
 }
 
+// Unlinked first: a link can lead to a step that is freed before the one that holds it.
 void InitStepChain::release()
 {
+    for (const auto &step : m_steps) {
+        step->setPrev(nullptr);
+        step->setNext(nullptr);
+    }
     firstStep = nullptr;
     lastStep = nullptr;
     m_steps.clear();

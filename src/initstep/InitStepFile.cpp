@@ -48,7 +48,7 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
 {
     chain.clearInitSteps();
     const QString path
-        = JovRoot::rooted(configDirectory() + moduleName + QStringLiteral("/initStep.xml"));
+        = JovRoot::rooted(ModulePaths::configDirectory() + moduleName + QStringLiteral("/initStep.xml"));
     Log::debug("InitStep File %1", path);
     const XmlFile file = readXmlFile(path, QStringLiteral("initStep"));
     switch (file.result) {

@@ -11,6 +11,15 @@
 class QObject;
 class WaitLoop;
 
+/// How long things may take with a module, in milliseconds.
+struct ModuleLimits
+{
+    int stop = 30000; ///< from the request to end to the kill
+    int stopWithEverything = 2000; ///< the same while the whole manager is stopping
+    int presentation = 45000; ///< from the web client's end of initialisation to its presentation
+    int launch = 1000000; ///< from fork to exec
+};
+
 /**
  * What a node, a walk or the watchdog needs of the manager. ApplicationManager implements it and hands itself down; tests
  * hand down their own. It outlives everything that holds a reference to it.
@@ -29,6 +38,7 @@ public:
     virtual void rebootRequested() = 0;
     /// Modules write to the daemon's own standard streams.
     [[nodiscard]] virtual bool debugMode() const = 0;
+    [[nodiscard]] virtual const ModuleLimits &moduleLimits() const = 0;
     /// Nothing may be started any more, or not before what is under way has ended.
     [[nodiscard]] virtual bool startsRefused() const = 0;
     /// Grows with every stop of everything: a start that began under a smaller number is to give up.

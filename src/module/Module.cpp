@@ -33,11 +33,10 @@ bool isLeftOutInIndustrialMode(const QString &name)
 
 } // namespace
 
-Module::Module(ApplicationRecord *record, Supervisor &supervisor, const Limits &limits)
+Module::Module(ApplicationRecord *record, Supervisor &supervisor)
     : Application(record)
     , m_supervisor(supervisor)
     , m_record(record)
-    , m_limits(limits)
 {
     const QString name = getName();
     if (!m_supervisor.subscribeEvent(endOfInitEvent(name), this, SLOT(slot_endOfInit()))) {
@@ -49,7 +48,7 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor, const Limits &
 
     m_webappTimer.setSingleShot(true);
     m_webappTimer.setTimerType(Qt::PreciseTimer);
-    m_webappTimer.setInterval(m_limits.presentation);
+    m_webappTimer.setInterval(m_supervisor.moduleLimits().presentation);
     connect(&m_webappTimer, &QTimer::timeout, this, &Module::slot_webapp_timeout);
 
     setState(Stopped);
@@ -127,7 +126,7 @@ bool Module::launch()
         Log::info("[Module] industrial mode, do not launch %1", name);
         return false;
     }
-    const QString directory = JovRoot::rooted(moduleDirectory());
+    const QString directory = JovRoot::rooted(ModulePaths::moduleDirectory());
     m_process.setWorkingDirectory(directory);
     if (m_supervisor.debugMode()) {
         m_process.setProcessChannelMode(QProcess::ForwardedChannels);
@@ -142,7 +141,7 @@ bool Module::launch()
     m_startTimer.restart();
     m_process.start(directory + name, QStringList(QStringLiteral("--moduleName=") + name) + m_record->getExtraArgs(),
                     QIODevice::ReadWrite);
-    if (!m_process.waitForStarted(m_limits.launch)) {
+    if (!m_process.waitForStarted(m_supervisor.moduleLimits().launch)) {
         Log::warning("[Module] launch error :%1 exec : %2", m_process.errorString(), directory + name);
         return false;
     }
@@ -209,7 +208,8 @@ bool Module::stop()
         // Somebody else's announcement had made it "RUNNING": there is nothing that could end.
         setState(Stopped);
     }
-    const int limit = m_supervisor.startFailed() ? m_limits.stopWithEverything : m_limits.stop;
+    const ModuleLimits &limits = m_supervisor.moduleLimits();
+    const int limit = m_supervisor.startFailed() ? limits.stopWithEverything : limits.stop;
     const bool stopped = waitState({Stopped}, limit) || m_run != run;
     if (!stopped) {
         m_killedOnStop = m_process.state() != QProcess::NotRunning;

@@ -42,20 +42,7 @@ class Module : public Application
     Q_OBJECT
 
 public:
-    /// All in milliseconds.
-    struct Limits
-    {
-        int stop = 30000;
-        int stopWithEverything = 2000; ///< while the whole manager is stopping
-        int presentation = 45000; ///< from the web client's end of initialisation to its presentation
-        int launch = 1000000; ///< from fork to exec
-    };
-
-    Module(ApplicationRecord *record, Supervisor &supervisor, const Limits &limits);
-    Module(ApplicationRecord *record, Supervisor &supervisor)
-        : Module(record, supervisor, Limits())
-    {
-    }
+    Module(ApplicationRecord *record, Supervisor &supervisor);
     /// A process that still runs is killed, not asked.
     ~Module() override;
 
@@ -87,7 +74,6 @@ private:
 
     Supervisor &m_supervisor;
     const ApplicationRecord *m_record;
-    Limits m_limits;
     ChildProcess m_process;
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
     QTimer m_webappTimer;

@@ -1,0 +1,27 @@
+#include "PidFile.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+
+#include <cstdio>
+#include <unistd.h>
+
+void writePidFile(const std::string &path)
+{
+    QFile file(QFile::decodeName(path.c_str()));
+    if (file.exists()) {
+        file.remove();
+    }
+    if (!file.open(QIODevice::WriteOnly)) {
+        std::printf("PID opening error  : %s", file.errorString().toLocal8Bit().constData());
+        std::fflush(stdout);
+        return;
+    }
+    const QByteArray pid = QByteArray::number(getpid());
+    std::printf("PID  : %s", pid.constData());
+    std::fflush(stdout);
+    file.write(pid + '\n');
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+}

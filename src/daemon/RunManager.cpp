@@ -1,0 +1,52 @@
+#include "RunManager.h"
+
+#include "ChildProcess.h"
+#include "Descriptors.h"
+#include "JovApplication.h"
+#include "Options.h"
+#include "ParentProcess.h"
+#include "PidFile.h"
+#include "SignalHandOver.h"
+
+#include <cstdio>
+
+int runManager(int argc, char **argv, pid_t parent, bool debugMode, const ApplicationManager::Timing &timing)
+{
+    ChildProcess::raiseDescriptorLimit();
+    JovApplication application(argc, argv);
+    ApplicationManager::create(timing);
+    ApplicationManager &manager = ApplicationManager::instance();
+    manager.setDebugMode(debugMode);
+    manager.setParent(parent);
+    int result = 0;
+    {
+        SignalHandOver signalHandOver(parent == 0);
+        QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
+        QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
+        result = application.exec();
+    }
+    ApplicationManager::destroy();
+    return result;
+}
+
+int runDaemon(int argc, char **argv, const ApplicationManager::Timing &timing)
+{
+    const Options options = Options::parse(argc, argv);
+    if (options.help) {
+        std::fputs(helpText(), stdout);
+        return 0;
+    }
+    if (!options.daemonMode) {
+        // A process in the foreground always shows what its modules print.
+        return runManager(argc, argv, 0, true, timing);
+    }
+    return daemonise([&](pid_t parent) {
+        if (!options.debugMode) {
+            closeStandardStreams();
+        }
+        if (!options.pidFile.empty()) {
+            writePidFile(options.pidFile);
+        }
+        return runManager(argc, argv, parent, options.debugMode, timing);
+    });
+}

@@ -1,0 +1,6 @@
+#include "RunManager.h"
+
+int main(int argc, char **argv)
+{
+    return runDaemon(argc, argv);
+}

@@ -1,0 +1,182 @@
+#include "ApplicationManagerAdaptor.h"
+
+#include "ApplicationManager.h"
+#include "JovException.h"
+
+#include <QLoggingCategory>
+
+namespace {
+
+// The names under which the meta-object system knows the types of the arguments.
+const char *typeName(const QString &)
+{
+    return "QString";
+}
+
+const char *typeName(const QStringList &)
+{
+    return "QStringList";
+}
+
+const char *typeName(const Setting &)
+{
+    return "Setting";
+}
+
+} // namespace
+
+ApplicationManagerAdaptor::ApplicationManagerAdaptor(ApplicationManager *manager)
+    : QDBusAbstractAdaptor(manager)
+{
+    setAutoRelaySignals(true);
+}
+
+template <typename Result, typename... Arguments>
+Result ApplicationManagerAdaptor::forward(const char *method, const char *resultType, const Arguments &...arguments)
+{
+    bool invoked = false;
+    if constexpr (std::is_void_v<Result>) {
+        invoked = QMetaObject::invokeMethod(parent(), method, QArgument<Arguments>(typeName(arguments), arguments)...);
+        if (!invoked) {
+            forwardingFailed(method);
+        }
+    } else {
+        Result result = Result();
+        invoked = QMetaObject::invokeMethod(parent(), method, QReturnArgument<Result>(resultType, result),
+                                            QArgument<Arguments>(typeName(arguments), arguments)...);
+        if (!invoked) {
+            forwardingFailed(method);
+        }
+        return result;
+    }
+}
+
+void ApplicationManagerAdaptor::forwardingFailed(const char *method)
+{
+    auto *manager = static_cast<ApplicationManager *>(parent());
+    const QString text = QStringLiteral("Adaptor::invokeMethod failed: %1").arg(QLatin1String(method));
+    qDebug("Adaptor::invokeMethod failed: %s", method);
+    // The caller's reply goes out first: past QtDBus it would be too late.
+    manager->failBusCall(text);
+    throw new JovException(manager, JovException::InvocationFailed, text);
+}
+
+ListApplicationConfig ApplicationManagerAdaptor::getApplicationsForSettingsDeployment()
+{
+    return forward<ListApplicationConfig>("getApplicationsForSettingsDeployment", "ListApplicationConfig");
+}
+
+ListSetting ApplicationManagerAdaptor::monitoringSettingsChanged(const Setting &setting)
+{
+    return forward<ListSetting>("monitoringSettingsChanged", "ListSetting", setting);
+}
+
+int ApplicationManagerAdaptor::getStepInfra()
+{
+    return forward<int>("getStepInfra", "int");
+}
+
+int ApplicationManagerAdaptor::startAll()
+{
+    return forward<int>("startAll", "int");
+}
+
+int ApplicationManagerAdaptor::stopAll()
+{
+    return forward<int>("stopAll", "int");
+}
+
+void ApplicationManagerAdaptor::restart()
+{
+    forward<void>("restart", nullptr);
+}
+
+void ApplicationManagerAdaptor::restartApp()
+{
+    forward<void>("restartApp", nullptr);
+}
+
+void ApplicationManagerAdaptor::stopManager()
+{
+    forward<void>("stopManager", nullptr);
+}
+
+ListApplicationConfig ApplicationManagerAdaptor::getApplicationsList()
+{
+    return forward<ListApplicationConfig>("getApplicationsList", "ListApplicationConfig");
+}
+
+QString ApplicationManagerAdaptor::getApplicationsListInString()
+{
+    return forward<QString>("getApplicationsListInString", "QString");
+}
+
+void ApplicationManagerAdaptor::restartPresentation()
+{
+    forward<void>("restartPresentation", nullptr);
+}
+
+bool ApplicationManagerAdaptor::startModule(const QString &moduleName)
+{
+    return forward<bool>("startModule", "bool", moduleName);
+}
+
+void ApplicationManagerAdaptor::restartModule(const QString &moduleName)
+{
+    forward<void>("restartModule", nullptr, moduleName);
+}
+
+void ApplicationManagerAdaptor::restartModule(const QStringList &moduleName)
+{
+    forward<void>("restartModule", nullptr, moduleName);
+}
+
+bool ApplicationManagerAdaptor::stopModule(const QString &moduleName)
+{
+    return forward<bool>("stopModule", "bool", moduleName);
+}
+
+ListApplicationConfig ApplicationManagerAdaptor::getModulesList()
+{
+    return forward<ListApplicationConfig>("getModulesList", "ListApplicationConfig");
+}
+
+QString ApplicationManagerAdaptor::getModulesListInString()
+{
+    return forward<QString>("getModulesListInString", "QString");
+}
+
+bool ApplicationManagerAdaptor::enoughMemory()
+{
+    return forward<bool>("enoughMemory", "bool");
+}
+
+int ApplicationManagerAdaptor::getMemoryUsage(const QString &applicationName)
+{
+    return forward<int>("getMemoryUsage", "int", applicationName);
+}
+
+int ApplicationManagerAdaptor::getMemoryUsage(const QString &applicationName, const QString &file, const QString &memmory)
+{
+    return forward<int>("getMemoryUsage", "int", applicationName, file, memmory);
+}
+
+int ApplicationManagerAdaptor::getTotalMemory()
+{
+    return forward<int>("getTotalMemory", "int");
+}
+
+int ApplicationManagerAdaptor::getFreeMemory()
+{
+    return forward<int>("getFreeMemory", "int");
+}
+
+double ApplicationManagerAdaptor::getCpuUsage(const QString &applicationName)
+{
+    return forward<double>("getCpuUsage", "double", applicationName);
+}
+
+void ApplicationManagerAdaptor::setAdminPasswd(const QString &cmdLine)
+{
+    forward<void>("setAdminPasswd", nullptr, cmdLine);
+}

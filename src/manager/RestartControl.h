@@ -1,0 +1,52 @@
+#ifndef RESTART_CONTROL_H
+#define RESTART_CONTROL_H
+
+#include <QObject>
+
+class ApplicationManager;
+
+/**
+ * Full restarts, and the reboot lock that can hold one back.
+ *
+ * A restart stops everything at once. Clearing the lists and starting again needs the stack to itself: frames of walks and
+ * waits below would hold nodes that are gone. So when a wait is under way the second half is put off until the last of them
+ * has returned. Requests that come meanwhile are merged into one restart, and the end of the daemon beats it.
+ *
+ *     idle       --request-->                    stopping
+ *     stopping   --no wait below-->              starting
+ *     stopping   --waits below, they return-->   starting
+ *     starting   --request-->                    stopping, and so on
+ */
+class RestartControl : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What to do after the stop, the thorough one last: it covers the other.
+    enum class Kind { None, StartAgain, Rebuild };
+
+    explicit RestartControl(ApplicationManager &manager);
+
+    /// Stops everything, then starts again. When this returns it is done, or, where it had to be put off, accepted.
+    void request(Kind kind);
+    /// A restart has been asked for and has not begun to start again yet.
+    [[nodiscard]] bool isPending() const { return m_pending != Kind::None; }
+
+    /// A restart that the lock may hold back, and that is dropped before step 5.
+    void requestUnlessLocked(int currentStep);
+    void lock() { m_locked = true; }
+    void unlock(int currentStep);
+    void reset();
+
+private:
+    void proceed();
+    void startAgain(Kind kind);
+
+    ApplicationManager &m_manager;
+    Kind m_pending = Kind::None;
+    bool m_requesting = false; ///< the stop of a request is on the stack
+    bool m_locked = false; ///< the platform holds restarts back
+    bool m_heldBack = false; ///< one was asked for under the lock
+};
+
+#endif

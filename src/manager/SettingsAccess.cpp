@@ -1,0 +1,76 @@
+#include "SettingsAccess.h"
+
+#include "JovException.h"
+#include "Log.h"
+#include "MemoryWatchdog.h"
+#include "Setting.h"
+#include "Supervisor.h"
+
+#include <QDBusReply>
+
+#include <memory>
+
+namespace {
+
+const QString delaySetting = QStringLiteral("MonitoringWatchDelay");
+const QString retrySetting = QStringLiteral("MonitoringWatchRetry");
+
+int figureOf(const Setting &setting)
+{
+    return setting.getDefined() ? setting.getValue().toInt() : 0;
+}
+
+} // namespace
+
+QString SettingsAccess::getSettingValue(const QString &id) const
+{
+    Log::debug("getSettingValue %1", id);
+    try {
+        const QDBusMessage reply
+            = m_supervisor.syncRemoteCall(QStringLiteral("SettingsManager"), QStringLiteral("getSettingValue"), {id});
+        if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
+            return Setting::UNDEFINEDVALUE;
+        }
+        QVariant value = reply.arguments().constFirst();
+        if (value.userType() == qMetaTypeId<QDBusVariant>()) {
+            value = value.value<QDBusVariant>().variant();
+        }
+        return value.canConvert<QString>() ? value.toString() : Setting::UNDEFINEDVALUE;
+    } catch (JovException *thrown) {
+        const std::unique_ptr<JovException> exception(thrown);
+        Log::error("getSettingValue: error while contacting SettingsManager (ID=%1) : %2", id, exception->message());
+    } catch (...) {
+        Log::error("getSettingValue: error while contacting SettingsManager (ID=%1)", id);
+    }
+    return Setting::UNDEFINEDVALUE;
+}
+
+void SettingsAccess::getMonitoringSettings()
+{
+    Log::debug("getMonitoringSettings");
+    const QString delay = getSettingValue(delaySetting);
+    const QString retry = getSettingValue(retrySetting);
+    // Both lines name the delay, and the first begins as it does: field tools match these texts.
+    if (delay == Setting::UNDEFINEDVALUE) {
+        Log::error("sgetMonitoringSettings setting %1 is undefined", delaySetting);
+    }
+    if (retry == Setting::UNDEFINEDVALUE) {
+        Log::error("getMonitoringSettings setting %1 is undefined", delaySetting);
+    }
+    Log::debug("getMonitoringSettings delay=%1 retry=%2", delay, retry);
+    m_watchdog.setMonitoringWatchDelay(delay.toInt());
+    m_watchdog.setMonitoringWatchRetry(retry.toInt());
+}
+
+void SettingsAccess::monitoringSettingsChanged(const Setting &setting)
+{
+    const int figure = figureOf(setting);
+    if (setting.getId() == delaySetting) {
+        m_watchdog.setMonitoringWatchDelay(figure);
+        Log::debug("new monitoringWatchDelay value=%1", figure);
+    } else if (setting.getId() == retrySetting) {
+        m_watchdog.setMonitoringWatchRetry(figure);
+        Log::debug("new monitoringWatchRetry value=%1", figure);
+    }
+    m_watchdog.startMonitoring();
+}
