@@ -33,8 +33,11 @@ private:
 
     void setModule(JovModule *module);
     void runLife();
+    void fail(const QString &what);
+    void endLife();
 
     JovModule *m_module = nullptr;
+    bool m_lifeBegun = false;
 };
 
 #endif

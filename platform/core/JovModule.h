@@ -3,6 +3,7 @@
 
 #include "JovEvent.h"
 
+#include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QMap>
@@ -81,6 +82,13 @@ public:
     void exit();
     /// True from the first exit() on.
     [[nodiscard]] bool isExiting() const { return m_exiting; }
+
+    /// Answers the bus call that is being served, if there is one, with the error `com.velmora.Jovara.Error.Failed`; what the
+    /// slot returns is then not sent.
+    void failBusCall(const QString &text);
+
+    /// For signals of interfaces of the component's own. Not connected without a bus, and another one after a loss.
+    [[nodiscard]] QDBusConnection busConnection() const;
 
     // The operations of a component's life, each true for success.
     virtual bool check();

@@ -144,8 +144,6 @@ public Q_SLOTS:
     void getMonitoringSettings();
 
 private:
-    [[nodiscard]] bool refusedAsTooDeep(const char *operation);
-
     const Timing m_timing;
     WaitLoop m_waits;
     Journal m_journal;

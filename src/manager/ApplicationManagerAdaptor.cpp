@@ -2,10 +2,21 @@
 
 #include "ApplicationManager.h"
 #include "JovException.h"
+#include "Log.h"
 
-#include <QLoggingCategory>
+#include <QSet>
 
 namespace {
+
+/// Operations wait inside each other, each deeper in the stack. Nobody honest ever has so many under way.
+constexpr int mostNestedOperations = 64;
+
+/// The methods that may wait for modules; a restart is merged with the one under way instead.
+bool mayWait(const char *method)
+{
+    static const QSet<QByteArray> methods{"startAll", "stopAll", "startModule", "stopModule", "restartModule"};
+    return methods.contains(method);
+}
 
 // The names under which the meta-object system knows the types of the arguments.
 const char *typeName(const QString &)
@@ -34,6 +45,9 @@ ApplicationManagerAdaptor::ApplicationManagerAdaptor(ApplicationManager *manager
 template <typename Result, typename... Arguments>
 Result ApplicationManagerAdaptor::forward(const char *method, const char *resultType, const Arguments &...arguments)
 {
+    if (isRefused(method)) {
+        return Result();
+    }
     bool invoked = false;
     if constexpr (std::is_void_v<Result>) {
         invoked = QMetaObject::invokeMethod(parent(), method, QArgument<Arguments>(typeName(arguments), arguments)...);
@@ -49,6 +63,20 @@ Result ApplicationManagerAdaptor::forward(const char *method, const char *result
         }
         return result;
     }
+}
+
+bool ApplicationManagerAdaptor::isRefused(const char *method)
+{
+    auto *manager = static_cast<ApplicationManager *>(parent());
+    if (manager->waits().depth() < mostNestedOperations || !mayWait(method)) {
+        return false;
+    }
+    const QString text = QStringLiteral("%1 refused: %2 operations are still under way, try again when they have ended")
+                             .arg(QLatin1String(method))
+                             .arg(mostNestedOperations);
+    Log::warning("%1", text);
+    manager->failBusCall(text);
+    return true;
 }
 
 void ApplicationManagerAdaptor::forwardingFailed(const char *method)

@@ -136,6 +136,7 @@ public Q_SLOTS:
 private:
     template <typename Result, typename... Arguments>
     Result forward(const char *method, const char *resultType, const Arguments &...arguments);
+    bool isRefused(const char *method);
     void forwardingFailed(const char *method);
 };
 

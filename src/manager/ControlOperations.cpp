@@ -5,33 +5,10 @@
 #include "JovProcess.h"
 #include "Log.h"
 
-namespace {
-
-/// Operations wait inside each other, each deeper in the stack. Nobody honest ever has so many under way.
-constexpr int mostNestedOperations = 64;
-
-} // namespace
-
-bool ApplicationManager::refusedAsTooDeep(const char *operation)
-{
-    if (m_waits.depth() < mostNestedOperations) {
-        return false;
-    }
-    const QString text = QStringLiteral("%1 refused: %2 operations are still under way, try again when they have ended")
-                             .arg(QLatin1String(operation))
-                             .arg(mostNestedOperations);
-    Log::warning("%1", text);
-    failBusCall(text);
-    return true;
-}
-
 int ApplicationManager::startAll()
 {
     Log::debug("startAll");
     m_remoteDisplayArmed = false;
-    if (refusedAsTooDeep("startAll")) {
-        return 0;
-    }
     int count = 0;
     for (InitStep *step = m_steps.firstStep; step; step = step->getNext()) {
         Log::debug("Starting step %1", step->getName());
@@ -121,9 +98,6 @@ InitStep *ApplicationManager::getInitStepOfModule(const QString &name)
 bool ApplicationManager::startModule(const QString &moduleName)
 {
     Log::debug("startModule %1", moduleName);
-    if (refusedAsTooDeep("startModule")) {
-        return false;
-    }
     InitStep *step = getInitStepOfModule(moduleName);
     return step && step->startApplication(moduleName);
 }
@@ -131,9 +105,6 @@ bool ApplicationManager::startModule(const QString &moduleName)
 bool ApplicationManager::stopModule(const QString &moduleName)
 {
     Log::debug("stopModule %1", moduleName);
-    if (refusedAsTooDeep("stopModule")) {
-        return false;
-    }
     InitStep *step = getInitStepOfModule(moduleName);
     return step && step->stopApplication(moduleName, true);
 }
@@ -147,9 +118,6 @@ bool ApplicationManager::stopModuleAlone(const QString &moduleName)
 void ApplicationManager::restartModule(const QString &moduleName)
 {
     Log::debug("Restarting module %1", moduleName);
-    if (refusedAsTooDeep("restartModule")) {
-        return;
-    }
     if (InitStep *step = getInitStepOfModule(moduleName)) {
         step->stopApplication(moduleName, false);
         step->startApplication(moduleName);

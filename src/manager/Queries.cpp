@@ -3,7 +3,7 @@
 #include "ApplicationManager.h"
 
 #include "Log.h"
-#include "MemoryLimit.h"
+#include "ApplicationMemory.h"
 
 int ApplicationManager::getStepInfra()
 {

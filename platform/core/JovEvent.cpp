@@ -1,0 +1,7 @@
+#include "JovEvent.h"
+
+JovEvent::JovEvent(const QString &name, const QVariantMap &arguments)
+    : m_name(name)
+    , m_arguments(arguments)
+{
+}
