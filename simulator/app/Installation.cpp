@@ -1,0 +1,34 @@
+#include "Installation.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+namespace {
+
+/// `installed` below the folder of the installed simulator, or `inSources` below the sources that it was built from.
+QString find(const QString &installed, const QString &inSources)
+{
+    const QDir shared(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/jov-simulator"));
+    if (shared.exists(installed)) {
+        return shared.canonicalPath() + QLatin1Char('/') + installed;
+    }
+    return QStringLiteral(JOV_SOURCE_DIR "/") + inSources;
+}
+
+} // namespace
+
+QString Installation::program(const QString &name)
+{
+    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
+}
+
+QString Installation::terminal(const QString &name)
+{
+    const QString folder = name.isEmpty() ? QStringLiteral("terminal") : QStringLiteral("terminal-") + name;
+    return find(folder, QStringLiteral("simulator/") + folder);
+}
+
+QString Installation::images()
+{
+    return find(QStringLiteral("images"), QStringLiteral("packaging/images"));
+}

@@ -1,0 +1,81 @@
+#ifndef SIMULATOR_H
+#define SIMULATOR_H
+
+#include "Commands.h"
+#include "Display.h"
+#include "Narrator.h"
+#include "Options.h"
+#include "Prompt.h"
+#include "TerminalBus.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+
+class KeeperLink;
+class TerminalRoot;
+
+/**
+ * The life of the simulated terminal:
+ *
+ *     StartingBus -> Booting -> Up -> GoingDown -> the end, or Booting again after a reboot was asked for
+ *
+ * Any state goes to GoingDown on Ctrl-C, and to the end when the bus, the daemon or the keeper ends by itself.
+ */
+class Simulator : public QObject
+{
+    Q_OBJECT
+
+public:
+    Simulator(const Options &options, const TerminalRoot &root, KeeperLink &keeper);
+
+    void begin();
+    void interrupt();
+
+Q_SIGNALS:
+    void finished(int status);
+
+private:
+    enum class State { StartingBus, Booting, Up, GoingDown };
+    enum class Then { End, Reboot };
+
+    void connectParts();
+    void tryBus();
+    void startDaemon();
+    void processEnded(const QString &name, int waitStatus);
+    void daemonEnded(int waitStatus);
+    void cleared(int count);
+    void daemonAppeared();
+    void bootComplete();
+    void takeStock(const ListApplicationConfig &modules);
+    void terminalUp();
+    void crashNow();
+    void rebootAsked();
+    void giveUp();
+    void goDown(Then then);
+    void killDaemon();
+    void fail(const QString &text);
+
+    const Options m_options;
+    const TerminalRoot &m_root;
+    KeeperLink &m_keeper;
+    Display m_display;
+    TerminalBus m_bus;
+    Narrator m_narrator;
+    Commands m_commands;
+    std::unique_ptr<Prompt> m_prompt;
+
+    State m_state = State::StartingBus;
+    Then m_then = Then::End;
+    int m_status = 0;
+    int m_busTries = 0;
+    bool m_crashIsDue = false;
+    bool m_rebootIsDue = false;
+    qint64 m_endOfInitAt = 0;
+    QTimer m_busTimer;
+    QTimer m_bootLimit;
+    QTimer m_stopLimit;
+};
+
+#endif

@@ -1,0 +1,44 @@
+#ifndef BEHAVIOUR_H
+#define BEHAVIOUR_H
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/**
+ * What a sample module is told to do by its arguments. Times are milliseconds; an absent one means "not at all".
+ * parse() says on standard error what it could not use, and goes on: a module with a typing error still plays its part.
+ */
+struct Behaviour
+{
+    QString moduleName;
+    bool help = false;
+
+    int readyAfter = 0;
+    bool neverReady = false;
+    std::optional<int> presentationAfter; ///< counted from the moment it is ready
+
+    int exitCode = 0;
+    std::optional<int> exitAfter; ///< counted from the start
+    bool exitOnReady = false;
+    int crashSignal = 0;
+    std::optional<int> crashAfter;
+
+    bool ignoreStop = false;
+    int stopAfter = 0;
+    int stopExitCode = 0;
+    int stopSignal = 0; ///< the signal that ends it when it is asked to stop; 0 for none
+
+    int allocateKb = 0;
+    int leakKbPerSecond = 0;
+    bool chatter = false;
+    bool busy = false;
+
+    /// The arguments without the program's own name.
+    [[nodiscard]] static Behaviour parse(const QStringList &arguments);
+    [[nodiscard]] static QByteArray helpText();
+};
+
+#endif

@@ -1,0 +1,51 @@
+#include "Load.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr int leaksPerSecond = 10;
+constexpr int chatterInterval = 20; // ms: fifty lines a second on either stream
+
+} // namespace
+
+Load::Load(const Behaviour &behaviour)
+    : m_behaviour(behaviour)
+{
+    connect(&m_leak, &QTimer::timeout, this,
+            [this] { take(static_cast<std::size_t>(m_behaviour.leakKbPerSecond) / leaksPerSecond); });
+    connect(&m_chatter, &QTimer::timeout, this, [this] {
+        std::fprintf(stdout, "%s says something\n", qPrintable(m_behaviour.moduleName));
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s complains\n", qPrintable(m_behaviour.moduleName));
+    });
+}
+
+void Load::begin()
+{
+    if (m_behaviour.allocateKb > 0) {
+        take(static_cast<std::size_t>(m_behaviour.allocateKb));
+    }
+    if (m_behaviour.leakKbPerSecond > 0) {
+        m_leak.start(1000 / leaksPerSecond);
+    }
+    if (m_behaviour.chatter) {
+        // The reader may be gone: what is said is then lost, and that is no reason to end.
+        std::signal(SIGPIPE, SIG_IGN);
+        m_chatter.start(chatterInterval);
+    }
+    if (m_behaviour.busy) {
+        // A timer without interval turns the loop as fast as it can, and events still get through.
+        m_busy.start(0);
+    }
+}
+
+void Load::take(std::size_t kilobytes)
+{
+    const std::size_t size = kilobytes * 1024;
+    auto block = std::make_unique<char[]>(size);
+    std::memset(block.get(), 1, size); // memory that was never written costs nothing
+    m_taken.push_back(std::move(block));
+}
