@@ -41,7 +41,7 @@ JovModule::~JovModule()
 
 QMap<QString, QString> JovModule::getParameters() const
 {
-    return platformIniSection(m_moduleName);
+    return PlatformIni::section(m_moduleName);
 }
 
 bool JovModule::subscribeEvent(const QString &name, QObject *receiver, const char *slot)
