@@ -1,0 +1,19 @@
+#ifndef APPLICATION_MEMORY_H
+#define APPLICATION_MEMORY_H
+
+#include <QString>
+
+class Catalogue;
+class ProcReader;
+
+/// A figure of an application's memory, in kB; see ProcReader. 0 when it is not known or does not run.
+[[nodiscard]] qint64 applicationMemory(const Catalogue &catalogue, const ProcReader &reader, const QString &name,
+                                       const QString &file, const QString &field);
+
+/// What the watchdog compares: the virtual size, in kB.
+[[nodiscard]] qint64 virtualSize(const Catalogue &catalogue, const ProcReader &reader, const QString &name);
+
+/// Whether the web client is within its limit; also true when there is no web client.
+[[nodiscard]] bool enoughMemory(const Catalogue &catalogue, const ProcReader &reader);
+
+#endif

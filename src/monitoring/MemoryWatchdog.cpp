@@ -1,0 +1,200 @@
+#include "MemoryWatchdog.h"
+
+#include "ApplicationMemory.h"
+#include "Catalogue.h"
+#include "JovException.h"
+#include "Log.h"
+#include "MemoryLimit.h"
+#include "RetryPolicy.h"
+#include "Supervisor.h"
+
+#include <QScopedValueRollback>
+
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace {
+
+constexpr int retryPeriodPerMinute = 1000; // seconds for which a restart is remembered, for each minute of the delay
+
+int saturated(qint64 value)
+{
+    constexpr qint64 largest = std::numeric_limits<int>::max();
+    return int(qBound(-largest, value, largest));
+}
+
+QString joined(const QStringList &names)
+{
+    return names.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+MemoryWatchdog::MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, const ProcReader &reader)
+    : MemoryWatchdog(supervisor, catalogue, reader, Timing())
+{ }
+
+MemoryWatchdog::MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, const ProcReader &reader, Timing timing)
+    : m_supervisor(supervisor)
+    , m_catalogue(catalogue)
+    , m_reader(reader)
+    , m_timing(std::move(timing))
+{
+    m_restartTimer.setSingleShot(true);
+    m_restartTimer.setInterval(m_timing.restartDelay);
+    connect(&m_monitoringTimer, &QTimer::timeout, this, &MemoryWatchdog::checkMemory);
+    connect(&m_restartTimer, &QTimer::timeout, this, &MemoryWatchdog::restartOutOfMemoryModules);
+}
+
+void MemoryWatchdog::cancel()
+{
+    stopMonitoring();
+    m_restartTimer.stop();
+    m_outOfMemoryModules.clear();
+    ++m_cancellations;
+}
+
+void MemoryWatchdog::stopMonitoring()
+{
+    Log::debug("stopMonitoring");
+    m_monitoringTimer.stop();
+    m_monitoring = false;
+}
+
+void MemoryWatchdog::startMonitoring()
+{
+    stopMonitoring();
+    if (m_monitoringWatchDelay <= 0) {
+        Log::debug("startMonitoring monitoring disabled (no delay)");
+        return;
+    }
+    m_monitoring = true;
+    m_monitoringTimer.start(saturated(m_monitoringWatchDelay * qint64(m_timing.minute.count())));
+}
+
+void MemoryWatchdog::checkMemory()
+{
+    Log::debug("checkMemory");
+    m_monitoringTimer.stop();
+    m_outOfMemoryModules.clear();
+    const qint64 totalMemory = m_reader.totalMemory();
+    // The request to reboot may let others run, who may clear the catalogue: no iterator and no record is kept over it.
+    const QStringList names = watchedModules();
+    const quint64 cancellations = m_cancellations;
+    for (const QString &name : names) {
+        ApplicationRecord *record = m_catalogue.find(name);
+        if (record && !checkModule(*record, totalMemory)) {
+            return;
+        }
+        if (m_cancellations != cancellations) {
+            m_outOfMemoryModules.clear();
+            return;
+        }
+    }
+    Log::debug("checkMemory end");
+    if (!m_outOfMemoryModules.isEmpty()) {
+        Log::error("checkMemory: Modules (%1) use too much memory", joined(m_outOfMemoryModules));
+        if (!m_restartTimer.isActive()) {
+            m_restartTimer.start();
+        }
+    } else if (m_monitoring) {
+        m_monitoringTimer.start();
+    }
+}
+
+QStringList MemoryWatchdog::watchedModules() const
+{
+    QStringList names;
+    for (const auto &entry : m_catalogue.applicationMap) {
+        if (entry.second && entry.second->getMaxMemory() > 0) {
+            names.append(entry.first);
+        }
+    }
+    return names;
+}
+
+bool MemoryWatchdog::checkModule(ApplicationRecord &record, qint64 totalMemory)
+{
+    const QString name = record.getName();
+    const int limit = record.getMaxMemory();
+    const qint64 used = virtualSize(m_catalogue, m_reader, name);
+    const qint64 percentage = MemoryLimit::percentage(used, totalMemory);
+    const auto detail = [&] {
+        return QStringLiteral("VmSize=%1 MemTotal=%2 MaxMem=%3 percentage=%4")
+            .arg(used)
+            .arg(totalMemory)
+            .arg(limit)
+            .arg(percentage);
+    };
+    if (!MemoryLimit::exceeded(limit, used, percentage)) {
+        Log::debug("checkMemory module %1 OK (%2)", name, detail);
+        return true;
+    }
+    Log::error("checkMemory module %1 Too much memory (%2)", name, detail);
+    if (retriesExhausted(record) && requestReboot()) {
+        return false;
+    }
+    if (!m_outOfMemoryModules.contains(name)) {
+        m_outOfMemoryModules.append(name);
+    }
+    return true;
+}
+
+bool MemoryWatchdog::retriesExhausted(ApplicationRecord &record) const
+{
+    const int period = saturated(qint64(m_monitoringWatchDelay) * retryPeriodPerMinute);
+    return RetryPolicy::addRetry(record, m_monitoringWatchRetry, period, m_timing.now());
+}
+
+bool MemoryWatchdog::requestReboot() const
+{
+    const QVariantList arguments = {1, false, QStringLiteral("ApplicationManager"),
+                                    QStringLiteral("Too much faulty applications restart")};
+    try {
+        const QDBusMessage reply =
+            m_supervisor.syncRemoteCall(QStringLiteral("Platform"), QStringLiteral("reboot"), arguments);
+        if (reply.type() == QDBusMessage::ReplyMessage) {
+            return true;
+        }
+        Log::error("ApplicationManager::checkMemory error while contacting Platform for reboot (reply not valid):");
+    } catch (JovException *thrown) { // NOLINT(misc-throw-by-value-catch-by-reference): the platform throws pointers
+        const std::unique_ptr<JovException> exception(thrown);
+        Log::error("ApplicationManager::checkMemory error while contacting Platform for reboot: %1",
+                   exception->message());
+    } catch (...) {
+        Log::error("ApplicationManager::checkMemory error while contacting Platform for reboot");
+    }
+    return false;
+}
+
+void MemoryWatchdog::restartOutOfMemoryModules()
+{
+    // Taken away first: what a check finds while this waits in stops and starts is for the next restart.
+    const QStringList names = std::exchange(m_outOfMemoryModules, {});
+    const quint64 cancellations = m_cancellations;
+    Log::debug("Restarting modules %1", [&names] { return joined(names); });
+    for (const QString &name : names) {
+        if (m_cancellations == cancellations && m_catalogue.find(name)) {
+            m_supervisor.stopModuleAlone(name);
+        }
+    }
+    startStoppedModules(cancellations);
+}
+
+void MemoryWatchdog::startStoppedModules(quint64 cancellations)
+{
+    // A start can wait for ever for a module that never answers. One at a time, or every restart would add to the
+    // stack.
+    if (m_starting) {
+        m_startAgain = true;
+        return;
+    }
+    const QScopedValueRollback<bool> starting(m_starting, true);
+    do {
+        m_startAgain = false;
+        if (m_cancellations == cancellations) {
+            m_supervisor.startAll();
+        }
+    } while (m_startAgain);
+}

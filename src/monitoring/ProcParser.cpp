@@ -1,0 +1,168 @@
+#include "ProcParser.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <cstring>
+
+namespace {
+
+constexpr int firstTimeField = 13;
+constexpr int lastTimeField = 16;
+constexpr int fewestFields = 18;
+
+bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+bool isBlank(char character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+qint64 withDigit(qint64 number, char digit)
+{
+    return qMin(ProcParser::maxFigure, number * 10 + (digit - '0'));
+}
+
+// A process names itself, with blanks and parentheses if it likes: only the last parenthesis ends the name.
+QByteArray withoutName(QByteArray text)
+{
+    const int open = text.indexOf('(');
+    const int close = text.lastIndexOf(')');
+    return open < 0 || close < open ? text : text.replace(open, close - open + 1, "name");
+}
+
+} // namespace
+
+namespace ProcParser {
+
+FieldSum::FieldSum(const QByteArray &field)
+    : m_name(field + ':')
+{
+    // No line holds a line feed, but the pieces of two lines could match such a name.
+    if (field.contains('\n')) {
+        m_name.clear();
+        m_place = Place::Rest;
+    }
+}
+
+void FieldSum::add(const char *data, std::size_t size)
+{
+    const char *position = data;
+    const char *const end = data + size;
+    while (position != end) {
+        switch (m_place) {
+        case Place::Name:
+            matchName(position, end);
+            break;
+        case Place::Digits:
+        case Place::InDigits:
+            readDigits(position, end);
+            break;
+        case Place::Rest:
+            skipLine(position, end);
+            break;
+        }
+    }
+}
+
+qint64 FieldSum::total() const
+{
+    return qMin(maxFigure, m_total + (m_place == Place::InDigits ? m_number : 0));
+}
+
+void FieldSum::matchName(const char *&position, const char *end)
+{
+    const char *const name = m_name.constData();
+    while (position != end && m_matched < m_name.size() && *position == name[m_matched]) {
+        ++position;
+        ++m_matched;
+    }
+    if (m_matched == m_name.size()) {
+        m_place = Place::Digits;
+    } else if (position != end) {
+        m_place = Place::Rest;
+    }
+}
+
+void FieldSum::readDigits(const char *&position, const char *end)
+{
+    while (position != end && m_place == Place::Digits) {
+        if (isDigit(*position)) {
+            m_place = Place::InDigits;
+            m_number = 0;
+        } else if (*position == '\n') {
+            m_place = Place::Rest;
+        } else {
+            ++position;
+        }
+    }
+    while (position != end && m_place == Place::InDigits) {
+        if (isDigit(*position)) {
+            m_number = withDigit(m_number, *position);
+            ++position;
+        } else {
+            m_total = qMin(maxFigure, m_total + m_number);
+            m_place = Place::Rest;
+        }
+    }
+}
+
+void FieldSum::skipLine(const char *&position, const char *end)
+{
+    const auto *const lineFeed = static_cast<const char *>(std::memchr(position, '\n', std::size_t(end - position)));
+    if (!lineFeed) {
+        position = end;
+        return;
+    }
+    position = lineFeed + 1;
+    if (!m_name.isEmpty()) {
+        m_place = Place::Name;
+        m_matched = 0;
+    }
+}
+
+qint64 sumField(const char *data, std::size_t size, const QByteArray &field)
+{
+    FieldSum sum(field);
+    sum.add(data, size);
+    return sum.total();
+}
+
+qint64 processTicks(const QByteArray &text)
+{
+    static const QRegularExpression blanks(QStringLiteral("\\s+"));
+    const QStringList fields = QString::fromLatin1(withoutName(text)).split(blanks);
+    if (fields.size() < fewestFields) {
+        return 0;
+    }
+    qint64 ticks = 0;
+    for (int field = firstTimeField; field <= lastTimeField; ++field) {
+        ticks += qBound(-maxFigure, fields.at(field).toLongLong(), maxFigure);
+    }
+    return ticks;
+}
+
+qint64 meminfoField(const QByteArray &text, const QByteArray &field)
+{
+    const QByteArray name = field + ':';
+    for (int found = text.indexOf(name); found >= 0; found = text.indexOf(name, found + 1)) {
+        int position = found + name.size();
+        while (position < text.size() && isBlank(text.at(position))) {
+            ++position;
+        }
+        qint64 number = 0;
+        const int firstDigit = position;
+        for (; position < text.size() && isDigit(text.at(position)); ++position) {
+            number = withDigit(number, text.at(position));
+        }
+        if (position > firstDigit) {
+            return number;
+        }
+    }
+    return 0;
+}
+
+} // namespace ProcParser
