@@ -21,8 +21,8 @@ inline QString eventMember()
     return QStringLiteral("event");
 }
 
-/// `component` as an element of a bus name or an object path: every character outside [A-Za-z0-9_] becomes `_`, and a leading
-/// digit gets a `_` before it.
+/// `component` as an element of a bus name or an object path: every character outside [A-Za-z0-9_] becomes `_`, and a
+/// leading digit gets a `_` before it.
 [[nodiscard]] QString element(const QString &component);
 
 [[nodiscard]] inline QString service(const QString &component)

@@ -85,7 +85,8 @@ bool EventBus::takeName()
     if (!m_connection.registerService(BusNames::service(m_component))) {
         const QString reason = m_connection.lastError().message();
         m_errorText = reason.isEmpty()
-            ? QStringLiteral("the bus name %1 is already owned: is another one running?").arg(BusNames::service(m_component))
+            ? QStringLiteral("the bus name %1 is already owned: is another one running?")
+                  .arg(BusNames::service(m_component))
             : QStringLiteral("the bus name %1 cannot be taken: %2").arg(BusNames::service(m_component), reason);
         m_connection.unregisterObject(BusNames::object(m_component));
         return false;
@@ -207,7 +208,8 @@ QString BusNames::element(const QString &component)
     const auto isPlainCharacter = [](QChar c) {
         return c == QLatin1Char('_') || (c.unicode() < 128 && c.isLetterOrNumber());
     };
-    std::replace_if(element.begin(), element.end(), [&](QChar c) { return !isPlainCharacter(c); }, QLatin1Char('_'));
+    std::replace_if(
+        element.begin(), element.end(), [&](QChar c) { return !isPlainCharacter(c); }, QLatin1Char('_'));
     if (!element.isEmpty() && element.at(0).isDigit()) {
         element.prepend(QLatin1Char('_'));
     }

@@ -12,11 +12,11 @@
 /**
  * A component's connection to the bus: its name and object, its events, and all of it again after the bus was lost.
  *
- * Which events the bus daemon passes on is a trade. While the component subscribes to few names each has a match rule of its
- * own, and nobody else's events wake it. The system bus allows 512 rules a connection, and QtDBus writes the name into the
- * rule neither escaped nor as UTF-8, so past thirty-two names, and for any name that is not plain ASCII, one rule brings all
- * events and the look-up is ours. A name keeps the rule that it has; an event that has one is taken from it alone, so none
- * is lost or doubled when the other rule comes.
+ * Which events the bus daemon passes on is a trade. While the component subscribes to few names each has a match rule
+ * of its own, and nobody else's events wake it. The system bus allows 512 rules a connection, and QtDBus writes the
+ * name into the rule neither escaped nor as UTF-8, so past thirty-two names, and for any name that is not plain ASCII,
+ * one rule brings all events and the look-up is ours. A name keeps the rule that it has; an event that has one is taken
+ * from it alone, so none is lost or doubled when the other rule comes.
  */
 class EventBus : public QObject
 {

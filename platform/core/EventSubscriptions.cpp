@@ -92,7 +92,8 @@ void EventSubscriptions::removeGone(const QString &name)
     if (list == m_subscriptions.end()) {
         return;
     }
-    list->erase(std::remove_if(list->begin(), list->end(), [](const Subscription &s) { return !s.receiver; }), list->end());
+    list->erase(std::remove_if(list->begin(), list->end(), [](const Subscription &s) { return !s.receiver; }),
+                list->end());
     if (list->isEmpty()) {
         m_subscriptions.erase(list);
     }

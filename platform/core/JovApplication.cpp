@@ -38,8 +38,8 @@ void JovApplication::runLife()
         const char *name;
         bool (JovModule::*run)();
     };
-    static constexpr Operation beforeName[]
-        = {{"check", &JovModule::check}, {"deploy", &JovModule::deploy}, {"init", &JovModule::init}};
+    static constexpr Operation beforeName[] = {
+        {"check", &JovModule::check}, {"deploy", &JovModule::deploy}, {"init", &JovModule::init}};
 
     if (!m_module || m_module->isExiting()) {
         return;

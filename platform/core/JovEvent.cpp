@@ -3,5 +3,4 @@
 JovEvent::JovEvent(const QString &name, const QVariantMap &arguments)
     : m_name(name)
     , m_arguments(arguments)
-{
-}
+{ }

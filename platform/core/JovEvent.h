@@ -6,8 +6,9 @@
 #include <QVariant>
 
 /**
- * A platform event: a name and named arguments. On the bus a signal of the interface `com.velmora.Jovara.JovEvent`, member
- * `event`, signature `sa{sv}`, from the object of its sender. Argument values are what D-Bus can carry in a variant.
+ * A platform event: a name and named arguments. On the bus a signal of the interface `com.velmora.Jovara.JovEvent`,
+ * member `event`, signature `sa{sv}`, from the object of its sender. Argument values are what D-Bus can carry in a
+ * variant.
  */
 class JovEvent
 {

@@ -4,5 +4,4 @@ JovException::JovException(const JovModule *module, ErrorType type, const QStrin
     : m_module(module)
     , m_type(type)
     , m_message(message)
-{
-}
+{ }

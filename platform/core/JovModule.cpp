@@ -61,8 +61,8 @@ bool JovModule::notifyEvent(const JovEvent &event)
 
 bool JovModule::notifyEvent(const QString &name, const QVariantMap &arguments)
 {
-    QDBusMessage message = QDBusMessage::createSignal(BusNames::object(m_moduleName), BusNames::eventInterface(),
-                                                      BusNames::eventMember());
+    QDBusMessage message =
+        QDBusMessage::createSignal(BusNames::object(m_moduleName), BusNames::eventInterface(), BusNames::eventMember());
     message.setArguments({name, arguments});
     return m_bus->send(message);
 }

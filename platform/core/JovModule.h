@@ -23,11 +23,11 @@ class EventBus;
  * with the error line "NAME: OPERATION failed" and status 1. exit() ends it in order: stop() is called, the loop ends
  * with status 0. In NAME every character outside [A-Za-z0-9_] becomes `_`, and a leading digit gets a `_` before it.
  *
- * Bus methods are those of a QDBusAbstractAdaptor child, or the Q_SCRIPTABLE slots of the derived class, on the interface
- * `com.velmora.Jovara.JovInterface` (a derived class with scriptable slots repeats the Q_CLASSINFO below).
+ * Bus methods are those of a QDBusAbstractAdaptor child, or the Q_SCRIPTABLE slots of the derived class, on the
+ * interface `com.velmora.Jovara.JovInterface` (a derived class with scriptable slots repeats the Q_CLASSINFO below).
  *
- * Everything is for the thread of the event loop. A lost bus is survived: an error line, a new try every second, and name,
- * object and subscriptions are taken back when the bus is there again.
+ * Everything is for the thread of the event loop. A lost bus is survived: an error line, a new try every second, and
+ * name, object and subscriptions are taken back when the bus is there again.
  *
  *     class Clock : public JovModule
  *     {
@@ -53,10 +53,10 @@ public:
 
     /**
      * Calls `slot` of `receiver` for every event of that name, from any sender. `slot` is written with SLOT() and takes
-     * nothing, a JovEvent, or one plain value: the event's argument of the parameter's name, or its only argument, converted
-     * with QVariant::convert; where that cannot be done there is a warning and no call. Subscribing twice is one
-     * subscription. False when the receiver has no such slot. Without a bus the subscription is kept and taken later.
-     * A destroyed receiver needs no unsubscription.
+     * nothing, a JovEvent, or one plain value: the event's argument of the parameter's name, or its only argument,
+     * converted with QVariant::convert; where that cannot be done there is a warning and no call. Subscribing twice is
+     * one subscription. False when the receiver has no such slot. Without a bus the subscription is kept and taken
+     * later. A destroyed receiver needs no unsubscription.
      */
     bool subscribeEvent(const QString &name, QObject *receiver, const char *slot);
     /// False when there was no such subscription.
@@ -73,18 +73,19 @@ public:
     [[nodiscard]] QDBusMessage syncRemoteCall(const QString &component, const QString &method,
                                               const QVariantList &arguments = QVariantList());
     /// The same without waiting; the reply is dropped. False without a bus.
-    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments = QVariantList());
+    bool asyncRemoteCall(const QString &component, const QString &method,
+                         const QVariantList &arguments = QVariantList());
 
     /**
-     * Ends the component: returns at once and queues the end, which is stop() and then the end of the event loop with status
-     * 0. Works from inside nested loops; a bus caller gets its reply first. A second call does nothing.
+     * Ends the component: returns at once and queues the end, which is stop() and then the end of the event loop with
+     * status 0. Works from inside nested loops; a bus caller gets its reply first. A second call does nothing.
      */
     void exit();
     /// True from the first exit() on.
     [[nodiscard]] bool isExiting() const { return m_exiting; }
 
-    /// Answers the bus call that is being served, if there is one, with the error `com.velmora.Jovara.Error.Failed`; what the
-    /// slot returns is then not sent.
+    /// Answers the bus call that is being served, if there is one, with the error `com.velmora.Jovara.Error.Failed`;
+    /// what the slot returns is then not sent.
     void failBusCall(const QString &text);
 
     /// For signals of interfaces of the component's own. Not connected without a bus, and another one after a loss.

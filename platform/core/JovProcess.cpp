@@ -8,11 +8,12 @@
 
 #include <cerrno>
 #include <csignal>
+#include <vector>
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 

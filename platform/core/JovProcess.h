@@ -6,13 +6,14 @@
 /// The text for an exit code: 0 "EXITED_OK", 127 "BAD_LIBRARIES", 4 6 7 8 9 11 15 the signal's name, else "EXITED_n".
 [[nodiscard]] QString getExitCodeInString(int exitCode);
 
-/// The text for a QProcess::ProcessError: "FailedToStart", "Crashed", "Timedout", "ReadError", "WriteError", "UnknownError".
+/// The text for a QProcess::ProcessError: "FailedToStart", "Crashed", "Timedout", "ReadError", "WriteError",
+/// "UnknownError".
 [[nodiscard]] QString getProcessErrorInString(int processError);
 
 /**
- * Runs a command line with `/bin/sh -c` and waits for its end, as system(3) does, but with open standard streams whatever
- * the caller's are, and, with JOV_ROOT set, with a PATH that begins with its `usr/bin`.
- * Returns the wait status, -1 when no process could be made.
+ * Runs a command line with `/bin/sh -c` and waits for its end, as system(3) does, but with open standard streams
+ * whatever the caller's are, and, with JOV_ROOT set, with a PATH that begins with its `usr/bin`. Returns the wait
+ * status, -1 when no process could be made.
  */
 int qor_system(const QByteArray &commandLine);
 

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <cstdio>
+
 #include <unistd.h>
 
 void writePidFile(const std::string &path)

@@ -6,8 +6,9 @@
 #include <sys/types.h>
 
 /**
- * Runs the manager in this process until its event loop ends, and returns the loop's result. `parent` is the process that
- * waits for the report of the start-up, 0 in the foreground. `timing` is for programs that show or test the daemon.
+ * Runs the manager in this process until its event loop ends, and returns the loop's result. `parent` is the process
+ * that waits for the report of the start-up, 0 in the foreground. `timing` is for programs that show or test the
+ * daemon.
  */
 int runManager(int argc, char **argv, pid_t parent, bool debugMode,
                const ApplicationManager::Timing &timing = ApplicationManager::Timing());

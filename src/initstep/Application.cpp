@@ -15,8 +15,7 @@ void addTo(Application::Map &map, Application *node)
 
 Application::Application(ApplicationConfig *record)
     : config(record)
-{
-}
+{ }
 
 Application::~Application()
 {

@@ -7,8 +7,8 @@
 class ApplicationConfig;
 
 /**
- * A node of a step's dependency forest: it binds one record of the catalogue to the nodes that it depends on (`parents`)
- * and those that depend on it (`sons`). The base of Module.
+ * A node of a step's dependency forest: it binds one record of the catalogue to the nodes that it depends on
+ * (`parents`) and those that depend on it (`sons`). The base of Module.
  *
  * The step owns its nodes, the catalogue owns the records; the record may be null, and then names and states are empty
  * and writes are ignored. A node that is destroyed unlinks itself from its neighbours.

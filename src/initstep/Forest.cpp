@@ -125,7 +125,7 @@ void Forest::logBranches(const QString &head) const
             next.removeLast();
             continue;
         }
-        const QString dependency = dependencies.at(next.last()++);
+        const QString &dependency = dependencies.at(next.last()++);
         if (branch.contains(dependency)) {
             return;
         }

@@ -12,10 +12,11 @@ class Supervisor;
 /**
  * Arranges one step's modules into its dependency forest.
  *
- * Thought of as branches: each module of the step, in ascending order of name, heads all chains of dependencies down from
- * it; the first chain that leads to a missing module or back into itself fails the step. There can be exponentially many
- * chains, so they are not enumerated: each module is gone into once, and a module that was found sound before cannot
- * be part of a chain that fails. Work and memory are linear in modules and dependencies, and nothing recurses.
+ * Thought of as branches: each module of the step, in ascending order of name, heads all chains of dependencies down
+ * from it; the first chain that leads to a missing module or back into itself fails the step. There can be
+ * exponentially many chains, so they are not enumerated: each module is gone into once, and a module that was found
+ * sound before cannot be part of a chain that fails. Work and memory are linear in modules and dependencies, and
+ * nothing recurses.
  */
 class Forest
 {
@@ -23,8 +24,7 @@ public:
     Forest(InitStep &step, Supervisor &supervisor)
         : m_step(step)
         , m_supervisor(supervisor)
-    {
-    }
+    { }
 
     /// False, with an error line, when a dependency is missing in the step or dependencies form a cycle.
     [[nodiscard]] bool build();

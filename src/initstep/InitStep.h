@@ -14,15 +14,15 @@ class ApplicationRecord;
 class Supervisor;
 
 /**
- * One step of the start-up: the modules that start together, as a forest by dependency. A module without dependencies is a
- * root; every other hangs under each module that it depends on.
+ * One step of the start-up: the modules that start together, as a forest by dependency. A module without dependencies
+ * is a root; every other hangs under each module that it depends on.
  *
  * The step owns its nodes; the records belong to the catalogue; the links to its neighbours are set by InitStepChain.
  *
- * A walk starts the roots in the order of `roots`, and below each node its sons in ascending order of name, a son only when
- * all its parents run. It ends at the next root or son once the stop flag is set. Stopping goes the other way round, sons
- * before parents, and always to the end. Both turn the event loop while they wait for a module: nodes are safe meanwhile
- * (nothing is cleared while a wait is on the stack), states are not.
+ * A walk starts the roots in the order of `roots`, and below each node its sons in ascending order of name, a son only
+ * when all its parents run. It ends at the next root or son once the stop flag is set. Stopping goes the other way
+ * round, sons before parents, and always to the end. Both turn the event loop while they wait for a module: nodes are
+ * safe meanwhile (nothing is cleared while a wait is on the stack), states are not.
  *
  * The counts are what the walks have always answered: a start counts each module started plus each son visited, a stop
  * each module that ended when asked. They saturate.

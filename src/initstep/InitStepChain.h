@@ -9,17 +9,16 @@
 /**
  * The chain of init steps, in ascending order of their value when the file lists them so.
  *
- * The chain owns every step that was ever added until clear(), also one that the links do not reach any more: a step below
- * the head becomes head and tail at once, and what is added next follows it. `lastStep` stays null while a single step was
- * added; use last() wherever the last step is meant.
+ * The chain owns every step that was ever added until clear(), also one that the links do not reach any more: a step
+ * below the head becomes head and tail at once, and what is added next follows it. `lastStep` stays null while a single
+ * step was added; use last() wherever the last step is meant.
  */
 class InitStepChain
 {
 public:
     explicit InitStepChain(Supervisor &supervisor)
         : m_supervisor(supervisor)
-    {
-    }
+    { }
     ~InitStepChain() { release(); }
     InitStepChain(const InitStepChain &) = delete;
     InitStepChain &operator=(const InitStepChain &) = delete;

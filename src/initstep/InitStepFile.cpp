@@ -47,8 +47,7 @@ int defaultStepValue(const InitStepChain &chain)
 bool parseInitStep(InitStepChain &chain, const QString &moduleName)
 {
     chain.clearInitSteps();
-    const QString path
-        = JovRoot::rooted(ModulePaths::configDirectory() + moduleName + QStringLiteral("/initStep.xml"));
+    const QString path = JovRoot::rooted(ModulePaths::configDirectory() + moduleName + QStringLiteral("/initStep.xml"));
     Log::debug("InitStep File %1", path);
     const XmlFile file = readXmlFile(path, QStringLiteral("initStep"));
     switch (file.result) {

@@ -3,7 +3,8 @@
 
 #include <QString>
 
-/// The state texts of a module, as its record holds them and the bus hands them out. Module.h has the table of transitions.
+/// The state texts of a module, as its record holds them and the bus hands them out. Module.h has the table of
+/// transitions.
 namespace ModuleState {
 
 inline const QString Stopped = QStringLiteral("STOPPED");

@@ -10,9 +10,9 @@ class Supervisor;
 /**
  * One start of a step's forest.
  *
- * A module with several parents is reached from each of them, and every further visit finds it running and only walks on to
- * its sons. In a ladder of diamonds that doubles the visits with each rung, so the walk remembers what a visit below a
- * running node counted, and counts the same again as long as no other module has been started since.
+ * A module with several parents is reached from each of them, and every further visit finds it running and only walks
+ * on to its sons. In a ladder of diamonds that doubles the visits with each rung, so the walk remembers what a visit
+ * below a running node counted, and counts the same again as long as no other module has been started since.
  */
 class StartWalk
 {
@@ -20,8 +20,7 @@ public:
     StartWalk(InitStep &step, Supervisor &supervisor)
         : m_step(step)
         , m_supervisor(supervisor)
-    {
-    }
+    { }
 
     /// Starts the node, if it does not run yet, and what hangs below it. Returns the count (see InitStep).
     qint64 start(Module &node);

@@ -6,8 +6,8 @@
 class Module;
 
 /**
- * One stop of a forest, sons before parents. What hangs below a node is walked once, however many parents lead to it: after
- * the first visit all of it is stopped.
+ * One stop of a forest, sons before parents. What hangs below a node is walked once, however many parents lead to it:
+ * after the first visit all of it is stopped.
  */
 class StopWalk
 {

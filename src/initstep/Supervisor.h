@@ -21,8 +21,8 @@ struct ModuleLimits
 };
 
 /**
- * What a node, a walk or the watchdog needs of the manager. ApplicationManager implements it and hands itself down; tests
- * hand down their own. It outlives everything that holds a reference to it.
+ * What a node, a walk or the watchdog needs of the manager. ApplicationManager implements it and hands itself down;
+ * tests hand down their own. It outlives everything that holds a reference to it.
  */
 class Supervisor
 {

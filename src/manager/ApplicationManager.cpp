@@ -33,8 +33,7 @@ ApplicationManager::ApplicationManager(const Timing &timing)
     , m_restarts(*this)
     , m_mandatorySettings(*this)
     , m_progression(*this, m_steps)
-{
-}
+{ }
 
 ApplicationManager::~ApplicationManager()
 {

@@ -24,12 +24,12 @@
 class ApplicationManagerAdaptor;
 
 /**
- * The one component of the daemon, and the facade of its parts: it owns them, holds the flags that they share, and answers
- * to the operation names of the bus, handing each to the part that does the work.
+ * The one component of the daemon, and the facade of its parts: it owns them, holds the flags that they share, and
+ * answers to the operation names of the bus, handing each to the part that does the work.
  *
- * The stop flag (startFailed()) is set by everything that ends or interrupts a start: stopAll(), stopManager(), stop(), a
- * reboot request, failed mandatory settings, and a `SIGTERM` from the moment its handler ran. Only a restart clears it, and
- * nothing does any more once the daemon is ending.
+ * The stop flag (startFailed()) is set by everything that ends or interrupts a start: stopAll(), stopManager(), stop(),
+ * a reboot request, failed mandatory settings, and a `SIGTERM` from the moment its handler ran. Only a restart clears
+ * it, and nothing does any more once the daemon is ending.
  */
 class ApplicationManager : public JovModule, public Supervisor
 {
@@ -47,7 +47,8 @@ public:
     explicit ApplicationManager(const Timing &timing);
     ~ApplicationManager() override;
 
-    /// The manager of the process, made at the first call. For the entry, the signal hand-over and the outermost callers.
+    /// The manager of the process, made at the first call. For the entry, the signal hand-over and the outermost
+    /// callers.
     static ApplicationManager &instance();
     /// Makes it with durations of the caller's; before the first instance().
     static void create(const Timing &timing);
@@ -95,7 +96,8 @@ public:
     bool subscribeEvent(const QString &name, QObject *receiver, const char *slot) override;
     bool unsubscribeEvent(const QString &name, QObject *receiver, const char *slot) override;
     bool notifyEvent(const QString &name, const QVariantMap &arguments) override;
-    QDBusMessage syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override;
+    QDBusMessage syncRemoteCall(const QString &component, const QString &method,
+                                const QVariantList &arguments) override;
     bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override;
     [[nodiscard]] QMap<QString, QString> getParameters() const override { return JovModule::getParameters(); }
     bool stopModuleAlone(const QString &moduleName) override;
@@ -166,7 +168,8 @@ private:
     bool m_startFailed = false;
     bool m_initInProgress = false;
     bool m_initialised = false; ///< init() has succeeded
-    bool m_remoteDisplayArmed = false; ///< no operation sets it; a remote display's readiness only ends its subscription
+    bool m_remoteDisplayArmed =
+        false; ///< no operation sets it; a remote display's readiness only ends its subscription
 };
 
 #endif

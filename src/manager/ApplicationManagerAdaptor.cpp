@@ -184,7 +184,8 @@ int ApplicationManagerAdaptor::getMemoryUsage(const QString &applicationName)
     return forward<int>("getMemoryUsage", "int", applicationName);
 }
 
-int ApplicationManagerAdaptor::getMemoryUsage(const QString &applicationName, const QString &file, const QString &memmory)
+int ApplicationManagerAdaptor::getMemoryUsage(const QString &applicationName, const QString &file,
+                                              const QString &memmory)
 {
     return forward<int>("getMemoryUsage", "int", applicationName, file, memmory);
 }

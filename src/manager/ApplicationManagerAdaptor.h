@@ -9,9 +9,9 @@
 class ApplicationManager;
 
 /**
- * The control interface on the bus: each method is forwarded by name to the manager's slot of the same name and its result
- * handed back unchanged. The description below is what a bus browser sees, argument names included ("memmory" too: clients
- * know it so).
+ * The control interface on the bus: each method is forwarded by name to the manager's slot of the same name and its
+ * result handed back unchanged. The description below is what a bus browser sees, argument names included ("memmory"
+ * too: clients know it so).
  *
  * A method for which the manager has no slot can only come from a build fault. Its caller gets an error reply, and a
  * `JovException *` is thrown, which the application object logs and deletes.

@@ -1,7 +1,6 @@
 // The operations that start and stop: slots of the facade, reached from the bus, from events and from the parts.
 
 #include "ApplicationManager.h"
-
 #include "JovProcess.h"
 #include "Log.h"
 

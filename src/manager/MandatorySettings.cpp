@@ -41,8 +41,8 @@ void MandatorySettings::check()
     m_manager.init_message(QStringLiteral("Checking mandatory settings"));
     m_manager.subscribeEvent(successEvent, &m_manager, SLOT(checkMandatorySettingsSuccess(JovEvent)));
     m_manager.notifyEvent(QStringLiteral("checkMandatorySettings"), QVariantMap());
-    const WaitLoop::Outcome outcome = m_manager.waits().waitUntil(
-        [this] { return m_answered || m_manager.startFailed() || !isRunning(); });
+    const WaitLoop::Outcome outcome =
+        m_manager.waits().waitUntil([this] { return m_answered || m_manager.startFailed() || !isRunning(); });
     if (outcome == WaitLoop::Outcome::Released || m_manager.startFailed()) {
         Log::debug("checkMandatorySettings interrupted (stopping)");
     } else if (!m_answered) {

@@ -17,8 +17,7 @@ class MandatorySettings
 public:
     explicit MandatorySettings(ApplicationManager &manager)
         : m_manager(manager)
-    {
-    }
+    { }
 
     /// A new start: nothing is checked yet.
     void reset();

@@ -3,6 +3,7 @@
 #include "Log.h"
 
 #include <csignal>
+
 #include <unistd.h>
 
 void ParentReport::send(bool startFailed)

@@ -4,10 +4,11 @@
 #include <sys/types.h>
 
 /**
- * The report of the start-up to the process that started the daemon and waits: `SIGUSR1` for success, `SIGUSR2` for failure.
+ * The report of the start-up to the process that started the daemon and waits: `SIGUSR1` for success, `SIGUSR2` for
+ * failure.
  *
- * It goes only to the process that was the parent at the fork: an orphan's new parent is not always process 1, and must not
- * get a signal that would end it. There is one report; the parent ends on it.
+ * It goes only to the process that was the parent at the fork: an orphan's new parent is not always process 1, and must
+ * not get a signal that would end it. There is one report; the parent ends on it.
  */
 class ParentReport
 {

@@ -1,9 +1,8 @@
 // The operations that answer questions, and those that hand over to the watchdog: slots of the facade.
 
 #include "ApplicationManager.h"
-
-#include "Log.h"
 #include "ApplicationMemory.h"
+#include "Log.h"
 
 int ApplicationManager::getStepInfra()
 {

@@ -8,9 +8,9 @@ class ApplicationManager;
 /**
  * Full restarts, and the reboot lock that can hold one back.
  *
- * A restart stops everything at once. Clearing the lists and starting again needs the stack to itself: frames of walks and
- * waits below would hold nodes that are gone. So when a wait is under way the second half is put off until the last of them
- * has returned. Requests that come meanwhile are merged into one restart, and the end of the daemon beats it.
+ * A restart stops everything at once. Clearing the lists and starting again needs the stack to itself: frames of walks
+ * and waits below would hold nodes that are gone. So when a wait is under way the second half is put off until the last
+ * of them has returned. Requests that come meanwhile are merged into one restart, and the end of the daemon beats it.
  *
  *     idle       --request-->                    stopping
  *     stopping   --no wait below-->              starting

@@ -26,8 +26,8 @@ QString SettingsAccess::getSettingValue(const QString &id) const
 {
     Log::debug("getSettingValue %1", id);
     try {
-        const QDBusMessage reply
-            = m_supervisor.syncRemoteCall(QStringLiteral("SettingsManager"), QStringLiteral("getSettingValue"), {id});
+        const QDBusMessage reply =
+            m_supervisor.syncRemoteCall(QStringLiteral("SettingsManager"), QStringLiteral("getSettingValue"), {id});
         if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
             return Setting::UNDEFINEDVALUE;
         }

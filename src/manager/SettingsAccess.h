@@ -18,8 +18,7 @@ public:
     SettingsAccess(Supervisor &supervisor, MemoryWatchdog &watchdog)
         : m_supervisor(supervisor)
         , m_watchdog(watchdog)
-    {
-    }
+    { }
 
     /// Blocks until the settings manager answers. Setting::UNDEFINEDVALUE when it does not, or has no value.
     [[nodiscard]] QString getSettingValue(const QString &id) const;

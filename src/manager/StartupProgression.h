@@ -11,13 +11,13 @@ class InitStepChain;
 /**
  * The walk through the numbered steps of the start-up.
  *
- * The step file says how far to go at once; "init_step" events of the boot sequence take it further, up to step 4; once 5 is
- * reached it goes on by itself, step by step, to the last. A pass starts, for each number it reaches, the step of that value.
- * The first pass that ends tells the waiting parent process how the start-up went.
+ * The step file says how far to go at once; "init_step" events of the boot sequence take it further, up to step 4; once
+ * 5 is reached it goes on by itself, step by step, to the last. A pass starts, for each number it reaches, the step of
+ * that value. The first pass that ends tells the waiting parent process how the start-up went.
  *
  * One pass runs at a time: an event that arrives meanwhile is held until it ends, so that no step starts before the one
- * below it is done, and the current step never goes back. A pass that a restart interrupts goes on after it, from the number
- * that it had reached. A stop interrupts it for good.
+ * below it is done, and the current step never goes back. A pass that a restart interrupts goes on after it, from the
+ * number that it had reached. A stop interrupts it for good.
  */
 class StartupProgression
 {
@@ -25,8 +25,7 @@ public:
     StartupProgression(ApplicationManager &manager, InitStepChain &steps)
         : m_manager(manager)
         , m_steps(steps)
-    {
-    }
+    { }
 
     /// Reads the step file and goes as far as it says.
     void begin();
@@ -54,9 +53,9 @@ private:
 };
 
 /**
- * How far the step file `/tmp/step` (its first line, a decimal number) lets the start-up go at once: 0 when the line is not a
- * number; 999, that is through all steps, when there is no such file, it cannot be read, or its first line is longer than
- * 4,096 bytes. `path` is the file's path under the root prefix.
+ * How far the step file `/tmp/step` (its first line, a decimal number) lets the start-up go at once: 0 when the line is
+ * not a number; 999, that is through all steps, when there is no such file, it cannot be read, or its first line is
+ * longer than 4,096 bytes. `path` is the file's path under the root prefix.
  */
 [[nodiscard]] int readStepFile(const QString &path);
 

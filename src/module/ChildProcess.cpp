@@ -1,6 +1,7 @@
 #include "ChildProcess.h"
 
 #include <csignal>
+
 #include <sys/resource.h>
 #include <unistd.h>
 

@@ -5,8 +5,8 @@
 
 /**
  * A QProcess whose child begins with a clean slate: a process group of its own (the terminal's interrupt key is for the
- * daemon alone, and must not look like a crash of every module), no blocked signals, and the limit of open files that the
- * daemon itself was started with.
+ * daemon alone, and must not look like a crash of every module), no blocked signals, and the limit of open files that
+ * the daemon itself was started with.
  */
 class ChildProcess : public QProcess
 {
@@ -16,8 +16,8 @@ public:
     using QProcess::QProcess;
 
     /**
-     * Lifts the daemon's own soft limit of open files to the hard one, since every running module takes two descriptors, and
-     * remembers the old one for the children.
+     * Lifts the daemon's own soft limit of open files to the hard one, since every running module takes two
+     * descriptors, and remembers the old one for the children.
      */
     static void raiseDescriptorLimit();
 

@@ -7,8 +7,8 @@ class Supervisor;
 
 /**
  * What the terminal does when a module crashes outside a stop: it reboots. The two modules that own the screen leave a
- * picture on it; for the others the logs are archived first. "Platform" cannot be asked for the reboot when it is the one
- * that crashed, so the reboot command is run.
+ * picture on it; for the others the logs are archived first. "Platform" cannot be asked for the reboot when it is the
+ * one that crashed, so the reboot command is run.
  */
 class CrashPolicy
 {
@@ -26,8 +26,7 @@ public:
 
     explicit CrashPolicy(Supervisor &supervisor)
         : m_supervisor(supervisor)
-    {
-    }
+    { }
 
     /// Carries the reaction out. Its shell commands block the event loop; their results do not matter any more.
     void apply(const QString &moduleName);

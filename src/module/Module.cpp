@@ -51,7 +51,7 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
     m_webappTimer.setInterval(m_supervisor.moduleLimits().presentation);
     connect(&m_webappTimer, &QTimer::timeout, this, &Module::slot_webapp_timeout);
 
-    setState(Stopped);
+    Module::setState(Stopped);
     if (isWebClient()) {
         m_supervisor.subscribeEvent(presentationReadyEvent, this, SLOT(presentationReady()));
     }
@@ -101,7 +101,8 @@ bool Module::start()
     return waitUntilStarted();
 }
 
-// QProcess refuses to start while its last child is not reaped, and would report the old pid and the old exit as the new.
+// QProcess refuses to start while its last child is not reaped, and would report the old pid and the old exit as the
+// new.
 bool Module::waitForPreviousProcess()
 {
     const auto reaped = [this] { return m_process.state() == QProcess::NotRunning; };
@@ -184,8 +185,7 @@ bool Module::waitState(const QStringList &states, int timeout)
     const auto reached = [&] { return m_run != run || states.contains(getState()); };
     // Only a wait without a limit is given up by a stop of everything: the others end in time by themselves.
     const auto released = [&] { return unlimited && m_supervisor.stopGeneration() != generation; };
-    const WaitLoop::Outcome outcome
-        = m_supervisor.waits().waitUntil([&] { return reached() || released(); }, timeout);
+    const WaitLoop::Outcome outcome = m_supervisor.waits().waitUntil([&] { return reached() || released(); }, timeout);
     return outcome == WaitLoop::Outcome::Reached && reached();
 }
 

@@ -12,8 +12,8 @@ class ApplicationRecord;
 class Supervisor;
 
 /**
- * One supervised native process. The step owns the Module, the Module owns the process, the catalogue owns the record that
- * holds the state, the status and the process id.
+ * One supervised native process. The step owns the Module, the Module owns the process, the catalogue owns the record
+ * that holds the state, the status and the process id.
  *
  *     from                 event                                        to
  *     (new)                                                             STOPPED
@@ -29,13 +29,13 @@ class Supervisor;
  *     any other            stop()                                       STOPPED, killed
  *     any                  the process ends                             STOPPED; a crash runs the crash policy
  *
- * start() and stop() return when the module has settled, and turn the event loop meanwhile (WaitLoop): whoever calls them
- * must expect any module's state to have changed, this one's included. A wait is bound to one run of the process; what a
- * later run does neither ends nor misleads it.
+ * start() and stop() return when the module has settled, and turn the event loop meanwhile (WaitLoop): whoever calls
+ * them must expect any module's state to have changed, this one's included. A wait is bound to one run of the process;
+ * what a later run does neither ends nor misleads it.
  *
- * Whose kill it was decides what an exit means. A kill of a module that is still starting, or that is stopped a second time
- * while it is stopping, is the supervisor's own doing and counts as a normal exit; the kill after a stop's time-out is a
- * crash like any other.
+ * Whose kill it was decides what an exit means. A kill of a module that is still starting, or that is stopped a second
+ * time while it is stopping, is the supervisor's own doing and counts as a normal exit; the kill after a stop's
+ * time-out is a crash like any other.
  */
 class Module : public Application
 {
