@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -58,7 +59,10 @@ QStringList LeftBehind::killAll()
 int runTest(QObject &test, int argc, char **argv)
 {
     LeftBehind leftBehind;
-    QCoreApplication application(argc, argv);
+    std::unique_ptr<QCoreApplication> application;
+    if (!QCoreApplication::instance()) {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
     int result = QTest::qExec(&test, argc, argv);
     const QStringList left = leftBehind.killAll();
     for (const QString &process : left) {

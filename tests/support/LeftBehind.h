@@ -1,6 +1,7 @@
 #ifndef LEFT_BEHIND_H
 #define LEFT_BEHIND_H
 
+#include <QObject>
 #include <QStringList>
 
 /**
@@ -16,7 +17,8 @@ public:
     QStringList killAll();
 };
 
-/// As QTEST_GUILESS_MAIN, but the program fails when the test leaves a process behind.
+/// As QTEST_GUILESS_MAIN, but the program fails when the test leaves a process behind. Makes the application object,
+/// unless main() has made one of its own.
 int runTest(QObject &test, int argc, char **argv);
 
 #endif
