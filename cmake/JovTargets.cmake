@@ -1,6 +1,9 @@
 # What every target of the project shares: warnings, sanitizers, and one way to declare a library.
 
+include(${CMAKE_CURRENT_LIST_DIR}/JovHardening.cmake)
+
 add_library(jov_options INTERFACE)
+jov_hardening(jov_options)
 target_compile_options(jov_options INTERFACE
     -Wall -Wextra -Wshadow
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override>)

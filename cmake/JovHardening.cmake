@@ -1,0 +1,22 @@
+# What makes a fault in a program hard to use, and costs nothing measurable; and what keeps the programs small.
+#
+# jov_hardening(TARGET) gives the flags to an interface target, which hands them to all that link it.
+function(jov_hardening target)
+    target_compile_options(${target} INTERFACE
+        -fstack-protector-strong -ffunction-sections -fdata-sections)
+    target_link_options(${target} INTERFACE
+        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed)
+    # The checked forms of the C library's functions need an optimiser, and the sanitizers have checks of their own.
+    if(NOT JOV_SANITIZE AND NOT JOV_FUZZ)
+        target_compile_options(${target} INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+    endif()
+endfunction()
+
+# Position-independent code alone does not make the linker produce a position-independent program.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES C CXX)
+
+# The daemon shares a small flash with the platform, and what -O3 adds to -O2 is size.
+if(CMAKE_CXX_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
+    set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+endif()
