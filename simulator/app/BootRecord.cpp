@@ -22,10 +22,13 @@ void BootRecord::up(const QString &module)
     record.took = record.startedAt < 0 ? -1 : record.upAt - record.startedAt;
 }
 
-void BootRecord::down(const QString &module)
+void BootRecord::down(const QString &module, qint64 time)
 {
-    m_modules[module].upAt = -1;
-    m_modules[module].startedAt = -1;
+    Module &record = m_modules[module];
+    if (record.startedAt <= time) {
+        record.upAt = -1;
+        record.startedAt = -1;
+    }
 }
 
 void BootRecord::stepDone(const QString &step, qint64 took)

@@ -36,7 +36,8 @@ public:
 
     void started(const QString &module);
     void up(const QString &module);
-    void down(const QString &module);
+    /// It went down at `time`; older than its last start, that does not count.
+    void down(const QString &module, qint64 time);
     void stepDone(const QString &step, qint64 took);
     void complete() { m_duration = now(); }
 

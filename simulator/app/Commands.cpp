@@ -68,6 +68,7 @@ void Commands::next()
 
 void Commands::finish()
 {
+    m_narrator.catchUp(); // what the command led to comes before the next one
     m_isBusy = false;
     next();
 }
@@ -163,6 +164,7 @@ void Commands::tellState(const QString &module)
                 state = QStringLiteral("is now %1").arg(candidate.getState());
             }
         }
+        m_narrator.catchUp();
         m_narrator.tell(module, state);
         finish();
     });

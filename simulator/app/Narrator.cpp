@@ -75,6 +75,7 @@ void Narrator::heard(const QString &event, const QVariantMap &arguments)
         if (module.isNull()) {
             tell(supervisor, message, Tone::Faint);
         } else {
+            m_log.flush(); // a start comes after all that was logged before
             m_boot->started(module);
         }
     } else if (event == QLatin1String("end_of_init")) {
@@ -107,7 +108,7 @@ void Narrator::read(const DaemonLine &line)
         stepDone(line);
         break;
     case DaemonLine::Kind::Stopped:
-        m_boot->down(line.name);
+        m_boot->down(line.name, m_boot->at(line.time));
         told(line.name, QStringLiteral("stopped in %1 ms").arg(line.number), Tone::Plain);
         break;
     case DaemonLine::Kind::LaunchFailed:
@@ -115,7 +116,7 @@ void Narrator::read(const DaemonLine &line)
         told(line.name, line.text, Tone::Bad);
         break;
     case DaemonLine::Kind::Crashed:
-        m_boot->down(line.name);
+        m_boot->down(line.name, m_boot->at(line.time));
         m_crashedAt = line.time;
         told(line.name, QStringLiteral("crashed: the supervisor takes the terminal down"), Tone::Bad);
         break;
@@ -151,6 +152,7 @@ void Narrator::stepDone(const DaemonLine &line)
 
 void Narrator::requested(const QString &line)
 {
+    m_log.flush(); // why it is asked for was logged before
     const QStringList words = line.split(QLatin1Char('\t'));
     const QString who = words.constFirst();
     if (who == QLatin1String("jpg2fb")) {

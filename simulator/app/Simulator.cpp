@@ -103,7 +103,8 @@ void Simulator::begin()
                    Tone::Heading);
     if (m_crashIsDue && !files.stepOfModule.contains(m_options.crash)) {
         fail(QStringLiteral("--crash %1: the terminal has no such module. It has %2")
-                 .arg(m_options.crash, QStringList(files.stepOfModule.keys()).join(QStringLiteral(", "))));
+                 .arg(m_options.crash, QStringList(files.stepOfModule.keys()).join(QStringLiteral(", "))),
+             2);
         return;
     }
     if (!m_narrator.open()) {
@@ -211,7 +212,7 @@ void Simulator::takeStock(const ListApplicationConfig &modules)
 {
     for (const ApplicationConfig &module : modules) {
         if (module.getState() != QLatin1String("RUNNING")) {
-            m_narrator.boot().down(module.getName());
+            m_narrator.boot().down(module.getName(), m_narrator.boot().now());
         }
     }
     m_state = State::Up;
@@ -232,9 +233,10 @@ void Simulator::terminalUp()
         goDown(Then::End);
         return;
     }
-    if (!m_options.once) {
-        Summary::showWhatNext(m_display, m_prompt != nullptr);
+    if (!m_options.once && !m_wasUp) {
+        Summary::showWhatNext(m_display, m_narrator.boot(), m_prompt != nullptr);
     }
+    m_wasUp = true;
     m_commands.setTerminalUp(true);
 }
 
@@ -323,10 +325,10 @@ void Simulator::killDaemon()
     m_keeper.signal(daemonProcess, SIGKILL);
 }
 
-void Simulator::fail(const QString &text)
+void Simulator::fail(const QString &text, int status)
 {
     m_display.noBottomLine();
     m_display.line(text, Tone::Bad);
-    m_status = 1;
+    m_status = status;
     Q_EMIT finished(m_status);
 }

@@ -55,7 +55,7 @@ private:
     void giveUp();
     void goDown(Then then);
     void killDaemon();
-    void fail(const QString &text);
+    void fail(const QString &text, int status = 1);
 
     const Options m_options;
     const TerminalRoot &m_root;
@@ -70,6 +70,7 @@ private:
     Then m_then = Then::End;
     int m_status = 0;
     int m_busTries = 0;
+    bool m_wasUp = false;
     bool m_crashIsDue = false;
     bool m_rebootIsDue = false;
     qint64 m_endOfInitAt = 0;

@@ -67,15 +67,28 @@ void Summary::show(Display &display, const BootRecord &boot)
     display.line(QString());
 }
 
-void Summary::showWhatNext(Display &display, bool hasPrompt)
+void Summary::showWhatNext(Display &display, const BootRecord &boot, bool hasPrompt)
 {
+    const QString gate = QStringLiteral("JovGate");
+    QString any = QStringLiteral("jovaudio");
+    if (!boot.modules().contains(any)) {
+        any = boot.modules().isEmpty() ? QStringLiteral("NAME") : boot.modules().lastKey();
+    }
+    const auto offer = [&display, hasPrompt](const QString &command, const char *what) {
+        display.line(QStringLiteral("  %1%2 %3")
+                         .arg(hasPrompt ? QString() : QStringLiteral("--"),
+                              command.leftJustified(20), QLatin1String(what)));
+    };
+    display.line(hasPrompt ? QStringLiteral("Try next:") : QStringLiteral("Try next, as options:"));
+    offer(QStringLiteral("crash ") + any, "the logs are archived, and the terminal reboots");
+    if (boot.modules().contains(gate)) {
+        offer(QStringLiteral("crash ") + gate, "a picture comes on the screen before it does");
+    }
     if (hasPrompt) {
-        display.line(QStringLiteral("Try next:  crash jovaudio      the logs are archived, the terminal reboots"));
-        display.line(QStringLiteral("           crash JovGate       a picture comes on the screen before it does"));
-        display.line(QStringLiteral("           restart kelmmi      one module alone"));
-        display.line(QStringLiteral("           list, help, quit"));
+        offer(QStringLiteral("restart ") + any, "one module alone");
+        offer(QStringLiteral("list, help, quit"), "");
     } else {
-        display.line(QStringLiteral("Try next:  --crash jovaudio, --crash JovGate, --terminal leak --watchdog-minute 2000"));
+        offer(QStringLiteral("terminal leak --watchdog-minute 2000"), "");
     }
     display.line(QStringLiteral("Ctrl-C stops everything in order."));
     display.line(QString());
