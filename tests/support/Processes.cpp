@@ -1,0 +1,87 @@
+#include "Processes.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+const QString moduleOption = QStringLiteral("--moduleName=");
+
+QByteArray procFile(pid_t pid, const QByteArray &name)
+{
+    QFile file(QStringLiteral("/proc/%1/%2").arg(pid).arg(QString::fromLatin1(name)));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QList<pid_t> childrenOf(pid_t pid)
+{
+    QList<pid_t> children;
+    const QStringList tasks =
+        QDir(QStringLiteral("/proc/%1/task").arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &task : tasks) {
+        const QByteArray file = "task/" + task.toLatin1() + "/children";
+        const QList<QByteArray> words = procFile(pid, file).simplified().split(' ');
+        for (const QByteArray &word : words) {
+            if (!word.isEmpty()) {
+                children << word.toInt();
+            }
+        }
+    }
+    return children;
+}
+
+} // namespace
+
+QList<Processes::Process> Processes::below(pid_t ancestor)
+{
+    QList<Process> found;
+    const QList<pid_t> children = childrenOf(ancestor);
+    for (const pid_t child : children) {
+        // A zombie has no command line any more.
+        const QByteArray words = procFile(child, "cmdline").replace('\0', ' ').trimmed();
+        if (!words.isEmpty()) {
+            found << Process{child, QString::fromLocal8Bit(words)};
+        }
+        found << below(child);
+    }
+    return found;
+}
+
+QMap<QString, QList<pid_t>> Processes::modulesBelow(pid_t ancestor)
+{
+    QMap<QString, QList<pid_t>> modules;
+    const QList<Process> processes = below(ancestor);
+    for (const Process &process : processes) {
+        const int option = process.commandLine.indexOf(moduleOption);
+        if (option >= 0) {
+            modules[process.commandLine.mid(option + moduleOption.size()).section(QLatin1Char(' '), 0, 0)]
+                << process.pid;
+        }
+    }
+    return modules;
+}
+
+QMap<int, QString> Processes::descriptors(pid_t pid)
+{
+    QMap<int, QString> open;
+    const QString folder = QStringLiteral("/proc/%1/fd").arg(pid);
+    const QStringList numbers = QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    for (const QString &number : numbers) {
+        open.insert(number.toInt(),
+                    QFile::symLinkTarget(folder + QLatin1Char('/') + number).section(QLatin1Char('/'), -1));
+    }
+    return open;
+}
+
+qint64 Processes::figure(pid_t pid, const char *file, const char *field)
+{
+    qint64 sum = -1;
+    const QList<QByteArray> lines = procFile(pid, file).split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith(QByteArray(field) + ':')) {
+            sum = qMax<qint64>(sum, 0) + line.mid(int(qstrlen(field)) + 1).simplified().split(' ').first().toLongLong();
+        }
+    }
+    return sum;
+}

@@ -1,0 +1,33 @@
+#ifndef PROCESSES_H
+#define PROCESSES_H
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+#include <sys/types.h>
+
+/// What `/proc` tells about the living processes below this one; zombies do not count.
+namespace Processes {
+
+struct Process
+{
+    pid_t pid = 0;
+    QString commandLine; ///< words joined by blanks
+};
+
+/// All descendants of `ancestor`, parents before children.
+[[nodiscard]] QList<Process> below(pid_t ancestor);
+
+/// The modules among them by the name that they were given, with every process that plays it.
+[[nodiscard]] QMap<QString, QList<pid_t>> modulesBelow(pid_t ancestor);
+
+/// What each open descriptor of a process is, by number.
+[[nodiscard]] QMap<int, QString> descriptors(pid_t pid);
+
+/// The number behind "FIELD:" in `/proc/PID/FILE`, over all such lines; -1 when there is none.
+[[nodiscard]] qint64 figure(pid_t pid, const char *file, const char *field);
+
+} // namespace Processes
+
+#endif

@@ -1,0 +1,108 @@
+#ifndef TERMINAL_H
+#define TERMINAL_H
+
+#include "PrivateBus.h"
+#include "Processes.h"
+#include "RootDir.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QObject>
+#include <QProcess>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <functional>
+
+/**
+ * A terminal for a test: files under a root of its own, a bus of its own, and the real daemon with real modules.
+ *
+ * It is described by lines, a step or a module each; every module is a sample module that plays what its arguments say:
+ *
+ *     step NAME VALUE [home]
+ *     MODULE STEP [<DEPENDENCY,DEPENDENCY...] [ARGUMENT...]
+ *
+ * The files can be changed before start(). The destructor ends what still runs, and fails the test when the daemon,
+ * once it had ended, left a process behind. Waits poll with the event loop turning, 15 s at most.
+ */
+class Terminal : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Terminal(const char *description);
+    ~Terminal() override;
+
+    RootDir root;
+    PrivateBus bus;
+
+    /// Another program in the place of the daemon; before start().
+    void setDaemon(const QString &program) { m_program = program; }
+    /// A variable for the daemon; before start().
+    void setVariable(const QString &name, const QString &value) { m_variables.insert(name, value); }
+    void addModule(const QString &name, const QString &step, const QStringList &dependencies = {},
+                   const QStringList &arguments = {});
+
+    /// In the foreground.
+    void start();
+    /// Starts it in daemon mode and waits for the exit status of the process that was started.
+    int startDaemon(const QStringList &arguments = {});
+    /// The daemon's process id; 0 when there is none.
+    [[nodiscard]] pid_t pid() const;
+    /// What the started process has written to its standard streams.
+    [[nodiscard]] QByteArray output();
+    /// Sends the signal, when it is not 0, and waits for the end: the exit status, 128 + the signal that ended it, or
+    /// -1 when the daemon still runs after 15 s.
+    int end(int signal);
+
+    /// The reply of a bus method as text: its value, "" when it has none, or the error's name.
+    QString call(const QString &method, const QVariantList &arguments = {});
+    QDBusMessage send(const QString &method, const QVariantList &arguments = {}, int limit = 25000);
+    QDBusPendingCall sendAsync(const QString &method, const QVariantList &arguments = {});
+    /// Sends an event as any component could.
+    void notify(const QString &name, const QVariantMap &arguments = {});
+    [[nodiscard]] QDBusConnection connection() const { return QDBusConnection(m_connectionName); }
+    /// The events of others so far: "NAME" or "NAME ARGUMENT=VALUE...".
+    [[nodiscard]] QStringList events() const { return m_events; }
+    void forgetEvents() { m_events.clear(); }
+    /// A new connection after the bus was away.
+    void reconnect();
+
+    /// "NAME:STATE NAME:STATE ...", by name; empty when nobody answers.
+    QString states();
+    /// The living processes of the daemon's modules.
+    [[nodiscard]] QMap<QString, QList<pid_t>> modules() const { return Processes::modulesBelow(pid()); }
+
+    /// The log's lines without their time, "LEVEL TEXT", from line `from` on.
+    [[nodiscard]] QStringList log(int from = 0) const;
+    [[nodiscard]] int logCount(const QString &text, int from = 0) const;
+
+    static bool wait(const std::function<bool()> &reached, int limit = 15000);
+    bool waitForStates(const QString &expected);
+    bool waitForLog(const QString &text, int from = 0);
+    bool waitForEvent(const QString &event);
+    /// Until the state is the same for every module.
+    bool waitForAll(const QString &state);
+
+public Q_SLOTS:
+    void eventReceived(const QString &name, const QVariantMap &arguments);
+
+Q_SIGNALS:
+    /// For every event as it arrives, so that a test can answer.
+    void event(const QString &name);
+
+private:
+    void layOut(const QString &description);
+    void launch(const QStringList &arguments);
+    [[nodiscard]] QStringList leftBehind() const;
+
+    QString m_program;
+    QMap<QString, QString> m_variables;
+    QProcess m_process;
+    pid_t m_daemonPid = 0; ///< in daemon mode
+    QString m_connectionName;
+    QStringList m_events;
+};
+
+#endif
