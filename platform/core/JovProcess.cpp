@@ -23,6 +23,20 @@ bool isOpen(int descriptor)
     return flags >= 0 && !(flags & O_PATH);
 }
 
+/// The wait status. A command that somebody stops is told to go on: the caller would stand still with it.
+int waitForEnd(pid_t pid)
+{
+    int status = -1;
+    for (;;) {
+        const pid_t changed = waitpid(pid, &status, WUNTRACED);
+        if (changed == pid && WIFSTOPPED(status)) {
+            kill(pid, SIGCONT);
+        } else if (changed == pid || errno != EINTR) {
+            return status;
+        }
+    }
+}
+
 /// The caller's environment; under another root, commands are looked for there first.
 class Environment
 {
@@ -129,10 +143,8 @@ int qor_system(const QByteArray &commandLine)
     char *arguments[] = {shell, option, command.data(), nullptr};
     Environment environment;
     pid_t pid = 0;
-    int status = -1;
-    if (posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environment.data()) == 0) {
-        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) { }
-    }
+    const bool spawned = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environment.data()) == 0;
+    const int status = spawned ? waitForEnd(pid) : -1;
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return status;
