@@ -17,7 +17,6 @@ const QString manager = QStringLiteral("ApplicationManager");
 const QString moduleDirectory = QStringLiteral("/usr/lib/JovApplication/");
 const QString configDirectory = QStringLiteral("/etc/JovApplication/module/");
 const QString logFile = QStringLiteral("/var/log/daemon.log");
-const QString pidFile = QStringLiteral("/daemon.pid");
 
 QDBusMessage methodCall(const QString &method, const QVariantList &arguments)
 {
@@ -139,10 +138,16 @@ void Terminal::start()
 
 int Terminal::startDaemon(const QStringList &arguments)
 {
-    launch(QStringList(QStringLiteral("--pidFile=") + root.path(pidFile)) + arguments);
-    wait([this] { return m_process.state() == QProcess::NotRunning; });
-    m_daemonPid = root.read(pidFile).trimmed().toInt();
-    return m_process.state() == QProcess::NotRunning ? m_process.exitCode() : -1;
+    launch(arguments);
+    const bool ended = wait([this] { return m_process.state() == QProcess::NotRunning; });
+    // Its parent gone, the daemon is a child of ours.
+    const QList<Processes::Process> processes = Processes::below(getpid());
+    for (const Processes::Process &process : processes) {
+        if (process.commandLine.startsWith(m_program) && process.pid != m_process.processId()) {
+            m_daemonPid = process.pid;
+        }
+    }
+    return ended ? m_process.exitCode() : -1;
 }
 
 pid_t Terminal::pid() const
