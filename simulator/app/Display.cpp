@@ -69,9 +69,12 @@ void Display::progress(int done, int total, const QString &text)
     }
     const int filled = total > 0 ? qMin(barWidth, done * barWidth / total) : 0;
     const QString bar = QString(filled, QLatin1Char('#')) + QString(barWidth - filled, QLatin1Char('-'));
-    erase();
-    m_bottom = QStringLiteral("[%1] %2/%3  %4").arg(bar).arg(done).arg(total).arg(text).left(width() - 1);
-    draw();
+    const QString line = QStringLiteral("[%1] %2/%3  %4").arg(bar).arg(done).arg(total).arg(text).left(width() - 1);
+    if (line != m_bottom) {
+        erase();
+        m_bottom = line;
+        draw();
+    }
 }
 
 void Display::prompt()

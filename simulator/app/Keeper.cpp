@@ -57,8 +57,7 @@ void redirectStreams(const char *output)
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
     const int error = errno;
-    static_cast<void>(write(failure, &error, sizeof error));
-    _exit(127);
+    _exit(write(failure, &error, sizeof error) > 0 ? 127 : 126);
 }
 
 } // namespace

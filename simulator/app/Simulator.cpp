@@ -235,6 +235,8 @@ void Simulator::terminalUp()
     }
     if (!m_options.once && !m_wasUp) {
         Summary::showWhatNext(m_display, m_narrator.boot(), m_prompt != nullptr);
+        m_display.line(QStringLiteral("For other programs this terminal is the bus\n"
+                                      "  export DBUS_SYSTEM_BUS_ADDRESS=unix:path=%1\n").arg(m_root.busSocket()));
     }
     m_wasUp = true;
     m_commands.setTerminalUp(true);

@@ -58,6 +58,12 @@ void Summary::show(Display &display, const BootRecord &boot)
                          .arg(seconds(boot.duration()), missing.join(QStringLiteral(", "))),
                      Tone::Bad);
     }
+    if (boot.files().target < TerminalFiles::goesOn) {
+        display.line(QStringLiteral("The step file holds the boot at step %1; the command \"step %2\" leads it on.")
+                         .arg(boot.files().target)
+                         .arg(boot.files().target + 1),
+                     Tone::Notice);
+    }
     display.line(QString());
     row(QStringLiteral("step"), QStringLiteral("value"), QStringLiteral("modules"), QStringLiteral("took"), Tone::Faint);
     for (const BootRecord::Step &step : boot.steps()) {
