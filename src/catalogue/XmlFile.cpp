@@ -1,5 +1,7 @@
 #include "XmlFile.h"
 
+#include "XmlMarkup.h"
+
 #include <QFile>
 #include <QXmlStreamReader>
 
@@ -11,7 +13,7 @@
 
 namespace {
 
-constexpr qint64 maxFileSize = 1024 * 1024;
+constexpr qint64 maxFileSize = qint64(1024) * 1024;
 constexpr int maxDepth = 256;
 constexpr int maxExpandedSize = 4 * 1024 * 1024; // characters that all entity references together may become
 constexpr int shortestReference = 3; // "&a;"
@@ -94,6 +96,10 @@ XmlFile readXmlFile(const QString &path, const QString &documentName)
     }
     if (bytes.size() > maxFileSize) {
         return failure(XmlFile::Result::NotParsable, QStringLiteral("the file is larger than 1 MiB"));
+    }
+    const QString excess = xmlMarkupExcess(bytes);
+    if (!excess.isEmpty()) {
+        return failure(XmlFile::Result::NotParsable, excess);
     }
     XmlFile file = check(bytes);
     if (file.result != XmlFile::Result::Ok) {
