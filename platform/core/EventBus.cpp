@@ -1,10 +1,10 @@
 #include "EventBus.h"
 
 #include "BusNames.h"
+#include "EventValue.h"
 #include "Log.h"
 
-#include <QDBusError>
-#include <QDBusMetaType>
+#include <QDBusArgument>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -12,206 +12,119 @@
 namespace {
 
 constexpr int mostOwnRules = 32;
-constexpr int retryInterval = 1000;
-
 const QString eventSignature = QStringLiteral("sa{sv}");
 
-bool isPlain(const QString &name)
+/// Whether the name can stand in a match rule as it is. A rule of more than 1,024 bytes is refused, silently for us.
+bool fitsRule(const QString &name)
 {
-    static const QRegularExpression plain(QStringLiteral("\\A[A-Za-z0-9_.-]+\\z"));
+    static const QRegularExpression plain(QStringLiteral("\\A[A-Za-z0-9_.-]{1,255}\\z"));
     return plain.match(name).hasMatch();
 }
 
-/// Nothing is exported for a class without scriptable slots, so that an adaptor alone is what a bus browser sees.
-QDBusConnection::RegisterOptions exportOf(const QObject *object)
+QString nameOf(const QDBusMessage &message)
 {
-    const QMetaObject *type = object->metaObject();
-    for (int i = QObject::staticMetaObject.methodCount(); i < type->methodCount(); ++i) {
-        if (type->method(i).attributes() & QMetaMethod::Scriptable) {
-            return QDBusConnection::ExportAdaptors | QDBusConnection::ExportScriptableContents;
-        }
-    }
-    return QDBusConnection::ExportAdaptors;
+    return message.arguments().value(0).toString();
 }
 
-QString newConnectionName(const QString &component)
+// One rule and one hook of QtDBus; an empty `match` stands for all events.
+void connectEvents(QDBusConnection connection, const QStringList &match, QObject *receiver, const char *slot)
 {
-    static int count = 0;
-    return QStringLiteral("%1-%2").arg(component).arg(++count);
+    connection.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), match, eventSignature,
+                       receiver, slot);
+}
+
+void disconnectEvents(QDBusConnection connection, const QStringList &match, QObject *receiver, const char *slot)
+{
+    connection.disconnect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), match,
+                          eventSignature, receiver, slot);
 }
 
 } // namespace
 
 EventBus::EventBus(const QString &component, QObject *object)
-    : m_component(component)
-    , m_object(object)
-    , m_connection(QString())
+    : m_link(component, object)
 {
-    m_retry.setInterval(retryInterval);
-    connect(&m_retry, &QTimer::timeout, this, &EventBus::reopen);
-}
-
-EventBus::~EventBus()
-{
-    close();
-}
-
-bool EventBus::open()
-{
-    m_connectionName = newConnectionName(m_component);
-    m_connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, m_connectionName);
-    if (!m_connection.isConnected()) {
-        m_errorText = m_connection.lastError().message();
-        close();
-        return false;
-    }
-    m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                         QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                         SLOT(lost()));
-    const QStringList names = m_subscriptions.names();
-    for (const QString &name : names) {
-        matchName(name);
-    }
-    return true;
-}
-
-bool EventBus::takeName()
-{
-    // The object first: a name on the bus means an object that answers.
-    if (!m_connection.registerObject(BusNames::object(m_component), m_object, exportOf(m_object))) {
-        m_errorText = QStringLiteral("the object %1 cannot be served").arg(BusNames::object(m_component));
-        return false;
-    }
-    if (!m_connection.registerService(BusNames::service(m_component))) {
-        const QString reason = m_connection.lastError().message();
-        m_errorText = reason.isEmpty()
-            ? QStringLiteral("the bus name %1 is already owned: is another one running?")
-                  .arg(BusNames::service(m_component))
-            : QStringLiteral("the bus name %1 cannot be taken: %2").arg(BusNames::service(m_component), reason);
-        m_connection.unregisterObject(BusNames::object(m_component));
-        return false;
-    }
-    m_wantsName = true;
-    return true;
-}
-
-void EventBus::close()
-{
-    m_connection = QDBusConnection(QString());
-    if (!m_connectionName.isEmpty()) {
-        QDBusConnection::disconnectFromBus(m_connectionName);
-        m_connectionName.clear();
-    }
-    m_ownRules.clear();
-    m_matchesAll = false;
-}
-
-void EventBus::lost()
-{
-    if (m_retry.isActive()) {
-        return;
-    }
-    Log::error("%1: the bus is lost, trying again every second", m_component);
-    m_retry.start();
-}
-
-void EventBus::reopen()
-{
-    close();
-    if (!open() || (m_wantsName && !takeName())) {
-        Log::debug("%1: %2", m_component, m_errorText);
-        return;
-    }
-    m_retry.stop();
-    Log::info("%1: the bus is there again", m_component);
-}
-
-bool EventBus::subscribe(const QString &name, QObject *receiver, const char *slot)
-{
-    const bool isNew = !m_subscriptions.contains(name);
-    if (!m_subscriptions.add(name, receiver, slot)) {
-        return false;
-    }
-    if (isNew && m_connection.isConnected()) {
-        matchName(name);
-    }
-    return true;
-}
-
-bool EventBus::unsubscribe(const QString &name, QObject *receiver, const char *slot)
-{
-    const bool removed = m_subscriptions.remove(name, receiver, slot);
-    if (removed && !m_subscriptions.contains(name) && m_ownRules.remove(name)) {
-        switchRule(name, false);
-    }
-    return removed;
-}
-
-void EventBus::matchName(const QString &name)
-{
-    if (m_matchesAll || m_ownRules.contains(name)) {
-        return;
-    }
-    if (isPlain(name) && m_ownRules.size() < mostOwnRules) {
-        m_ownRules.insert(name);
-        switchRule(name, true);
-    } else {
-        matchAll();
-    }
-}
-
-bool EventBus::switchRule(const QString &name, bool on)
-{
-    const QString interface = BusNames::eventInterface();
-    const QString member = BusNames::eventMember();
-    const char *slot = SLOT(ownRuleEvent(QDBusMessage));
-    return on ? m_connection.connect(QString(), QString(), interface, member, {name}, eventSignature, this, slot)
-              : m_connection.disconnect(QString(), QString(), interface, member, {name}, eventSignature, this, slot);
-}
-
-void EventBus::matchAll()
-{
-    m_matchesAll = true;
-    m_connection.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), QStringList(),
-                         eventSignature, this, SLOT(anyEvent(QDBusMessage)));
-}
-
-void EventBus::ownRuleEvent(const QDBusMessage &message)
-{
-    deliver(message);
-}
-
-void EventBus::anyEvent(const QDBusMessage &message)
-{
-    if (!m_ownRules.contains(message.arguments().value(0).toString())) {
-        deliver(message);
-    }
-}
-
-void EventBus::deliver(const QDBusMessage &message)
-{
-    const QString name = message.arguments().value(0).toString();
-    if (message.signature() != eventSignature || !m_subscriptions.contains(name)) {
-        return;
-    }
-    m_subscriptions.deliver(JovEvent(name, qdbus_cast<QVariantMap>(message.arguments().at(1))));
+    connect(&m_link, &BusLink::opened, this, &EventBus::takeRules);
+    connect(&m_link, &BusLink::closed, this, &EventBus::forgetRules);
+    connect(&m_subscriptions, &EventSubscriptions::nameTaken, this, &EventBus::takeRule);
+    connect(&m_subscriptions, &EventSubscriptions::nameGone, this, &EventBus::dropRule);
 }
 
 bool EventBus::send(const QDBusMessage &message) const
 {
-    return m_connection.isConnected() && m_connection.send(message);
+    return m_link.isOpen() && canTravel(message) && m_link.connection().send(message);
 }
 
-QString BusNames::element(const QString &component)
+bool EventBus::canTravel(const QDBusMessage &message)
 {
-    QString element = component;
-    const auto isPlainCharacter = [](QChar c) {
-        return c == QLatin1Char('_') || (c.unicode() < 128 && c.isLetterOrNumber());
-    };
-    std::replace_if(
-        element.begin(), element.end(), [&](QChar c) { return !isPlainCharacter(c); }, QLatin1Char('_'));
-    if (!element.isEmpty() && element.at(0).isDigit()) {
-        element.prepend(QLatin1Char('_'));
+    const QVariantList arguments = message.arguments();
+    return std::all_of(arguments.cbegin(), arguments.cend(),
+                       [](const QVariant &argument) { return EventValue::canTravel(argument); });
+}
+
+void EventBus::takeRules()
+{
+    const QStringList names = m_subscriptions.names();
+    for (const QString &name : names) {
+        takeRule(name);
     }
-    return element;
+}
+
+void EventBus::forgetRules()
+{
+    m_ownNames.clear();
+    m_sharedNames.clear();
+}
+
+void EventBus::takeRule(const QString &name)
+{
+    if (!m_link.isOpen()) {
+        return;
+    }
+    if (fitsRule(name) && m_ownNames.size() < mostOwnRules) {
+        m_ownNames.insert(name);
+        connectEvents(m_link.connection(), {name}, this, SLOT(slot_ownEvent(QDBusMessage)));
+        return;
+    }
+    if (m_sharedNames.isEmpty()) {
+        connectEvents(m_link.connection(), {}, this, SLOT(slot_anyEvent(QDBusMessage)));
+    }
+    m_sharedNames.insert(name);
+}
+
+void EventBus::dropRule(const QString &name)
+{
+    if (m_ownNames.remove(name)) {
+        disconnectEvents(m_link.connection(), {name}, this, SLOT(slot_ownEvent(QDBusMessage)));
+    } else if (m_sharedNames.remove(name) && m_sharedNames.isEmpty()) {
+        disconnectEvents(m_link.connection(), {}, this, SLOT(slot_anyEvent(QDBusMessage)));
+    }
+}
+
+void EventBus::slot_ownEvent(const QDBusMessage &message)
+{
+    const QString name = nameOf(message);
+    if (m_ownNames.contains(name)) {
+        deliver(name, message);
+    }
+}
+
+void EventBus::slot_anyEvent(const QDBusMessage &message)
+{
+    const QString name = nameOf(message);
+    if (!m_ownNames.contains(name)) {
+        deliver(name, message);
+    }
+}
+
+void EventBus::deliver(const QString &name, const QDBusMessage &message)
+{
+    if (!m_subscriptions.contains(name)) {
+        return;
+    }
+    if (message.signature() != eventSignature) {
+        Log::debug("event %1 of %2 has the signature %3: ignored", name, message.service(), message.signature());
+        return;
+    }
+    m_subscriptions.deliver(JovEvent(name, qdbus_cast<QVariantMap>(message.arguments().at(1))));
 }

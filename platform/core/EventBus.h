@@ -1,22 +1,21 @@
 #ifndef EVENT_BUS_H
 #define EVENT_BUS_H
 
+#include "BusLink.h"
 #include "EventSubscriptions.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
 #include <QSet>
-#include <QTimer>
 
 /**
- * A component's connection to the bus: its name and object, its events, and all of it again after the bus was lost.
+ * The events of a component, and its link to the bus that they come over.
  *
  * Which events the bus daemon passes on is a trade. While the component subscribes to few names each has a match rule
  * of its own, and nobody else's events wake it. The system bus allows 512 rules a connection, and QtDBus writes the
  * name into the rule neither escaped nor as UTF-8, so past thirty-two names, and for any name that is not plain ASCII,
- * one rule brings all events and the look-up is ours. A name keeps the rule that it has; an event that has one is taken
- * from it alone, so none is lost or doubled when the other rule comes.
+ * one rule brings all events and the look-up is ours. A name keeps the rule that it was given; an event whose name has
+ * one of its own is taken from that one alone, so none is lost or doubled when the other rule comes or goes.
  */
 class EventBus : public QObject
 {
@@ -25,43 +24,30 @@ class EventBus : public QObject
 public:
     /// `component` is the component's name, `object` what is served under it.
     EventBus(const QString &component, QObject *object);
-    ~EventBus() override;
 
-    /// Connects and takes the subscriptions up. False, with the reason in errorText(), without a bus.
-    bool open();
-    /// Serves the object and takes the name, from now on also after a loss. False when somebody else owns it.
-    bool takeName();
-    [[nodiscard]] QString errorText() const { return m_errorText; }
-    [[nodiscard]] bool isConnected() const { return m_connection.isConnected(); }
-    [[nodiscard]] QDBusConnection connection() const { return m_connection; }
-
-    bool subscribe(const QString &name, QObject *receiver, const char *slot);
-    bool unsubscribe(const QString &name, QObject *receiver, const char *slot);
+    [[nodiscard]] BusLink &link() { return m_link; }
+    [[nodiscard]] const BusLink &link() const { return m_link; }
+    [[nodiscard]] EventSubscriptions &subscriptions() { return m_subscriptions; }
+    /// Whether D-Bus can carry all its arguments.
+    [[nodiscard]] static bool canTravel(const QDBusMessage &message);
+    /// False without a bus, and when the message holds what cannot travel.
     bool send(const QDBusMessage &message) const;
 
 private Q_SLOTS:
-    void ownRuleEvent(const QDBusMessage &message);
-    void anyEvent(const QDBusMessage &message);
-    void lost();
-    void reopen();
+    void slot_ownEvent(const QDBusMessage &message);
+    void slot_anyEvent(const QDBusMessage &message);
 
 private:
-    void close();
-    void matchName(const QString &name);
-    void matchAll();
-    bool switchRule(const QString &name, bool on);
-    void deliver(const QDBusMessage &message);
+    void takeRules();
+    void forgetRules();
+    void takeRule(const QString &name);
+    void dropRule(const QString &name);
+    void deliver(const QString &name, const QDBusMessage &message);
 
-    const QString m_component;
-    QObject *const m_object;
     EventSubscriptions m_subscriptions;
-    QSet<QString> m_ownRules; ///< names with a match rule of their own
-    bool m_matchesAll = false;
-    bool m_wantsName = false;
-    QDBusConnection m_connection;
-    QString m_connectionName;
-    QString m_errorText;
-    QTimer m_retry;
+    QSet<QString> m_ownNames; ///< names with a match rule of their own
+    QSet<QString> m_sharedNames; ///< names behind the rule for all events, which is there while this is not empty
+    BusLink m_link;
 };
 
 #endif

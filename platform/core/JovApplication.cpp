@@ -5,11 +5,15 @@
 #include "JovModule.h"
 #include "Log.h"
 
-#include <memory>
+#include <QThread>
+
+#include <csignal>
 
 JovApplication::JovApplication(int &argc, char **argv)
     : QCoreApplication(argc, argv)
 {
+    // A reader of our standard error that goes away must not end the component.
+    std::signal(SIGPIPE, SIG_IGN);
     logger();
 }
 
@@ -27,68 +31,91 @@ void JovApplication::setModule(JovModule *module)
 
 int JovApplication::exec()
 {
+    m_lifeBegun = false;
     QMetaObject::invokeMethod(this, &JovApplication::runLife, Qt::QueuedConnection);
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    if (m_module) {
+        m_module->m_bus->link().close();
+    }
+    return status;
 }
 
 void JovApplication::runLife()
 {
-    struct Operation
-    {
-        const char *name;
-        bool (JovModule::*run)();
-    };
-    static constexpr Operation beforeName[] = {
-        {"check", &JovModule::check}, {"deploy", &JovModule::deploy}, {"init", &JovModule::init}};
-
     if (!m_module || m_module->isExiting()) {
         return;
     }
-    EventBus &bus = *m_module->m_bus;
-    if (!bus.open()) {
-        fail(QStringLiteral("no bus: %1").arg(bus.errorText()));
+    BusLink &link = m_module->m_bus->link();
+    if (!link.open()) {
+        fail(QStringLiteral("no bus: %1").arg(link.errorText()));
         return;
     }
     m_lifeBegun = true;
-    for (const Operation &operation : beforeName) {
-        if (!(m_module->*operation.run)()) {
-            fail(QStringLiteral("%1 failed").arg(QLatin1String(operation.name)));
-            return;
-        }
-        if (m_module->isExiting()) {
-            return;
-        }
-    }
-    if (!bus.takeName()) {
-        fail(bus.errorText());
+    if (!run("check", &JovModule::check) || !run("deploy", &JovModule::deploy) || !run("init", &JovModule::init)) {
         return;
     }
-    if (!m_module->init_step()) {
-        fail(QStringLiteral("init_step failed"));
+    if (!link.takeName()) {
+        fail(link.errorText());
+        return;
     }
+    run("init_step", &JovModule::init_step);
+}
+
+bool JovApplication::run(const char *name, bool (JovModule::*operation)())
+{
+    const bool succeeded = attempt(operation);
+    // Once the end is queued, what an interrupted operation says no longer matters.
+    if (!succeeded && !m_module->isExiting()) {
+        fail(QStringLiteral("%1 failed").arg(QLatin1String(name)));
+    }
+    return succeeded && !m_module->isExiting();
+}
+
+bool JovApplication::attempt(bool (JovModule::*operation)())
+{
+    try {
+        return (m_module->*operation)();
+    } catch (JovException *thrown) { // NOLINT(misc-throw-by-value-catch-by-reference): the platform throws pointers
+        logAndDelete(thrown);
+    }
+    return false;
 }
 
 void JovApplication::fail(const QString &what)
 {
     Log::error("%1: %2", m_module->getModuleName(), what);
+    // An exit() from now on finds nothing to end: the process goes with the status of the failure.
+    m_module->m_exiting = true;
     exit(1);
 }
 
-void JovApplication::endLife()
+void JovApplication::end()
 {
     if (m_lifeBegun && m_module) {
-        m_module->stop();
+        m_lifeBegun = false;
+        if (!attempt(&JovModule::stop)) {
+            Log::error("%1: stop failed", m_module->getModuleName());
+        }
     }
     exit(0);
 }
 
 bool JovApplication::notify(QObject *receiver, QEvent *event)
 {
+    if (QThread::currentThread() != thread()) {
+        return QCoreApplication::notify(receiver, event);
+    }
+    // QtDBus points the module's call context at its own stack while a slot runs; an exception jumps over the line that
+    // puts it back.
+    JovModule *const module = m_module;
+    const QDBusContext context = module ? static_cast<const QDBusContext &>(*module) : QDBusContext();
     try {
         return QCoreApplication::notify(receiver, event);
-    } catch (JovException *thrown) {
-        const std::unique_ptr<JovException> exception(thrown);
-        Log::error("%1", exception->message());
+    } catch (JovException *thrown) { // NOLINT(misc-throw-by-value-catch-by-reference): the platform throws pointers
+        logAndDelete(thrown);
+        if (module && module == m_module) {
+            static_cast<QDBusContext &>(*module) = context;
+        }
     }
     return false;
 }

@@ -33,8 +33,12 @@ private:
 
     void setModule(JovModule *module);
     void runLife();
+    /// One operation of the life; false when the life does not go on.
+    bool run(const char *name, bool (JovModule::*operation)());
+    bool attempt(bool (JovModule::*operation)());
     void fail(const QString &what);
-    void endLife();
+    /// stop() if check() was ever called, then the end of the loop.
+    void end();
 
     JovModule *m_module = nullptr;
     bool m_lifeBegun = false;

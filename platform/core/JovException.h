@@ -27,4 +27,7 @@ private:
     QString m_message;
 };
 
+/// For whoever catches one and has nothing better to do: writes its message as an error line, and deletes it.
+void logAndDelete(JovException *thrown);
+
 #endif

@@ -4,7 +4,9 @@
 #include "EventBus.h"
 #include "JovApplication.h"
 #include "JovException.h"
-#include "PlatformIni.h"
+#include "SettingsParam.h"
+
+#include <QDBusError>
 
 namespace {
 
@@ -34,24 +36,25 @@ JovModule::JovModule(const QString &moduleName, QObject *parent)
 
 JovModule::~JovModule()
 {
-    if (JovApplication *application = JovApplication::instance()) {
+    JovApplication *application = JovApplication::instance();
+    if (application && application->m_module == this) {
         application->setModule(nullptr);
     }
 }
 
 QMap<QString, QString> JovModule::getParameters() const
 {
-    return PlatformIni::section(m_moduleName);
+    return settings_get_section(m_moduleName);
 }
 
 bool JovModule::subscribeEvent(const QString &name, QObject *receiver, const char *slot)
 {
-    return m_bus->subscribe(name, receiver, slot);
+    return m_bus->subscriptions().add(name, receiver, slot);
 }
 
 bool JovModule::unsubscribeEvent(const QString &name, QObject *receiver, const char *slot)
 {
-    return m_bus->unsubscribe(name, receiver, slot);
+    return m_bus->subscriptions().remove(name, receiver, slot);
 }
 
 bool JovModule::notifyEvent(const JovEvent &event)
@@ -69,11 +72,16 @@ bool JovModule::notifyEvent(const QString &name, const QVariantMap &arguments)
 
 QDBusMessage JovModule::syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
 {
-    if (!m_bus->isConnected()) {
+    if (!m_bus->link().isOpen()) {
         throw new JovException(this, JovException::BusUnavailable,
                                QStringLiteral("no bus to call %1 of %2").arg(method, component));
     }
-    return m_bus->connection().call(methodCall(component, method, arguments), QDBus::Block, replyLimit);
+    const QDBusMessage call = methodCall(component, method, arguments);
+    if (!EventBus::canTravel(call)) {
+        return call.createErrorReply(QDBusError::InvalidArgs,
+                                     QStringLiteral("an argument of %1 cannot travel on the bus").arg(method));
+    }
+    return m_bus->link().connection().call(call, QDBus::Block, replyLimit);
 }
 
 bool JovModule::asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
@@ -88,14 +96,10 @@ void JovModule::exit()
     }
     m_exiting = true;
     // Queued: a caller on the bus has its reply before anything is stopped.
-    QMetaObject::invokeMethod(
-        this,
-        [] {
-            if (JovApplication *application = JovApplication::instance()) {
-                application->endLife();
-            }
-        },
-        Qt::QueuedConnection);
+    if (JovApplication *application = JovApplication::instance()) {
+        QMetaObject::invokeMethod(
+            application, [application] { application->end(); }, Qt::QueuedConnection);
+    }
 }
 
 void JovModule::failBusCall(const QString &text)
@@ -107,7 +111,7 @@ void JovModule::failBusCall(const QString &text)
 
 QDBusConnection JovModule::busConnection() const
 {
-    return m_bus->connection();
+    return m_bus->link().connection();
 }
 
 bool JovModule::check()

@@ -20,8 +20,9 @@ class EventBus;
  *
  * Life: exec() calls, inside its event loop, check(), deploy(), init(); then the component takes its bus name
  * `com.velmora.Jovara.NAME` and serves the object `/NAME`; then init_step(). One that returns false ends the process
- * with the error line "NAME: OPERATION failed" and status 1. exit() ends it in order: stop() is called, the loop ends
- * with status 0. In NAME every character outside [A-Za-z0-9_] becomes `_`, and a leading digit gets a `_` before it.
+ * with the error line "NAME: OPERATION failed" and status 1, without a stop(). exit() ends it in order: stop() is
+ * called, the loop ends with status 0. In NAME every character outside [A-Za-z0-9_] becomes `_`, and a leading digit
+ * gets a `_` before it.
  *
  * Bus methods are those of a QDBusAbstractAdaptor child, or the Q_SCRIPTABLE slots of the derived class, on the
  * interface `com.velmora.Jovara.JovInterface` (a derived class with scriptable slots repeats the Q_CLASSINFO below).
@@ -62,7 +63,7 @@ public:
     /// False when there was no such subscription.
     bool unsubscribeEvent(const QString &name, QObject *receiver, const char *slot);
 
-    /// False without a bus.
+    /// False without a bus, or with an argument that D-Bus cannot carry.
     bool notifyEvent(const JovEvent &event);
     bool notifyEvent(const QString &name, const QVariantMap &arguments = QVariantMap());
 
@@ -84,6 +85,8 @@ public:
     /// True from the first exit() on.
     [[nodiscard]] bool isExiting() const { return m_exiting; }
 
+    /// True while a bus call is being served.
+    [[nodiscard]] bool isBusCall() const { return calledFromDBus(); }
     /// Answers the bus call that is being served, if there is one, with the error `com.velmora.Jovara.Error.Failed`;
     /// what the slot returns is then not sent.
     void failBusCall(const QString &text);

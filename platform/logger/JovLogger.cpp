@@ -1,7 +1,6 @@
-#include "PlatformLogger.h"
-
 #include "JovRoot.h"
 #include "PlatformIni.h"
+#include "PlatformLogger.h"
 
 #include <QtGlobal>
 
@@ -51,11 +50,11 @@ LogOptions LogOptions::read()
     bool isNumber = false;
     const int level = section.value(QStringLiteral("level")).toInt(&isNumber);
     if (isNumber) {
-        options.level = level;
+        options.level = qBound(0, level, int(JovLogger::Debug));
     }
     const QString file = section.value(QStringLiteral("file"));
     if (!file.isEmpty()) {
-        options.file = JovRoot::rooted(file);
+        options.file = JovRoot::rooted(file.startsWith(QLatin1Char('/')) ? file : QLatin1Char('/') + file);
     }
     return options;
 }
@@ -63,8 +62,7 @@ LogOptions LogOptions::read()
 PlatformLogger::PlatformLogger(const LogOptions &options)
     : m_level(options.level)
     , m_sink(options.file)
-{
-}
+{ }
 
 void PlatformLogger::write(Level level, const QString &text)
 {

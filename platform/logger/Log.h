@@ -10,8 +10,8 @@
  *
  *     Log::info("[Module] PID of :%1 : %2", name, pid);
  *
- * Placeholders are filled in one pass, so a text that itself holds "%1" is harmless. An argument is a text, a number, or a
- * callable that returns a text and is only called when the line is written (for texts that are dear to build).
+ * Placeholders are filled in one pass, so a text that itself holds "%1" is harmless. An argument is a text, a number,
+ * or a callable that returns a text and is only called when the line is written (for texts that are dear to build).
  */
 namespace Log {
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <syslog.h>
@@ -62,12 +63,11 @@ bool writeAll(int descriptor, const QByteArray &line)
     auto length = static_cast<size_t>(line.size());
     while (length > 0) {
         const ssize_t written = ::write(descriptor, rest, length);
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
         if (written > 0) {
             rest += written;
             length -= static_cast<size_t>(written);
+        } else if (written == 0 || errno != EINTR) {
+            return false;
         }
     }
     return true;
@@ -83,8 +83,7 @@ bool standardErrorIsOpen()
 
 LogSink::LogSink(const QString &path)
     : m_path(QFile::encodeName(path))
-{
-}
+{ }
 
 LogSink::~LogSink()
 {
@@ -109,8 +108,10 @@ void LogSink::write(int level, const QString &text)
 
 bool LogSink::writeToFile(const QByteArray &line)
 {
-    struct stat named{};
-    struct stat open{};
+    struct stat named
+    { };
+    struct stat open
+    { };
     const bool stillThere = m_descriptor != -1 && stat(m_path.constData(), &named) == 0
         && fstat(m_descriptor, &open) == 0 && named.st_ino == open.st_ino && named.st_dev == open.st_dev;
     return (stillThere || openFile()) && writeAll(m_descriptor, line);
@@ -137,6 +138,8 @@ void LogSink::announce(int error)
 {
     if (!m_announced) {
         m_announced = true;
-        fallBack(JovLogger::Error, "cannot write the log file " + oneLine(QFile::decodeName(m_path)) + ": " + QByteArray(strerror(error)));
+        fallBack(JovLogger::Error,
+                 "cannot write the log file " + oneLine(QFile::decodeName(m_path)) + ": "
+                     + QByteArray(strerror(error)));
     }
 }

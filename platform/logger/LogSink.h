@@ -10,12 +10,12 @@
  * Where log records go: to the named file; without a name, or while the file cannot be opened or written, to standard
  * error; when that cannot be written either, to syslog(3).
  *
- * A record is one line, written by one write(2) to a descriptor in append mode, so lines of several processes never mix.
- * When the file has been renamed or removed under it (log rotation), the next record begins a new one: that costs one
- * stat(2) a record. A file that cannot be used is announced once, and tried again with each record.
+ * A record is one line, written by one write(2) to a descriptor in append mode, so lines of several processes never
+ * mix. When the file has been renamed or removed under it (log rotation), the next record begins a new one: that costs
+ * one stat(2) a record. A file that cannot be used is announced once, and tried again with each record.
  *
- * A descriptor 2 that was opened with O_PATH only reserves the number and counts as closed. May be called from any thread:
- * Qt's messages come from all of them.
+ * A descriptor 2 that was opened with O_PATH only reserves the number and counts as closed. May be called from any
+ * thread: Qt's messages come from all of them.
  */
 class LogSink
 {

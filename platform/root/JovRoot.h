@@ -7,8 +7,9 @@
  * Where the terminal's file system begins.
  *
  * Every absolute path of the system goes through rooted(), which puts the value of the environment variable JOV_ROOT
- * in front. On a terminal the variable is unset and nothing changes; a developer's PC, the simulator and the tests set it
- * to a folder of their own, and then no path of the host is touched. `/proc` and the path of `--pidFile=` are not moved.
+ * in front. On a terminal the variable is unset and nothing changes; a developer's PC, the simulator and the tests set
+ * it to a folder of their own, and then no path of the host is touched. `/proc` and the path of `--pidFile=` are not
+ * moved.
  */
 namespace JovRoot {
 

@@ -14,8 +14,8 @@ struct SettingChoice
 };
 
 /**
- * One setting of the terminal as it travels on the bus, signature `(sssssssiiia(ss)bbs)`: id, value, defaultValue, label,
- * description, owner, unit; type, minimum, maximum; choices; defined, mandatory; pattern.
+ * One setting of the terminal as it travels on the bus, signature `(sssssssiiia(ss)bbs)`: id, value, defaultValue,
+ * label, description, owner, unit; type, minimum, maximum; choices; defined, mandatory; pattern.
  *
  * A value travels as text whatever its type. A setting without a value has getDefined() false, or the value
  * UNDEFINEDVALUE where only the text travels. A plain value: copy it freely.
