@@ -1,0 +1,1 @@
+rm etc/JovApplication/module/ApplicationManager/initStep.xml

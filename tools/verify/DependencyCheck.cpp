@@ -1,0 +1,149 @@
+#include "DependencyCheck.h"
+
+#include "ApplicationRecord.h"
+#include "InitStep.h"
+#include "Spelling.h"
+
+#include <QHash>
+#include <QVector>
+
+namespace {
+
+/// Past this many a module's further dependencies are not looked at: they are not what somebody wrote.
+constexpr int mostDependencies = 1000;
+
+const QString noStart = QStringLiteral("the daemon does not start");
+
+QStringList dependenciesOf(const InstalledModule &module)
+{
+    return module.record->getDependencies().mid(0, mostDependencies);
+}
+
+int lineOf(const InstalledModule &module, int index)
+{
+    return module.lines.dependencies.value(index);
+}
+
+void checkOutside(const InstalledModule &module, const InstalledModule &other, const Place &place, Findings &findings)
+{
+    const QString name = other.record->getName();
+    if (!other.step) {
+        findings.error(place, QStringLiteral("depends on '%1', which is in no step: %2").arg(name, noStart),
+                       QStringLiteral("mend the <initStep> of '%1' first").arg(name));
+        return;
+    }
+    const QString message = QStringLiteral("depends on '%1', which is in the step '%2' (%3), not in '%4' (%5): %6")
+                                .arg(name, other.step->getName(), QString::number(other.step->getValue()),
+                                     module.step->getName(), QString::number(module.step->getValue()), noStart);
+    const bool earlier = other.step->getValue() < module.step->getValue();
+    findings.error(place, message,
+                   earlier
+                       ? QStringLiteral("take it out: everything in an earlier step is started before this one anyway")
+                       : QStringLiteral("put both into one step"));
+}
+
+void checkDependency(const InstalledModule &module, int index, const InstalledModules &modules,
+                     const QStringList &installed, Findings &findings)
+{
+    const QString name = module.record->getDependencies().at(index);
+    const Place place = module.config.at(lineOf(module, index));
+    const auto other = modules.constFind(name);
+    if (other == modules.constEnd()) {
+        const QString advice = modules.contains(name.trimmed())
+            ? QStringLiteral("blanks count: write '%1' without them").arg(name.trimmed())
+            : QStringLiteral("install it, or take the dependency out%1").arg(Spelling::hint(name, installed));
+        findings.error(place, QStringLiteral("depends on '%1', which is not installed: %2").arg(name, noStart), advice);
+    } else if (other->step != module.step) {
+        checkOutside(module, *other, place, findings);
+    }
+}
+
+/// Finds cycles depth first, in ascending order of name, without recursion.
+class CycleSearch
+{
+public:
+    CycleSearch(const InstalledModules &modules, Findings &findings)
+        : m_modules(modules)
+        , m_findings(findings)
+    { }
+
+    void searchFrom(const QString &head)
+    {
+        enter(head);
+        while (!m_path.isEmpty()) {
+            Level &top = m_path.last();
+            if (top.next == top.dependencies.size()) {
+                m_places[top.name] = done;
+                m_path.removeLast();
+                continue;
+            }
+            const int index = top.next++;
+            const QString dependency = top.dependencies.at(index);
+            const int place = m_places.value(dependency, unknown);
+            if (place >= 0) {
+                tell(place, index);
+            } else if (place == unknown) {
+                enter(dependency);
+            }
+        }
+    }
+
+private:
+    struct Level
+    {
+        QString name;
+        QStringList dependencies;
+        int next = 0;
+    };
+    static constexpr int unknown = -1;
+    static constexpr int done = -2;
+
+    void enter(const QString &name)
+    {
+        const auto module = m_modules.constFind(name);
+        const bool sameStep = module != m_modules.constEnd() && module->step
+            && (m_path.isEmpty() || module->step == m_modules[m_path.first().name].step);
+        if (sameStep && m_places.value(name, unknown) == unknown) {
+            m_places[name] = m_path.size();
+            m_path.append({name, dependenciesOf(*module)});
+        }
+    }
+
+    void tell(int from, int index)
+    {
+        const InstalledModule &module = m_modules[m_path.last().name];
+        QStringList names;
+        for (int i = from; i < m_path.size(); ++i) {
+            names << m_path.at(i).name;
+        }
+        names << names.first();
+        m_findings.error(module.config.at(lineOf(module, index)),
+                         QStringLiteral("dependency cycle in the step '%1': %2: %3")
+                             .arg(module.step->getName(), names.join(QStringLiteral(" -> ")), noStart),
+                         QStringLiteral("take one of these dependencies out"));
+    }
+
+    const InstalledModules &m_modules;
+    Findings &m_findings;
+    QVector<Level> m_path;
+    QHash<QString, int> m_places; ///< the place on the path, or done
+};
+
+} // namespace
+
+void checkDependencies(const InstalledModules &modules, Findings &findings)
+{
+    const QStringList installed = modules.keys();
+    CycleSearch cycles(modules, findings);
+    for (auto module = modules.begin(); module != modules.end(); ++module) {
+        // What is in no step is never looked at, and keeps nothing from starting.
+        if (!module->step) {
+            continue;
+        }
+        const int count = dependenciesOf(*module).size();
+        for (int index = 0; index < count; ++index) {
+            checkDependency(*module, index, modules, installed, findings);
+        }
+        cycles.searchFrom(module.key());
+    }
+}

@@ -1,0 +1,30 @@
+#ifndef XML_ELEMENTS_H
+#define XML_ELEMENTS_H
+
+#include "Findings.h"
+
+#include <QDomElement>
+#include <QStringList>
+
+struct XmlFile;
+
+/// What config.xml and initStep.xml have in common as XML.
+namespace XmlElements {
+
+/// The element as it is written: "<NAME>".
+[[nodiscard]] QString tag(const QString &name);
+
+/// The document element; null, with the fault told, when the file cannot be used or its root has another name than
+/// `rootName`. `consequence` tells what the daemon does then.
+[[nodiscard]] QDomElement rootOf(const XmlFile &file, const QString &rootName, const Place &place,
+                                 const QString &consequence, Findings &findings);
+
+/// Warns of children that are not among `known` but look like one of them misspelt, each spelling once.
+void checkSpelling(const QDomElement &parent, const QStringList &known, const Place &place, Findings &findings);
+
+/// The same for attributes.
+void checkAttributes(const QDomElement &element, const QStringList &known, const Place &place, Findings &findings);
+
+} // namespace XmlElements
+
+#endif
