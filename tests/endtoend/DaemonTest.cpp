@@ -188,8 +188,8 @@ void DaemonTest::stopDuringStart()
         if (name == QLatin1String("end_of_init_A")) {
             terminal.wait([&] { return terminal.logCount(QStringLiteral("PID of :B")) == 1; });
             if (signal != 0) {
-                const QList<Processes::Process> daemons = Processes::below(getpid());
-                kill(daemons.value(2).pid, signal);
+                // The started process still waits for its child's report.
+                kill(Processes::below(terminal.pid()).first().pid, signal);
             } else {
                 terminal.sendAsync(method);
             }
