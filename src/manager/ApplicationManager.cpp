@@ -2,6 +2,7 @@
 
 #include "ApplicationManagerAdaptor.h"
 #include "InitStepFile.h"
+#include "Inspection.h"
 #include "Log.h"
 #include "SettingsParam.h"
 
@@ -100,6 +101,7 @@ bool ApplicationManager::init()
         Log::debug("Application manager Erreur subcribe event PLTF_UNLOCK_REBOOT");
     }
     m_adaptor = new ApplicationManagerAdaptor(this);
+    Inspection::create(*this);
     m_initialised = true;
     Log::info("Init done in %1 ms", m_timer.elapsed());
     return true;
@@ -135,6 +137,7 @@ void ApplicationManager::beginStart()
     m_initInProgress = true;
     m_remoteDisplayArmed = false;
     m_mandatorySettings.reset();
+    m_journal.noteStart(m_initialised);
 }
 
 void ApplicationManager::resumeProgression()
@@ -201,6 +204,7 @@ void ApplicationManager::endOfInit()
         getMonitoringSettings();
     }
     m_initInProgress = false;
+    m_journal.noteEndOfInit();
     startMonitoring();
 }
 
@@ -211,7 +215,7 @@ void ApplicationManager::stepStarted(const QString &name, int value)
         // Here the presentation side of the start-up begins: a remote display may announce itself from now on.
         subscribeEvent(presentationReadyEvent, this, SLOT(remoteDisplayPresentationready(JovEvent)));
     }
-    Q_EMIT m_journal.stepStarted(name, value);
+    m_journal.noteStepStarted(name);
 }
 
 void ApplicationManager::remoteDisplayPresentationready(const JovEvent &)
@@ -225,22 +229,22 @@ void ApplicationManager::remoteDisplayPresentationready(const JovEvent &)
 
 void ApplicationManager::stepDone(const QString &name, int value)
 {
-    Q_EMIT m_journal.stepDone(name, value);
+    m_journal.noteStepDone(name, value);
 }
 
 void ApplicationManager::moduleStateChanged(const QString &name, const QString &oldState, const QString &newState)
 {
-    Q_EMIT m_journal.moduleStateChanged(name, oldState, newState);
+    m_journal.noteState(name, oldState, newState);
 }
 
-void ApplicationManager::moduleLaunched(const QString &name, qint64 pid)
+void ApplicationManager::moduleLaunched(const QString &name, qint64 /*pid*/)
 {
-    Q_EMIT m_journal.moduleLaunched(name, pid);
+    m_journal.noteLaunch(name);
 }
 
 void ApplicationManager::moduleExited(const QString &name, int code)
 {
-    Q_EMIT m_journal.moduleExited(name, code);
+    m_journal.noteExit(name, code);
 }
 
 bool ApplicationManager::subscribeEvent(const QString &name, QObject *receiver, const char *slot)

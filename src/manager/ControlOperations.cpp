@@ -25,6 +25,7 @@ int ApplicationManager::stopAll()
     Log::debug("stopAll");
     m_startFailed = true;
     m_remoteDisplayArmed = false;
+    m_journal.noteStopAll();
     ++m_stopGeneration;
     ++m_stopWalks;
     int count = 0;

@@ -1,20 +1,63 @@
 #ifndef JOURNAL_H
 #define JOURNAL_H
 
+#include "Timeline.h"
+
+#include <QHash>
 #include <QObject>
 #include <QString>
 
-/// Tells whoever watches what happens to modules and steps, as it happens.
+/**
+ * Keeps what happened to modules and steps, and tells whoever watches, as it happens.
+ *
+ * It goes by names alone, so it outlives the nodes and records that a restart destroys and makes anew: a new record's first
+ * state is a change only when it differs from the last one known of that name. All times are microseconds of
+ * CLOCK_MONOTONIC, 0 for never, each the last time that the thing happened.
+ */
 class Journal : public QObject
 {
     Q_OBJECT
 
+public:
+    struct ModuleHistory
+    {
+        QString state;
+        quint64 launchedAt = 0;
+        quint64 readyAt = 0;
+        quint64 exitedAt = 0;
+        quint32 starts = 0;
+        int exitCode = 0; ///< of the last run that ended
+    };
+
+    struct StepHistory
+    {
+        quint64 startedAt = 0;
+        quint64 doneAt = 0;
+    };
+
+    void noteState(const QString &name, const QString &oldState, const QString &newState);
+    void noteLaunch(const QString &name);
+    void noteExit(const QString &name, int exitCode);
+    void noteStepStarted(const QString &name);
+    void noteStepDone(const QString &name, int value);
+    void noteStart(bool again);
+    void noteEndOfInit();
+    void noteStopAll();
+
+    [[nodiscard]] ModuleHistory module(const QString &name) const { return m_modules.value(name); }
+    [[nodiscard]] StepHistory step(const QString &name) const { return m_steps.value(name); }
+    [[nodiscard]] const Timeline &timeline() const { return m_timeline; }
+
 Q_SIGNALS:
     void moduleStateChanged(const QString &name, const QString &oldState, const QString &newState);
-    void moduleLaunched(const QString &name, qint64 pid);
-    void moduleExited(const QString &name, int exitCode);
-    void stepStarted(const QString &name, int value);
     void stepDone(const QString &name, int value);
+
+private:
+    quint64 add(const QString &event, const QString &name = QString());
+
+    QHash<QString, ModuleHistory> m_modules;
+    QHash<QString, StepHistory> m_steps;
+    Timeline m_timeline;
 };
 
 #endif
