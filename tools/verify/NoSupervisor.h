@@ -37,7 +37,7 @@ public:
     void stepDone(const QString &, int) override { }
 
 private:
-    const ModuleLimits m_limits;
+    const ModuleLimits m_limits{};
     WaitLoop m_waits;
 };
 

@@ -1,0 +1,9 @@
+#include "Hello.h"
+#include "JovApplication.h"
+
+int main(int argc, char **argv)
+{
+    JovApplication application(argc, argv);
+    Hello hello;
+    return application.exec();
+}
