@@ -40,7 +40,8 @@ QList<BootRecord::Step> BootRecord::steps() const
 {
     QList<Step> list;
     for (const TerminalFiles::Step &step : m_files.steps) {
-        list.append({step.name, step.value, m_files.stepOfModule.keys(step.name).size(), m_stepTook.value(step.name, -1)});
+        list.append(
+            {step.name, step.value, m_files.stepOfModule.keys(step.name).size(), m_stepTook.value(step.name, -1)});
     }
     return list;
 }

@@ -176,7 +176,8 @@ void Commands::set(const QString &setting, const QString &value)
     const QString section = QStringLiteral("settings");
     const QString before = file.value(section, setting);
     if (file.setValue(section, setting, value)) {
-        m_narrator.tell(setting, QStringLiteral("%1, before: %2").arg(value, before.isNull() ? QStringLiteral("-") : before));
+        m_narrator.tell(setting,
+                        QStringLiteral("%1, before: %2").arg(value, before.isNull() ? QStringLiteral("-") : before));
     } else {
         m_display.line(QStringLiteral("  settings.ini cannot be written"), Tone::Bad);
     }

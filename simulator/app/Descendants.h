@@ -14,9 +14,9 @@ namespace Descendants {
 [[nodiscard]] std::vector<pid_t> list();
 
 /**
- * Kills them all, those that they start meanwhile too, until none is left, and returns how many it were. `spared` is a child
- * that stays; 0 for none. `reap` is called to collect the children that have ended. A process that the kernel does not let
- * go of is given up after ten seconds.
+ * Kills them all, those that they start meanwhile too, until none is left, and returns how many it were. `spared` is a
+ * child that stays; 0 for none. `reap` is called to collect the children that have ended. A process that the kernel
+ * does not let go of is given up after ten seconds.
  */
 int kill(pid_t spared, const std::function<void()> &reap);
 

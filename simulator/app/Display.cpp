@@ -41,8 +41,7 @@ void write(const QString &text)
 Display::Display()
     : m_isTerminal(isatty(STDOUT_FILENO) == 1 && qgetenv("TERM") != "dumb")
     , m_isColoured(m_isTerminal && qEnvironmentVariableIsEmpty("NO_COLOR"))
-{
-}
+{ }
 
 Display::~Display()
 {

@@ -4,8 +4,8 @@
 #include <QString>
 
 /**
- * Standard output: lines, and on a terminal below them one that changes, the progress of a boot or the prompt. Without a
- * terminal there are plain lines and nothing else. Colours are for terminals without NO_COLOR.
+ * Standard output: lines, and on a terminal below them one that changes, the progress of a boot or the prompt. Without
+ * a terminal there are plain lines and nothing else. Colours are for terminals without NO_COLOR.
  */
 class Display
 {

@@ -65,8 +65,7 @@ void redirectStreams(const char *output)
 Keeper::Keeper(int socket, std::string root)
     : m_socket(socket)
     , m_root(std::move(root))
-{
-}
+{ }
 
 void Keeper::run()
 {
@@ -113,7 +112,7 @@ void Keeper::serve(const KeeperMessage &message)
         break;
     case KeeperMessage::Clear: {
         const int count = Descendants::kill(pidOf(message.words[0]), [this] { reap(); });
-        KeeperMessage {KeeperMessage::Cleared, {std::to_string(count)}}.send(m_socket);
+        KeeperMessage{KeeperMessage::Cleared, {std::to_string(count)}}.send(m_socket);
         break;
     }
     default:
@@ -125,7 +124,7 @@ void Keeper::start(const KeeperMessage &message)
 {
     int failure[2] = {-1, -1};
     if (pipe2(failure, O_CLOEXEC) != 0) {
-        KeeperMessage {KeeperMessage::Failed, {message.words[0], std::strerror(errno)}}.send(m_socket);
+        KeeperMessage{KeeperMessage::Failed, {message.words[0], std::strerror(errno)}}.send(m_socket);
         return;
     }
     const pid_t pid = fork();
@@ -139,11 +138,11 @@ void Keeper::start(const KeeperMessage &message)
     }
     close(failure[0]);
     if (error != 0) {
-        KeeperMessage {KeeperMessage::Failed, {message.words[0], std::strerror(error)}}.send(m_socket);
+        KeeperMessage{KeeperMessage::Failed, {message.words[0], std::strerror(error)}}.send(m_socket);
         return;
     }
     m_running[message.words[0]] = pid;
-    KeeperMessage {KeeperMessage::Started, {message.words[0], std::to_string(pid)}}.send(m_socket);
+    KeeperMessage{KeeperMessage::Started, {message.words[0], std::to_string(pid)}}.send(m_socket);
 }
 
 void Keeper::reap()
@@ -153,7 +152,7 @@ void Keeper::reap()
     while ((pid = waitpid(-1, &status, WNOHANG)) > 0) {
         for (auto running = m_running.begin(); running != m_running.end(); ++running) {
             if (running->second == pid) {
-                KeeperMessage {KeeperMessage::Ended, {running->first, std::to_string(status)}}.send(m_socket);
+                KeeperMessage{KeeperMessage::Ended, {running->first, std::to_string(status)}}.send(m_socket);
                 m_running.erase(running);
                 break;
             }

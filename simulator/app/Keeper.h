@@ -9,9 +9,9 @@
 #include <sys/types.h>
 
 /**
- * The process between the simulator and everything that it starts. It starts the bus and the daemon, and it sees to it that
- * nothing survives the simulator: when the simulator's end of the socket closes, for whatever reason, it kills all its
- * descendants and removes the terminal's root.
+ * The process between the simulator and everything that it starts. It starts the bus and the daemon, and it sees to it
+ * that nothing survives the simulator: when the simulator's end of the socket closes, for whatever reason, it kills all
+ * its descendants and removes the terminal's root.
  *
  * It is a subreaper, so the modules of a daemon that was killed fall to it; and it is in a session of its own, so that
  * neither Ctrl-C nor a kill of the simulator's process group reaches it or what it keeps.

@@ -61,7 +61,7 @@ void KeeperLink::close()
 
 void KeeperLink::run(const QString &name, const QString &output, const QStringList &commandLine)
 {
-    KeeperMessage message {KeeperMessage::Run, {name.toStdString(), QFile::encodeName(output).toStdString()}};
+    KeeperMessage message{KeeperMessage::Run, {name.toStdString(), QFile::encodeName(output).toStdString()}};
     for (const QString &word : commandLine) {
         message.words.push_back(QFile::encodeName(word).toStdString());
     }
@@ -70,12 +70,12 @@ void KeeperLink::run(const QString &name, const QString &output, const QStringLi
 
 void KeeperLink::signal(const QString &name, int number)
 {
-    KeeperMessage {KeeperMessage::Signal, {name.toStdString(), std::to_string(number)}}.send(m_socket);
+    KeeperMessage{KeeperMessage::Signal, {name.toStdString(), std::to_string(number)}}.send(m_socket);
 }
 
 void KeeperLink::clearAllBut(const QString &name)
 {
-    KeeperMessage {KeeperMessage::Clear, {name.toStdString()}}.send(m_socket);
+    KeeperMessage{KeeperMessage::Clear, {name.toStdString()}}.send(m_socket);
 }
 
 void KeeperLink::receive()
@@ -108,7 +108,9 @@ void KeeperLink::receive()
 
 void KeeperLink::clearAwayMyself()
 {
-    Descendants::kill(0, [] { while (waitpid(-1, nullptr, WNOHANG) > 0) { } });
+    Descendants::kill(0, [] {
+        while (waitpid(-1, nullptr, WNOHANG) > 0) { }
+    });
     if (!m_keepRoot) {
         QDir(m_root).removeRecursively();
     }

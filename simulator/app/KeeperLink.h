@@ -12,11 +12,11 @@
 class QSocketNotifier;
 
 /**
- * The simulator's side of its keeper (see Keeper): has processes started, signalled and cleared away, and hears of their
- * end. close() ends everything that the keeper keeps and waits for it.
+ * The simulator's side of its keeper (see Keeper): has processes started, signalled and cleared away, and hears of
+ * their end. close() ends everything that the keeper keeps and waits for it.
  *
- * Should the keeper itself be killed, everything falls to the simulator, which is a subreaper too: lost() is emitted after it
- * has cleared all away.
+ * Should the keeper itself be killed, everything falls to the simulator, which is a subreaper too: lost() is emitted
+ * after it has cleared all away.
  */
 class KeeperLink : public QObject
 {

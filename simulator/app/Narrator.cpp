@@ -9,7 +9,8 @@ namespace {
 
 using Tone = Display::Tone;
 
-/// ms. The log is read a little late, so that an event that came over the bus before a line was written is told before it.
+/// ms. The log is read a little late, so that an event that came over the bus before a line was written is told before
+/// it.
 constexpr int logDelay = 15;
 
 const QString supervisor = QStringLiteral("supervisor");
@@ -154,7 +155,7 @@ void Narrator::requested(const QString &line)
 {
     m_log.flush(); // why it is asked for was logged before
     const QStringList words = line.split(QLatin1Char('\t'));
-    const QString who = words.constFirst();
+    const QString &who = words.constFirst();
     if (who == QLatin1String("jpg2fb")) {
         tell(QStringLiteral("screen"),
              QStringLiteral("shows %1 (on the screen: %2)").arg(words.constLast(), m_root.at("/run/framebuffer.jpg")),
@@ -174,8 +175,8 @@ void Narrator::tellOfArchive()
 {
     const QFileInfo archive(m_root.at("/log/log.var.tar.gz"));
     if (archive.exists() && m_crashedAt.isValid() && archive.lastModified() >= m_crashedAt) {
-        tell(QStringLiteral("logs"), QStringLiteral("archived: %1, %2 bytes").arg(archive.filePath()).arg(archive.size()),
-             Tone::Notice);
+        tell(QStringLiteral("logs"),
+             QStringLiteral("archived: %1, %2 bytes").arg(archive.filePath()).arg(archive.size()), Tone::Notice);
     }
     m_crashedAt = QDateTime();
 }

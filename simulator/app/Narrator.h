@@ -16,8 +16,8 @@ class TerminalRoot;
 
 /**
  * Tells what happens on the terminal, a line for each thing, from three sources: the events on the bus (a module is
- * started, is ready, is asked to stop), the daemon's log (steps, failures, crashes) and what the stand-ins were asked for.
- * Keeps the record of the boot on the way.
+ * started, is ready, is asked to stop), the daemon's log (steps, failures, crashes) and what the stand-ins were asked
+ * for. Keeps the record of the boot on the way.
  */
 class Narrator : public QObject
 {

@@ -7,10 +7,11 @@ namespace {
 /// A boot that shows no end within this time is given up when nobody sits before it.
 constexpr int timeoutOfOnce = 120;
 
-const char description[] = "Boots a whole terminal on this computer: a private bus, the real supervisor, a process for each\n"
-                           "module. Nothing outside its own folder is touched, and nothing is left when it ends.\n\n"
-                           "Exit status: 0 all went well; 1 a module did not come up, or the supervisor ended badly;\n"
-                           "2 wrong use, or the terminal's files cannot be laid.";
+const char description[] =
+    "Boots a whole terminal on this computer: a private bus, the real supervisor, a process for each\n"
+    "module. Nothing outside its own folder is touched, and nothing is left when it ends.\n\n"
+    "Exit status: 0 all went well; 1 a module did not come up, or the supervisor ended badly;\n"
+    "2 wrong use, or the terminal's files cannot be laid.";
 
 void readNumber(const QCommandLineParser &parser, const QString &name, int &number, Options &options)
 {

@@ -21,7 +21,8 @@ const QString subject = QStringLiteral("simulator");
 constexpr int busInterval = 10; // ms
 constexpr int busTriesAllowed = 1000;
 constexpr int rebootDelay = 300; // ms: what the supervisor does before it is asked to stop is seen as it happens
-/// ms. A module that does not stop is killed by the supervisor after 2 s; this much more, and the supervisor itself hangs.
+/// ms. A module that does not stop is killed by the supervisor after 2 s; this much more, and the supervisor itself
+/// hangs.
 constexpr int stopLimitOfModule = 2500;
 constexpr int stopLimitOfDaemon = 15000;
 
@@ -72,14 +73,14 @@ void Simulator::connectParts()
         }
     });
     connect(&m_keeper, &KeeperLink::failed, this, [this](const QString &name, const QString &why) {
-        const QString hint = name == bus ? QStringLiteral(" (scripts/install-dependencies installs dbus-daemon)") : QString();
+        const QString hint =
+            name == bus ? QStringLiteral(" (scripts/install-dependencies installs dbus-daemon)") : QString();
         fail(QStringLiteral("The %1 cannot be started: %2%3").arg(name, why, hint));
     });
     connect(&m_keeper, &KeeperLink::ended, this, &Simulator::processEnded);
     connect(&m_keeper, &KeeperLink::cleared, this, &Simulator::cleared);
-    connect(&m_keeper, &KeeperLink::lost, this, [this] {
-        fail(QStringLiteral("The simulator's keeper was killed: everything has been cleared away."));
-    });
+    connect(&m_keeper, &KeeperLink::lost, this,
+            [this] { fail(QStringLiteral("The simulator's keeper was killed: everything has been cleared away.")); });
     if (m_prompt) {
         connect(m_prompt.get(), &Prompt::line, this, [this](const QString &line) {
             const bool atOnce = Prompt::isTerminal() && line == QLatin1String("quit");
@@ -99,7 +100,8 @@ void Simulator::begin()
     m_display.line(QStringLiteral("A terminal of %1 modules in %2 steps, %3 %4")
                        .arg(files.stepOfModule.size())
                        .arg(files.steps.size())
-                       .arg(m_root.wasLaidBefore() ? QStringLiteral("as it stands in") : QStringLiteral("laid into"), m_root.path()),
+                       .arg(m_root.wasLaidBefore() ? QStringLiteral("as it stands in") : QStringLiteral("laid into"),
+                            m_root.path()),
                    Tone::Heading);
     if (m_crashIsDue && !files.stepOfModule.contains(m_options.crash)) {
         fail(QStringLiteral("--crash %1: the terminal has no such module. It has %2")
@@ -132,11 +134,12 @@ void Simulator::startDaemon()
     m_state = State::Booting;
     m_rebootIsDue = false;
     m_narrator.beginBoot();
-    QStringList commandLine = {Installation::program(QStringLiteral("ApplicationManager")), QStringLiteral("--nodaemon")};
+    QStringList commandLine = {Installation::program(QStringLiteral("ApplicationManager")),
+                               QStringLiteral("--nodaemon")};
     if (m_options.watchdogMinute > 0) {
-        commandLine = QStringList {Installation::program(QStringLiteral("ApplicationManager-fast-clock")),
-                                   QStringLiteral("--nodaemon"),
-                                   QStringLiteral("--minute=%1").arg(m_options.watchdogMinute)};
+        commandLine =
+            QStringList{Installation::program(QStringLiteral("ApplicationManager-fast-clock")),
+                        QStringLiteral("--nodaemon"), QStringLiteral("--minute=%1").arg(m_options.watchdogMinute)};
     }
     m_keeper.run(daemonProcess, m_root.at("/var/log/daemon.out"), commandLine);
     if (m_options.timeout > 0) {
@@ -178,7 +181,8 @@ void Simulator::daemonEnded(int waitStatus)
 void Simulator::cleared(int count)
 {
     if (count > 0) {
-        m_narrator.tell(subject, QStringLiteral("%1 processes were left, and have been killed").arg(count), Tone::Notice);
+        m_narrator.tell(subject, QStringLiteral("%1 processes were left, and have been killed").arg(count),
+                        Tone::Notice);
     }
     if (m_then == Then::Reboot) {
         m_display.line(QString());
@@ -222,7 +226,8 @@ void Simulator::takeStock(const ListApplicationConfig &modules)
     }
     if (m_crashIsDue) {
         const qint64 sinceEnd = m_narrator.boot().now() - m_endOfInitAt;
-        QTimer::singleShot(static_cast<int>(qMax<qint64>(0, m_options.crashAfter - sinceEnd)), this, &Simulator::crashNow);
+        QTimer::singleShot(static_cast<int>(qMax<qint64>(0, m_options.crashAfter - sinceEnd)), this,
+                           &Simulator::crashNow);
     }
     terminalUp();
 }
@@ -236,7 +241,8 @@ void Simulator::terminalUp()
     if (!m_options.once && !m_wasUp) {
         Summary::showWhatNext(m_display, m_narrator.boot(), m_prompt != nullptr);
         m_display.line(QStringLiteral("For other programs this terminal is the bus\n"
-                                      "  export DBUS_SYSTEM_BUS_ADDRESS=unix:path=%1\n").arg(m_root.busSocket()));
+                                      "  export DBUS_SYSTEM_BUS_ADDRESS=unix:path=%1\n")
+                           .arg(m_root.busSocket()));
     }
     m_wasUp = true;
     m_commands.setTerminalUp(true);
@@ -271,11 +277,12 @@ void Simulator::giveUp()
 {
     const BootRecord &boot = m_narrator.boot();
     const QString waitingFor = boot.waitingFor();
-    m_display.line(QStringLiteral("Given up after %1 s.%2 Not up: %3")
-                       .arg(m_options.timeout)
-                       .arg(waitingFor.isEmpty() ? QString() : QStringLiteral(" The supervisor waits for %1.").arg(waitingFor),
-                            boot.missing().join(QStringLiteral(", "))),
-                   Tone::Bad);
+    m_display.line(
+        QStringLiteral("Given up after %1 s.%2 Not up: %3")
+            .arg(m_options.timeout)
+            .arg(waitingFor.isEmpty() ? QString() : QStringLiteral(" The supervisor waits for %1.").arg(waitingFor),
+                 boot.missing().join(QStringLiteral(", "))),
+        Tone::Bad);
     m_status = 1;
     goDown(Then::End);
 }

@@ -49,8 +49,9 @@ void Summary::show(Display &display, const BootRecord &boot)
     display.line(QString());
     const QStringList missing = boot.missing();
     if (missing.isEmpty()) {
-        display.line(QStringLiteral("All %1 modules are up after %2.").arg(boot.expected()).arg(seconds(boot.duration())),
-                     Tone::Good);
+        display.line(
+            QStringLiteral("All %1 modules are up after %2.").arg(boot.expected()).arg(seconds(boot.duration())),
+            Tone::Good);
     } else {
         display.line(QStringLiteral("%1 of %2 modules are up after %3. Not up: %4")
                          .arg(boot.upCount())
@@ -65,9 +66,11 @@ void Summary::show(Display &display, const BootRecord &boot)
                      Tone::Notice);
     }
     display.line(QString());
-    row(QStringLiteral("step"), QStringLiteral("value"), QStringLiteral("modules"), QStringLiteral("took"), Tone::Faint);
+    row(QStringLiteral("step"), QStringLiteral("value"), QStringLiteral("modules"), QStringLiteral("took"),
+        Tone::Faint);
     for (const BootRecord::Step &step : boot.steps()) {
-        row(step.name, QString::number(step.value), QString::number(step.modules), milliseconds(step.took), Tone::Plain);
+        row(step.name, QString::number(step.value), QString::number(step.modules), milliseconds(step.took),
+            Tone::Plain);
     }
     display.line(QStringLiteral("  slowest: %1").arg(slowest(boot)));
     display.line(QString());
@@ -81,9 +84,9 @@ void Summary::showWhatNext(Display &display, const BootRecord &boot, bool hasPro
         any = boot.modules().isEmpty() ? QStringLiteral("NAME") : boot.modules().lastKey();
     }
     const auto offer = [&display, hasPrompt](const QString &command, const char *what) {
-        display.line(QStringLiteral("  %1%2 %3")
-                         .arg(hasPrompt ? QString() : QStringLiteral("--"),
-                              command.leftJustified(20), QLatin1String(what)));
+        display.line(
+            QStringLiteral("  %1%2 %3")
+                .arg(hasPrompt ? QString() : QStringLiteral("--"), command.leftJustified(20), QLatin1String(what)));
     };
     display.line(hasPrompt ? QStringLiteral("Try next:") : QStringLiteral("Try next, as options:"));
     offer(QStringLiteral("crash ") + any, "the logs are archived, and the terminal reboots");
@@ -105,8 +108,8 @@ void Summary::showModules(Display &display, const BootRecord &boot, const ListAp
     const auto row = [&display](const QString &name, const QString &step, const QString &state, const QString &pid,
                                 const QString &status, Tone tone) {
         display.line(QStringLiteral("  %1 %2 %3 %4  %5")
-                         .arg(name.leftJustified(18), step.leftJustified(12), state.leftJustified(18), pid.rightJustified(7),
-                              status),
+                         .arg(name.leftJustified(18), step.leftJustified(12), state.leftJustified(18),
+                              pid.rightJustified(7), status),
                      tone);
     };
     row(QStringLiteral("module"), QStringLiteral("step"), QStringLiteral("state"), QStringLiteral("pid"),

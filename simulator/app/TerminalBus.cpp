@@ -31,14 +31,14 @@ bool TerminalBus::connectTo(const QString &address)
         return false;
     }
     watchDaemon();
-    return m_bus.connect(QString(), QString(), eventInterface, eventMember, this,
-                         SIGNAL(event(QString, QVariantMap)));
+    return m_bus.connect(QString(), QString(), eventInterface, eventMember, this, SIGNAL(event(QString, QVariantMap)));
 }
 
 void TerminalBus::watchDaemon()
 {
     auto *watcher = new QDBusServiceWatcher(
-        daemonName, m_bus, QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration, this);
+        daemonName, m_bus, QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration,
+        this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] {
         m_daemonIsThere = true;
         Q_EMIT daemonAppeared();

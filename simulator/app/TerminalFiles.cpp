@@ -50,14 +50,16 @@ void TerminalFiles::readSteps()
     for (QDomElement element = root.firstChildElement(QStringLiteral("step")); !element.isNull();
          element = element.nextSiblingElement(QStringLiteral("step"))) {
         if (element.hasAttribute(QStringLiteral("name")) && element.hasAttribute(QStringLiteral("value"))) {
-            addStep(element.attribute(QStringLiteral("name")), element.attribute(QStringLiteral("value")).toInt(), tail);
+            addStep(element.attribute(QStringLiteral("name")), element.attribute(QStringLiteral("value")).toInt(),
+                    tail);
         }
     }
     const int last = tail < 0 ? 0 : steps.at(tail).value;
     addStep(defaultInitStep, last >= goesOn ? last + 1 : goesOn, tail);
 }
 
-/// The chain as the supervisor links it: a step below the head becomes head and tail, and what follows cuts off the rest.
+/// The chain as the supervisor links it: a step below the head becomes head and tail, and what follows cuts off the
+/// rest.
 void TerminalFiles::addStep(const QString &name, int value, int &tail)
 {
     for (const Step &step : qAsConst(steps)) {

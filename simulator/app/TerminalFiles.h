@@ -6,8 +6,8 @@
 #include <QString>
 
 /**
- * What the files of a terminal say about the boot to come: the steps in their order and the step of each module. Read from
- * below JOV_ROOT, so that the simulator can show how far a boot is and what is missing.
+ * What the files of a terminal say about the boot to come: the steps in their order and the step of each module. Read
+ * from below JOV_ROOT, so that the simulator can show how far a boot is and what is missing.
  */
 struct TerminalFiles
 {

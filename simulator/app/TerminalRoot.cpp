@@ -37,8 +37,9 @@ QString copyTree(const QString &from, const QString &to)
     std::error_code error;
     std::filesystem::copy(QFile::encodeName(from).toStdString(), QFile::encodeName(to).toStdString(),
                           Options::recursive | Options::overwrite_existing | Options::copy_symlinks, error);
-    return error ? QStringLiteral("%1 cannot be copied to %2: %3").arg(from, to, QString::fromStdString(error.message()))
-                 : QString();
+    return error
+        ? QStringLiteral("%1 cannot be copied to %2: %3").arg(from, to, QString::fromStdString(error.message()))
+        : QString();
 }
 
 /// The stand-ins' own folder lies two levels above each of them.
@@ -70,7 +71,8 @@ QString TerminalRoot::open(const QString &wanted)
     if (m_kept) {
         m_path = QDir(wanted).absolutePath();
         m_laidBefore = QFile::exists(requests());
-        if (!m_laidBefore && QDir(m_path).exists() && !QDir(m_path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        if (!m_laidBefore && QDir(m_path).exists()
+            && !QDir(m_path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
             return QStringLiteral("%1 is not empty and no terminal of the simulator: name another folder").arg(m_path);
         }
     } else {
@@ -131,7 +133,8 @@ QString TerminalRoot::requests() const
 
 QString TerminalRoot::daemonLog() const
 {
-    return m_path + SettingsFile(at("/etc/JovApplication/platform.ini")).value(QStringLiteral("log"), QStringLiteral("file"));
+    return m_path
+        + SettingsFile(at("/etc/JovApplication/platform.ini")).value(QStringLiteral("log"), QStringLiteral("file"));
 }
 
 QString TerminalRoot::linkPrograms(const QString &terminal) const

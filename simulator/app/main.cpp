@@ -56,7 +56,8 @@ int main(int argc, char **argv)
     }
     Simulator simulator(options, root, keeper);
     QObject::connect(&signals, &Signals::interrupted, &simulator, &Simulator::interrupt);
-    QObject::connect(&simulator, &Simulator::finished, &application, [](int status) { QCoreApplication::exit(status); });
+    QObject::connect(&simulator, &Simulator::finished, &application,
+                     [](int status) { QCoreApplication::exit(status); });
     QTimer::singleShot(0, &simulator, &Simulator::begin);
     return QCoreApplication::exec();
 }

@@ -5,9 +5,9 @@
 #include <QStringList>
 
 /**
- * What the stand-ins were asked for, told to the simulator: a line per request in one file of the simulated terminal, its
- * words separated by tabs, the first one the name of who was asked. The scripts that stand in for `reboot` and `jpg2fb`
- * write into the same file, so that requests are seen in their order.
+ * What the stand-ins were asked for, told to the simulator: a line per request in one file of the simulated terminal,
+ * its words separated by tabs, the first one the name of who was asked. The scripts that stand in for `reboot` and
+ * `jpg2fb` write into the same file, so that requests are seen in their order.
  */
 namespace Announcement {
 

@@ -5,8 +5,7 @@
 
 PlatformComponent::PlatformComponent()
     : StandIn(QStringLiteral("Platform"))
-{
-}
+{ }
 
 void PlatformComponent::reboot(int kind, bool force, const QString &owner, const QString &reason)
 {

@@ -4,8 +4,8 @@
 #include "StandIn.h"
 
 /**
- * Stands in for the component "Platform", which everybody asks when the terminal is to be rebooted. Off the terminal there
- * is nothing to reboot: it tells the simulator, which takes the simulated terminal down and boots it again.
+ * Stands in for the component "Platform", which everybody asks when the terminal is to be rebooted. Off the terminal
+ * there is nothing to reboot: it tells the simulator, which takes the simulated terminal down and boots it again.
  */
 class PlatformComponent : public StandIn
 {

@@ -8,8 +8,8 @@
 #include <QMap>
 
 /**
- * Stands in for the component "SettingsManager": hands out the settings of one INI file, answers the check of the mandatory
- * settings, and tells the supervisor when a setting that it watches was changed in the file.
+ * Stands in for the component "SettingsManager": hands out the settings of one INI file, answers the check of the
+ * mandatory settings, and tells the supervisor when a setting that it watches was changed in the file.
  *
  *     [settings]
  *     MonitoringWatchDelay=5

@@ -4,16 +4,15 @@
 #include <QString>
 
 /**
- * An INI file that people edit while the terminal runs: read anew each time, and written one value at a time, so that the
- * comments and the order of the lines stay as they are.
+ * An INI file that people edit while the terminal runs: read anew each time, and written one value at a time, so that
+ * the comments and the order of the lines stay as they are.
  */
 class SettingsFile
 {
 public:
     explicit SettingsFile(const QString &path)
         : m_path(path)
-    {
-    }
+    { }
 
     /// Of the simulated terminal whose root JOV_ROOT names.
     [[nodiscard]] static QString standardPath();

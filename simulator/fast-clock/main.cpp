@@ -11,7 +11,8 @@ constexpr char option[] = "--minute=";
 
 } // namespace
 
-/// The supervisor with a memory watchdog whose minute is shorter, to see in seconds what takes a terminal a quarter of an hour.
+/// The supervisor with a memory watchdog whose minute is shorter, to see in seconds what takes a terminal a quarter of
+/// an hour.
 int main(int argc, char **argv)
 {
     ApplicationManager::Timing timing;

@@ -1,7 +1,6 @@
 #include "Behaviour.h"
 
 #include <csignal>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -124,7 +123,8 @@ QByteArray take(Behaviour &behaviour, const QString &text)
         const bool mayMissValue = !wantsValue || argument.valueName[0] == '[';
         if ((hasValue && !wantsValue) || (!hasValue && !mayMissValue)
             || !argument.take(behaviour, text.mid(option.size() + 1))) {
-            return QByteArray("unusable value, it is --") + argument.name + (wantsValue ? "=" : "") + argument.valueName;
+            return QByteArray("unusable value, it is --") + argument.name + (wantsValue ? "=" : "")
+                + argument.valueName;
         }
         return {};
     }

@@ -65,7 +65,8 @@ void SampleModule::becomeReady()
                            [this] { notifyEvent(QStringLiteral("presentationReady")); });
     }
     if (m_behaviour.exitOnReady) {
-        // Sending is another thread's work: once the bus has answered that there is nobody of this name, the event is out.
+        // Sending is another thread's work: once the bus has answered that there is nobody of this name, the event is
+        // out.
         static_cast<void>(syncRemoteCall(QStringLiteral("Nobody"), QStringLiteral("nothing")));
         quit(m_behaviour.exitCode);
     }

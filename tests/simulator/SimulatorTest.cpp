@@ -1,0 +1,325 @@
+#include "LeftBehind.h"
+#include "Processes.h"
+#include "RootDir.h"
+#include "TerminalFiles.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+
+namespace {
+
+constexpr int patience = 60000; // ms, for a machine with much else to do
+
+const QStringList patient = {QStringLiteral("--timeout"), QStringLiteral("60")};
+
+/// A simulator with a folder of its own for its temporary files.
+class Run
+{
+public:
+    explicit Run(const QStringList &arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TMPDIR"), m_temporary.path());
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(QStringLiteral(SIMULATOR), arguments);
+    }
+    ~Run()
+    {
+        m_process.terminate();
+        m_process.waitForFinished(patience);
+    }
+
+    QString output()
+    {
+        m_output += QString::fromUtf8(m_process.readAll());
+        return m_output;
+    }
+    bool said(const QString &text)
+    {
+        while (!output().contains(text) && m_process.waitForReadyRead(patience)) { }
+        return output().contains(text);
+    }
+    void command(const char *line) { m_process.write(QByteArray(line) + '\n'); }
+    /// The exit status, or the negative number of the signal.
+    int end()
+    {
+        m_process.waitForFinished(patience);
+        return m_process.exitStatus() == QProcess::CrashExit ? -m_process.exitCode() : m_process.exitCode();
+    }
+    [[nodiscard]] pid_t pid() const { return static_cast<pid_t>(m_process.processId()); }
+    [[nodiscard]] bool leftNoFiles() const { return QDir(m_temporary.path()).isEmpty(); }
+
+private:
+    QTemporaryDir m_temporary;
+    QProcess m_process;
+    QString m_output;
+};
+
+/// The files of a terminal with one step, in which "fine" starts and then "odd", which gets the argument.
+void writeTerminal(const RootDir &root, const QString &argument, const QString &dependency = QStringLiteral("fine"))
+{
+    const QString folder = QStringLiteral("/etc/JovApplication/module/%1");
+    root.write(folder.arg(QStringLiteral("ApplicationManager/initStep.xml")),
+               "<initStep><step name='only' value='1' show_homepage='true'/></initStep>");
+    root.write(folder.arg(QStringLiteral("fine/config.xml")), "<config><initStep>only</initStep></config>");
+    root.write(
+        folder.arg(QStringLiteral("odd/config.xml")),
+        QStringLiteral("<config><initStep>only</initStep><dependencies><dependency>%1</dependency></dependencies>"
+                       "<extra_args><arg>%2</arg></extra_args></config>")
+            .arg(dependency, argument)
+            .toUtf8());
+}
+
+bool isGone(pid_t pid)
+{
+    QFile file(QStringLiteral("/proc/%1/cmdline").arg(pid));
+    return !file.open(QIODevice::ReadOnly) || file.readAll().isEmpty(); // a zombie has none
+}
+
+} // namespace
+
+class SimulatorTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void once_data();
+    void once();
+    void faultyTerminal_data();
+    void faultyTerminal();
+    void nothingSurvives_data();
+    void nothingSurvives();
+    void commands();
+    void watchdogFollowsSettings();
+    void keptRoot();
+    void stepsOfFile_data();
+    void stepsOfFile();
+};
+
+void SimulatorTest::once_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("boots");
+    QTest::addColumn<QStringList>("saidInOrder");
+    const auto crash = [](const char *module) {
+        return QStringList{QStringLiteral("--crash"), QString::fromLatin1(module), QStringLiteral("--after"),
+                           QStringLiteral("1")};
+    };
+    const auto texts = [](std::initializer_list<const char *> list) {
+        QStringList lines;
+        for (const char *text : list) {
+            lines << QString::fromLatin1(text);
+        }
+        return lines;
+    };
+    QTest::newRow("boot and stop") << QStringList() << 1
+                                   << texts({"Platform         up", "step infra       done", "JovWebClient     up",
+                                             "All 16 modules are up", "JovWebClient     stopped",
+                                             "Platform         stopped", "ended with status 0"});
+    QTest::newRow("a module crashes") << crash("store") << 2
+                                      << texts({"All 16 modules are up", "store            crashed",
+                                                "archived:", "reboot asked for by ApplicationManager: store crashed",
+                                                "The terminal boots again", "All 16 modules are up",
+                                                "ended with status 0"});
+    QTest::newRow("the owner of the screen crashes")
+        << crash("JovWebClient") << 2
+        << texts({"reboot asked for by ApplicationManager: JovWebClient crashed", "jovwebclient_module_crash.jpg",
+                  "The terminal boots again", "All 16 modules are up"});
+    QTest::newRow("who is asked to reboot crashes")
+        << crash("Platform") << 2
+        << texts({"archived:", "called with --soft --owner ApplicationManager --reason Platform crashed",
+                  "The terminal boots again", "All 16 modules are up"});
+}
+
+void SimulatorTest::once()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, boots);
+    QFETCH(QStringList, saidInOrder);
+    Run run(QStringList{QStringLiteral("--once")} + patient + arguments);
+    QCOMPARE(run.end(), 0);
+    const QString output = run.output();
+    QCOMPARE(output.count(QStringLiteral("the home page is shown")), boots);
+    int place = 0;
+    for (const QString &text : qAsConst(saidInOrder)) {
+        place = output.indexOf(text, place);
+        QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(text, output)));
+    }
+    QVERIFY(run.leftNoFiles());
+}
+
+void SimulatorTest::faultyTerminal_data()
+{
+    QTest::addColumn<QString>("argument");
+    QTest::addColumn<QString>("dependency");
+    QTest::addColumn<QString>("complaint");
+    const QString fine = QStringLiteral("fine");
+    QTest::newRow("never ready") << QStringLiteral("--never-ready") << fine
+                                 << QStringLiteral("waits for odd. Not up: odd");
+    QTest::newRow("ends at once") << QStringLiteral("--exit-after=0") << fine << QStringLiteral("Not up: odd");
+    QTest::newRow("crashes, and again after each reboot")
+        << QStringLiteral("--crash-signal=ABRT") << fine << QStringLiteral("odd              crashed");
+    QTest::newRow("the supervisor refuses the files")
+        << QString() << QStringLiteral("missing") << QStringLiteral("ended by itself, with status 1");
+}
+
+void SimulatorTest::faultyTerminal()
+{
+    QFETCH(QString, argument);
+    QFETCH(QString, dependency);
+    QFETCH(QString, complaint);
+    const RootDir files;
+    writeTerminal(files, argument, dependency);
+    Run run({QStringLiteral("--once"), QStringLiteral("--timeout"), QStringLiteral("4"), QStringLiteral("--terminal"),
+             files.path()});
+    QCOMPARE(run.end(), 1);
+    QVERIFY2(run.output().contains(complaint), qPrintable(run.output()));
+    QVERIFY(run.leftNoFiles());
+}
+
+void SimulatorTest::nothingSurvives_data()
+{
+    QTest::addColumn<QString>("victim"); // the beginning of its command line
+    QTest::addColumn<QString>("moment");
+    const QString up = QStringLiteral("modules are up");
+    QTest::newRow("simulator") << QString() << up;
+    QTest::newRow("simulator, booting") << QString() << QStringLiteral("fine             up");
+    QTest::newRow("keeper") << QStringLiteral(SIMULATOR) << up;
+    QTest::newRow("bus") << QStringLiteral("dbus-daemon") << up;
+    QTest::newRow("supervisor") << QFileInfo(QStringLiteral(SIMULATOR)).path() + QStringLiteral("/ApplicationManager")
+                                << up;
+}
+
+void SimulatorTest::nothingSurvives()
+{
+    QFETCH(QString, victim);
+    QFETCH(QString, moment);
+    const RootDir files;
+    writeTerminal(files, QStringLiteral("--ready-after=100"));
+    Run run({QStringLiteral("--terminal"), files.path()});
+    QVERIFY2(run.said(moment), qPrintable(run.output()));
+    const QList<Processes::Process> processes = Processes::below(run.pid());
+    QVERIFY(processes.size() >= 4); // keeper, bus, supervisor, modules
+    pid_t killed = victim.isEmpty() ? run.pid() : 0;
+    for (const Processes::Process &process : processes) {
+        if (killed == 0 && process.commandLine.startsWith(victim)) {
+            killed = process.pid;
+        }
+    }
+    QVERIFY(killed > 0);
+    kill(killed, SIGKILL);
+    QCOMPARE(run.end(), victim.isEmpty() ? -SIGKILL : 1);
+    QTRY_VERIFY_WITH_TIMEOUT(run.leftNoFiles(), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(std::all_of(processes.begin(), processes.end(),
+                                         [](const Processes::Process &process) { return isGone(process.pid); }),
+                             patience);
+}
+
+void SimulatorTest::commands()
+{
+    const RootDir files;
+    writeTerminal(files, QString());
+    Run run({QStringLiteral("--terminal"), files.path()});
+    for (const char *line : {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "quit"}) {
+        run.command(line);
+    }
+    QCOMPARE(run.end(), 0);
+    const QString output = run.output();
+    int place = 0;
+    for (const char *text :
+         {"modules are up", "odd              stopped", "fine             is now STOPPED", "fine             up",
+          "odd              up", "'nonsense' is no command", "nobody: no module", "fine             stopped",
+          "odd              up", "  odd                only         RUNNING", "stopped in order"}) {
+        place = output.indexOf(QLatin1String(text), place);
+        QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(QLatin1String(text), output)));
+    }
+}
+
+void SimulatorTest::watchdogFollowsSettings()
+{
+    Run run({QStringLiteral("--terminal"), QStringLiteral("leak"), QStringLiteral("--watchdog-minute"),
+             QStringLiteral("100")});
+    // At the first excess two restarts are left, unless the running supervisor hears of the change.
+    run.command("set MonitoringWatchRetry 1");
+    QVERIFY(run.said(QStringLiteral("reboot asked for by ApplicationManager: Too much faulty applications restart")));
+    QVERIFY2(!run.output().contains(QStringLiteral("hoarder          stopped")), qPrintable(run.output()));
+    QVERIFY(run.said(QStringLiteral("The terminal boots again")));
+}
+
+void SimulatorTest::keptRoot()
+{
+    const RootDir files;
+    writeTerminal(files, QString());
+    const QTemporaryDir kept;
+    const QStringList arguments = {QStringLiteral("--once"), QStringLiteral("--root"),
+                                   kept.filePath(QStringLiteral("root"))};
+    QCOMPARE(Run(arguments + QStringList{QStringLiteral("--terminal"), files.path()}).end(), 0);
+    QVERIFY(QFile::remove(kept.filePath(QStringLiteral("root/etc/JovApplication/module/odd/config.xml"))));
+    Run again(arguments);
+    QCOMPARE(again.end(), 0);
+    QVERIFY2(again.output().contains(QStringLiteral("(default) added to list")), qPrintable(again.output()));
+    // A folder with anything else in it is left alone.
+    QCOMPARE(Run({QStringLiteral("--once"), QStringLiteral("--root"), kept.path()}).end(), 2);
+    QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{QStringLiteral("root")});
+}
+
+void SimulatorTest::stepsOfFile_data()
+{
+    QTest::addColumn<QByteArray>("values"); // of the steps in the order of the file
+    QTest::addColumn<QByteArray>("stepFile");
+    QTest::addColumn<QString>("chain");
+    QTest::addColumn<QString>("last");
+    QTest::newRow("ascending") << QByteArray("1 2 10") << QByteArray() << "1 2 10 11"
+                               << "default";
+    QTest::newRow("one") << QByteArray("7") << QByteArray() << "5 7"
+                         << "s7";
+    QTest::newRow("below the head, then above") << QByteArray("10 20 1 6") << QByteArray() << "1 6 7"
+                                                << "default";
+    QTest::newRow("below the head, at the end") << QByteArray("10 20 1") << QByteArray() << "1 5"
+                                                << "default";
+    QTest::newRow("in between, twice the same") << QByteArray("1 9 4 9") << QByteArray() << "1 4 9 10"
+                                                << "default";
+    QTest::newRow("held at 3") << QByteArray("1 2 10") << QByteArray(" 3 \n") << "1 2 10 11"
+                               << "s2";
+    QTest::newRow("held before all") << QByteArray("1 2") << QByteArray("x") << "1 2 5"
+                                     << "";
+    QTest::newRow("goes on by itself") << QByteArray("1 10") << QByteArray("5") << "1 10 11"
+                                       << "default";
+}
+
+void SimulatorTest::stepsOfFile()
+{
+    QFETCH(QByteArray, values);
+    QFETCH(QByteArray, stepFile);
+    QFETCH(QString, chain);
+    QFETCH(QString, last);
+    const RootDir root;
+    QByteArray text = "<initStep>";
+    for (const QByteArray &value : values.split(' ')) {
+        text += "<step name='s" + value + "' value='" + value + "'/>";
+    }
+    root.write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"), text + "</initStep>");
+    if (!stepFile.isEmpty()) {
+        root.write(QStringLiteral("/tmp/step"), stepFile);
+    }
+    const TerminalFiles files = TerminalFiles::read();
+    QStringList found;
+    for (const TerminalFiles::Step &step : files.steps) {
+        found << QString::number(step.value);
+    }
+    QCOMPARE(found.join(QLatin1Char(' ')), chain);
+    QCOMPARE(files.lastStep(), last);
+}
+
+int main(int argc, char **argv)
+{
+    SimulatorTest test;
+    return runTest(test, argc, argv);
+}
+
+#include "SimulatorTest.moc"
