@@ -122,6 +122,18 @@ void StepTable::checkOrder(Findings &findings) const
         }
         highest = &entry;
     }
+    checkStop(findings);
+}
+
+// The step "default" is put in without regard to the order, too.
+void StepTable::checkStop(Findings &findings) const
+{
+    if (chain().size() != stopOrder().size()) {
+        findings.error(
+            m_place,
+            QStringLiteral("the step 'default' that is added is not the last: %1").arg(whatBecomesOfTheOrder()),
+            QStringLiteral("list the step \"default\" behind the others, with a higher value"));
+    }
 }
 
 QStringList StepTable::lost() const

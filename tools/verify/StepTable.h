@@ -44,6 +44,7 @@ private:
     void readEntry(const QDomElement &element, Findings &findings);
     [[nodiscard]] bool isDuplicate(const Listed &entry, Findings &findings) const;
     void checkOrder(Findings &findings) const;
+    void checkStop(Findings &findings) const;
     void checkDefault(Findings &findings) const;
     void checkHomepage(Findings &findings) const;
     [[nodiscard]] QStringList lost() const;
