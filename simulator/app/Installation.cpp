@@ -2,13 +2,14 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 
 namespace {
 
 /// `installed` below the folder of the installed simulator, or `inSources` below the sources that it was built from.
 QString find(const QString &installed, const QString &inSources)
 {
-    const QDir shared(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/jov-simulator"));
+    const QDir shared(QCoreApplication::applicationDirPath() + QStringLiteral("/../../share/jov-simulator"));
     if (shared.exists(installed)) {
         return shared.canonicalPath() + QLatin1Char('/') + installed;
     }
@@ -19,7 +20,10 @@ QString find(const QString &installed, const QString &inSources)
 
 QString Installation::program(const QString &name)
 {
-    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
+    // The supervisor itself is installed where daemons are.
+    const QString here = QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
+    const QString daemon = QCoreApplication::applicationDirPath() + QStringLiteral("/../../sbin/") + name;
+    return !QFile::exists(here) && QFile::exists(daemon) ? QDir::cleanPath(daemon) : here;
 }
 
 QString Installation::terminal(const QString &name)
