@@ -41,6 +41,8 @@ MemoryWatchdog::MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, con
     , m_reader(reader)
     , m_timing(std::move(timing))
 {
+    // Any other kind rounds, and the longest interval then overflows.
+    m_monitoringTimer.setTimerType(Qt::PreciseTimer);
     m_restartTimer.setSingleShot(true);
     m_restartTimer.setInterval(m_timing.restartDelay);
     connect(&m_monitoringTimer, &QTimer::timeout, this, &MemoryWatchdog::checkMemory);
