@@ -133,14 +133,16 @@ void BusLink::slot_disconnected()
 
 void BusLink::retry()
 {
+    if (!open()) {
+        return;
+    }
     const QString knownError = m_errorText;
-    if (!open() || (m_wantsName && !m_hasName && !takeName())) {
+    if (m_wantsName && !m_hasName && !takeName()) {
         if (m_errorText != knownError) {
             Log::error("%1: %2", m_component, m_errorText);
         }
         return;
     }
     m_retry.stop();
-    m_errorText.clear();
     Log::info("%1: the bus is there again", m_component);
 }

@@ -54,7 +54,8 @@ void JovApplication::runLife()
     if (!run("check", &JovModule::check) || !run("deploy", &JovModule::deploy) || !run("init", &JovModule::init)) {
         return;
     }
-    if (!link.takeName()) {
+    // Asked again: the bus may have gone meanwhile.
+    if (!link.open() || !link.takeName()) {
         fail(link.errorText());
         return;
     }

@@ -110,10 +110,8 @@ bool LogSink::writeToFile(const QByteArray &line)
 {
     struct stat named
     { };
-    struct stat open
-    { };
-    const bool stillThere = m_descriptor != -1 && stat(m_path.constData(), &named) == 0
-        && fstat(m_descriptor, &open) == 0 && named.st_ino == open.st_ino && named.st_dev == open.st_dev;
+    const bool stillThere = m_descriptor != -1 && stat(m_path.constData(), &named) == 0 && named.st_ino == m_inode
+        && named.st_dev == m_device;
     return (stillThere || openFile()) && writeAll(m_descriptor, line);
 }
 
@@ -124,7 +122,14 @@ bool LogSink::openFile()
     }
     // O_NONBLOCK: a FIFO in the place of the file must not stop the process until somebody reads it.
     m_descriptor = ::open(m_path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644);
-    return m_descriptor != -1;
+    struct stat opened
+    { };
+    if (m_descriptor == -1 || fstat(m_descriptor, &opened) != 0) {
+        return false;
+    }
+    m_inode = opened.st_ino;
+    m_device = opened.st_dev;
+    return true;
 }
 
 void LogSink::fallBack(int level, const QByteArray &text)

@@ -6,6 +6,8 @@
 
 #include <mutex>
 
+#include <sys/types.h>
+
 /**
  * Where log records go: to the named file; without a name, or while the file cannot be opened or written, to standard
  * error; when that cannot be written either, to syslog(3).
@@ -38,6 +40,8 @@ private:
 
     const QByteArray m_path;
     int m_descriptor = -1;
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
     bool m_announced = false;
     std::mutex m_mutex;
 };

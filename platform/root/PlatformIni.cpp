@@ -10,7 +10,7 @@ namespace PlatformIni {
 
 namespace {
 
-constexpr qint64 largestFile = 1024 * 1024;
+constexpr qint64 largestFile = 1 << 20;
 
 // QSettings takes a value with unquoted commas for a list.
 QString text(const QVariant &value)

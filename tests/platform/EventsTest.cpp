@@ -3,6 +3,7 @@
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
+#include <QDBusReply>
 #include <QDBusVariant>
 #include <QPointer>
 #include <QUuid>
@@ -45,7 +46,7 @@ public Q_SLOTS:
         got << words.join(QLatin1Char(' '));
     }
     void number(int value) { got << QString::number(value); }
-    void text(QString value) { got << value; }
+    void text(const QString &value) { got << value; }
     void variant(const QVariant &value) { got << text(value); }
     void list(const QVariantList &value) { got << text(value); }
     void record(const ApplicationConfig &value) { got << value.toString(); }
@@ -73,6 +74,8 @@ private Q_SLOTS:
     void cleanupTestCase() { m_bus.reset(); }
     void namesOfEveryKind_data();
     void namesOfEveryKind();
+    void rulesOnTheBus_data();
+    void rulesOnTheBus();
     void aThousandSubscriptions();
     void slotsOfEveryKind_data();
     void slotsOfEveryKind();
@@ -110,6 +113,50 @@ void EventsTest::namesOfEveryKind()
         QVERIFY(component.notifyEvent(name + QLatin1Char('x')));
         QVERIFY(component.notifyEvent(name, {{QStringLiteral("key"), 1}}));
         QTRY_COMPARE(receiver.got, QStringList(name + QStringLiteral(" key=int:1")));
+    });
+}
+
+// A component with few subscriptions has one rule a name, so that other events do not wake it; none has too many.
+void EventsTest::rulesOnTheBus_data()
+{
+    QTest::addColumn<QStringList>("names");
+    QTest::addColumn<int>("rules");
+    QStringList hundred;
+    for (int i = 0; i < 100; ++i) {
+        hundred << QStringLiteral("event_%1").arg(i);
+    }
+    QTest::newRow("plain names") << QStringList(hundred.mid(0, 3)) << 3;
+    QTest::newRow("odd names") << QStringList{QStringLiteral("a b"), QStringLiteral("a'b")} << 1;
+    QTest::newRow("mixed") << QStringList{QStringLiteral("a b"), hundred.first()} << 2;
+    QTest::newRow("many") << hundred << 33;
+}
+
+void EventsTest::rulesOnTheBus()
+{
+    QFETCH(QStringList, names);
+    QFETCH(int, rules);
+    Component component;
+    auto receiver = std::make_unique<Receiver>();
+    component.live([&] {
+        QDBusMessage query = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus.Debug.Stats"), QStringLiteral("GetConnectionStats"));
+        query.setArguments({component.busConnection().baseService()});
+        const auto count = [&] {
+            const QDBusReply<QVariantMap> stats = component.busConnection().call(query);
+            return stats.value().value(QStringLiteral("MatchRules"), -1).toInt();
+        };
+        const int before = count();
+        if (before == -1) {
+            QSKIP("this dbus-daemon keeps no statistics");
+        }
+        for (const QString &name : qAsConst(names)) {
+            component.subscribeEvent(name, receiver.get(), SLOT(nothing()));
+        }
+        QCOMPARE(count() - before, rules);
+        component.unsubscribeEvent(names.first(), receiver.get(), SLOT(nothing()));
+        receiver.reset();
+        QCOMPARE(count(), before);
     });
 }
 
