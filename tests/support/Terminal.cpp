@@ -4,9 +4,11 @@
 #include "BusNames.h"
 
 #include <QDBusReply>
+#include <QFile>
 #include <QTest>
 
 #include <csignal>
+#include <cstdio>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -53,6 +55,7 @@ Terminal::~Terminal()
     }
     if (pid() != 0) {
         QTest::qFail("the daemon does not end on SIGTERM", __FILE__, __LINE__);
+        end(SIGKILL);
     }
     const QStringList left = leftBehind();
     if (!left.isEmpty()) {
@@ -111,13 +114,40 @@ void Terminal::layOut(const QString &description)
 void Terminal::addModule(const QString &name, const QString &step, const QStringList &dependencies,
                          const QStringList &arguments)
 {
-    const QString config =
-        QStringLiteral("<config>%1%2%3</config>")
-            .arg(QStringLiteral("<initStep>%1</initStep>").arg(step.toHtmlEscaped()),
-                 elements(QStringLiteral("dependencies"), QStringLiteral("dependency"), dependencies),
-                 elements(QStringLiteral("extra_args"), QStringLiteral("arg"), arguments));
-    root.write(configDirectory + name + QStringLiteral("/config.xml"), config.toUtf8());
+    m_modules.insert(name, {step, dependencies, arguments});
+    writeConfig(name, {});
     root.link(moduleDirectory + name, QStringLiteral(SAMPLE_MODULE));
+}
+
+void Terminal::addArguments(const QString &name, const QStringList &arguments)
+{
+    writeConfig(name, arguments);
+}
+
+void Terminal::writeConfig(const QString &name, const QStringList &moreArguments)
+{
+    const ModuleFile module = m_modules.value(name);
+    const QString config =
+        QStringLiteral("<config><initStep>%1</initStep>%2%3</config>")
+            .arg(module.step.toHtmlEscaped(),
+                 elements(QStringLiteral("dependencies"), QStringLiteral("dependency"), module.dependencies),
+                 elements(QStringLiteral("extra_args"), QStringLiteral("arg"), module.arguments + moreArguments));
+    // In one go: the daemon may be reading it.
+    const QString path = configDirectory + name + QStringLiteral("/config.xml");
+    root.write(path + QStringLiteral(".new"), config.toUtf8());
+    std::rename(QFile::encodeName(root.path(path + QStringLiteral(".new"))).constData(),
+                QFile::encodeName(root.path(path)).constData());
+}
+
+void Terminal::standIn(const QString &path)
+{
+    root.write(path, "#!/bin/sh\necho \"${0##*/} $*\" >>\"$JOV_ROOT/records\"\n");
+    QFile::setPermissions(root.path(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+QStringList Terminal::records() const
+{
+    return QString::fromUtf8(root.read(QStringLiteral("/records"))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 void Terminal::launch(const QStringList &arguments)

@@ -44,12 +44,22 @@ public:
     void addModule(const QString &name, const QString &step, const QStringList &dependencies = {},
                    const QStringList &arguments = {});
 
+    /// The module's arguments: those of the description, and these instead of any given here before.
+    void addArguments(const QString &name, const QStringList &arguments);
+    /// A program at `path` that notes how it was called: a line in records(), its name and its arguments.
+    void standIn(const QString &path);
+    [[nodiscard]] QStringList records() const;
+
     /// In the foreground.
     void start();
     /// Starts it in daemon mode and waits for the exit status of the process that was started.
     int startDaemon(const QStringList &arguments = {});
     /// The daemon's process id; 0 when there is none.
     [[nodiscard]] pid_t pid() const;
+    /// The process that start() started still runs.
+    [[nodiscard]] bool isUp() const { return m_process.state() != QProcess::NotRunning; }
+    /// The command lines of the processes of this terminal.
+    [[nodiscard]] QStringList leftBehind() const;
     /// What the started process has written to its standard streams.
     [[nodiscard]] QByteArray output();
     /// Sends the signal, when it is not 0, and waits for the end: the exit status, 128 + the signal that ended it, or
@@ -95,8 +105,15 @@ Q_SIGNALS:
 private:
     void layOut(const QString &description);
     void launch(const QStringList &arguments);
-    [[nodiscard]] QStringList leftBehind() const;
+    void writeConfig(const QString &name, const QStringList &moreArguments);
 
+    struct ModuleFile
+    {
+        QString step;
+        QStringList dependencies;
+        QStringList arguments;
+    };
+    QMap<QString, ModuleFile> m_modules;
     QString m_program;
     QMap<QString, QString> m_variables;
     QProcess m_process;

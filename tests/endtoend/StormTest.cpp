@@ -1,0 +1,393 @@
+#include "BusNames.h"
+#include "LeftBehind.h"
+#include "Setting.h"
+#include "Terminal.h"
+
+#include <QDBusPendingReply>
+#include <QElapsedTimer>
+#include <QScopeGuard>
+#include <QTest>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr char calmTerminal[] = R"(step one 1
+step two 2
+step five 5
+step home 7 home
+step nine 9
+A one
+B one <A
+C one <A,B --stop-after=20
+Platform two
+SettingsManager two
+Slow two --ready-after=60
+D five
+E five <D --stop-after=5
+JovGate five
+JovWebClient home --presentation-after=5
+F nine
+G nine <F)";
+
+/// How a module may misbehave after the next rebuild; the empty one is no misbehaviour.
+const char *const manners[] = {"",
+                               "",
+                               "",
+                               "--never-ready",
+                               "--exit-after=30",
+                               "--exit-after=5 --exit-code=127",
+                               "--crash-after=40 --crash-signal=SEGV",
+                               "--crash-after=300 --crash-signal=ABRT",
+                               "--ignore-stop",
+                               "--crash-on-stop",
+                               "--stop-after=400",
+                               "--exit-on-ready",
+                               "--ready-after=150",
+                               "--stop-exit-code=3",
+                               "--chatter"};
+
+/// Nothing may take longer than this: two seconds of CPU measuring, a few killed modules, log archives on a busy
+/// machine.
+constexpr int longestSilence = 15000;
+
+} // namespace
+
+/**
+ * Everything at once, at random moments: calls, events, signals, and modules that die, hang and misbehave.
+ *
+ * The daemon must neither crash nor leak nor hang, start no module twice at once and leave no process behind, and when
+ * the storm is over one restart brings every module up. A crash makes the daemon ask for a reboot and refuse starts; a
+ * restart is the storm's answer to that. The same seed is the same sequence of orders; the moments are the machine's.
+ */
+class StormTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    StormTest(unsigned seed, int seconds)
+        : m_seed(seed)
+        , m_seconds(seconds)
+        , m_random(seed)
+    { }
+
+private Q_SLOTS:
+    void storm();
+
+private:
+    using Order = void (StormTest::*)();
+
+    int upTo(int last) { return int(m_random() % unsigned(last + 1)); }
+    template <typename List>
+    auto any(const List &list)
+    {
+        return list[upTo(int(std::size(list)) - 1)];
+    }
+    QString anyName();
+
+    void call();
+    void restart();
+    void vanish();
+    void spoofProgress();
+    void spoofControl();
+    void hangUp();
+    void signalModule();
+    void changeManners();
+    void endDaemon();
+
+    void follow(const QDBusPendingCall &call) { m_calls.push_back(call); }
+    void watch();
+    void watchEnd();
+    void calmDown();
+
+    const unsigned m_seed;
+    const int m_seconds;
+    std::mt19937 m_random;
+    std::unique_ptr<Terminal> m_terminal;
+    std::vector<QDBusPendingCall> m_calls;
+    QStringList m_names;
+    QElapsedTimer m_answered; ///< since the daemon last answered
+    bool m_asked = false;
+    bool m_endAsked = false;
+    bool m_signalTaken = false;
+    int m_ends = 0;
+};
+
+QString StormTest::anyName()
+{
+    return upTo(19) == 0 ? QStringLiteral("nobody \u2603'") : any(m_names);
+}
+
+void StormTest::call()
+{
+    const QString plain[] = {QStringLiteral("startAll"),
+                             QStringLiteral("stopAll"),
+                             QStringLiteral("restart"),
+                             QStringLiteral("restartApp"),
+                             QStringLiteral("getModulesList"),
+                             QStringLiteral("getApplicationsListInString"),
+                             QStringLiteral("enoughMemory"),
+                             QStringLiteral("getApplicationsForSettingsDeployment"),
+                             QStringLiteral("restartPresentation"),
+                             QStringLiteral("getTotalMemory"),
+                             QStringLiteral("getFreeMemory"),
+                             QStringLiteral("getModulesListInString")};
+    const QString named[] = {QStringLiteral("startModule"), QStringLiteral("stopModule"),
+                             QStringLiteral("restartModule"), QStringLiteral("getMemoryUsage")};
+    switch (upTo(9)) {
+    case 0:
+    case 1:
+    case 2:
+        follow(m_terminal->sendAsync(any(plain)));
+        break;
+    case 3:
+        follow(m_terminal->sendAsync(QStringLiteral("restartModule"), {QStringList{anyName(), anyName(), anyName()}}));
+        break;
+    case 4: {
+        Setting setting;
+        setting.setId(upTo(1) == 0 ? QStringLiteral("MonitoringWatchDelay") : QStringLiteral("MonitoringWatchRetry"));
+        setting.setValue(QString::number(upTo(3) - 1));
+        setting.setDefined(true);
+        follow(m_terminal->sendAsync(QStringLiteral("monitoringSettingsChanged"), {QVariant::fromValue(setting)}));
+        break;
+    }
+    case 5:
+        follow(m_terminal->sendAsync(QStringLiteral("setAdminPasswd"), {QStringLiteral("exit 3")}));
+        break;
+    case 6:
+        // Measuring takes two seconds, of nobody none.
+        follow(m_terminal->sendAsync(QStringLiteral("getCpuUsage"), {upTo(9) == 0 ? anyName() : QString()}));
+        break;
+    default:
+        follow(m_terminal->sendAsync(any(named), {anyName()}));
+    }
+}
+
+void StormTest::restart()
+{
+    follow(m_terminal->sendAsync(QStringLiteral("restart")));
+}
+
+void StormTest::vanish()
+{
+    const QString name = QStringLiteral("vanishing");
+    const QString methods[] = {QStringLiteral("restart"), QStringLiteral("stopAll"), QStringLiteral("startAll")};
+    QDBusConnection::connectToBus(m_terminal->bus.address(), name)
+        .asyncCall(QDBusMessage::createMethodCall(BusNames::service(QStringLiteral("ApplicationManager")),
+                                                  QStringLiteral("/ApplicationManager"), BusNames::methodInterface(),
+                                                  any(methods)));
+    QDBusConnection::disconnectFromBus(name);
+}
+
+void StormTest::spoofProgress()
+{
+    const QString before[] = {QStringLiteral("end_of_init_"), QStringLiteral("stop_module_")};
+    switch (upTo(3)) {
+    case 0:
+        m_terminal->notify(QStringLiteral("presentationReady"));
+        break;
+    case 1:
+        m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"), {{QStringLiteral("reboot"), upTo(5) == 0}});
+        break;
+    default:
+        m_terminal->notify(any(before) + anyName());
+    }
+}
+
+void StormTest::spoofControl()
+{
+    const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, QStringLiteral("7"), QStringLiteral("x")};
+    const QString others[] = {QStringLiteral("PLTF_LOCK_REBOOT"), QStringLiteral("PLTF_UNLOCK_REBOOT"),
+                              QStringLiteral("end_of_init"), QStringLiteral("init_message"),
+                              QStringLiteral("checkMandatorySettings")};
+    if (upTo(1) == 0) {
+        m_terminal->notify(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), any(steps)}});
+    } else {
+        m_terminal->notify(any(others));
+    }
+}
+
+void StormTest::hangUp()
+{
+    m_signalTaken = true;
+    kill(m_terminal->pid(), SIGHUP);
+}
+
+void StormTest::signalModule()
+{
+    const int signals[] = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
+    const QString name = any(m_names);
+    const int signal = any(signals);
+    if (signal == SIGSTOP && name == QLatin1String("SettingsManager")) {
+        return; // a question to it would hold the daemon for as long as D-Bus lets it
+    }
+    const QList<pid_t> pids = m_terminal->modules().value(name);
+    if (!pids.isEmpty()) {
+        kill(pids.first(), signal);
+    }
+}
+
+void StormTest::changeManners()
+{
+    const QString name = any(m_names);
+    const QString manner = QString::fromLatin1(any(manners));
+    m_terminal->addArguments(name, manner.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+}
+
+void StormTest::endDaemon()
+{
+    m_endAsked = true;
+    // One signal is taken in the life of a daemon.
+    if (m_signalTaken || upTo(1) == 0) {
+        follow(m_terminal->sendAsync(QStringLiteral("stopManager")));
+    } else {
+        m_signalTaken = true;
+        kill(m_terminal->pid(), SIGTERM);
+    }
+}
+
+/// After each order: nothing runs twice, the daemon answers, and when it has ended there is a reason.
+void StormTest::watch()
+{
+    const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
+    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
+        QVERIFY2(module->size() == 1, qPrintable(module.key() + QStringLiteral(" runs twice")));
+    }
+    if (!m_terminal->isUp()) {
+        watchEnd();
+        return;
+    }
+    if (!m_asked) {
+        m_asked = true;
+        auto *question = new QDBusPendingCallWatcher(m_terminal->sendAsync(QStringLiteral("getStepInfra")), this);
+        connect(question, &QDBusPendingCallWatcher::finished, this, [this, question] {
+            m_asked = false;
+            m_answered.restart();
+            question->deleteLater();
+        });
+    }
+    QVERIFY2(m_answered.elapsed() < longestSilence, "no answer any more");
+}
+
+void StormTest::watchEnd()
+{
+    // It also gives up by itself when the web client never shows its presentation.
+    const bool gaveUp = m_terminal->logCount(QStringLiteral("Webapp timeout")) > 0;
+    QCOMPARE(m_terminal->end(0), 0);
+    QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
+    const QStringList left = m_terminal->leftBehind();
+    QVERIFY2(left.isEmpty(), qPrintable(left.join(QStringLiteral(", "))));
+    ++m_ends;
+    m_endAsked = false;
+    m_signalTaken = false;
+    m_terminal->start();
+    QVERIFY(Terminal::wait([this] { return !m_terminal->states().isEmpty(); }));
+    m_answered.restart();
+}
+
+void StormTest::calmDown()
+{
+    const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
+    for (const QList<pid_t> &pids : modules) {
+        kill(pids.first(), SIGCONT);
+    }
+    for (const QString &name : qAsConst(m_names)) {
+        m_terminal->addArguments(name, {});
+    }
+    // An end that was asked for last may still be under way.
+    QTest::qWait(m_endAsked ? 5000 : 0);
+    watch();
+    for (QDBusPendingCall &call : m_calls) {
+        QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
+    }
+}
+
+void StormTest::storm()
+{
+    qInfo("storm --seed %u --seconds %d", m_seed, m_seconds);
+    m_terminal = std::make_unique<Terminal>(calmTerminal);
+    const auto cleared = qScopeGuard([this] { m_terminal.reset(); });
+    m_terminal->setDaemon(QStringLiteral(QUICK_DAEMON));
+    m_terminal->standIn(QStringLiteral("/sbin/reboot"));
+    m_terminal->standIn(QStringLiteral("/usr/bin/jpg2fb"));
+    registerDBusSetting();
+    bool calm = true;
+    connect(m_terminal.get(), &Terminal::event, this, [&](const QString &name) {
+        if (name == QLatin1String("checkMandatorySettings") && (calm || upTo(3) > 0)) {
+            m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"), {{QStringLiteral("reboot"), false}});
+        }
+    });
+    m_terminal->start();
+    QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
+    m_names = m_terminal->modules().keys();
+    const int descriptors = Processes::descriptors(m_terminal->pid()).size();
+
+    const std::pair<int, Order> orders[] = {{30, &StormTest::call},         {8, &StormTest::restart},
+                                            {2, &StormTest::vanish},        {20, &StormTest::spoofProgress},
+                                            {10, &StormTest::spoofControl}, {1, &StormTest::hangUp},
+                                            {20, &StormTest::signalModule}, {8, &StormTest::changeManners}};
+    std::vector<Order> drawn;
+    for (const auto &[weight, order] : orders) {
+        drawn.insert(drawn.end(), size_t(weight), order);
+    }
+    calm = false;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    m_answered.start();
+    while (elapsed.elapsed() < m_seconds * 1000LL) {
+        for (int burst = upTo(3); burst >= 0; --burst) {
+            (this->*(upTo(1500) == 0 ? &StormTest::endDaemon : any(drawn)))();
+        }
+        // Sometimes a breath that lets a start get through.
+        QTest::qWait(upTo(9) == 0 ? upTo(300) : upTo(6));
+        watch();
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+        m_terminal->forgetEvents();
+    }
+
+    calm = true;
+    calmDown();
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QCOMPARE(m_terminal->call(QStringLiteral("restart")), QString());
+    QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
+    QCOMPARE(m_terminal->modules().keys(), m_names);
+    QCOMPARE(Processes::descriptors(m_terminal->pid()).size(), descriptors);
+    QCOMPARE(Processes::figure(m_terminal->pid(), "status", "Threads"), 2);
+    endDaemon();
+    QCOMPARE(m_terminal->end(0), 0);
+    const auto count = [this](const char *text) { return m_terminal->logCount(QLatin1String(text)); };
+    qInfo("%d calls, %d launches, %d crashes, %d kills after a time-out, %d rebuilds, %d ends", int(m_calls.size()),
+          count("PID of :"), count("Terminal will reboot now"), count("[timeout]"), count("Clear all lists"), m_ends);
+}
+
+int main(int argc, char **argv)
+{
+    unsigned seed = std::random_device()();
+    int seconds = 20;
+    std::vector<char *> others{argv[0]};
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--seed") == 0 && i + 1 < argc) {
+            seed = QByteArray(argv[++i]).toUInt();
+        } else if (qstrcmp(argv[i], "--seconds") == 0 && i + 1 < argc) {
+            seconds = QByteArray(argv[++i]).toInt();
+        } else {
+            others.push_back(argv[i]);
+        }
+    }
+    // Qt Test would end a longer storm.
+    qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((seconds + 300) * 1000));
+    StormTest test(seed, seconds);
+    return runTest(test, int(others.size()), others.data());
+}
+
+#include "StormTest.moc"
