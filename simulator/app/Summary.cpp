@@ -95,7 +95,7 @@ void Summary::showWhatNext(Display &display, const BootRecord &boot, bool hasPro
     }
     if (hasPrompt) {
         offer(QStringLiteral("restart ") + any, "one module alone");
-        offer(QStringLiteral("list, help, quit"), "");
+        offer(QStringLiteral("help"), "all commands");
     } else {
         offer(QStringLiteral("terminal leak --watchdog-minute 2000"), "");
     }
