@@ -27,8 +27,6 @@ private Q_SLOTS:
     void parameters_data();
     void parameters();
     void fifoDoesNotBlock();
-    void exitCodes_data();
-    void exitCodes();
     void commandWithoutStandardStreams();
     void commandHasDefaultSignals();
     void commandsOfTheRoot();
@@ -133,26 +131,6 @@ void FilesTest::fifoDoesNotBlock()
     QCOMPARE(mkfifo(qPrintable(ini), 0600), 0);
     QVERIFY(settings_get_section(QStringLiteral("platform")).isEmpty());
     QFile::remove(ini);
-}
-
-void FilesTest::exitCodes_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("0") << 0 << "EXITED_OK";
-    QTest::newRow("127") << 127 << "BAD_LIBRARIES";
-    QTest::newRow("6") << 6 << "SIGABRT";
-    QTest::newRow("7") << 7 << "SIGBUS";
-    QTest::newRow("11") << 11 << "SIGSEGV";
-    QTest::newRow("15") << 15 << "SIGTERM";
-    QTest::newRow("5") << 5 << "EXITED_5";
-    QTest::newRow("-1") << -1 << "EXITED_-1";
-}
-
-void FilesTest::exitCodes()
-{
-    QFETCH(int, code);
-    QTEST(getExitCodeInString(code), "text");
 }
 
 void FilesTest::commandWithoutStandardStreams()

@@ -316,8 +316,11 @@ void LifeTest::callsOfOthers()
         QCOMPARE(reply.arguments(), QVariantList{true});
         QVERIFY(component.asyncRemoteCall(QStringLiteral("Probe"), QStringLiteral("play"), {QStringLiteral("async")}));
         QTRY_VERIFY(component.calls.contains(QStringLiteral("async")));
-        QCOMPARE(component.syncRemoteCall(QStringLiteral("Nobody"), QStringLiteral("m")).type(),
-                 QDBusMessage::ErrorMessage);
+        for (const QString &name : {QStringLiteral("Nobody"), QString(), QString(400, QLatin1Char('x'))}) {
+            QCOMPARE(component.syncRemoteCall(name, QStringLiteral("m")).type(), QDBusMessage::ErrorMessage);
+            QCOMPARE(component.syncRemoteCall(QStringLiteral("Probe"), name + QLatin1Char(' ')).type(),
+                     QDBusMessage::ErrorMessage);
+        }
     });
 }
 
