@@ -1,0 +1,120 @@
+// Boots terminals of modules that are ready at once, by the daemon and by the bare loop in turns, and prints what each
+// took, and what the supervisor of a hundred modules costs when nothing happens.
+
+#include "Boot.h"
+#include "Resting.h"
+#include "Statistics.h"
+#include "Table.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+enum class Shape { Chain, Independent };
+
+struct Case
+{
+    Shape shape;
+    int modules;
+    double mostRatio; ///< promised; 0: nothing is
+};
+
+struct Outcome
+{
+    Case of;
+    Pairs pairs;
+};
+
+QStringList layOut(const Terminal &terminal, const Case &of)
+{
+    return of.shape == Shape::Chain ? terminal.addChain(of.modules) : terminal.addIndependent(of.modules);
+}
+
+/// One more pair; which of the two comes first changes, since the second finds a warmer machine.
+void measure(const Programs &programs, Outcome &outcome)
+{
+    const auto one = [&](Boot::By by) {
+        const Terminal terminal(programs.tinyModule);
+        const QStringList names = layOut(terminal, outcome.of);
+        return Boot(by, programs, terminal, names).perModule();
+    };
+    double daemon = 0;
+    double floor = 0;
+    if (outcome.pairs.ours.size() % 2 == 0) {
+        daemon = one(Boot::By::Daemon);
+        floor = one(Boot::By::Floor);
+    } else {
+        floor = one(Boot::By::Floor);
+        daemon = one(Boot::By::Daemon);
+    }
+    outcome.pairs.add(daemon, floor);
+}
+
+QString nameOf(const Case &of)
+{
+    return (of.shape == Shape::Chain ? QStringLiteral("chain of %1") : QStringLiteral("%1 independent"))
+        .arg(of.modules);
+}
+
+void measureBoots(const Programs &programs, int repetitions)
+{
+    QVector<Outcome> outcomes{{{Shape::Chain, 10, 0}, {}},
+                              {{Shape::Chain, 100, 1.15}, {}},
+                              {{Shape::Chain, 400, 0}, {}},
+                              {{Shape::Independent, 100, 0}, {}}};
+    for (int i = 0; i < repetitions; ++i) {
+        for (Outcome &outcome : outcomes) {
+            measure(programs, outcome);
+        }
+    }
+    Table table(QStringLiteral("Boot, milliseconds per module (medians of %1, in turns)").arg(repetitions),
+                {QStringLiteral("modules"), QStringLiteral("daemon"), QStringLiteral("floor"), QStringLiteral("ratio"),
+                 QStringLiteral("at most"), QStringLiteral("met")});
+    for (const Outcome &outcome : qAsConst(outcomes)) {
+        const double most = outcome.of.mostRatio;
+        const double ratio = outcome.pairs.ratio();
+        table.add({nameOf(outcome.of), figure(median(outcome.pairs.ours), 3), figure(median(outcome.pairs.floor), 3),
+                   figure(ratio), most > 0 ? figure(most) : QString(), most > 0 ? within(ratio, most) : QString()});
+    }
+    Pairs growth;
+    for (int i = 0; i < repetitions; ++i) {
+        growth.add(outcomes.at(2).pairs.ours.at(i), outcomes.at(1).pairs.ours.at(i));
+    }
+    table.add({QStringLiteral("daemon, 400 to 100"), QString(), QString(), figure(growth.ratio()), figure(1.15),
+               within(growth.ratio(), 1.15)});
+    table.print();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Measures the boot of modules that are ready at once."));
+    parser.addHelpOption();
+    const QCommandLineOption repetitions(QStringLiteral("repetitions"), QStringLiteral("How often each is booted."),
+                                         QStringLiteral("n"), QStringLiteral("9"));
+    const QCommandLineOption seconds(QStringLiteral("rest"),
+                                     QStringLiteral("How long a resting supervisor is watched."),
+                                     QStringLiteral("seconds"), QStringLiteral("10"));
+    const QCommandLineOption daemon(QStringLiteral("daemon"), QStringLiteral("Another daemon than the one built."),
+                                    QStringLiteral("path"));
+    parser.addOptions({repetitions, seconds, daemon});
+    parser.process(application);
+
+    Boot::becomeSubreaper();
+    const Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
+    const int times = parser.value(repetitions).toInt();
+    if (times > 0) {
+        measureBoots(programs, times);
+    }
+    const int rest = parser.value(seconds).toInt();
+    if (rest > 0) {
+        measureRest(programs, rest);
+    }
+    return 0;
+}

@@ -1,0 +1,62 @@
+// The least that a supervisor on QProcess and QtDBus can do: start one module, wait for its announcement, start the
+// next. What it takes is the floor that the daemon's start is measured against.
+//
+//     bench-floor DIRECTORY/ NAME...
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QEventLoop>
+#include <QProcess>
+
+#include <memory>
+#include <vector>
+
+class Announcements : public QObject
+{
+    Q_OBJECT
+
+public:
+    void waitFor(const QString &event)
+    {
+        m_awaited = event;
+        m_loop.exec();
+    }
+
+public Q_SLOTS:
+    void arrived(const QDBusMessage &message)
+    {
+        if (message.arguments().value(0).toString() == m_awaited) {
+            m_loop.quit();
+        }
+    }
+
+private:
+    QString m_awaited;
+    QEventLoop m_loop;
+};
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList names = application.arguments().mid(2);
+    const QString directory = application.arguments().value(1);
+    Announcements announcements;
+    QDBusConnection::systemBus().connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
+                                         QStringLiteral("event"), QStringList(), QStringLiteral("sa{sv}"),
+                                         &announcements, SLOT(arrived(QDBusMessage)));
+    std::vector<std::unique_ptr<QProcess>> modules;
+    for (const QString &name : names) {
+        modules.push_back(std::make_unique<QProcess>());
+        QProcess &module = *modules.back();
+        module.setWorkingDirectory(directory);
+        module.setStandardOutputFile(QProcess::nullDevice());
+        module.setStandardErrorFile(QProcess::nullDevice());
+        module.start(directory + name, {QStringLiteral("--moduleName=") + name}, QIODevice::ReadWrite);
+        module.waitForStarted();
+        announcements.waitFor(QStringLiteral("end_of_init_") + name);
+    }
+    return QCoreApplication::exec();
+}
+
+#include "floor.moc"

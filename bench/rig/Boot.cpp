@@ -1,0 +1,149 @@
+#include "Boot.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QFile>
+#include <QFileInfo>
+#include <QThread>
+#include <QTimer>
+
+#include <cerrno>
+#include <csignal>
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+
+namespace {
+
+constexpr int longestBoot = 120000;
+constexpr int longestEnd = 10000;
+
+QString endOfInit(const QString &name)
+{
+    return QStringLiteral("end_of_init_") + name;
+}
+
+QString newConnectionName()
+{
+    static int count = 0;
+    return QStringLiteral("boot-%1").arg(++count);
+}
+
+/// The modules end with their bus; one that does not is a fault of the benchmark.
+void reapAll()
+{
+    QElapsedTimer waited;
+    waited.start();
+    for (;;) {
+        const pid_t pid = waitpid(-1, nullptr, WNOHANG);
+        if (pid < 0 && errno == ECHILD) {
+            return;
+        }
+        if (pid == 0) {
+            if (waited.elapsed() > longestEnd) {
+                qFatal("modules are left behind");
+            }
+            QThread::msleep(1);
+        }
+    }
+}
+
+} // namespace
+
+Programs Programs::beside(const QString &program, const QString &daemon)
+{
+    const QString directory = QFileInfo(program).absolutePath() + QLatin1Char('/');
+    return {daemon.isEmpty() ? directory + QStringLiteral("ApplicationManager") : daemon,
+            directory + QStringLiteral("bench-floor"), directory + QStringLiteral("tiny-module"),
+            directory + QStringLiteral("bench-list-server")};
+}
+
+Boot::Boot(By by, const Programs &programs, const Terminal &terminal, const QStringList &names)
+    : m_connectionName(newConnectionName())
+    , m_last(endOfInit(names.last()))
+    , m_starts(names.size() - 1)
+{
+    subscribe(endOfInit(names.first()));
+    subscribe(m_last);
+    m_clock.start();
+    m_process.setStandardErrorFile(QProcess::nullDevice());
+    m_process.setStandardOutputFile(QProcess::nullDevice());
+    if (by == By::Daemon) {
+        bootByDaemon(programs.daemon, terminal);
+    } else {
+        m_process.start(programs.floor, QStringList(terminal.moduleDirectory()) + names);
+        m_process.waitForStarted();
+        m_pid = m_process.processId();
+        waitUntil([this] { return m_lastAt >= 0; });
+    }
+}
+
+Boot::~Boot()
+{
+    if (m_pid > 0) {
+        kill(pid_t(m_pid), SIGKILL);
+    }
+    m_process.kill();
+    m_process.waitForFinished();
+    QDBusConnection::disconnectFromBus(m_connectionName);
+    m_bus.reset();
+    reapAll();
+}
+
+void Boot::subscribe(const QString &event)
+{
+    QDBusConnection connection = QDBusConnection::connectToBus(m_bus->address(), m_connectionName);
+    if (!connection.connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
+                            QStringLiteral("event"), {event}, QStringLiteral("sa{sv}"), this,
+                            SLOT(announced(QDBusMessage)))) {
+        qFatal("no bus: %s", qPrintable(connection.lastError().message()));
+    }
+}
+
+/// As on a terminal: in the background and quiet. The process that is started ends when the start-up has.
+void Boot::bootByDaemon(const QString &program, const Terminal &terminal)
+{
+    const QString pidFile = terminal.path(QStringLiteral("/tmp/pid"));
+    QFile::remove(pidFile);
+    m_process.start(program, {QStringLiteral("--pidFile=") + pidFile});
+    waitUntil([this] { return m_process.state() == QProcess::NotRunning; });
+    QFile file(pidFile);
+    if (file.open(QIODevice::ReadOnly)) {
+        m_pid = file.readAll().trimmed().toLongLong();
+    }
+    if (m_process.exitCode() != 0 || m_pid <= 0) {
+        qFatal("the daemon does not come up: status %d, see %s", m_process.exitCode(), qPrintable(terminal.logFile()));
+    }
+    waitUntil([this] { return m_lastAt >= 0; });
+}
+
+/// The loop turns meanwhile, so that an announcement is stamped when it arrives.
+void Boot::waitUntil(const std::function<bool()> &reached)
+{
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.start(longestBoot);
+    while (!reached()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        if (!limit.isActive()) {
+            qFatal("a module does not come up");
+        }
+    }
+}
+
+void Boot::announced(const QDBusMessage &message)
+{
+    const bool isLast = message.arguments().value(0).toString() == m_last;
+    (isLast ? m_lastAt : m_firstAt) = m_clock.nsecsElapsed();
+}
+
+double Boot::perModule() const
+{
+    return double(m_lastAt - m_firstAt) / 1e6 / m_starts;
+}
+
+void Boot::becomeSubreaper()
+{
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+}

@@ -1,0 +1,70 @@
+#ifndef BOOT_H
+#define BOOT_H
+
+#include "PrivateBus.h"
+#include "Terminal.h"
+
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+/// Where the programs to measure were built.
+struct Programs
+{
+    QString daemon;
+    QString floor;
+    QString tinyModule;
+    QString listServer;
+
+    /// Those beside the running program; `daemon` may be another one.
+    [[nodiscard]] static Programs beside(const QString &program, const QString &daemon);
+};
+
+/**
+ * One boot of all modules on a bus of its own, by the daemon or by the bare loop, measured from outside: the time
+ * between two modules' announcements as they arrive on the bus, which needs no trust in either's own clock.
+ *
+ * The constructor returns when the last module has announced itself; with the object everything ends. The caller is to
+ * be the subreaper of what it starts (becomeSubreaper()), so that nothing is left behind unseen.
+ */
+class Boot : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class By { Daemon, Floor };
+
+    Boot(By by, const Programs &programs, const Terminal &terminal, const QStringList &names);
+    ~Boot() override;
+
+    /// From the first announcement to the last, in milliseconds, by the number of starts between them.
+    [[nodiscard]] double perModule() const;
+    /// The process that supervises the modules.
+    [[nodiscard]] qint64 supervisor() const { return m_pid; }
+    [[nodiscard]] QString address() const { return m_bus->address(); }
+
+    static void becomeSubreaper();
+
+private Q_SLOTS:
+    void announced(const QDBusMessage &message);
+
+private:
+    void subscribe(const QString &event);
+    void bootByDaemon(const QString &program, const Terminal &terminal);
+    static void waitUntil(const std::function<bool()> &reached);
+
+    std::unique_ptr<PrivateBus> m_bus = std::make_unique<PrivateBus>();
+    QString m_connectionName;
+    QProcess m_process;
+    QElapsedTimer m_clock;
+    QString m_last;
+    int m_starts;
+    qint64 m_firstAt = -1;
+    qint64 m_lastAt = -1;
+    qint64 m_pid = 0;
+};
+
+#endif

@@ -1,0 +1,108 @@
+#include "Terminal.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+const QString onlyStep = QStringLiteral("bench");
+
+QString numbered(int number)
+{
+    return QStringLiteral("m%1").arg(number, 4, 10, QLatin1Char('0'));
+}
+
+} // namespace
+
+Terminal::Terminal(const QString &moduleProgram)
+    : m_moduleProgram(moduleProgram)
+{
+    qputenv("JOV_ROOT", QFile::encodeName(m_root.path()));
+    QDir root(m_root.path());
+    for (const char *directory : {"usr/lib/JovApplication", "var/log", "log", "tmp"}) {
+        root.mkpath(QLatin1String(directory));
+    }
+    write(QStringLiteral("/etc/JovApplication/platform.ini"),
+          QStringLiteral("[log]\nlevel=6\nfile=/var/log/manager.log\n"));
+    setSteps({onlyStep});
+}
+
+Terminal::~Terminal()
+{
+    qunsetenv("JOV_ROOT");
+}
+
+void Terminal::write(const QString &below, const QString &text) const
+{
+    const QString whole = path(below);
+    QDir().mkpath(whole.left(whole.lastIndexOf(QLatin1Char('/'))));
+    QFile file(whole);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0) {
+        qFatal("cannot write %s: %s", qPrintable(whole), qPrintable(file.errorString()));
+    }
+}
+
+void Terminal::setSteps(const QStringList &names) const
+{
+    QString text = QStringLiteral("<initStep>\n");
+    for (int i = 0; i < names.size(); ++i) {
+        text += QStringLiteral("  <step name=\"%1\" value=\"%2\"%3/>\n")
+                    .arg(names.at(i), QString::number(i + 1),
+                         i + 1 == names.size() ? QStringLiteral(" show_homepage=\"true\"") : QString());
+    }
+    write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"),
+          text + QStringLiteral("</initStep>\n"));
+}
+
+void Terminal::add(const Module &module) const
+{
+    QString text =
+        QStringLiteral("<config>\n  <initStep>%1</initStep>\n").arg(module.step.isEmpty() ? onlyStep : module.step);
+    if (!module.dependencies.isEmpty()) {
+        text += QStringLiteral("  <dependencies>\n");
+        for (const QString &dependency : module.dependencies) {
+            text += QStringLiteral("    <dependency>%1</dependency>\n").arg(dependency);
+        }
+        text += QStringLiteral("  </dependencies>\n");
+    }
+    if (module.maxMemory > 0) {
+        text += QStringLiteral("  <maxMemory><DDRSz criteria=\"256MB\">%1</DDRSz></maxMemory>\n").arg(module.maxMemory);
+    }
+    if (!module.arguments.isEmpty()) {
+        text += QStringLiteral("  <extra_args>\n");
+        for (const QString &argument : module.arguments) {
+            text += QStringLiteral("    <arg>%1</arg>\n").arg(argument);
+        }
+        text += QStringLiteral("  </extra_args>\n");
+    }
+    write(QStringLiteral("/etc/JovApplication/module/%1/config.xml").arg(module.name),
+          text + QStringLiteral("</config>\n"));
+    QFile::link(m_moduleProgram, moduleDirectory() + module.name);
+}
+
+QStringList Terminal::addChain(int count) const
+{
+    QStringList names;
+    for (int i = 1; i <= count; ++i) {
+        Module module;
+        module.name = numbered(i);
+        if (i > 1) {
+            module.dependencies.append(names.last());
+        }
+        add(module);
+        names.append(module.name);
+    }
+    return names;
+}
+
+QStringList Terminal::addIndependent(int count) const
+{
+    QStringList names;
+    for (int i = 1; i <= count; ++i) {
+        Module module;
+        module.name = numbered(i);
+        add(module);
+        names.append(module.name);
+    }
+    return names;
+}
