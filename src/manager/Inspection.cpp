@@ -4,37 +4,25 @@
 #include "Log.h"
 
 #include <QDBusMetaType>
-#include <QMetaProperty>
 
 namespace {
 
 /**
- * QtDBus takes every write of a property for done. It asks a class's meta-object to make the write, though, and listens to
- * its status: this one refuses a bad log level, so that the caller gets an error instead of a success without effect.
+ * QtDBus takes a written property for done, unless the class answers through the status that comes with the call that it was
+ * not: a bad log level is refused so, and its caller gets an error instead of a success without effect.
  */
 class CheckedInspection : public Inspection
 {
 public:
     using Inspection::Inspection;
 
-    [[nodiscard]] const QMetaObject *metaObject() const override
+    int qt_metacall(QMetaObject::Call call, int id, void **arguments) override
     {
-        static const QMetaObject checked = [] {
-            QMetaObject object = Inspection::staticMetaObject;
-            object.d.static_metacall = checkedCall;
-            return object;
-        }();
-        return &checked;
-    }
-
-private:
-    static void checkedCall(QObject *object, QMetaObject::Call call, int id, void **arguments)
-    {
-        static const int logLevel = staticMetaObject.indexOfProperty("LogLevel") - staticMetaObject.propertyOffset();
-        Inspection::staticMetaObject.d.static_metacall(object, call, id, arguments);
+        static const int logLevel = staticMetaObject.indexOfProperty("LogLevel");
         if (call == QMetaObject::WriteProperty && id == logLevel && !isLogLevel(*static_cast<int *>(arguments[0]))) {
             *static_cast<int *>(arguments[2]) = 0;
         }
+        return Inspection::qt_metacall(call, id, arguments);
     }
 };
 
