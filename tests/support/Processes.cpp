@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 
 namespace {
 
@@ -41,7 +42,7 @@ QList<Processes::Process> Processes::below(pid_t ancestor)
         // A zombie has no command line any more.
         const QByteArray words = procFile(child, "cmdline").replace('\0', ' ').trimmed();
         if (!words.isEmpty()) {
-            found << Process{child, QString::fromLocal8Bit(words)};
+            found << Process{child, ancestor, QString::fromLocal8Bit(words)};
         }
         found << below(child);
     }
@@ -51,12 +52,14 @@ QList<Processes::Process> Processes::below(pid_t ancestor)
 QMap<QString, QList<pid_t>> Processes::modulesBelow(pid_t ancestor)
 {
     QMap<QString, QList<pid_t>> modules;
+    QSet<pid_t> known;
     const QList<Process> processes = below(ancestor);
     for (const Process &process : processes) {
         const int option = process.commandLine.indexOf(moduleOption);
-        if (option >= 0) {
-            modules[process.commandLine.mid(option + moduleOption.size()).section(QLatin1Char(' '), 0, 0)]
-                << process.pid;
+        if (option >= 0 && !known.contains(process.parent)) {
+            known.insert(process.pid);
+            const QString name = process.commandLine.mid(option + moduleOption.size()).section(QLatin1Char(' '), 0, 0);
+            modules[name] << process.pid;
         }
     }
     return modules;

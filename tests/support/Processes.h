@@ -13,13 +13,15 @@ namespace Processes {
 struct Process
 {
     pid_t pid = 0;
+    pid_t parent = 0;
     QString commandLine; ///< words joined by blanks
 };
 
 /// All descendants of `ancestor`, parents before children.
 [[nodiscard]] QList<Process> below(pid_t ancestor);
 
-/// The modules among them by the name that they were given, with every process that plays it.
+/// The modules among them by the name that they were given, with every process that plays it; what a module itself has
+/// started does not count (a leak check at its end is a process of the same name).
 [[nodiscard]] QMap<QString, QList<pid_t>> modulesBelow(pid_t ancestor);
 
 /// What each open descriptor of a process is, by number.
