@@ -116,6 +116,8 @@ void ConfigFileTest::config()
                                 record.getDependencies().join(QLatin1Char(';')),
                                 record.getExtraArgs().join(QLatin1Char(';'))};
     QTEST(fields.join(QLatin1Char('|')), "expected");
+    readConfig(record, QString());
+    QCOMPARE(record.getMaxMemory(), 0);
 }
 
 void ConfigFileTest::strangeFile_data()

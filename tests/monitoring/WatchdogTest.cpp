@@ -273,6 +273,7 @@ void WatchdogTest::restartsAlsoWhatHasEnded()
     m_catalogue.find(QStringLiteral("gone"))->setID(QStringLiteral("0"));
     m_catalogue.applicationMap.erase(QStringLiteral("removed"));
     QTRY_COMPARE(m_supervisor.calls, QStringList({QStringLiteral("stop gone"), QStringLiteral("startAll")}));
+    QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
 }
 
 void WatchdogTest::cancelled()
