@@ -1,0 +1,51 @@
+#include "Arguments.h"
+
+#include "Command.h"
+
+#include <QCommandLineParser>
+
+namespace {
+
+[[noreturn]] void refuse(const Command &command, const QString &text)
+{
+    throw Failure(ExitStatus::Usage,
+                  QStringLiteral("%1. Try: jovctl %2 --help").arg(text, command.name));
+}
+
+} // namespace
+
+Arguments Arguments::parse(const Command &command, const QStringList &words)
+{
+    Arguments arguments;
+    if (command.parsesItself) {
+        arguments.m_wantsHelp = words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h"));
+        arguments.m_operands = words;
+        return arguments;
+    }
+    QCommandLineParser parser;
+    parser.addOptions(command.options);
+    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
+    parser.addOption(help);
+    if (!parser.parse(QStringList(command.name) + words)) {
+        QString text = parser.errorText();
+        while (text.endsWith(QLatin1Char('.'))) {
+            text.chop(1);
+        }
+        refuse(command, text);
+    }
+    arguments.m_wantsHelp = parser.isSet(help);
+    arguments.m_operands = parser.positionalArguments();
+    for (const QCommandLineOption &option : command.options) {
+        if (parser.isSet(option)) {
+            arguments.m_values.insert(option.names().last(), parser.value(option));
+        }
+    }
+    const int count = arguments.m_operands.size();
+    if (!arguments.m_wantsHelp && count < command.fewest) {
+        refuse(command, QStringLiteral("%1 needs %2").arg(command.name, command.synopsis));
+    }
+    if (!arguments.m_wantsHelp && command.most >= 0 && count > command.most) {
+        refuse(command, QStringLiteral("%1 does not take \"%2\"").arg(command.name, arguments.m_operands.at(command.most)));
+    }
+    return arguments;
+}

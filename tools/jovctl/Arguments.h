@@ -1,0 +1,29 @@
+#ifndef ARGUMENTS_H
+#define ARGUMENTS_H
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+struct Command;
+
+/// What stands behind a subcommand's name, checked against what it takes.
+class Arguments
+{
+public:
+    /// Throws a Failure with ExitStatus::Usage.
+    [[nodiscard]] static Arguments parse(const Command &command, const QStringList &words);
+
+    [[nodiscard]] bool wantsHelp() const { return m_wantsHelp; }
+    [[nodiscard]] bool isSet(const QString &option) const { return m_values.contains(option); }
+    [[nodiscard]] QString value(const QString &option) const { return m_values.value(option); }
+    [[nodiscard]] bool wantsJson() const { return isSet(QStringLiteral("json")); }
+    [[nodiscard]] QStringList operands() const { return m_operands; }
+
+private:
+    QHash<QString, QString> m_values;
+    QStringList m_operands;
+    bool m_wantsHelp = false;
+};
+
+#endif

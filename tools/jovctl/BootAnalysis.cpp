@@ -1,0 +1,173 @@
+#include "BootAnalysis.h"
+
+#include <QHash>
+#include <QMap>
+
+#include <algorithm>
+
+namespace {
+
+bool isBegin(const TimelineEntry &entry)
+{
+    return entry.event == QLatin1String("start") || entry.event == QLatin1String("restart");
+}
+
+/// Collects the first happening of each thing; what happens again later is no part of the start-up.
+class Collector
+{
+public:
+    Collector(const ModuleList &modules, const StepList &steps)
+    {
+        for (const StepInfo &step : steps) {
+            BootStep boot;
+            boot.name = step.name;
+            boot.value = step.value;
+            m_record.steps << boot;
+        }
+        for (const ModuleInfo &module : modules) {
+            m_stepOf.insert(module.name, module.step);
+        }
+    }
+
+    BootRecord collect(const TimelineList &timeline)
+    {
+        int first = timeline.size() - 1;
+        while (first >= 0 && !isBegin(timeline.at(first))) {
+            --first;
+        }
+        if (first < 0) {
+            return m_record;
+        }
+        m_record.isKnown = true;
+        m_record.isRestart = timeline.at(first).event == QLatin1String("restart");
+        const quint64 begin = timeline.at(first).time;
+        for (int i = first + 1; i < timeline.size() && !m_record.isComplete; ++i) {
+            if (timeline.at(i).event == QLatin1String("stop_all")) {
+                break;
+            }
+            m_record.total = timeline.at(i).time - begin;
+            take(timeline.at(i).event, timeline.at(i).name, m_record.total);
+        }
+        finish();
+        return m_record;
+    }
+
+private:
+    void take(const QString &event, const QString &name, quint64 time)
+    {
+        if (event == QLatin1String("end_of_init") && m_record.homepage == 0) {
+            m_record.homepage = time;
+        } else if (event == QLatin1String("step_started") || event == QLatin1String("step_done")) {
+            takeStep(name, event == QLatin1String("step_done"), time);
+        } else if (event == QLatin1String("launched") && m_stepOf.contains(name) && !m_modules.contains(name)) {
+            BootModule module;
+            module.name = name;
+            module.step = m_stepOf.value(name);
+            module.launched = time;
+            m_modules.insert(name, module);
+            m_order << name;
+        } else if (event == QLatin1String("RUNNING") || event == QLatin1String("STOPPED")) {
+            const auto module = m_modules.find(name);
+            if (module != m_modules.end() && module->until == 0) {
+                module->until = time;
+                module->isReady = event == QLatin1String("RUNNING");
+            }
+        }
+    }
+
+    void takeStep(const QString &name, bool isDone, quint64 time)
+    {
+        bool allDone = true;
+        for (BootStep &step : m_record.steps) {
+            if (step.name == name && !isDone && step.started == 0) {
+                step.started = time;
+            } else if (step.name == name && isDone && !step.isDone) {
+                step.until = time;
+                step.isDone = true;
+            }
+            allDone = allDone && step.isDone;
+        }
+        m_record.isComplete = allDone;
+    }
+
+    void finish()
+    {
+        for (const QString &name : qAsConst(m_order)) {
+            BootModule &module = m_modules[name];
+            module.until = module.until == 0 ? m_record.total : module.until;
+            const auto step = std::find_if(m_record.steps.begin(), m_record.steps.end(),
+                                           [&](const BootStep &candidate) { return candidate.name == module.step; });
+            if (step != m_record.steps.end()) {
+                step->modules << module;
+            }
+        }
+        for (BootStep &step : m_record.steps) {
+            step.until = step.started > 0 && !step.isDone ? m_record.total : step.until;
+        }
+    }
+
+    BootRecord m_record;
+    QHash<QString, QString> m_stepOf;
+    QMap<QString, BootModule> m_modules;
+    QStringList m_order;
+};
+
+/// Marks the slowest chain of the step and returns its length. A dependency was launched before what depends on it, so one
+/// pass in the order of launches sees each chain grow.
+quint64 markCritical(BootStep &step, const QHash<QString, QStringList> &dependencies)
+{
+    struct Chain
+    {
+        quint64 length = 0;
+        QString previous;
+    };
+    QHash<QString, Chain> chains;
+    QString slowest;
+    for (const BootModule &module : qAsConst(step.modules)) {
+        Chain chain;
+        const QStringList names = dependencies.value(module.name);
+        for (const QString &name : names) {
+            const auto before = chains.constFind(name);
+            if (before != chains.cend() && before->length > chain.length) {
+                chain = {before->length, name};
+            }
+        }
+        chain.length += module.duration();
+        chains.insert(module.name, chain);
+        if (slowest.isEmpty() || chain.length > chains.value(slowest).length) {
+            slowest = module.name;
+        }
+    }
+    QSet<QString> marked;
+    for (QString name = slowest; !name.isEmpty(); name = chains.value(name).previous) {
+        marked.insert(name);
+    }
+    for (BootModule &module : step.modules) {
+        module.isCritical = marked.contains(module.name);
+    }
+    return chains.value(slowest).length;
+}
+
+} // namespace
+
+QList<BootModule> BootRecord::allModules() const
+{
+    QList<BootModule> all;
+    for (const BootStep &step : steps) {
+        all << step.modules;
+    }
+    return all;
+}
+
+BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps)
+{
+    BootRecord record = Collector(modules, steps).collect(timeline);
+    QHash<QString, QStringList> dependencies;
+    for (const ModuleInfo &module : modules) {
+        dependencies.insert(module.name, module.dependencies);
+    }
+    for (BootStep &step : record.steps) {
+        record.critical += markCritical(step, dependencies);
+    }
+    return record;
+}

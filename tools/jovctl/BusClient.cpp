@@ -1,0 +1,156 @@
+#include "BusClient.h"
+
+#include "Console.h"
+#include "Failure.h"
+#include "NearMiss.h"
+#include "WaitNotice.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <limits>
+
+namespace {
+
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+/// Longer than the daemon is ever busy with something that keeps it from answering a question.
+constexpr int questionLimit = 60000;
+constexpr int withoutLimit = std::numeric_limits<int>::max();
+
+QDBusMessage message(const QString &interface, const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(BusClient::service(), BusClient::path(), interface, method);
+    call.setArguments(arguments);
+    call.setAutoStartService(false);
+    return call;
+}
+
+void check(const QDBusMessage &reply)
+{
+    if (reply.type() != QDBusMessage::ErrorMessage) {
+        return;
+    }
+    const QDBusError error(reply);
+    switch (error.type()) {
+    case QDBusError::ServiceUnknown:
+    case QDBusError::UnknownObject:
+        throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager is not running"));
+    case QDBusError::NoReply:
+    case QDBusError::Disconnected:
+        throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager has ended, or has not answered for a minute"));
+    case QDBusError::AccessDenied:
+        throw Failure(ExitStatus::Failed, QStringLiteral("the bus does not allow it: %1").arg(error.message()));
+    default:
+        throw Failure(ExitStatus::Failed, QStringLiteral("ApplicationManager refused: %1").arg(error.message()));
+    }
+}
+
+} // namespace
+
+QString BusClient::service()
+{
+    return QStringLiteral("com.velmora.Jovara.ApplicationManager");
+}
+
+QString BusClient::path()
+{
+    return QStringLiteral("/ApplicationManager");
+}
+
+QString BusClient::inspectionInterface()
+{
+    return QStringLiteral("com.velmora.Jovara.Inspection");
+}
+
+QString BusClient::controlInterface()
+{
+    return QStringLiteral("com.velmora.Jovara.JovInterface");
+}
+
+BusClient::BusClient()
+    : m_connection(QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("jovctl")))
+{
+    if (!m_connection.isConnected()) {
+        throw Failure(ExitStatus::NoDaemon,
+                      QStringLiteral("there is no bus: %1").arg(m_connection.lastError().message()));
+    }
+}
+
+QDBusMessage BusClient::call(const QString &interface, const QString &method, const QVariantList &arguments) const
+{
+    const QDBusMessage reply
+        = m_connection.call(message(interface, method, arguments), QDBus::Block, questionLimit);
+    check(reply);
+    return reply;
+}
+
+ModuleList BusClient::modules() const
+{
+    return readModules(call(inspectionInterface(), QStringLiteral("ListModules")));
+}
+
+StepList BusClient::steps() const
+{
+    return readSteps(call(inspectionInterface(), QStringLiteral("ListSteps")));
+}
+
+TimelineList BusClient::timeline() const
+{
+    return readTimeline(call(inspectionInterface(), QStringLiteral("GetTimeline")));
+}
+
+QVariantMap BusClient::properties() const
+{
+    const QDBusMessage reply = call(propertiesInterface, QStringLiteral("GetAll"), {inspectionInterface()});
+    return qdbus_cast<QVariantMap>(reply.arguments().value(0));
+}
+
+void BusClient::setLogLevel(int level) const
+{
+    call(propertiesInterface, QStringLiteral("Set"),
+         {inspectionInterface(), QStringLiteral("LogLevel"), QVariant::fromValue(QDBusVariant(level))});
+}
+
+QVariant BusClient::control(const QString &method, const QVariantList &arguments) const
+{
+    QDBusPendingCallWatcher watcher(
+        m_connection.asyncCall(message(controlInterface(), method, arguments), withoutLimit));
+    WaitNotice notice(*this);
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&notice] { notice.tick(); });
+    timer.start(WaitNotice::interval);
+    QEventLoop loop;
+    QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+    if (!watcher.isFinished()) {
+        loop.exec();
+    }
+    check(watcher.reply());
+    return watcher.reply().arguments().value(0);
+}
+
+QString BusClient::owner() const
+{
+    return m_connection.interface()->serviceOwner(service()).value();
+}
+
+void checkNames(const ModuleList &modules, const QStringList &names)
+{
+    for (const QString &name : names) {
+        if (findModule(modules, name)) {
+            continue;
+        }
+        QStringList misses = nearMisses(name, moduleNames(modules));
+        for (QString &miss : misses) {
+            miss = Console::printable(miss);
+        }
+        throw Failure(ExitStatus::Failed,
+                      QStringLiteral("there is no module \"%1\". %2")
+                          .arg(Console::printable(name),
+                               misses.isEmpty() ? QStringLiteral("jovctl list shows them all.")
+                                                : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
+    }
+}

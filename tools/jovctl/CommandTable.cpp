@@ -1,0 +1,137 @@
+#include "CommandTable.h"
+
+#include "Console.h"
+#include "NearMiss.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int summaryColumn = 26;
+
+QString aligned(const QString &left, const QString &right)
+{
+    return QStringLiteral("  %1 %2\n").arg(left.leftJustified(summaryColumn), right);
+}
+
+QString programHelp()
+{
+    QString text = QStringLiteral("Usage: jovctl COMMAND [OPTION...] [ARGUMENT...]\n\n"
+                                  "Looks into the running ApplicationManager and controls its modules.\n\nCommands:\n");
+    const CommandList commands = allCommands();
+    for (const Command &command : commands) {
+        text += aligned((command.name + QLatin1Char(' ') + command.synopsis).trimmed(), command.summary);
+    }
+    return text
+        + QStringLiteral("\n  jovctl COMMAND --help     More about a command, with examples\n"
+                         "  jovctl --version          The version\n"
+                         "\nExamples:\n"
+                         "  jovctl list               What runs\n"
+                         "  jovctl status JovGate     Why a module does not run\n"
+                         "  jovctl boot --svg boot.svg\n"
+                         "\nExit status: 0 done, 1 failed, 2 wrong usage, 3 the daemon is not there.\n"
+                         "The bus is the system bus, or the one that DBUS_SYSTEM_BUS_ADDRESS names.\n"
+                         "Colours appear on a terminal only, and not when NO_COLOR is set.\n");
+}
+
+QString commandHelp(const Command &command)
+{
+    QString text = QStringLiteral("Usage: jovctl %1%2 %3").arg(command.name,
+        command.options.isEmpty() ? QString() : QStringLiteral(" [OPTION...]"), command.synopsis).trimmed();
+    text += QStringLiteral("\n\n%1.\n").arg(command.summary);
+    if (!command.description.isEmpty()) {
+        text += QLatin1Char('\n') + command.description + QLatin1Char('\n');
+    }
+    if (!command.parsesItself) {
+        text += QStringLiteral("\nOptions:\n");
+        for (const QCommandLineOption &option : command.options) {
+            QString name = QStringLiteral("--") + option.names().last();
+            if (!option.valueName().isEmpty()) {
+                name += QLatin1Char('=') + option.valueName();
+            }
+            text += aligned(name, option.description());
+        }
+        text += aligned(QStringLiteral("-h, --help"), QStringLiteral("This text"));
+    }
+    text += QStringLiteral("\nExamples:\n");
+    for (const QString &example : command.examples) {
+        text += QStringLiteral("  %1\n").arg(example);
+    }
+    return text;
+}
+
+const Command &find(const CommandList &commands, const QString &name)
+{
+    const auto found
+        = std::find_if(commands.begin(), commands.end(), [&](const Command &command) { return command.name == name; });
+    if (found != commands.end()) {
+        return *found;
+    }
+    QStringList names;
+    for (const Command &command : commands) {
+        names << command.name;
+    }
+    const QStringList misses = nearMisses(name, names);
+    throw Failure(ExitStatus::Usage,
+                  QStringLiteral("there is no command \"%1\". %2")
+                      .arg(Console::printable(name),
+                           misses.isEmpty() ? QStringLiteral("Try: jovctl --help")
+                                            : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
+}
+
+ExitStatus run(QStringList words)
+{
+    const QString first = words.isEmpty() ? QString() : words.takeFirst();
+    if (first == QLatin1String("--version")) {
+        Console::writeLine(QStringLiteral("jovctl %1").arg(QCoreApplication::applicationVersion()));
+        return ExitStatus::Done;
+    }
+    const bool wantsHelp
+        = first == QLatin1String("help") || first == QLatin1String("--help") || first == QLatin1String("-h");
+    if (wantsHelp && words.isEmpty()) {
+        Console::write(programHelp());
+        return ExitStatus::Done;
+    }
+    if (first.isEmpty()) {
+        throw Failure(ExitStatus::Usage, QStringLiteral("no command given. Try: jovctl --help"));
+    }
+    const CommandList commands = allCommands();
+    const Command &command = find(commands, wantsHelp ? words.takeFirst() : first);
+    const Arguments arguments = Arguments::parse(command, wantsHelp ? QStringList(QStringLiteral("--help")) : words);
+    if (arguments.wantsHelp()) {
+        Console::write(commandHelp(command));
+        return ExitStatus::Done;
+    }
+    return command.run(arguments);
+}
+
+} // namespace
+
+QCommandLineOption jsonOption()
+{
+    return QCommandLineOption(QStringLiteral("json"), QStringLiteral("For programs: JSON instead of a table"));
+}
+
+CommandList allCommands()
+{
+    return listCommands() + statusCommands() + treeCommands() + controlCommands() + wholeCommands() + topCommands()
+        + watchCommands() + logLevelCommands() + bootCommands() + metricsCommands() + verifyCommands();
+}
+
+ExitStatus runCommandLine(const QStringList &words)
+{
+    ExitStatus status = ExitStatus::Done;
+    try {
+        status = run(words);
+    } catch (const Failure &failure) {
+        Console::complain(failure.text());
+        status = failure.status();
+    }
+    if (!Console::flush()) {
+        Console::complain(QStringLiteral("the output could not be written"));
+        return status == ExitStatus::Done ? ExitStatus::Failed : status;
+    }
+    return status;
+}

@@ -1,0 +1,121 @@
+#include "Console.h"
+
+#include <clocale>
+#include <cstdio>
+#include <langinfo.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+winsize windowSize()
+{
+    winsize size{};
+    ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+    return size;
+}
+
+const char *code(Console::Colour colour)
+{
+    switch (colour) {
+    case Console::Colour::Good:
+        return "32";
+    case Console::Colour::Bad:
+        return "31";
+    case Console::Colour::Busy:
+        return "33";
+    case Console::Colour::Dim:
+        return "2";
+    case Console::Colour::Bold:
+        return "1";
+    case Console::Colour::None:
+        break;
+    }
+    return nullptr;
+}
+
+bool hasColour()
+{
+    static const bool colour = Console::isTerminal() && qgetenv("NO_COLOR").isEmpty() && qgetenv("TERM") != "dumb";
+    return colour;
+}
+
+} // namespace
+
+void Console::write(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+void Console::writeLine(const QString &text)
+{
+    write(text + QLatin1Char('\n'));
+}
+
+void Console::complain(const QString &text)
+{
+    std::fflush(stdout);
+    std::fprintf(stderr, "jovctl: %s\n", text.toUtf8().constData());
+}
+
+bool Console::flush()
+{
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+bool Console::isTerminal()
+{
+    static const bool terminal = isatty(STDOUT_FILENO) == 1;
+    return terminal;
+}
+
+int Console::columns()
+{
+    const int columns = windowSize().ws_col;
+    return columns > 0 ? columns : 80;
+}
+
+int Console::rows()
+{
+    const int rows = windowSize().ws_row;
+    return rows > 0 ? rows : 24;
+}
+
+bool Console::isUtf8()
+{
+    return qstrcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+}
+
+QString Console::coloured(const QString &text, Colour colour)
+{
+    const char *sequence = code(colour);
+    if (!sequence || text.isEmpty() || !hasColour()) {
+        return text;
+    }
+    return QStringLiteral("\x1b[%1m%2\x1b[0m").arg(QLatin1String(sequence), text);
+}
+
+Console::Colour Console::colourOfState(const QString &state)
+{
+    if (state == QLatin1String("RUNNING")) {
+        return Colour::Good;
+    }
+    return state == QLatin1String("STOPPED") || state.isEmpty() ? Colour::Dim : Colour::Busy;
+}
+
+QString Console::printable(const QString &text)
+{
+    QString shown;
+    shown.reserve(text.size());
+    for (const QChar character : text) {
+        if (character.category() == QChar::Other_Control || character.unicode() == 0x2028 || character.unicode() == 0x2029
+            || (character.unicode() >= 0x202a && character.unicode() <= 0x202e)
+            || (character.unicode() >= 0x2066 && character.unicode() <= 0x2069)) {
+            shown += QStringLiteral("\\x%1").arg(int(character.unicode()), 2, 16, QLatin1Char('0'));
+        } else {
+            shown += character;
+        }
+    }
+    return shown;
+}

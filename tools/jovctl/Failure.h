@@ -1,0 +1,29 @@
+#ifndef FAILURE_H
+#define FAILURE_H
+
+#include <QString>
+
+#include <exception>
+
+/// The program's exit statuses.
+enum class ExitStatus : int { Done = 0, Failed = 1, Usage = 2, NoDaemon = 3 };
+
+/// Ends a command: main() says the text and returns the status. Not thrown across an event loop.
+class Failure : public std::exception
+{
+public:
+    Failure(ExitStatus status, const QString &text)
+        : m_status(status)
+        , m_text(text)
+    {
+    }
+
+    [[nodiscard]] ExitStatus status() const { return m_status; }
+    [[nodiscard]] QString text() const { return m_text; }
+
+private:
+    ExitStatus m_status;
+    QString m_text;
+};
+
+#endif

@@ -1,0 +1,26 @@
+#include "Interrupt.h"
+
+#include <csignal>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+Interrupt::Interrupt()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    m_descriptor = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
+        m_notifier->setEnabled(false);
+        Q_EMIT raised();
+    });
+}
+
+Interrupt::~Interrupt()
+{
+    m_notifier.reset();
+    close(m_descriptor);
+}

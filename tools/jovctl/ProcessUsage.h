@@ -1,0 +1,26 @@
+#ifndef PROCESS_USAGE_H
+#define PROCESS_USAGE_H
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+/// What one process takes, from its `/proc/PID/stat`.
+struct ProcessUsage
+{
+    qint64 virtualKb = 0;
+    qint64 residentKb = 0;
+    quint64 microseconds = 0; ///< of processor time
+    int threads = 0;
+
+    /// From the file's text; nothing when it is not one.
+    [[nodiscard]] static std::optional<ProcessUsage> parse(const QByteArray &text);
+    /// Nothing when there is no such process.
+    [[nodiscard]] static std::optional<ProcessUsage> read(uint pid);
+};
+
+/// The terminal's memory in kB; 0 when it cannot be read.
+[[nodiscard]] qint64 totalMemoryKb();
+
+#endif

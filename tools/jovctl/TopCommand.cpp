@@ -1,0 +1,179 @@
+#include "BusClient.h"
+#include "Command.h"
+#include "Interrupt.h"
+#include "ProcessUsage.h"
+#include "Table.h"
+#include "Units.h"
+
+#include <QCoreApplication>
+#include <QHash>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+
+struct Sample
+{
+    ModuleInfo module;
+    ProcessUsage usage;
+    double share = 0; ///< of one processor
+};
+
+/// Two looks make a picture: the processor's share is what was used between them.
+class Sampler
+{
+public:
+    QList<Sample> take(const ModuleList &modules)
+    {
+        QList<Sample> samples;
+        QHash<uint, quint64> used;
+        const quint64 now = Units::now();
+        for (const ModuleInfo &module : modules) {
+            const std::optional<ProcessUsage> usage = ProcessUsage::read(module.pid);
+            if (!usage) {
+                continue;
+            }
+            const auto before = m_used.constFind(module.pid);
+            const quint64 more = before == m_used.cend() || *before > usage->microseconds ? 0 : usage->microseconds - *before;
+            samples << Sample{module, *usage, double(more) / double(std::max<quint64>(now - m_time, 1))};
+            used.insert(module.pid, usage->microseconds);
+        }
+        m_used = used;
+        m_time = now;
+        std::sort(samples.begin(), samples.end(), [](const Sample &left, const Sample &right) {
+            return left.share != right.share ? left.share > right.share : left.usage.residentKb > right.usage.residentKb;
+        });
+        return samples;
+    }
+
+private:
+    QHash<uint, quint64> m_used; ///< by process
+    quint64 m_time = 0;
+};
+
+qint64 ceilingKb(const ModuleInfo &module)
+{
+    return module.maxMemory > 0 && module.maxMemory < 100 ? totalMemoryKb() * module.maxMemory / 100 : module.maxMemory;
+}
+
+Table tableOf(const QList<Sample> &samples)
+{
+    const auto right = Table::Align::Right;
+    Table table({{QStringLiteral("NAME"), QStringLiteral("name")},
+                 {QStringLiteral("PID"), QStringLiteral("pid"), right},
+                 {QStringLiteral("CPU %"), QStringLiteral("cpuPercent"), right},
+                 {QStringLiteral("RESIDENT"), QStringLiteral("residentKb"), right},
+                 {QStringLiteral("VIRTUAL"), QStringLiteral("virtualKb"), right},
+                 {QStringLiteral("LIMIT"), QStringLiteral("limitKb"), right},
+                 {QStringLiteral("THREADS"), QStringLiteral("threads"), right},
+                 {QStringLiteral("STATE"), QStringLiteral("state")}});
+    const auto memory = [](qint64 kb) { return Table::Cell(Units::memory(kb), QJsonValue(kb)); };
+    for (const Sample &sample : samples) {
+        const qint64 limit = ceilingKb(sample.module);
+        Table::Cell size = memory(sample.usage.virtualKb);
+        size.colour = limit > 0 && sample.usage.virtualKb > limit ? Console::Colour::Bad : Console::Colour::None;
+        table.add({sample.module.name, Table::Cell(QString::number(sample.module.pid), QJsonValue(qint64(sample.module.pid))),
+                   Table::Cell(QString::number(sample.share * 100, 'f', 1), QJsonValue(sample.share * 100)),
+                   memory(sample.usage.residentKb), size,
+                   limit > 0 ? memory(limit) : Table::Cell(QStringLiteral("-"), QJsonValue(0)),
+                   Table::Cell(QString::number(sample.usage.threads), QJsonValue(sample.usage.threads)),
+                   Table::Cell(sample.module.state, Console::colourOfState(sample.module.state))});
+    }
+    return table;
+}
+
+void show(const QList<Sample> &samples, const QVariantMap &manager, bool asJson)
+{
+    const Table table = tableOf(samples);
+    if (asJson) {
+        table.print(true);
+        return;
+    }
+    qint64 resident = 0;
+    double share = 0;
+    for (const Sample &sample : samples) {
+        resident += sample.usage.residentKb;
+        share += sample.share;
+    }
+    const QString summary = QStringLiteral("%1 processes, %2 resident, %3 % of a processor, step %4")
+                                .arg(samples.size())
+                                .arg(Units::memory(resident), QString::number(share * 100, 'f', 1))
+                                .arg(manager.value(QStringLiteral("CurrentStep")).toInt());
+    if (!Console::isTerminal()) {
+        Console::writeLine(summary);
+        table.print(false);
+        Console::writeLine(QString());
+        return;
+    }
+    QStringList lines = table.lines(Console::columns());
+    const int room = std::max(Console::rows() - 3, 2);
+    const int hidden = lines.size() - room;
+    if (hidden > 0) {
+        lines = lines.mid(0, room - 1) << QStringLiteral("... and %1 more").arg(hidden + 1);
+    }
+    Console::writeLine(summary + QLatin1Char('\n') + lines.join(QLatin1Char('\n')));
+}
+
+double intervalOf(const Arguments &arguments)
+{
+    if (!arguments.isSet(QStringLiteral("interval"))) {
+        return 1;
+    }
+    bool isNumber = false;
+    const double seconds = arguments.value(QStringLiteral("interval")).toDouble(&isNumber);
+    if (!isNumber || !(seconds >= 0.1 && seconds <= 86400)) {
+        throw Failure(ExitStatus::Usage, QStringLiteral("--interval takes seconds, from 0.1 to 86400"));
+    }
+    return seconds;
+}
+
+ExitStatus top(const Arguments &arguments)
+{
+    const double interval = intervalOf(arguments);
+    const bool once = arguments.isSet(QStringLiteral("once"));
+    const bool asJson = arguments.wantsJson();
+    Interrupt interrupt;
+    const BusClient client;
+    Sampler sampler;
+    sampler.take(client.modules());
+    auto status = ExitStatus::Done;
+    QTimer timer;
+    const auto refresh = [&] {
+        try {
+            const ModuleList modules = client.modules();
+            const QVariantMap manager = client.properties();
+            if (Console::isTerminal() && !asJson && !once) {
+                Console::write(QStringLiteral("\x1b[H\x1b[J"));
+            }
+            show(sampler.take(modules), manager, asJson);
+        } catch (const Failure &failure) {
+            Console::complain(failure.text());
+            status = failure.status();
+        }
+        if (once || status != ExitStatus::Done || !Console::flush()) {
+            QCoreApplication::quit();
+        }
+    };
+    QObject::connect(&timer, &QTimer::timeout, &timer, refresh);
+    QObject::connect(&interrupt, &Interrupt::raised, &timer, [] { QCoreApplication::quit(); });
+    timer.start(int(interval * 1000));
+    QCoreApplication::exec();
+    return status;
+}
+
+} // namespace
+
+CommandList topCommands()
+{
+    Command command;
+    command.name = QStringLiteral("top");
+    command.summary = QStringLiteral("Show memory and processor of the modules, live");
+    command.description = QStringLiteral("The busiest first; VIRTUAL is what the memory limit is compared with. Ctrl-C ends it.");
+    command.examples = QStringList{QStringLiteral("jovctl top"), QStringLiteral("jovctl top --once --json")};
+    command.options = QList<QCommandLineOption>{jsonOption(), QCommandLineOption(QStringLiteral("once"), QStringLiteral("One picture only")),
+                       QCommandLineOption(QStringLiteral("interval"), QStringLiteral("Between two pictures; 1 when not given"),
+                                          QStringLiteral("SECONDS"))};
+    command.run = top;
+    return {command};
+}
