@@ -35,7 +35,11 @@ Commands::Commands(Display &display, TerminalBus &bus, Narrator &narrator, const
 {
     m_crashLimit.setSingleShot(true);
     m_crashLimit.setInterval(crashLimit);
-    connect(&m_crashLimit, &QTimer::timeout, this, &Commands::finish);
+    connect(&m_crashLimit, &QTimer::timeout, this, [this] {
+        m_display.line(QStringLiteral("  Nothing followed within %1 s.").arg(crashLimit / 1000), Tone::Bad);
+        Q_EMIT crashIgnored();
+        finish();
+    });
 }
 
 void Commands::add(const QString &line)

@@ -31,6 +31,8 @@ public:
 
 Q_SIGNALS:
     void quit();
+    /// A crash has not brought the terminal down.
+    void crashIgnored();
     /// All commands have been answered.
     void idle();
 

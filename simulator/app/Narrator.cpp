@@ -1,5 +1,6 @@
 #include "Narrator.h"
 
+#include "BusNames.h"
 #include "TerminalBus.h"
 #include "TerminalRoot.h"
 
@@ -33,6 +34,7 @@ Narrator::Narrator(Display &display, const TerminalBus &bus, const TerminalRoot 
     , m_boot(std::make_unique<BootRecord>())
 {
     connect(&bus, &TerminalBus::event, this, &Narrator::heard);
+    connect(&bus, &TerminalBus::componentGone, this, &Narrator::moduleGone);
     connect(&m_log, &FileFollower::line, this, [this](const QString &line) { read(DaemonLine::parse(line)); });
     connect(&m_requests, &FileFollower::line, this, &Narrator::requested);
 }
@@ -45,6 +47,8 @@ bool Narrator::open()
 void Narrator::beginBoot()
 {
     m_boot = std::make_unique<BootRecord>();
+    m_askedToStop.clear();
+    m_isOver = false;
 }
 
 void Narrator::catchUp()
@@ -70,6 +74,7 @@ void Narrator::showProgress()
 void Narrator::heard(const QString &event, const QVariantMap &arguments)
 {
     const QString ready = behind(event, "end_of_init_");
+    const QString asked = behind(event, "stop_module_");
     if (event == QLatin1String("init_message")) {
         const QString message = arguments.value(QStringLiteral("message")).toString();
         const QString module = behind(message, "Starting application ");
@@ -78,6 +83,7 @@ void Narrator::heard(const QString &event, const QVariantMap &arguments)
         } else {
             m_log.flush(); // a start comes after all that was logged before
             m_boot->started(module);
+            m_askedToStop.remove(module);
         }
     } else if (event == QLatin1String("end_of_init")) {
         tell(supervisor, QStringLiteral("end of initialisation: the home page is shown"), Tone::Heading);
@@ -88,6 +94,8 @@ void Narrator::heard(const QString &event, const QVariantMap &arguments)
         tell(ready, QStringLiteral("ready, its presentation is to come"), Tone::Faint);
     } else if (!ready.isNull()) {
         moduleUp(ready);
+    } else if (!asked.isNull()) {
+        m_askedToStop.insert(asked);
     }
     showProgress();
 }
@@ -97,6 +105,19 @@ void Narrator::moduleUp(const QString &name)
     m_boot->up(name);
     const qint64 took = m_boot->modules().value(name).took;
     tell(name, took < 0 ? QStringLiteral("up") : QStringLiteral("up after %1 ms").arg(took), Tone::Good);
+}
+
+void Narrator::moduleGone(const QString &service)
+{
+    m_log.flush(); // of a crash the supervisor may have told already
+    const QMap<QString, BootRecord::Module> modules = m_boot->modules();
+    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
+        const bool isUp = module->upAt >= 0 && !m_askedToStop.contains(module.key());
+        if (isUp && !m_isOver && BusNames::service(module.key()) == service) {
+            m_boot->down(module.key(), m_boot->now());
+            tell(module.key(), QStringLiteral("its process has ended unasked"), Tone::Bad);
+        }
+    }
 }
 
 void Narrator::read(const DaemonLine &line)

@@ -7,6 +7,7 @@
 #include "FileFollower.h"
 
 #include <QObject>
+#include <QSet>
 #include <QVariant>
 
 #include <memory>
@@ -30,6 +31,8 @@ public:
     bool open();
     /// From here on it tells of a new boot.
     void beginBoot();
+    /// The supervisor has ended: what becomes of its modules is told by somebody else.
+    void endBoot() { m_isOver = true; }
     /// Reads what the log holds by now.
     void catchUp();
 
@@ -45,6 +48,7 @@ Q_SIGNALS:
 private:
     void heard(const QString &event, const QVariantMap &arguments);
     void moduleUp(const QString &name);
+    void moduleGone(const QString &service);
     void read(const DaemonLine &line);
     void stepDone(const DaemonLine &line);
     void requested(const QString &line);
@@ -55,7 +59,9 @@ private:
     FileFollower m_log;
     FileFollower m_requests;
     std::unique_ptr<BootRecord> m_boot;
+    QSet<QString> m_askedToStop;
     QDateTime m_crashedAt;
+    bool m_isOver = false;
 };
 
 #endif

@@ -62,6 +62,13 @@ void Simulator::connectParts()
     connect(&m_narrator, &Narrator::endOfInit, this, [this] { m_endOfInitAt = m_narrator.boot().now(); });
     connect(&m_narrator, &Narrator::rebootAsked, this, &Simulator::rebootAsked);
     connect(&m_commands, &Commands::quit, this, [this] { goDown(Then::End); });
+    connect(&m_commands, &Commands::crashIgnored, this, [this] {
+        m_status = m_crashIsDue ? 1 : m_status;
+        m_crashIsDue = false;
+        if (m_options.once) {
+            goDown(Then::End);
+        }
+    });
     connect(&m_commands, &Commands::idle, this, [this] {
         if (m_prompt) {
             m_display.prompt();
@@ -159,6 +166,7 @@ void Simulator::processEnded(const QString &name, int waitStatus)
 void Simulator::daemonEnded(int waitStatus)
 {
     m_narrator.catchUp();
+    m_narrator.endBoot();
     m_bootLimit.stop();
     m_stopLimit.stop();
     m_commands.setTerminalUp(false);
@@ -252,9 +260,6 @@ void Simulator::crashNow()
 {
     if (m_state == State::Up && m_crashIsDue) {
         m_commands.crash(m_options.crash);
-        if (m_options.timeout > 0) {
-            m_bootLimit.start();
-        }
     }
 }
 

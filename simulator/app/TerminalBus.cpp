@@ -1,19 +1,16 @@
 #include "TerminalBus.h"
 
+#include "BusNames.h"
+
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
 
 #include <limits>
 
 namespace {
 
 const QString connectionName = QStringLiteral("simulator");
-const QString daemonName = QStringLiteral("com.velmora.Jovara.ApplicationManager");
-const QString daemonPath = QStringLiteral("/ApplicationManager");
-const QString callInterface = QStringLiteral("com.velmora.Jovara.JovInterface");
-const QString eventInterface = QStringLiteral("com.velmora.Jovara.JovEvent");
-const QString eventMember = QStringLiteral("event");
+const QString daemonComponent = QStringLiteral("ApplicationManager");
 
 } // namespace
 
@@ -30,25 +27,29 @@ bool TerminalBus::connectTo(const QString &address)
         QDBusConnection::disconnectFromBus(connectionName);
         return false;
     }
-    watchDaemon();
-    return m_bus.connect(QString(), QString(), eventInterface, eventMember, this, SIGNAL(event(QString, QVariantMap)));
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    return m_bus.connect(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("NameOwnerChanged"), this,
+                         SLOT(ownerChanged(QString, QString, QString)))
+        && m_bus.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), this,
+                         SIGNAL(event(QString, QVariantMap)));
 }
 
-void TerminalBus::watchDaemon()
+void TerminalBus::ownerChanged(const QString &service, const QString &, const QString &newOwner)
 {
-    auto *watcher = new QDBusServiceWatcher(
-        daemonName, m_bus, QDBusServiceWatcher::WatchForRegistration | QDBusServiceWatcher::WatchForUnregistration,
-        this);
-    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] {
-        m_daemonIsThere = true;
-        Q_EMIT daemonAppeared();
-    });
-    connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] { m_daemonIsThere = false; });
+    if (service == BusNames::service(daemonComponent)) {
+        m_daemonIsThere = !newOwner.isEmpty();
+        if (m_daemonIsThere) {
+            Q_EMIT daemonAppeared();
+        }
+    } else if (newOwner.isEmpty()) {
+        Q_EMIT componentGone(service);
+    }
 }
 
 void TerminalBus::call(const QString &method, const QVariantList &arguments, const Answer &answer)
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(daemonName, daemonPath, callInterface, method);
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        BusNames::service(daemonComponent), BusNames::object(daemonComponent), BusNames::methodInterface(), method);
     message.setArguments(arguments);
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message, std::numeric_limits<int>::max()), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answer] {
@@ -67,7 +68,8 @@ void TerminalBus::listModules(const ListAnswer &answer)
 
 void TerminalBus::sendEvent(const QString &name, const QVariantMap &arguments)
 {
-    QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/simulator"), eventInterface, eventMember);
+    QDBusMessage signal =
+        QDBusMessage::createSignal(QStringLiteral("/simulator"), BusNames::eventInterface(), BusNames::eventMember());
     signal << name << arguments;
     m_bus.send(signal);
 }

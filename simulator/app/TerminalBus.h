@@ -10,8 +10,6 @@
 
 #include <functional>
 
-class QDBusServiceWatcher;
-
 /// The simulator's place on the terminal's private bus: it hears every event and calls the daemon.
 class TerminalBus : public QObject
 {
@@ -36,10 +34,13 @@ public:
 Q_SIGNALS:
     void event(const QString &name, const QVariantMap &arguments);
     void daemonAppeared();
+    /// A component has given its bus name back, as one does that ends.
+    void componentGone(const QString &service);
+
+private Q_SLOTS:
+    void ownerChanged(const QString &service, const QString &oldOwner, const QString &newOwner);
 
 private:
-    void watchDaemon();
-
     QDBusConnection m_bus;
     bool m_daemonIsThere = false;
 };

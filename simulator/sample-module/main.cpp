@@ -1,26 +1,9 @@
 #include "Behaviour.h"
 #include "JovApplication.h"
+#include "PlainCrash.h"
 #include "SampleModule.h"
 
-#include <csignal>
 #include <cstdio>
-
-#include <sys/resource.h>
-
-namespace {
-
-/// It crashes as any program does: by the signal itself, without a sanitizer's report, and without a core file, which
-/// the kernel would put into the working directory, where every file counts as a module.
-void crashPlainly()
-{
-    const rlimit none = {0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-    for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL}) {
-        std::signal(signal, SIG_DFL);
-    }
-}
-
-} // namespace
 
 int main(int argc, char **argv)
 {
