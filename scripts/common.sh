@@ -18,5 +18,7 @@ configure_and_build() {
 
 # has_target PRESET TARGET: whether the configured build knows that target.
 has_target() {
-    cmake --build "$project/build/$1" --target help | grep -q "^$2: "
+    local targets
+    targets=$(cmake --build "$project/build/$1" --target help)
+    grep -q "^$2: " <<<"$targets"
 }
