@@ -8,8 +8,8 @@
 namespace {
 
 /**
- * QtDBus takes a written property for done, unless the class answers through the status that comes with the call that it was
- * not: a bad log level is refused so, and its caller gets an error instead of a success without effect.
+ * QtDBus takes a written property for done, unless the class answers through the status that comes with the call that
+ * it was not: a bad log level is refused so, and its caller gets an error instead of a success without effect.
  */
 class CheckedInspection : public Inspection
 {

@@ -15,8 +15,8 @@ Q_DECLARE_METATYPE(ListOfMaps)
  * other, and when what happened. It changes nothing but the log level of the running daemon.
  *
  * Lists are maps of named values, so that keys can be added; readers ignore those that they do not know. Times are
- * microseconds of CLOCK_MONOTONIC, 0 for never. The events of the timeline are the states of modules, "launched", "exited",
- * "step_started", "step_done", and of the whole daemon "start", "restart", "stop_all" and "end_of_init".
+ * microseconds of CLOCK_MONOTONIC, 0 for never. The events of the timeline are the states of modules, "launched",
+ * "exited", "step_started", "step_done", and of the whole daemon "start", "restart", "stop_all" and "end_of_init".
  *
  * Make it with create(), once; it is a Qt child of the manager.
  */

@@ -10,8 +10,8 @@
 /**
  * Keeps what happened to modules and steps, and tells whoever watches, as it happens.
  *
- * It goes by names alone, so it outlives the nodes and records that a restart destroys and makes anew: a new record's first
- * state is a change only when it differs from the last one known of that name. All times are microseconds of
+ * It goes by names alone, so it outlives the nodes and records that a restart destroys and makes anew: a new record's
+ * first state is a change only when it differs from the last one known of that name. All times are microseconds of
  * CLOCK_MONOTONIC, 0 for never, each the last time that the thing happened.
  */
 class Journal : public QObject

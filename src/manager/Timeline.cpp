@@ -40,6 +40,7 @@ std::vector<Timeline::Entry> Timeline::entries() const
 {
     std::vector<Entry> all;
     all.reserve(m_startUp.size() + m_others.size());
-    std::merge(m_others.begin(), m_others.end(), m_startUp.begin(), m_startUp.end(), std::back_inserter(all), isEarlier);
+    std::merge(m_others.begin(), m_others.end(), m_startUp.begin(), m_startUp.end(), std::back_inserter(all),
+               isEarlier);
     return all;
 }

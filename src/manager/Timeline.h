@@ -9,8 +9,8 @@
 /**
  * What happened, in order, and no more of it than a fixed number of entries.
  *
- * The entries of the last start-up outlive newer ones: how the terminal came up can still be asked after weeks in which a
- * module was restarted every minute. What comes before and after it makes room, oldest first.
+ * The entries of the last start-up outlive newer ones: how the terminal came up can still be asked after weeks in which
+ * a module was restarted every minute. What comes before and after it makes room, oldest first.
  */
 class Timeline
 {

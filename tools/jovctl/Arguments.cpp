@@ -8,8 +8,7 @@ namespace {
 
 [[noreturn]] void refuse(const Command &command, const QString &text)
 {
-    throw Failure(ExitStatus::Usage,
-                  QStringLiteral("%1. Try: jovctl %2 --help").arg(text, command.name));
+    throw Failure(ExitStatus::Usage, QStringLiteral("%1. Try: jovctl %2 --help").arg(text, command.name));
 }
 
 } // namespace
@@ -42,10 +41,11 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     }
     const int count = arguments.m_operands.size();
     if (!arguments.m_wantsHelp && count < command.fewest) {
-        refuse(command, QStringLiteral("%1 needs %2").arg(command.name, command.synopsis));
+        refuse(command, QStringLiteral("%1 needs an argument (%2)").arg(command.name, command.synopsis));
     }
     if (!arguments.m_wantsHelp && command.most >= 0 && count > command.most) {
-        refuse(command, QStringLiteral("%1 does not take \"%2\"").arg(command.name, arguments.m_operands.at(command.most)));
+        refuse(command,
+               QStringLiteral("%1 does not take \"%2\"").arg(command.name, arguments.m_operands.at(command.most)));
     }
     return arguments;
 }

@@ -112,8 +112,8 @@ private:
     QStringList m_order;
 };
 
-/// Marks the slowest chain of the step and returns its length. A dependency was launched before what depends on it, so one
-/// pass in the order of launches sees each chain grow.
+/// Marks the slowest chain of the step and returns its length. A dependency was launched before what depends on it, so
+/// one pass in the order of launches sees each chain grow.
 quint64 markCritical(BootStep &step, const QHash<QString, QStringList> &dependencies)
 {
     struct Chain

@@ -32,8 +32,8 @@ struct BootStep
  * The last start-up of the terminal, whether the daemon's own start or a full restart.
  *
  * Modules start one after the other, each when the one before it is ready, so every one of them adds to the total. The
- * critical chain is what would be left of that if all that need not wait for each other started at once: in each step the
- * slowest chain of dependencies.
+ * critical chain is what would be left of that if all that need not wait for each other started at once: in each step
+ * the slowest chain of dependencies.
  */
 struct BootRecord
 {

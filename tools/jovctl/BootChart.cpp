@@ -21,28 +21,30 @@ constexpr int longestName = 32; ///< characters
 constexpr double narrowestBar = 2;
 constexpr int narrowestTick = 90;
 
-const char styles[]
-    = "  <style>\n"
-      "    svg { --paper: #ffffff; --ink: #1d2733; --faint: #5d6b7a; --grid: #dfe4ea; --band: #f3f5f8;\n"
-      "          --bar: #7ba7d9; --critical: #d9642b; --failed: #b3261e; --home: #2e7d4f; }\n"
-      "    @media (prefers-color-scheme: dark) {\n"
-      "      svg { --paper: #14181d; --ink: #e6ebf0; --faint: #9aa7b4; --grid: #2c343d; --band: #1c2229;\n"
-      "            --bar: #4f7fb5; --critical: #f08a4b; --failed: #ff6b5e; --home: #6fcf97; }\n"
-      "    }\n"
-      "    @media print {\n"
-      "      svg { --paper: #ffffff; --ink: #000000; --faint: #444444; --grid: #cccccc; --band: #f0f0f0;\n"
-      "            --bar: #7ba7d9; --critical: #d9642b; --failed: #b3261e; --home: #2e7d4f;\n"
-      "            print-color-adjust: exact; -webkit-print-color-adjust: exact; }\n"
-      "    }\n"
-      "    text { font: 12px 'DejaVu Sans Mono', 'Liberation Mono', Menlo, Consolas, monospace; fill: var(--ink); }\n"
-      "    .title { font-size: 18px; font-weight: bold; }\n"
-      "    .faint { fill: var(--faint); }\n"
-      "    .step { font-weight: bold; }\n"
-      "    .paper { fill: var(--paper); } .band { fill: var(--band); }\n"
-      "    .grid { stroke: var(--grid); stroke-width: 1; } .home { stroke: var(--home); stroke-width: 1.5; stroke-dasharray: 4 3; }\n"
-      "    .bar { fill: var(--bar); } .critical { fill: var(--critical); } .span { fill: var(--faint); }\n"
-      "    .failed { fill: none; stroke: var(--failed); stroke-width: 1.5; stroke-dasharray: 3 2; }\n"
-      "  </style>\n";
+const char styles[] =
+    "  <style>\n"
+    "    svg { --paper: #ffffff; --ink: #1d2733; --faint: #5d6b7a; --grid: #dfe4ea; --band: #f3f5f8;\n"
+    "          --bar: #7ba7d9; --critical: #d9642b; --failed: #b3261e; --home: #2e7d4f; }\n"
+    "    @media (prefers-color-scheme: dark) {\n"
+    "      svg { --paper: #14181d; --ink: #e6ebf0; --faint: #9aa7b4; --grid: #2c343d; --band: #1c2229;\n"
+    "            --bar: #4f7fb5; --critical: #f08a4b; --failed: #ff6b5e; --home: #6fcf97; }\n"
+    "    }\n"
+    "    @media print {\n"
+    "      svg { --paper: #ffffff; --ink: #000000; --faint: #444444; --grid: #cccccc; --band: #f0f0f0;\n"
+    "            --bar: #7ba7d9; --critical: #d9642b; --failed: #b3261e; --home: #2e7d4f;\n"
+    "            print-color-adjust: exact; -webkit-print-color-adjust: exact; }\n"
+    "    }\n"
+    "    text { font: 12px 'DejaVu Sans Mono', 'Liberation Mono', Menlo, Consolas, monospace; fill: var(--ink);\n"
+    "           paint-order: stroke; stroke: var(--paper); stroke-width: 2px; }\n"
+    "    .title { font-size: 18px; font-weight: bold; }\n"
+    "    .faint { fill: var(--faint); }\n"
+    "    .step { font-weight: bold; }\n"
+    "    .paper { fill: var(--paper); } .band { fill: var(--band); }\n"
+    "    .grid { stroke: var(--grid); stroke-width: 1; } .home { stroke: var(--home); stroke-width: 1.5; "
+    "stroke-dasharray: 4 3; }\n"
+    "    .bar { fill: var(--bar); } .critical { fill: var(--critical); } .span { fill: var(--faint); }\n"
+    "    .failed { fill: none; stroke: var(--failed); stroke-width: 1.5; stroke-dasharray: 3 2; }\n"
+    "  </style>\n";
 
 QString number(double value)
 {
@@ -75,8 +77,7 @@ public:
         , m_total(std::max<double>(double(record.total), 1000))
         , m_plotLeft(int(margin + cell * nameCells() + 12))
         , m_bottom(bottom())
-    {
-    }
+    { }
 
     QString draw(const QString &host)
     {
@@ -84,11 +85,16 @@ public:
         const int height = m_bottom + margin + rowHeight;
         QString head = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                       "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %1 %2\" width=\"%1\" "
-                                      "height=\"%2\" role=\"img\">\n").arg(width).arg(height);
+                                      "height=\"%2\" role=\"img\">\n")
+                           .arg(width)
+                           .arg(height);
         head += QStringLiteral("  <title>%1</title>\n").arg(escaped(title(host))) + QLatin1String(styles)
             + QStringLiteral("  <rect class=\"paper\" width=\"%1\" height=\"%2\"/>\n").arg(width).arg(height);
         drawHead(host);
         drawSteps();
+        if (m_record.homepage > 0) {
+            verticalLine(m_back, x(m_record.homepage), plotTop - 4, m_bottom, "home");
+        }
         return head + m_back + m_front + QStringLiteral("</svg>\n");
     }
 
@@ -112,16 +118,18 @@ private:
 
     [[nodiscard]] QString title(const QString &host) const
     {
-        return QStringLiteral("%1 of %2: %3").arg(m_record.isRestart ? QStringLiteral("Restart") : QStringLiteral("Start-up"),
-            shortened(host, longestName), Units::duration(m_record.total));
+        return QStringLiteral("%1 of %2: %3")
+            .arg(m_record.isRestart ? QStringLiteral("Restart") : QStringLiteral("Start-up"),
+                 shortened(host, longestName), Units::duration(m_record.total));
     }
 
     void text(double left, double baseline, const QString &shown, const char *kind = "", const char *anchor = "start",
               const QString &tip = QString())
     {
-        m_front += QStringLiteral("  <text x=\"%1\" y=\"%2\" class=\"%3\" text-anchor=\"%4\">%5%6</text>\n")
-                       .arg(number(left), number(baseline), QLatin1String(kind), QLatin1String(anchor),
-                            tip.isEmpty() ? QString() : QStringLiteral("<title>%1</title>").arg(escaped(tip)), escaped(shown));
+        m_front +=
+            QStringLiteral("  <text x=\"%1\" y=\"%2\" class=\"%3\" text-anchor=\"%4\">%5%6</text>\n")
+                .arg(number(left), number(baseline), QLatin1String(kind), QLatin1String(anchor),
+                     tip.isEmpty() ? QString() : QStringLiteral("<title>%1</title>").arg(escaped(tip)), escaped(shown));
     }
 
     void rect(QString &layer, double left, double top, double width, double height, const char *kind)
@@ -141,8 +149,11 @@ private:
         text(margin, margin + 18, title(host), "title");
         text(margin, margin + 40,
              QStringLiteral("%1 modules in %2 steps; critical chain %3%4")
-                 .arg(m_record.allModules().size()).arg(m_record.steps.size()).arg(Units::duration(m_record.critical),
-                      m_record.isComplete ? QString() : QStringLiteral("; not complete")), "faint");
+                 .arg(m_record.allModules().size())
+                 .arg(m_record.steps.size())
+                 .arg(Units::duration(m_record.critical),
+                      m_record.isComplete ? QString() : QStringLiteral("; not complete")),
+             "faint");
         drawLegend();
         const double interval = tickInterval(m_total, plotWidth);
         for (int i = 0; i * interval <= m_total; ++i) {
@@ -151,9 +162,6 @@ private:
             const QString label = i == 0 ? QStringLiteral("0") : Units::duration(quint64(i * interval));
             text(left, plotTop - 8, label, "faint", "middle");
             text(left, m_bottom + 16, label, "faint", "middle");
-        }
-        if (m_record.homepage > 0) {
-            verticalLine(m_front, x(m_record.homepage), plotTop - 4, m_bottom, "home");
         }
     }
 
@@ -171,7 +179,8 @@ private:
         entry("failed", QStringLiteral("not ready"));
         if (m_record.homepage > 0) {
             verticalLine(m_front, left + 9, baseline - 12, baseline + 4, "home");
-            text(left + 24, baseline, QStringLiteral("home page at %1").arg(Units::duration(m_record.homepage)), "faint");
+            text(left + 24, baseline, QStringLiteral("home page at %1").arg(Units::duration(m_record.homepage)),
+                 "faint");
         }
     }
 
@@ -182,10 +191,13 @@ private:
         for (const BootStep &step : m_record.steps) {
             rect(m_back, margin, top, fullWidth, stepHeight, "band");
             const QString name = QStringLiteral("%1 %2").arg(step.value).arg(Console::printable(step.name));
-            const QString took = step.started > 0 ? Units::duration(step.until - step.started) : QStringLiteral("not begun");
-            text(margin + 6, top + 17, shortened(name, int((m_plotLeft - margin - 18) / cell)), "step", "start", step.name);
+            const QString took =
+                step.started > 0 ? Units::duration(step.until - step.started) : QStringLiteral("not begun");
+            text(margin + 6, top + 17, shortened(name, int((m_plotLeft - margin - 18) / cell)), "step", "start",
+                 step.name);
             if (step.started > 0) {
-                rect(m_front, x(step.started), top + 11, qMax(narrowestBar, x(step.until) - x(step.started)), 4, "span");
+                rect(m_front, x(step.started), top + 11, qMax(narrowestBar, x(step.until) - x(step.started)), 4,
+                     "span");
             }
             text(x(step.until) + 6, top + 17, took, "faint");
             top += stepHeight;
@@ -201,8 +213,12 @@ private:
         const double left = x(module.launched);
         const double width = qMax(narrowestBar, x(module.until) - left);
         const QString took = Units::duration(module.duration());
-        text(m_plotLeft - 12, top + 14, shortened(Console::printable(module.name), longestName), "", "end", module.name);
-        rect(m_front, left, top + 4, width, barHeight, !module.isReady ? "failed" : module.isCritical ? "critical" : "bar");
+        text(m_plotLeft - 12, top + 14, shortened(Console::printable(module.name), longestName), "", "end",
+             module.name);
+        rect(m_front, left, top + 4, width, barHeight,
+             !module.isReady         ? "failed"
+                 : module.isCritical ? "critical"
+                                     : "bar");
         text(left + width + 6, top + 14, took, module.isCritical ? "" : "faint");
     }
 

@@ -31,11 +31,11 @@ Table stepTable(const BootRecord &record)
                  {QStringLiteral("TOOK"), QStringLiteral("duration"), right},
                  {QStringLiteral("MODULES"), QStringLiteral("modules"), right}});
     for (const BootStep &step : record.steps) {
-        Table::Cell took = step.started > 0 ? time(step.until - step.started)
-                                            : Table::Cell(QStringLiteral("not begun"), QJsonValue());
+        Table::Cell took =
+            step.started > 0 ? time(step.until - step.started) : Table::Cell(QStringLiteral("not begun"), QJsonValue());
         took.text += step.started > 0 && !step.isDone ? QStringLiteral(", not done") : QString();
-        table.add({Table::Cell(QString::number(step.value), QJsonValue(step.value)), step.name, time(step.started), took,
-                   Table::Cell(QString::number(step.modules.size()), QJsonValue(step.modules.size()))});
+        table.add({Table::Cell(QString::number(step.value), QJsonValue(step.value)), step.name, time(step.started),
+                   took, Table::Cell(QString::number(step.modules.size()), QJsonValue(step.modules.size()))});
     }
     return table;
 }
@@ -50,11 +50,11 @@ Table blameTable(const BootRecord &record, bool all)
                  {QStringLiteral("CAME TO"), QStringLiteral("ready")},
                  {QString(), QStringLiteral("critical")}});
     QList<BootModule> modules = record.allModules();
-    std::stable_sort(modules.begin(), modules.end(), [](const BootModule &one, const BootModule &other) {
-        return one.duration() > other.duration();
-    });
+    std::stable_sort(modules.begin(), modules.end(),
+                     [](const BootModule &one, const BootModule &other) { return one.duration() > other.duration(); });
     for (const BootModule &module : modules.mid(0, all ? -1 : slowestShown)) {
-        Table::Cell ready(module.isReady ? QStringLiteral("ready") : QStringLiteral("not ready"), QJsonValue(module.isReady));
+        Table::Cell ready(module.isReady ? QStringLiteral("ready") : QStringLiteral("not ready"),
+                          QJsonValue(module.isReady));
         ready.colour = module.isReady ? Console::Colour::None : Console::Colour::Bad;
         table.add({time(module.duration()), module.name, module.step, time(module.launched), ready,
                    Table::Cell(QString(), QJsonValue(module.isCritical))});
@@ -77,9 +77,10 @@ void printJson(const BootRecord &record)
 
 QString headline(const BootRecord &record)
 {
-    QString text = QStringLiteral("%1 %2 %3").arg(
-        record.isRestart ? QStringLiteral("The last full restart") : QStringLiteral("The start-up"),
-        record.isComplete ? QStringLiteral("took") : QStringLiteral("is not complete after"), Units::duration(record.total));
+    QString text = QStringLiteral("%1 %2 %3")
+                       .arg(record.isRestart ? QStringLiteral("The last full restart") : QStringLiteral("The start-up"),
+                            record.isComplete ? QStringLiteral("took") : QStringLiteral("is not complete after"),
+                            Units::duration(record.total));
     if (record.homepage > 0) {
         text += QStringLiteral("; the home page came at %1").arg(Units::duration(record.homepage));
     }
@@ -91,20 +92,23 @@ void print(const BootRecord &record, bool all)
     Console::writeLine(headline(record) + QLatin1Char('\n'));
     stepTable(record).print(false);
     const int hidden = all ? 0 : record.allModules().size() - slowestShown;
-    Console::writeLine(QStringLiteral("\nWhat took longest%1:").arg(
-        hidden > 0 ? QStringLiteral(" (%1 more with --all)").arg(hidden) : QString()));
+    Console::writeLine(QStringLiteral("\nWhat took longest%1:")
+                           .arg(hidden > 0 ? QStringLiteral(" (%1 more with --all)").arg(hidden) : QString()));
     blameTable(record, all).print(false);
-    Console::writeLine(QStringLiteral("\nThe critical chain, %1: each waits for the one before it.").arg(Units::duration(record.critical)));
+    Console::writeLine(QStringLiteral("\nThe critical chain, %1: each waits for the one before it.")
+                           .arg(Units::duration(record.critical)));
     for (const BootStep &step : record.steps) {
         QStringList parts;
         for (const BootModule &module : step.modules) {
             if (module.isCritical) {
-                parts << QStringLiteral("%1 %2").arg(Console::printable(module.name), Units::duration(module.duration()));
+                parts << QStringLiteral("%1 %2").arg(Console::printable(module.name),
+                                                     Units::duration(module.duration()));
             }
         }
         if (!parts.isEmpty()) {
-            Console::writeLine(QStringLiteral("  %1 %2: %3").arg(step.value).arg(Console::printable(step.name),
-                                                                                 parts.join(QStringLiteral(", then "))));
+            Console::writeLine(QStringLiteral("  %1 %2: %3")
+                                   .arg(step.value)
+                                   .arg(Console::printable(step.name), parts.join(QStringLiteral(", then "))));
         }
     }
 }
@@ -148,13 +152,15 @@ CommandList bootCommands()
     Command command;
     command.name = QStringLiteral("boot");
     command.summary = QStringLiteral("Show how long the start-up took, and what of it");
-    command.description = QStringLiteral("The total, each step, the slowest modules, and the critical chain: what would be left if all\n"
-                                         "modules that need not wait for each other started at once.");
+    command.description =
+        QStringLiteral("The total, each step, the slowest modules, and the critical chain: what would be left if all\n"
+                       "modules that need not wait for each other started at once.");
     command.examples = QStringList{QStringLiteral("jovctl boot"), QStringLiteral("jovctl boot --svg boot.svg"),
-                        QStringLiteral("jovctl boot --json | jq .total")};
-    command.options = QList<QCommandLineOption>{jsonOption(), QCommandLineOption(QStringLiteral("all"), QStringLiteral("All modules, not only the slowest")),
-                       QCommandLineOption(QStringLiteral("svg"), QStringLiteral("Write a chart instead; - for standard output"),
-                                          QStringLiteral("FILE"))};
+                                   QStringLiteral("jovctl boot --json | jq .total")};
+    command.options = QList<QCommandLineOption>{
+        jsonOption(), QCommandLineOption(QStringLiteral("all"), QStringLiteral("All modules, not only the slowest")),
+        QCommandLineOption(QStringLiteral("svg"), QStringLiteral("Write a chart instead; - for standard output"),
+                           QStringLiteral("FILE"))};
     command.run = boot;
     return {command};
 }

@@ -35,13 +35,17 @@ void check(const QDBusMessage &reply)
         return;
     }
     const QDBusError error(reply);
+    if (reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
+        throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager is not running"));
+    }
     switch (error.type()) {
     case QDBusError::ServiceUnknown:
     case QDBusError::UnknownObject:
         throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager is not running"));
     case QDBusError::NoReply:
     case QDBusError::Disconnected:
-        throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager has ended, or has not answered for a minute"));
+        throw Failure(ExitStatus::NoDaemon,
+                      QStringLiteral("ApplicationManager has ended, or has not answered for a minute"));
     case QDBusError::AccessDenied:
         throw Failure(ExitStatus::Failed, QStringLiteral("the bus does not allow it: %1").arg(error.message()));
     default:
@@ -82,8 +86,7 @@ BusClient::BusClient()
 
 QDBusMessage BusClient::call(const QString &interface, const QString &method, const QVariantList &arguments) const
 {
-    const QDBusMessage reply
-        = m_connection.call(message(interface, method, arguments), QDBus::Block, questionLimit);
+    const QDBusMessage reply = m_connection.call(message(interface, method, arguments), QDBus::Block, questionLimit);
     check(reply);
     return reply;
 }
@@ -150,7 +153,8 @@ void checkNames(const ModuleList &modules, const QStringList &names)
         throw Failure(ExitStatus::Failed,
                       QStringLiteral("there is no module \"%1\". %2")
                           .arg(Console::printable(name),
-                               misses.isEmpty() ? QStringLiteral("jovctl list shows them all.")
-                                                : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
+                               misses.isEmpty()
+                                   ? QStringLiteral("jovctl list shows them all.")
+                                   : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
     }
 }

@@ -32,16 +32,15 @@ public:
     [[nodiscard]] QVariantMap properties() const;
     void setLogLevel(int level) const;
 
-    /// Calls a method of the control interface and waits for the answer however long it takes, telling on standard error
-    /// what the daemon is waiting for when it takes longer than a second.
+    /// Calls a method of the control interface and waits for the answer however long it takes, telling on standard
+    /// error what the daemon is waiting for when it takes longer than a second.
     QVariant control(const QString &method, const QVariantList &arguments = {}) const;
 
     /// The unique name of the daemon's connection; empty when there is no daemon.
     [[nodiscard]] QString owner() const;
 
 private:
-    QDBusMessage call(const QString &interface, const QString &method,
-                                    const QVariantList &arguments = {}) const;
+    QDBusMessage call(const QString &interface, const QString &method, const QVariantList &arguments = {}) const;
 
     QDBusConnection m_connection;
 };

@@ -38,8 +38,10 @@ QString programHelp()
 
 QString commandHelp(const Command &command)
 {
-    QString text = QStringLiteral("Usage: jovctl %1%2 %3").arg(command.name,
-        command.options.isEmpty() ? QString() : QStringLiteral(" [OPTION...]"), command.synopsis).trimmed();
+    QString text =
+        QStringLiteral("Usage: jovctl %1%2 %3")
+            .arg(command.name, command.options.isEmpty() ? QString() : QStringLiteral(" [OPTION...]"), command.synopsis)
+            .trimmed();
     text += QStringLiteral("\n\n%1.\n").arg(command.summary);
     if (!command.description.isEmpty()) {
         text += QLatin1Char('\n') + command.description + QLatin1Char('\n');
@@ -64,8 +66,8 @@ QString commandHelp(const Command &command)
 
 const Command &find(const CommandList &commands, const QString &name)
 {
-    const auto found
-        = std::find_if(commands.begin(), commands.end(), [&](const Command &command) { return command.name == name; });
+    const auto found =
+        std::find_if(commands.begin(), commands.end(), [&](const Command &command) { return command.name == name; });
     if (found != commands.end()) {
         return *found;
     }
@@ -77,8 +79,9 @@ const Command &find(const CommandList &commands, const QString &name)
     throw Failure(ExitStatus::Usage,
                   QStringLiteral("there is no command \"%1\". %2")
                       .arg(Console::printable(name),
-                           misses.isEmpty() ? QStringLiteral("Try: jovctl --help")
-                                            : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
+                           misses.isEmpty()
+                               ? QStringLiteral("Try: jovctl --help")
+                               : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
 }
 
 ExitStatus run(QStringList words)
@@ -88,8 +91,8 @@ ExitStatus run(QStringList words)
         Console::writeLine(QStringLiteral("jovctl %1").arg(QCoreApplication::applicationVersion()));
         return ExitStatus::Done;
     }
-    const bool wantsHelp
-        = first == QLatin1String("help") || first == QLatin1String("--help") || first == QLatin1String("-h");
+    const bool wantsHelp =
+        first == QLatin1String("help") || first == QLatin1String("--help") || first == QLatin1String("-h");
     if (wantsHelp && words.isEmpty()) {
         Console::write(programHelp());
         return ExitStatus::Done;

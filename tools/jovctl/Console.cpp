@@ -2,6 +2,7 @@
 
 #include <clocale>
 #include <cstdio>
+
 #include <langinfo.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -109,8 +110,8 @@ QString Console::printable(const QString &text)
     QString shown;
     shown.reserve(text.size());
     for (const QChar character : text) {
-        if (character.category() == QChar::Other_Control || character.unicode() == 0x2028 || character.unicode() == 0x2029
-            || (character.unicode() >= 0x202a && character.unicode() <= 0x202e)
+        if (character.category() == QChar::Other_Control || character.unicode() == 0x2028
+            || character.unicode() == 0x2029 || (character.unicode() >= 0x202a && character.unicode() <= 0x202e)
             || (character.unicode() >= 0x2066 && character.unicode() <= 0x2069)) {
             shown += QStringLiteral("\\x%1").arg(int(character.unicode()), 2, 16, QLatin1Char('0'));
         } else {

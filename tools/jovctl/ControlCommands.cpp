@@ -1,5 +1,5 @@
-// start, stop and restart of single modules. What is reported is how the modules are afterwards: the daemon's reply tells no
-// more than that it tried.
+// start, stop and restart of single modules. What is reported is how the modules are afterwards: the daemon's reply
+// tells no more than that it tried.
 
 #include "BusClient.h"
 #include "Command.h"
@@ -127,7 +127,8 @@ Command command(const QString &name, const QString &summary, const QString &desc
     command.synopsis = QStringLiteral("NAME...");
     command.summary = summary;
     command.description = description;
-    command.examples = QStringList{QStringLiteral("jovctl %1 JovGate").arg(name), QStringLiteral("jovctl %1 jovaudio kelmmi").arg(name)};
+    command.examples = QStringList{QStringLiteral("jovctl %1 JovGate").arg(name),
+                                   QStringLiteral("jovctl %1 jovaudio kelmmi").arg(name)};
     command.fewest = 1;
     command.most = -1;
     command.run = run;
@@ -141,7 +142,8 @@ CommandList controlCommands()
     return {command(QStringLiteral("start"), QStringLiteral("Start modules and wait until they run"),
                     QStringLiteral("What a module depends on must run already."), each<startOne>),
             command(QStringLiteral("stop"), QStringLiteral("Stop modules and what depends on them"),
-                    QStringLiteral("All later steps are stopped first; what was stopped besides is said."), each<stopOne>),
+                    QStringLiteral("All later steps are stopped first; what was stopped besides is said."),
+                    each<stopOne>),
             command(QStringLiteral("restart"), QStringLiteral("Stop modules alone and start them again"),
                     QStringLiteral("What depends on a module goes on running meanwhile."), each<restartOne>)};
 }

@@ -11,23 +11,23 @@ const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 
 DaemonWatch::DaemonWatch(const BusClient &client)
     : m_connection(client.connection())
-{
-}
+{ }
 
 void DaemonWatch::begin()
 {
     // From any sender, and sorted out on arrival: QtDBus learns of a new owner too late for its first signals.
-    m_connection.connect(QString(), BusClient::path(), BusClient::inspectionInterface(), QStringLiteral("ModuleStateChanged"),
-                         this, SLOT(moduleStateChanged(QString, QString, QString, QDBusMessage)));
-    m_connection.connect(QString(), BusClient::path(), BusClient::inspectionInterface(), QStringLiteral("StepDone"), this,
-                         SLOT(stepReached(int, QString, QDBusMessage)));
+    m_connection.connect(QString(), BusClient::path(), BusClient::inspectionInterface(),
+                         QStringLiteral("ModuleStateChanged"), this,
+                         SLOT(moduleStateChanged(QString, QString, QString, QDBusMessage)));
+    m_connection.connect(QString(), BusClient::path(), BusClient::inspectionInterface(), QStringLiteral("StepDone"),
+                         this, SLOT(stepReached(int, QString, QDBusMessage)));
     m_connection.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"), {BusClient::service()},
                          QString(), this, SLOT(ownerChanged(QString, QString, QString)));
     m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                          SIGNAL(busLost()));
-    QDBusMessage question
-        = QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("GetNameOwner"));
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("GetNameOwner"));
     question << BusClient::service();
     auto *watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(question), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {

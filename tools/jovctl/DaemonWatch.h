@@ -9,9 +9,9 @@
 /**
  * Follows the modules' states without a gap and without a repetition.
  *
- * It subscribes first and asks for the present state then. Both come over one connection in the order in which the daemon
- * sent them, so a change that arrives before the answer is already part of it: such a change is told as it comes, and from
- * the answer only what has not been told. The same begins anew whenever a daemon appears on the bus.
+ * It subscribes first and asks for the present state then. Both come over one connection in the order in which the
+ * daemon sent them, so a change that arrives before the answer is already part of it: such a change is told as it
+ * comes, and from the answer only what has not been told. The same begins anew whenever a daemon appears on the bus.
  */
 class DaemonWatch : public QObject
 {
@@ -35,7 +35,8 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
-    void moduleStateChanged(const QString &name, const QString &oldState, const QString &newState, const QDBusMessage &message);
+    void moduleStateChanged(const QString &name, const QString &oldState, const QString &newState,
+                            const QDBusMessage &message);
     void stepReached(int value, const QString &name, const QDBusMessage &message);
 
 private:

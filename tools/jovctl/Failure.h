@@ -15,8 +15,7 @@ public:
     Failure(ExitStatus status, const QString &text)
         : m_status(status)
         , m_text(text)
-    {
-    }
+    { }
 
     [[nodiscard]] ExitStatus status() const { return m_status; }
     [[nodiscard]] QString text() const { return m_text; }

@@ -1,6 +1,7 @@
 #include "Interrupt.h"
 
 #include <csignal>
+
 #include <sys/signalfd.h>
 #include <unistd.h>
 

@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// Ctrl-C and a request to end, as a signal of the event loop, so that a command that goes on until then ends in order. Made
-/// before the bus connection: its thread must not take them.
+/// Ctrl-C and a request to end, as a signal of the event loop, so that a command that goes on until then ends in order.
+/// Made before the bus connection: its thread must not take them.
 class Interrupt : public QObject
 {
     Q_OBJECT

@@ -40,8 +40,8 @@ Table moduleTable(const ModuleList &modules)
         table.add({module.name, module.step, state,
                    Cell(module.pid ? QString::number(module.pid) : QStringLiteral("-"), QJsonValue(qint64(module.pid))),
                    Cell(QString::number(module.starts), QJsonValue(qint64(module.starts))),
-                   Cell(duration ? Units::duration(duration) : QStringLiteral("-"), QJsonValue(qint64(duration))), status,
-                   hidden(module.exitCode), hidden(module.maxMemory),
+                   Cell(duration ? Units::duration(duration) : QStringLiteral("-"), QJsonValue(qint64(duration))),
+                   status, hidden(module.exitCode), hidden(module.maxMemory),
                    hidden(QJsonArray::fromStringList(module.dependencies)),
                    hidden(QJsonArray::fromStringList(module.dependents)), hidden(qint64(module.launchedAt)),
                    hidden(qint64(module.readyAt)), hidden(qint64(module.exitedAt))});
@@ -69,9 +69,11 @@ CommandList listCommands()
     Command command;
     command.name = QStringLiteral("list");
     command.summary = QStringLiteral("Show all modules with their states");
-    command.examples = QStringList{QStringLiteral("jovctl list"),
-                        QStringLiteral("jovctl list --json | jq -r '.[] | select(.state != \"RUNNING\") | .name'")};
-    command.options = QList<QCommandLineOption>{jsonOption(), QCommandLineOption(QStringLiteral("names"), QStringLiteral("Only the names, a line each"))};
+    command.examples =
+        QStringList{QStringLiteral("jovctl list"),
+                    QStringLiteral("jovctl list --json | jq -r '.[] | select(.state != \"RUNNING\") | .name'")};
+    command.options = QList<QCommandLineOption>{
+        jsonOption(), QCommandLineOption(QStringLiteral("names"), QStringLiteral("Only the names, a line each"))};
     command.run = list;
     return {command};
 }

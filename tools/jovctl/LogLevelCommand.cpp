@@ -42,7 +42,8 @@ ExitStatus logLevel(const Arguments &arguments)
     if (level >= 0) {
         client.setLogLevel(level);
         if (presentLevel(client) != level) {
-            throw Failure(ExitStatus::Failed, QStringLiteral("the level is still %1").arg(described(presentLevel(client))));
+            throw Failure(ExitStatus::Failed,
+                          QStringLiteral("the level is still %1").arg(described(presentLevel(client))));
         }
     }
     Console::writeLine(described(presentLevel(client)));
@@ -57,10 +58,11 @@ CommandList logLevelCommands()
     command.name = QStringLiteral("log-level");
     command.synopsis = QStringLiteral("[N]");
     command.summary = QStringLiteral("Show or change what the running daemon logs");
-    command.description = QStringLiteral("0 emergency, 3 error, 4 warning, 6 info, 7 debug; the names do too. It lasts until the daemon ends;\n"
-                                         "platform.ini has the level that it starts with.");
+    command.description = QStringLiteral(
+        "0 emergency, 3 error, 4 warning, 6 info, 7 debug; the names do too. It lasts until the daemon ends;\n"
+        "platform.ini has the level that it starts with.");
     command.examples = QStringList{QStringLiteral("jovctl log-level"), QStringLiteral("jovctl log-level 7"),
-                        QStringLiteral("jovctl log-level info")};
+                                   QStringLiteral("jovctl log-level info")};
     command.most = 1;
     command.run = logLevel;
     return {command};

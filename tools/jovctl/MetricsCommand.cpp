@@ -82,7 +82,9 @@ QString steps(const StepList &list)
     for (const StepInfo &step : list) {
         if (step.doneAt >= step.startedAt && step.startedAt > 0) {
             text += QStringLiteral("jovara_step_start_seconds{step=\"%1\",value=\"%2\"} %3\n")
-                        .arg(escaped(step.name)).arg(step.value).arg(seconds(step.doneAt - step.startedAt));
+                        .arg(escaped(step.name))
+                        .arg(step.value)
+                        .arg(seconds(step.doneAt - step.startedAt));
         }
     }
     return text;
@@ -103,9 +105,12 @@ QString moduleMetrics(const ModuleList &modules)
         + family("module_starts", "counter", "How often the module was launched.", modules,
                  [](const ModuleInfo &module) { return QString::number(module.starts); })
         + family("module_start_seconds", "gauge", "From the launch until the module was ready.", modules,
-                 [](const ModuleInfo &module) { return module.startDuration() ? seconds(module.startDuration()) : QString(); })
-        + family("module_exit_code", "gauge", "The exit code of the last run that ended.", modules,
-                 [](const ModuleInfo &module) { return module.exitedAt ? QString::number(module.exitCode) : QString(); })
+                 [](const ModuleInfo &module) {
+                     return module.startDuration() ? seconds(module.startDuration()) : QString();
+                 })
+        + family(
+               "module_exit_code", "gauge", "The exit code of the last run that ended.", modules,
+               [](const ModuleInfo &module) { return module.exitedAt ? QString::number(module.exitCode) : QString(); })
         + family("module_cpu_seconds", "counter", "Processor time of the module's process.", modules,
                  ofProcess([](const ProcessUsage &usage) { return usage.microseconds; }, true))
         + family("module_resident_bytes", "gauge", "Resident memory of the module's process.", modules,
@@ -137,9 +142,12 @@ CommandList metricsCommands()
     Command command;
     command.name = QStringLiteral("metrics");
     command.summary = QStringLiteral("Print figures for a monitoring system (OpenMetrics)");
-    command.description = QStringLiteral("For a node exporter's textfile collector. Without a daemon it prints jovara_up 0 and ends with status 3.");
-    command.examples = QStringList{QStringLiteral("jovctl metrics"),
-                        QStringLiteral("jovctl metrics > /var/lib/node_exporter/jovara.prom.new; mv /var/lib/node_exporter/jovara.prom{.new,}")};
+    command.description = QStringLiteral(
+        "For a node exporter's textfile collector. Without a daemon it prints jovara_up 0 and ends with status 3.");
+    command.examples = QStringList{
+        QStringLiteral("jovctl metrics"),
+        QStringLiteral(
+            "jovctl metrics > /var/lib/node_exporter/jovara.prom.new; mv /var/lib/node_exporter/jovara.prom{.new,}")};
     command.run = metrics;
     return {command};
 }

@@ -39,7 +39,7 @@ QStringList nearMisses(const QString &name, const QStringList &names)
         const int apart = distance(wanted, folded);
         if (apart <= qMax(1, wanted.size() / 3)) {
             byDistance.insert(apart, candidate);
-        } else if (wanted.size() >= 3 && (folded.contains(wanted) || wanted.contains(folded))) {
+        } else if (qMin(wanted.size(), folded.size()) >= 3 && (folded.contains(wanted) || wanted.contains(folded))) {
             byDistance.insert(longestCompared, candidate);
         }
     }

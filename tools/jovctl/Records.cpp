@@ -92,8 +92,8 @@ TimelineList readTimeline(const QDBusMessage &reply)
 
 const ModuleInfo *findModule(const ModuleList &modules, const QString &name)
 {
-    const auto found
-        = std::find_if(modules.begin(), modules.end(), [&](const ModuleInfo &module) { return module.name == name; });
+    const auto found =
+        std::find_if(modules.begin(), modules.end(), [&](const ModuleInfo &module) { return module.name == name; });
     return found == modules.end() ? nullptr : &*found;
 }
 

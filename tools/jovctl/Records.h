@@ -8,8 +8,8 @@
 
 class QDBusMessage;
 
-/// What the daemon tells about a module, a step and a moment. Times are microseconds of CLOCK_MONOTONIC, 0 for never; keys
-/// that a newer daemon adds are passed over, and those that an older one does not send leave their field empty.
+/// What the daemon tells about a module, a step and a moment. Times are microseconds of CLOCK_MONOTONIC, 0 for never;
+/// keys that a newer daemon adds are passed over, and those that an older one does not send leave their field empty.
 
 struct ModuleInfo
 {

@@ -20,7 +20,8 @@ void line(const char *label, const QString &text)
 
 const StepInfo *findStep(const StepList &steps, const QString &name)
 {
-    const auto found = std::find_if(steps.begin(), steps.end(), [&](const StepInfo &step) { return step.name == name; });
+    const auto found =
+        std::find_if(steps.begin(), steps.end(), [&](const StepInfo &step) { return step.name == name; });
     return found == steps.end() ? nullptr : &*found;
 }
 
@@ -88,8 +89,9 @@ QString reason(const ModuleInfo &module, const ModuleList &modules, const StepLi
 void print(const ModuleInfo &module, const ModuleList &modules, const QString &why)
 {
     Console::writeLine(Console::coloured(Console::printable(module.name), Console::Colour::Bold));
-    line("State", Console::coloured(module.isStopped() && module.state.isEmpty() ? QStringLiteral("-") : module.state,
-                                    Console::colourOfState(module.state)));
+    line("State",
+         Console::coloured(module.isStopped() && module.state.isEmpty() ? QStringLiteral("-") : module.state,
+                           Console::colourOfState(module.state)));
     if (!why.isEmpty()) {
         line("Why", Console::printable(why));
     }
@@ -98,8 +100,9 @@ void print(const ModuleInfo &module, const ModuleList &modules, const QString &w
     line("Pid", module.pid ? QString::number(module.pid) : QStringLiteral("-"));
     line("Starts", QString::number(module.starts));
     line("Launched", ago(module.launchedAt));
-    line("Ready", module.startDuration() ? QStringLiteral("%1 later").arg(Units::duration(module.startDuration()))
-                                         : QStringLiteral("not in this run"));
+    line("Ready",
+         module.startDuration() ? QStringLiteral("%1 later").arg(Units::duration(module.startDuration()))
+                                : QStringLiteral("not in this run"));
     if (module.exitedAt) {
         line("Last exit", QStringLiteral("%1, code %2").arg(ago(module.exitedAt)).arg(module.exitCode));
     }
@@ -158,7 +161,8 @@ CommandList statusCommands()
     command.name = QStringLiteral("status");
     command.synopsis = QStringLiteral("NAME...");
     command.summary = QStringLiteral("Show all about a module, and why it does not run");
-    command.examples = QStringList{QStringLiteral("jovctl status JovGate"), QStringLiteral("jovctl status --json JovGate Platform")};
+    command.examples =
+        QStringList{QStringLiteral("jovctl status JovGate"), QStringLiteral("jovctl status --json JovGate Platform")};
     command.options = QList<QCommandLineOption>{jsonOption()};
     command.fewest = 1;
     command.most = -1;

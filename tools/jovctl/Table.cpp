@@ -63,7 +63,8 @@ QStringList Table::lines(int width) const
     };
     QStringList lines{lineOf([&](int i) { return m_columns.at(i).title; }, [](int) { return Console::Colour::Bold; })};
     for (const QVector<Cell> &row : m_rows) {
-        lines << lineOf([&](int i) { return Console::printable(row.at(i).text); }, [&](int i) { return row.at(i).colour; });
+        lines << lineOf([&](int i) { return Console::printable(row.at(i).text); },
+                        [&](int i) { return row.at(i).colour; });
     }
     return lines;
 }

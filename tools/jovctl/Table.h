@@ -35,19 +35,16 @@ public:
             : text(both)
             , value(both)
             , colour(textColour)
-        {
-        }
+        { }
         Cell(const QString &shown, const QJsonValue &json)
             : text(shown)
             , value(json)
-        {
-        }
+        { }
     };
 
     explicit Table(const QList<Column> &columns)
         : m_columns(columns)
-    {
-    }
+    { }
 
     void add(const QVector<Cell> &row) { m_rows.append(row); }
     [[nodiscard]] bool isEmpty() const { return m_rows.isEmpty(); }

@@ -35,14 +35,16 @@ public:
                 continue;
             }
             const auto before = m_used.constFind(module.pid);
-            const quint64 more = before == m_used.cend() || *before > usage->microseconds ? 0 : usage->microseconds - *before;
+            const quint64 more =
+                before == m_used.cend() || *before > usage->microseconds ? 0 : usage->microseconds - *before;
             samples << Sample{module, *usage, double(more) / double(std::max<quint64>(now - m_time, 1))};
             used.insert(module.pid, usage->microseconds);
         }
         m_used = used;
         m_time = now;
         std::sort(samples.begin(), samples.end(), [](const Sample &left, const Sample &right) {
-            return left.share != right.share ? left.share > right.share : left.usage.residentKb > right.usage.residentKb;
+            return left.share != right.share ? left.share > right.share
+                                             : left.usage.residentKb > right.usage.residentKb;
         });
         return samples;
     }
@@ -73,7 +75,8 @@ Table tableOf(const QList<Sample> &samples)
         const qint64 limit = ceilingKb(sample.module);
         Table::Cell size = memory(sample.usage.virtualKb);
         size.colour = limit > 0 && sample.usage.virtualKb > limit ? Console::Colour::Bad : Console::Colour::None;
-        table.add({sample.module.name, Table::Cell(QString::number(sample.module.pid), QJsonValue(qint64(sample.module.pid))),
+        table.add({sample.module.name,
+                   Table::Cell(QString::number(sample.module.pid), QJsonValue(qint64(sample.module.pid))),
                    Table::Cell(QString::number(sample.share * 100, 'f', 1), QJsonValue(sample.share * 100)),
                    memory(sample.usage.residentKb), size,
                    limit > 0 ? memory(limit) : Table::Cell(QStringLiteral("-"), QJsonValue(0)),
@@ -169,11 +172,13 @@ CommandList topCommands()
     Command command;
     command.name = QStringLiteral("top");
     command.summary = QStringLiteral("Show memory and processor of the modules, live");
-    command.description = QStringLiteral("The busiest first; VIRTUAL is what the memory limit is compared with. Ctrl-C ends it.");
+    command.description =
+        QStringLiteral("The busiest first; VIRTUAL is what the memory limit is compared with. Ctrl-C ends it.");
     command.examples = QStringList{QStringLiteral("jovctl top"), QStringLiteral("jovctl top --once --json")};
-    command.options = QList<QCommandLineOption>{jsonOption(), QCommandLineOption(QStringLiteral("once"), QStringLiteral("One picture only")),
-                       QCommandLineOption(QStringLiteral("interval"), QStringLiteral("Between two pictures; 1 when not given"),
-                                          QStringLiteral("SECONDS"))};
+    command.options = QList<QCommandLineOption>{
+        jsonOption(), QCommandLineOption(QStringLiteral("once"), QStringLiteral("One picture only")),
+        QCommandLineOption(QStringLiteral("interval"), QStringLiteral("Between two pictures; 1 when not given"),
+                           QStringLiteral("SECONDS"))};
     command.run = top;
     return {command};
 }

@@ -10,8 +10,8 @@
 namespace {
 
 /**
- * Prints each step's forest. A module that several others lead to is printed under each of them, and what hangs below it only
- * the first time: in a ladder of diamonds there would be no end.
+ * Prints each step's forest. A module that several others lead to is printed under each of them, and what hangs below
+ * it only the first time: in a ladder of diamonds there would be no end.
  */
 class TreePrinter
 {
@@ -21,14 +21,14 @@ public:
         , m_branch(Console::isUtf8() ? QStringLiteral("├─ ") : QStringLiteral("|- "))
         , m_lastBranch(Console::isUtf8() ? QStringLiteral("└─ ") : QStringLiteral("`- "))
         , m_bar(Console::isUtf8() ? QStringLiteral("│  ") : QStringLiteral("|  "))
-    {
-    }
+    { }
 
     void print(const StepInfo &step)
     {
-        Console::writeLine(QStringLiteral("%1 %2%3").arg(step.value).arg(
-            Console::coloured(Console::printable(step.name), Console::Colour::Bold),
-            step.showHomepage ? QStringLiteral(" (shows the home page)") : QString()));
+        Console::writeLine(QStringLiteral("%1 %2%3")
+                               .arg(step.value)
+                               .arg(Console::coloured(Console::printable(step.name), Console::Colour::Bold),
+                                    step.showHomepage ? QStringLiteral(" (shows the home page)") : QString()));
         printAll(roots(step), QString());
     }
 
@@ -56,7 +56,8 @@ private:
             const bool isRepeated = m_printed.contains(module->name) && !module->dependents.isEmpty();
             m_printed.insert(module->name);
             Console::writeLine(indent + (isLast ? m_lastBranch : m_branch) + Console::printable(module->name)
-                               + QLatin1Char(' ') + Console::coloured(module->state, Console::colourOfState(module->state))
+                               + QLatin1Char(' ')
+                               + Console::coloured(module->state, Console::colourOfState(module->state))
                                + (isRepeated ? QStringLiteral(" (see above)") : QString()));
             if (!isRepeated) {
                 printAll(module->dependents, indent + (isLast ? QStringLiteral("   ") : m_bar));
@@ -79,7 +80,8 @@ QString quoted(QString text)
 
 void printDot(const StepList &steps, const ModuleList &modules)
 {
-    QString text = QStringLiteral("digraph modules {\n    rankdir=LR;\n    node [shape=box, fontname=\"sans-serif\"];\n");
+    QString text =
+        QStringLiteral("digraph modules {\n    rankdir=LR;\n    node [shape=box, fontname=\"sans-serif\"];\n");
     for (const StepInfo &step : steps) {
         text += QStringLiteral("    subgraph \"cluster_%1\" {\n        label=%2;\n")
                     .arg(step.value)
@@ -104,10 +106,10 @@ void printJson(const StepList &steps, const ModuleList &modules)
         QJsonArray members;
         for (const QString &name : step.modules) {
             const ModuleInfo *module = findModule(modules, name);
-            members << QJsonObject{
-                {QStringLiteral("name"), name},
-                {QStringLiteral("state"), module ? module->state : QString()},
-                {QStringLiteral("dependencies"), QJsonArray::fromStringList(module ? module->dependencies : QStringList())}};
+            members << QJsonObject{{QStringLiteral("name"), name},
+                                   {QStringLiteral("state"), module ? module->state : QString()},
+                                   {QStringLiteral("dependencies"),
+                                    QJsonArray::fromStringList(module ? module->dependencies : QStringList())}};
         }
         array << QJsonObject{{QStringLiteral("name"), step.name},
                              {QStringLiteral("value"), step.value},
@@ -144,8 +146,10 @@ CommandList treeCommands()
     Command command;
     command.name = QStringLiteral("tree");
     command.summary = QStringLiteral("Show the steps and who depends on whom");
-    command.examples = QStringList{QStringLiteral("jovctl tree"), QStringLiteral("jovctl tree --dot | dot -Tsvg -o tree.svg")};
-    command.options = QList<QCommandLineOption>{jsonOption(), QCommandLineOption(QStringLiteral("dot"), QStringLiteral("A graph for Graphviz instead"))};
+    command.examples =
+        QStringList{QStringLiteral("jovctl tree"), QStringLiteral("jovctl tree --dot | dot -Tsvg -o tree.svg")};
+    command.options = QList<QCommandLineOption>{
+        jsonOption(), QCommandLineOption(QStringLiteral("dot"), QStringLiteral("A graph for Graphviz instead"))};
     command.run = tree;
     return {command};
 }

@@ -6,7 +6,8 @@
 
 class BusClient;
 
-/// Tells on standard error what a long operation of the daemon waits for: from its first second on, each time it changes.
+/// Tells on standard error what a long operation of the daemon waits for: from its first second on, each time it
+/// changes.
 class WaitNotice
 {
 public:

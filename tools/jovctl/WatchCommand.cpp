@@ -19,8 +19,7 @@ public:
     WatchPrinter(const BusClient &client, bool asJson)
         : m_connection(client.connection())
         , m_asJson(asJson)
-    {
-    }
+    { }
 
     void line(const QString &kind, const QString &text, const QJsonObject &values)
     {
@@ -41,21 +40,23 @@ public:
 
     void state(const QString &kind, const QString &name, const QString &oldState, const QString &newState)
     {
-        const QString shown = Console::coloured(newState.isEmpty() ? QStringLiteral("-") : newState,
-                                                Console::colourOfState(newState));
+        const QString shown =
+            Console::coloured(newState.isEmpty() ? QStringLiteral("-") : newState, Console::colourOfState(newState));
         QJsonObject values{{QStringLiteral("name"), name}, {QStringLiteral("state"), newState}};
         if (!oldState.isEmpty()) {
             values.insert(QStringLiteral("old"), oldState);
         }
-        line(kind, QStringLiteral("%1 %2%3").arg(Console::printable(name),
-                                                 oldState.isEmpty() ? QStringLiteral("is ") : oldState + QStringLiteral(" -> "),
-                                                 shown), values);
+        line(kind,
+             QStringLiteral("%1 %2%3").arg(
+                 Console::printable(name),
+                 oldState.isEmpty() ? QStringLiteral("is ") : oldState + QStringLiteral(" -> "), shown),
+             values);
     }
 
     void followEvents()
     {
-        m_connection.connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"), QStringLiteral("event"), this,
-                             SLOT(event(QString, QVariantMap)));
+        m_connection.connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
+                             QStringLiteral("event"), this, SLOT(event(QString, QVariantMap)));
     }
 
 private Q_SLOTS:
@@ -129,12 +130,14 @@ CommandList watchCommands()
     Command command;
     command.name = QStringLiteral("watch");
     command.summary = QStringLiteral("Show what happens, as it happens");
-    command.description = QStringLiteral("Begins with the present state of all modules; nothing is missed between that and the first\n"
-                                         "change. Waits when the daemon is not there. Ctrl-C ends it.");
+    command.description =
+        QStringLiteral("Begins with the present state of all modules; nothing is missed between that and the first\n"
+                       "change. Waits when the daemon is not there. Ctrl-C ends it.");
     command.examples = QStringList{QStringLiteral("jovctl watch"), QStringLiteral("jovctl watch --events"),
-                        QStringLiteral("jovctl watch --json | jq 'select(.kind == \"change\")'")};
-    command.options = QList<QCommandLineOption>{QCommandLineOption(QStringLiteral("json"), QStringLiteral("For programs: a JSON object a line")),
-                       QCommandLineOption(QStringLiteral("events"), QStringLiteral("The platform's events as well"))};
+                                   QStringLiteral("jovctl watch --json | jq 'select(.kind == \"change\")'")};
+    command.options = QList<QCommandLineOption>{
+        QCommandLineOption(QStringLiteral("json"), QStringLiteral("For programs: a JSON object a line")),
+        QCommandLineOption(QStringLiteral("events"), QStringLiteral("The platform's events as well"))};
     command.run = watch;
     return {command};
 }

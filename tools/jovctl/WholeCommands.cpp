@@ -59,8 +59,9 @@ ExitStatus startAll(const Arguments &)
     const BusClient client;
     client.control(QStringLiteral("startAll"));
     if (startFailed(client)) {
-        Console::complain(QStringLiteral("the daemon starts nothing: everything was stopped, or the start-up has failed. "
-                                         "jovctl restart-all begins again"));
+        Console::complain(
+            QStringLiteral("the daemon starts nothing: everything was stopped, or the start-up has failed. "
+                           "jovctl restart-all begins again"));
         return ExitStatus::Failed;
     }
     return reportAllRunning(client, QStringLiteral("all modules run"));
@@ -115,7 +116,8 @@ ExitStatus reportRestart(const BusClient &client, quint64 since)
         Console::complain(QStringLiteral("the start was interrupted"));
         return ExitStatus::Failed;
     }
-    return reportAllRunning(client, QStringLiteral("all modules run again, after %1").arg(Units::duration(Units::now() - since)));
+    return reportAllRunning(
+        client, QStringLiteral("all modules run again, after %1").arg(Units::duration(Units::now() - since)));
 }
 
 ExitStatus restartAll(const Arguments &)
@@ -134,9 +136,11 @@ ExitStatus restartApp(const Arguments &)
     client.control(QStringLiteral("restartApp"));
     // The daemon begins with it before it answers the next question.
     if (!hasHappened(client, "stop_all", since)) {
-        Console::complain(step < 5 ? QStringLiteral("nothing was restarted: the start-up has only reached step %1, and needs 5").arg(step)
-                                   : QStringLiteral("not restarted yet: the platform has locked restarts, it follows when "
-                                                    "the platform unlocks them"));
+        Console::complain(
+            step < 5
+                ? QStringLiteral("nothing was restarted: the start-up has only reached step %1, and needs 5").arg(step)
+                : QStringLiteral("not restarted yet: the platform has locked restarts, it follows when "
+                                 "the platform unlocks them"));
         return ExitStatus::Failed;
     }
     return reportRestart(client, since);
@@ -176,11 +180,12 @@ CommandList wholeCommands()
                     QStringLiteral("Step by step. After stop-all nothing starts this way: use restart-all."), startAll),
             command(QStringLiteral("stop-all"), QStringLiteral("Stop all modules, the last step first"),
                     QStringLiteral("The daemon stays."), stopAll),
-            command(QStringLiteral("restart-all"), QStringLiteral("Stop all, read all files again, start all"), QString(),
-                    restartAll),
+            command(QStringLiteral("restart-all"), QStringLiteral("Stop all, read all files again, start all"),
+                    QString(), restartAll),
             command(QStringLiteral("restart-app"), QStringLiteral("Stop all and start all, when that is allowed"),
                     QStringLiteral("As a module would ask for it: only from step 5 on, and not while the platform has\n"
                                    "locked restarts. The files are not read again."),
                     restartApp),
-            command(QStringLiteral("shutdown"), QStringLiteral("Stop all modules and end the daemon"), QString(), shutDown)};
+            command(QStringLiteral("shutdown"), QStringLiteral("Stop all modules and end the daemon"), QString(),
+                    shutDown)};
 }
