@@ -186,7 +186,7 @@ void DaemonTest::stopDuringStart()
     Terminal terminal("step one 1\nA one\nB one <A --never-ready\nC one <B");
     connect(&terminal, &Terminal::event, this, [&](const QString &name) {
         if (name == QLatin1String("end_of_init_A")) {
-            terminal.wait([&] { return terminal.logCount(QStringLiteral("PID of :B")) == 1; });
+            Terminal::wait([&] { return terminal.logCount(QStringLiteral("PID of :B")) == 1; });
             if (signal != 0) {
                 // The started process still waits for its child's report.
                 kill(Processes::below(terminal.pid()).first().pid, signal);

@@ -372,12 +372,13 @@ void StormTest::storm()
 
 int main(int argc, char **argv)
 {
-    unsigned seed = std::random_device()();
+    unsigned seed = 1;
     int seconds = 20;
     std::vector<char *> others{argv[0]};
     for (int i = 1; i < argc; ++i) {
         if (qstrcmp(argv[i], "--seed") == 0 && i + 1 < argc) {
-            seed = QByteArray(argv[++i]).toUInt();
+            const QByteArray word(argv[++i]);
+            seed = word == "random" ? std::random_device()() : word.toUInt();
         } else if (qstrcmp(argv[i], "--seconds") == 0 && i + 1 < argc) {
             seconds = QByteArray(argv[++i]).toInt();
         } else {
