@@ -35,7 +35,7 @@ const char styles[] =
     "            print-color-adjust: exact; -webkit-print-color-adjust: exact; }\n"
     "    }\n"
     "    text { font: 12px 'DejaVu Sans Mono', 'Liberation Mono', Menlo, Consolas, monospace; fill: var(--ink);\n"
-    "           paint-order: stroke; stroke: var(--paper); stroke-width: 2px; }\n"
+    "           paint-order: stroke; stroke: var(--paper); stroke-width: 3px; }\n"
     "    .title { font-size: 18px; font-weight: bold; }\n"
     "    .faint { fill: var(--faint); }\n"
     "    .step { font-weight: bold; }\n"
@@ -148,11 +148,11 @@ private:
     {
         text(margin, margin + 18, title(host), "title");
         text(margin, margin + 40,
-             QStringLiteral("%1 modules in %2 steps; critical chain %3%4")
+             QStringLiteral("modules: %1, steps: %2, critical chain: %3%4")
                  .arg(m_record.allModules().size())
                  .arg(m_record.steps.size())
                  .arg(Units::duration(m_record.critical),
-                      m_record.isComplete ? QString() : QStringLiteral("; not complete")),
+                      m_record.isComplete ? QString() : QStringLiteral(", not complete")),
              "faint");
         drawLegend();
         const double interval = tickInterval(m_total, plotWidth);
@@ -189,7 +189,7 @@ private:
         double top = plotTop;
         const double fullWidth = m_plotLeft - margin + plotWidth + labelRoom;
         for (const BootStep &step : m_record.steps) {
-            rect(m_back, margin, top, fullWidth, stepHeight, "band");
+            rect(m_back, margin, top, fullWidth, stepHeight - 2, "band");
             const QString name = QStringLiteral("%1 %2").arg(step.value).arg(Console::printable(step.name));
             const QString took =
                 step.started > 0 ? Units::duration(step.until - step.started) : QStringLiteral("not begun");

@@ -7,12 +7,34 @@
 #include <QJsonObject>
 #include <QStringList>
 
+#include <algorithm>
+
 namespace {
+
+constexpr int gap = 2; ///< blanks between columns
+constexpr int narrowestColumn = 8;
 
 QString padded(const QString &shown, const QString &plain, int width, Table::Align align)
 {
     const QString blanks(qMax(0, width - textWidth(plain)), QLatin1Char(' '));
     return align == Table::Align::Right ? blanks + shown : shown + blanks;
+}
+
+/// Takes from the widest columns until the line fits, or nothing is left to take.
+void fit(QVector<int> &widths, int room)
+{
+    int total = -gap;
+    for (const int width : qAsConst(widths)) {
+        total += width > 0 ? width + gap : 0;
+    }
+    while (total > room) {
+        int &widest = *std::max_element(widths.begin(), widths.end());
+        if (widest <= narrowestColumn) {
+            return;
+        }
+        --widest;
+        --total;
+    }
 }
 
 QString trimmedRight(QString line)
@@ -42,21 +64,17 @@ QVector<int> Table::widths() const
 
 QStringList Table::lines(int width) const
 {
-    const QVector<int> columnWidths = widths();
+    QVector<int> columnWidths = widths();
+    if (width > 0) {
+        fit(columnWidths, width);
+    }
     const auto lineOf = [&](const auto &textAt, const auto &colourAt) {
         QString line;
-        int left = width;
         for (int i = 0; i < m_columns.size(); ++i) {
-            if (m_columns.at(i).title.isEmpty()) {
-                continue;
-            }
-            const int cellWidth = width > 0 ? qMin(columnWidths.at(i), qMax(left, 0)) : columnWidths.at(i);
-            const QString text = width > 0 ? shortened(textAt(i), cellWidth) : textAt(i);
-            line += (line.isEmpty() ? QString() : QStringLiteral("  "))
-                + padded(Console::coloured(text, colourAt(i)), text, cellWidth, m_columns.at(i).align);
-            left -= cellWidth + 2;
-            if (width > 0 && left <= 0) {
-                break;
+            if (!m_columns.at(i).title.isEmpty()) {
+                const QString text = shortened(textAt(i), columnWidths.at(i));
+                line += padded(Console::coloured(text, colourAt(i)), text, columnWidths.at(i), m_columns.at(i).align)
+                    + QString(gap, QLatin1Char(' '));
             }
         }
         return trimmedRight(line);
@@ -88,7 +106,7 @@ void Table::print(bool asJson) const
         Console::write(QString::fromUtf8(json()));
         return;
     }
-    const QStringList all = lines();
+    const QStringList all = lines(Console::isTerminal() ? Console::columns() : 0);
     for (const QString &line : all) {
         Console::writeLine(line);
     }

@@ -49,7 +49,7 @@ public:
     void add(const QVector<Cell> &row) { m_rows.append(row); }
     [[nodiscard]] bool isEmpty() const { return m_rows.isEmpty(); }
 
-    /// The lines for people, titles first; no line is wider than `width` cells where that is not 0.
+    /// The lines for people, titles first. Where `width` is not 0 the widest columns are cut until that many cells do.
     [[nodiscard]] QStringList lines(int width = 0) const;
     [[nodiscard]] QByteArray json() const;
     void print(bool asJson) const;
