@@ -17,7 +17,6 @@ struct ModuleLimits
     int stop = 30000; ///< from the request to end to the kill
     int stopWithEverything = 2000; ///< the same while the whole manager is stopping
     int presentation = 45000; ///< from the web client's end of initialisation to its presentation
-    int launch = 1000000; ///< from fork to exec
 };
 
 /**

@@ -1,34 +1,133 @@
 #include "ChildProcess.h"
 
-#include <csignal>
+#include "ChildReaper.h"
+#include "Spawn.h"
 
+#include <QFile>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
+rlimit ownLimit = {0, 0};
 rlimit childLimit = {0, 0};
 
+/// The children's limit of open files while it lives: a spawned child takes what its parent has.
+class ChildLimit
+{
+public:
+    ChildLimit()
+    {
+        if (childLimit.rlim_max != 0) {
+            setrlimit(RLIMIT_NOFILE, &childLimit);
+        }
+    }
+    ~ChildLimit()
+    {
+        if (childLimit.rlim_max != 0) {
+            setrlimit(RLIMIT_NOFILE, &ownLimit);
+        }
+    }
+    ChildLimit(const ChildLimit &) = delete;
+    ChildLimit &operator=(const ChildLimit &) = delete;
+};
+
+std::vector<QByteArray> wordsOf(const ChildProcess::Command &command)
+{
+    std::vector<QByteArray> words{QFile::encodeName(command.program)};
+    for (const QString &argument : command.arguments) {
+        words.push_back(QFile::encodeName(argument));
+    }
+    return words;
 }
+
+} // namespace
 
 void ChildProcess::raiseDescriptorLimit()
 {
-    rlimit own = {};
-    if (getrlimit(RLIMIT_NOFILE, &own) == 0 && own.rlim_cur < own.rlim_max) {
-        childLimit = own;
-        own.rlim_cur = own.rlim_max;
-        setrlimit(RLIMIT_NOFILE, &own);
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+        childLimit = limit;
+        limit.rlim_cur = limit.rlim_max;
+        ownLimit = limit;
+        setrlimit(RLIMIT_NOFILE, &limit);
     }
 }
 
-// Runs between fork and exec: async-signal-safe calls alone.
-void ChildProcess::setupChildProcess()
+ChildProcess::~ChildProcess()
 {
-    setpgid(0, 0);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (childLimit.rlim_max != 0) {
-        setrlimit(RLIMIT_NOFILE, &childLimit);
+    ChildReaper::instance().remove(this);
+    closeInput();
+    if (isRunning()) {
+        ::kill(m_pid, SIGKILL);
+        while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) { }
+    }
+}
+
+bool ChildProcess::start(const Command &command)
+{
+    closeInput();
+    int input[2] = {-1, -1};
+    int error = pipe2(input, O_CLOEXEC) == 0 ? 0 : errno;
+    if (error == 0) {
+        ChildReaper::instance().add(this);
+        Spawn spawn;
+        spawn.takeInput(input[0]);
+        spawn.changeDirectory(QFile::encodeName(command.workingDirectory));
+        if (command.quiet) {
+            spawn.discardOutput();
+        }
+        const ChildLimit limit;
+        error = spawn.run(m_pid, wordsOf(command));
+        close(input[0]);
+        m_input = input[1];
+    }
+    if (error == 0) {
+        return true;
+    }
+    m_pid = 0;
+    closeInput();
+    m_errorString = QString::fromLocal8Bit(std::strerror(error));
+    Q_EMIT errorOccurred(QProcess::FailedToStart);
+    return false;
+}
+
+void ChildProcess::kill()
+{
+    // Its number is its own until we have reaped it.
+    if (isRunning()) {
+        ::kill(m_pid, SIGKILL);
+    }
+}
+
+void ChildProcess::closeInput()
+{
+    if (m_input >= 0) {
+        close(m_input);
+        m_input = -1;
+    }
+}
+
+void ChildProcess::reap()
+{
+    int status = 0;
+    if (!isRunning() || waitpid(m_pid, &status, WNOHANG) != m_pid) {
+        return;
+    }
+    m_pid = 0;
+    closeInput();
+    if (WIFSIGNALED(status)) {
+        m_errorString = QStringLiteral("Process crashed");
+        Q_EMIT errorOccurred(QProcess::Crashed);
+        Q_EMIT finished(WTERMSIG(status), QProcess::CrashExit);
+    } else {
+        Q_EMIT finished(WEXITSTATUS(status), QProcess::NormalExit);
     }
 }

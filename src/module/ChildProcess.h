@@ -1,28 +1,68 @@
 #ifndef CHILD_PROCESS_H
 #define CHILD_PROCESS_H
 
+#include <QObject>
 #include <QProcess>
 
+#include <sys/types.h>
+
 /**
- * A QProcess whose child begins with a clean slate: a process group of its own (the terminal's interrupt key is for the
- * daemon alone, and must not look like a crash of every module), no blocked signals, and the limit of open files that
- * the daemon itself was started with.
+ * One child process at a time: start, kill, and a signal when it has ended.
+ *
+ * It speaks QProcess's language (exit status, errors, the signal number as the exit code of a crash) and is made for a
+ * supervisor: the child is spawned without a copy of the daemon's memory, which is most of what a start costs, and
+ * nothing of its output is ever read. Of descriptors it takes one, the pipe to the child's standard input, which never
+ * says anything.
+ *
+ * The child begins with a clean slate: a process group of its own (the terminal's interrupt key is for the daemon
+ * alone, and must not look like a crash of every module), no blocked signals and default handlers, and the limit of
+ * open files that the daemon itself was started with.
+ *
+ * The end is noticed through the event loop; until then the object counts as running, also when the child is dead
+ * already. A running child is killed with its object.
  */
-class ChildProcess : public QProcess
+class ChildProcess : public QObject
 {
     Q_OBJECT
 
 public:
-    using QProcess::QProcess;
+    struct Command
+    {
+        QString program;
+        QStringList arguments;
+        QString workingDirectory;
+        bool quiet = true; ///< its output goes to /dev/null, else to our own streams
+    };
+
+    ~ChildProcess() override;
+
+    /// Returns when the program runs, or with errorOccurred(FailedToStart) and false. Not while a child is running.
+    bool start(const Command &command);
+    void kill();
+    [[nodiscard]] bool isRunning() const { return m_pid > 0; }
+    [[nodiscard]] qint64 processId() const { return m_pid; }
+    [[nodiscard]] QString errorString() const { return m_errorString; }
 
     /**
-     * Lifts the daemon's own soft limit of open files to the hard one, since every running module takes two
-     * descriptors, and remembers the old one for the children.
+     * Lifts the daemon's own soft limit of open files to the hard one, since every running module takes a descriptor,
+     * and remembers the old one for the children.
      */
     static void raiseDescriptorLimit();
 
-protected:
-    void setupChildProcess() override;
+Q_SIGNALS:
+    void errorOccurred(QProcess::ProcessError error);
+    void finished(int exitCode, QProcess::ExitStatus exitStatus);
+
+private:
+    friend class ChildReaper;
+
+    /// Looks whether the child has ended.
+    void reap();
+    void closeInput();
+
+    pid_t m_pid = 0;
+    int m_input = -1; ///< our end of the child's standard input
+    QString m_errorString;
 };
 
 #endif

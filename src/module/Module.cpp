@@ -42,8 +42,8 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
     if (!m_supervisor.subscribeEvent(endOfInitEvent(name), this, SLOT(slot_endOfInit()))) {
         Log::error("[Module] constructor %1 cannot subscribe to end_of_init", name);
     }
-    connect(&m_process, &QProcess::errorOccurred, this, &Module::slot_error);
-    connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this, &Module::slot_finished);
+    connect(&m_process, &ChildProcess::errorOccurred, this, &Module::slot_error);
+    connect(&m_process, &ChildProcess::finished, this, &Module::slot_finished);
     connect(this, &Module::sig_crashed, this, &Module::slot_crashed);
 
     m_webappTimer.setSingleShot(true);
@@ -61,10 +61,6 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
 Module::~Module()
 {
     m_process.disconnect(this);
-    if (m_process.state() != QProcess::NotRunning) {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
     if (isWebClient()) {
         m_supervisor.unsubscribeEvent(presentationReadyEvent, this, SLOT(presentationReady()));
     }
@@ -101,11 +97,11 @@ bool Module::start()
     return waitUntilStarted();
 }
 
-// QProcess refuses to start while its last child is not reaped, and would report the old pid and the old exit as the
-// new.
+// There is one process a module: a killed one that is not reaped yet still counts, and its end must not be taken for
+// the end of the next.
 bool Module::waitForPreviousProcess()
 {
-    const auto reaped = [this] { return m_process.state() == QProcess::NotRunning; };
+    const auto reaped = [this] { return !m_process.isRunning(); };
     if (reaped()) {
         return true;
     }
@@ -128,22 +124,17 @@ bool Module::launch()
         return false;
     }
     const QString directory = JovRoot::rooted(ModulePaths::moduleDirectory());
-    m_process.setWorkingDirectory(directory);
-    if (m_supervisor.debugMode()) {
-        m_process.setProcessChannelMode(QProcess::ForwardedChannels);
-    } else {
-        // The kernel throws the output away: no pipe, and nothing of it ever wakes the daemon.
-        m_process.setStandardOutputFile(QProcess::nullDevice());
-        m_process.setStandardErrorFile(QProcess::nullDevice());
-    }
     ++m_run;
     m_killedOnStop = false;
     m_ownKill = false;
     m_startTimer.restart();
-    m_process.start(directory + name, QStringList(QStringLiteral("--moduleName=") + name) + m_record->getExtraArgs(),
-                    QIODevice::ReadWrite);
-    if (!m_process.waitForStarted(m_supervisor.moduleLimits().launch)) {
-        Log::warning("[Module] launch error :%1 exec : %2", m_process.errorString(), directory + name);
+    ChildProcess::Command command;
+    command.program = directory + name;
+    command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + m_record->getExtraArgs();
+    command.workingDirectory = directory;
+    command.quiet = !m_supervisor.debugMode();
+    if (!m_process.start(command)) {
+        Log::warning("[Module] launch error :%1 exec : %2", m_process.errorString(), command.program);
         return false;
     }
     const qint64 pid = m_process.processId();
@@ -204,7 +195,7 @@ bool Module::stop()
     const quint64 run = m_run;
     Log::info("Trying to stop module %1", name);
     m_supervisor.notifyEvent(QStringLiteral("stop_module_") + name);
-    if (m_process.state() == QProcess::NotRunning) {
+    if (!m_process.isRunning()) {
         // Somebody else's announcement had made it "RUNNING": there is nothing that could end.
         setState(Stopped);
     }
@@ -212,7 +203,7 @@ bool Module::stop()
     const int limit = m_supervisor.startFailed() ? limits.stopWithEverything : limits.stop;
     const bool stopped = waitState({Stopped}, limit) || m_run != run;
     if (!stopped) {
-        m_killedOnStop = m_process.state() != QProcess::NotRunning;
+        m_killedOnStop = m_process.isRunning();
         m_process.kill();
         Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", name, getState());
         setState(Stopped);
@@ -224,7 +215,7 @@ bool Module::stop()
 void Module::killAsOurOwnDoing()
 {
     m_startPending = false;
-    if (m_process.state() != QProcess::NotRunning) {
+    if (m_process.isRunning()) {
         m_ownKill = !m_killedOnStop;
         m_process.kill();
     }
