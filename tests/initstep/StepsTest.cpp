@@ -264,7 +264,7 @@ void StepsTest::forest()
 void StepsTest::ladderIsQuick()
 {
     FakeSupervisor supervisor;
-    std::vector<ApplicationRecord> records = recordsOf(ladder(30));
+    std::vector<ApplicationRecord> records = recordsOf(ladder(32));
     InitStep step(QStringLiteral("s"), 1, false, supervisor);
     for (ApplicationRecord &record : records) {
         step.insertApplication(&record);
