@@ -19,7 +19,7 @@ QString Units::duration(quint64 microseconds)
         return QStringLiteral("%1 min %2 s").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
     }
     const quint64 minutes = seconds / 60;
-    if (minutes < 48 * 60) {
+    if (minutes < quint64(48) * 60) {
         return QStringLiteral("%1 h %2 min").arg(minutes / 60).arg(minutes % 60, 2, 10, QLatin1Char('0'));
     }
     return QStringLiteral("%1 days").arg(minutes / 60 / 24);
@@ -30,7 +30,7 @@ QString Units::memory(qint64 kilobytes)
     if (kilobytes < 1024) {
         return QStringLiteral("%1 kB").arg(kilobytes);
     }
-    if (kilobytes < 1024 * 1024) {
+    if (kilobytes < qint64(1024) * 1024) {
         return QStringLiteral("%1 MB").arg(double(kilobytes) / 1024, 0, 'f', 1);
     }
     return QStringLiteral("%1 GB").arg(double(kilobytes) / 1024 / 1024, 0, 'f', 2);
