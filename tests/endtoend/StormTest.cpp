@@ -361,6 +361,8 @@ void StormTest::storm()
     QCOMPARE(m_terminal->call(QStringLiteral("restart")), QString());
     QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
     QCOMPARE(m_terminal->modules().keys(), m_names);
+    // Nor are there dead ones that nobody has reaped.
+    QCOMPARE(Processes::children(m_terminal->pid()).size(), m_names.size());
     QCOMPARE(Processes::descriptors(m_terminal->pid()).size(), descriptors);
     QCOMPARE(Processes::figure(m_terminal->pid(), "status", "Threads"), 2);
     endDaemon();

@@ -14,6 +14,7 @@
 #include <csignal>
 
 #include <sys/resource.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -189,14 +190,17 @@ void ModuleTest::startAfterKill()
     ShortSupervisor supervisor;
     Module module(&m_record, supervisor);
     QSignalSpy crashed(&module, &Module::sig_crashed);
+    pid_t first = 0;
     QTimer::singleShot(20, this, [&] {
+        first = m_record.getID().toInt();
         QVERIFY(!module.stop());
         QTimer::singleShot(50, &module, &Module::slot_endOfInit);
         QVERIFY(module.start());
+        // It is not our child any more, not even a dead one.
+        QVERIFY(waitpid(first, nullptr, WNOHANG) == -1);
     });
-    const QString first = m_record.getID();
     QVERIFY(!module.start());
-    QVERIFY(module.getState() == ModuleState::Running && m_record.getID() != first);
+    QVERIFY(module.getState() == ModuleState::Running && m_record.getID().toInt() != first);
     QTest::qWait(50);
     QCOMPARE(module.getState(), ModuleState::Running);
     QCOMPARE(kill(m_record.getID().toInt(), 0), 0);

@@ -15,9 +15,11 @@ QByteArray procFile(pid_t pid, const QByteArray &name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QList<pid_t> childrenOf(pid_t pid)
+} // namespace
+
+QList<pid_t> Processes::children(pid_t pid)
 {
-    QList<pid_t> children;
+    QList<pid_t> found;
     const QStringList tasks =
         QDir(QStringLiteral("/proc/%1/task").arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &task : tasks) {
@@ -25,20 +27,18 @@ QList<pid_t> childrenOf(pid_t pid)
         const QList<QByteArray> words = procFile(pid, file).simplified().split(' ');
         for (const QByteArray &word : words) {
             if (!word.isEmpty()) {
-                children << word.toInt();
+                found << word.toInt();
             }
         }
     }
-    return children;
+    return found;
 }
-
-} // namespace
 
 QList<Processes::Process> Processes::below(pid_t ancestor)
 {
     QList<Process> found;
-    const QList<pid_t> children = childrenOf(ancestor);
-    for (const pid_t child : children) {
+    const QList<pid_t> direct = children(ancestor);
+    for (const pid_t child : direct) {
         // A zombie has no command line any more.
         const QByteArray words = procFile(child, "cmdline").replace('\0', ' ').trimmed();
         if (!words.isEmpty()) {
@@ -87,4 +87,11 @@ qint64 Processes::figure(pid_t pid, const char *file, const char *field)
         }
     }
     return sum;
+}
+
+bool Processes::catches(pid_t pid, int signal)
+{
+    const QByteArray status = procFile(pid, "status");
+    const QByteArray mask = status.mid(status.indexOf("SigCgt:") + 7, 17).trimmed();
+    return (mask.toULongLong(nullptr, 16) >> (signal - 1) & 1) != 0;
 }

@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-/// What `/proc` tells about the living processes below this one; zombies do not count.
+/// What `/proc` tells about the living processes below this one.
 namespace Processes {
 
 struct Process
@@ -17,7 +17,10 @@ struct Process
     QString commandLine; ///< words joined by blanks
 };
 
-/// All descendants of `ancestor`, parents before children.
+/// Also those that are dead and not reaped.
+[[nodiscard]] QList<pid_t> children(pid_t pid);
+
+/// All descendants of `ancestor`, parents before children; zombies do not count.
 [[nodiscard]] QList<Process> below(pid_t ancestor);
 
 /// The modules among them by the name that they were given, with every process that plays it; what a module itself has
@@ -29,6 +32,9 @@ struct Process
 
 /// The number behind "FIELD:" in `/proc/PID/FILE`, over all such lines; -1 when there is none.
 [[nodiscard]] qint64 figure(pid_t pid, const char *file, const char *field);
+
+/// The process has a handler for the signal.
+[[nodiscard]] bool catches(pid_t pid, int signal);
 
 } // namespace Processes
 
