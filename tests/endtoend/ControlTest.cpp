@@ -63,6 +63,7 @@ private Q_SLOTS:
     void restartsAreMerged();
     void restartDuringStart_data();
     void restartDuringStart();
+    void restartPastUnreachableStart();
     void hostileCall_data();
     void hostileCall();
     void vanishingClients();
@@ -289,6 +290,18 @@ void ControlTest::restartDuringStart()
     QStringList infra = terminal.events().filter(QStringLiteral("init_step_infra"));
     std::sort(infra.begin(), infra.end());
     QCOMPARE(infra, terminal.events().filter(QStringLiteral("init_step_infra")));
+}
+
+// The stop walk does not get to a step that was linked in front; the start that waits there must not hold the restart.
+void ControlTest::restartPastUnreachableStart()
+{
+    Terminal terminal("step five 5\nstep one 1\nA one\nB five");
+    terminal.addArguments(QStringLiteral("B"), {QStringLiteral("--never-ready")});
+    terminal.start();
+    QVERIFY(terminal.waitForStates(QStringLiteral("A:RUNNING B:STARTING")));
+    terminal.addArguments(QStringLiteral("B"), {});
+    terminal.call(QStringLiteral("restart"));
+    QVERIFY(terminal.waitForStates(QStringLiteral("A:RUNNING B:RUNNING")));
 }
 
 void ControlTest::hostileCall_data()
