@@ -16,6 +16,11 @@ if(JOV_SANITIZE)
     target_compile_options(jov_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(jov_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(JOV_FUZZ)
+    target_compile_options(jov_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined
+        -fno-omit-frame-pointer)
+    target_link_options(jov_options INTERFACE -fsanitize=address,undefined)
+endif()
 
 # jov_library(NAME source...): a static library whose headers stand beside its sources.
 function(jov_library name)

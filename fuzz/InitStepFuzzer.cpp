@@ -1,0 +1,38 @@
+#include "FuzzRoot.h"
+#include "InitStepChain.h"
+#include "InitStepFile.h"
+#include "NoSupervisor.h"
+
+namespace {
+
+// A file has fewer than a megabyte, and a step more than ten letters.
+constexpr int mostSteps = 100000;
+
+void walkChain(const InitStepChain &chain)
+{
+    int count = 0;
+    for (const InitStep *step = chain.firstStep; step; step = step->getNext()) {
+        require(++count < mostSteps, "the chain never ends");
+        require(chain.getStepByValue(step->getValue()) != nullptr, "a step of the chain is not found by its value");
+    }
+    count = 0;
+    for (const InitStep *step = chain.last(); step; step = step->getPrev()) {
+        require(++count < mostSteps, "the chain never begins");
+    }
+}
+
+} // namespace
+
+// The table of steps, and the chain that is made of it.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    FuzzRoot::write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"), data, size);
+    NoSupervisor supervisor;
+    InitStepChain chain(supervisor);
+    const bool parsed = parseInitStep(chain, QStringLiteral("ApplicationManager"));
+    require(parsed == (chain.firstStep != nullptr), "steps of a file that cannot be used, or none of one that can");
+    walkChain(chain);
+    chain.clearInitSteps();
+    require(chain.firstStep == nullptr && chain.lastStep == nullptr, "steps are left after all were cleared");
+    return 0;
+}

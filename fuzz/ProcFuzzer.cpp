@@ -1,0 +1,27 @@
+#include "FuzzInput.h"
+#include "FuzzRoot.h"
+#include "ProcParser.h"
+
+#include <cstdlib>
+
+// Texts of /proc: a field's name, where to cut, and the text.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    FuzzInput input(data, size);
+    const QByteArray field = input.text();
+    const int step = input.byte() + 1;
+    const QByteArray text = input.rest();
+
+    const qint64 whole = ProcParser::sumField(text.constData(), std::size_t(text.size()), field);
+    ProcParser::FieldSum pieces(field);
+    for (int at = 0; at < text.size(); at += step) {
+        pieces.add(text.constData() + at, std::size_t(std::min(step, text.size() - at)));
+    }
+    require(pieces.total() == whole, "the sum depends on where the text is cut");
+    require(whole >= 0 && whole <= ProcParser::maxFigure, "a sum out of range");
+    const qint64 memory = ProcParser::meminfoField(text, field);
+    require(memory >= 0 && memory <= ProcParser::maxFigure, "a figure of meminfo out of range");
+    // The kernel writes the four times with a sign.
+    require(std::abs(ProcParser::processTicks(text)) <= 4 * ProcParser::maxFigure, "ticks out of range");
+    return 0;
+}
