@@ -94,7 +94,7 @@ bool ChildProcess::start(const Command &command)
     }
     m_pid = 0;
     closeInput();
-    m_errorString = QString::fromLocal8Bit(std::strerror(error));
+    m_errorString = QStringLiteral("execvp: ") + QString::fromLocal8Bit(std::strerror(error));
     Q_EMIT errorOccurred(QProcess::FailedToStart);
     return false;
 }

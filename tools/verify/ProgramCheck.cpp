@@ -32,8 +32,8 @@ void checkProgram(const ProgramFile &program, const Place &place, Findings &find
         findings.error(place, QStringLiteral("is an ELF file, but no program"),
                        QStringLiteral("install the linked program"));
     } else if (program.kind == ProgramFile::Kind::Other) {
-        findings.warning(place, QStringLiteral("is neither a program nor a script that names its interpreter"),
-                         QStringLiteral("begin a script with \"#!/bin/sh\""));
+        findings.error(place, QStringLiteral("is neither a program nor a script that names its interpreter"),
+                       QStringLiteral("begin a script with \"#!/bin/sh\""));
     }
 }
 
