@@ -143,7 +143,7 @@ void DaemonTest::inheritedByModules()
     const QString script = QStringLiteral("/usr/lib/JovApplication/Script");
     const QString seen = QStringLiteral("/seen");
     makeScript(terminal, script,
-               "echo $(cd /proc/$$/fd; ls; ulimit -n) >" + QFile::encodeName(terminal.root.path(seen)));
+               "exec >" + QFile::encodeName(terminal.root.path(seen)) + "; ulimit -n; exec ls /proc/self/fd");
     QCOMPARE(QProcess::execute(terminal.root.path(script), {}), 0);
     const QByteArray expected = terminal.root.read(seen);
     QVERIFY(!expected.isEmpty());
