@@ -59,6 +59,16 @@ QString nameOf(const Case &of)
         .arg(of.modules);
 }
 
+void measureOneChain(const Programs &programs, int modules, int repetitions)
+{
+    Outcome outcome{{Shape::Chain, modules, 0}, {}};
+    for (int i = 0; i < repetitions; ++i) {
+        measure(programs, outcome);
+    }
+    std::printf("chain of %d: daemon %.3f ms, floor %.3f ms, ratio %.2f\n", modules, median(outcome.pairs.ours),
+                median(outcome.pairs.floor), outcome.pairs.ratio());
+}
+
 void measureBoots(const Programs &programs, int repetitions)
 {
     QVector<Outcome> outcomes{{{Shape::Chain, 10, 0}, {}},
@@ -103,12 +113,18 @@ int main(int argc, char **argv)
                                      QStringLiteral("seconds"), QStringLiteral("10"));
     const QCommandLineOption daemon(QStringLiteral("daemon"), QStringLiteral("Another daemon than the one built."),
                                     QStringLiteral("path"));
-    parser.addOptions({repetitions, seconds, daemon});
+    const QCommandLineOption only(QStringLiteral("only"), QStringLiteral("Boot one chain of so many modules, no more."),
+                                  QStringLiteral("modules"));
+    parser.addOptions({repetitions, seconds, daemon, only});
     parser.process(application);
 
     Boot::becomeSubreaper();
     const Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
     const int times = parser.value(repetitions).toInt();
+    if (parser.isSet(only)) {
+        measureOneChain(programs, parser.value(only).toInt(), times);
+        return 0;
+    }
     if (times > 0) {
         measureBoots(programs, times);
     }

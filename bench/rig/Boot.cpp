@@ -56,7 +56,7 @@ Programs Programs::beside(const QString &program, const QString &daemon)
     const QString directory = QFileInfo(program).absolutePath() + QLatin1Char('/');
     return {daemon.isEmpty() ? directory + QStringLiteral("ApplicationManager") : daemon,
             directory + QStringLiteral("bench-floor"), directory + QStringLiteral("tiny-module"),
-            directory + QStringLiteral("bench-list-server")};
+            directory + QStringLiteral("bench-list-server"), directory + QStringLiteral("jovctl")};
 }
 
 Boot::Boot(By by, const Programs &programs, const Terminal &terminal, const QStringList &names)
@@ -72,7 +72,8 @@ Boot::Boot(By by, const Programs &programs, const Terminal &terminal, const QStr
     if (by == By::Daemon) {
         bootByDaemon(programs.daemon, terminal);
     } else {
-        m_process.start(programs.floor, QStringList(terminal.moduleDirectory()) + names);
+        // In a session of its own, as the daemon is: the kernel shares the processors out among sessions.
+        m_process.start(QStringLiteral("setsid"), QStringList{programs.floor, terminal.moduleDirectory()} + names);
         m_process.waitForStarted();
         m_pid = m_process.processId();
         waitUntil([this] { return m_lastAt >= 0; });

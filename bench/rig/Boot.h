@@ -18,6 +18,7 @@ struct Programs
     QString floor;
     QString tinyModule;
     QString listServer;
+    QString command;
 
     /// Those beside the running program; `daemon` may be another one.
     [[nodiscard]] static Programs beside(const QString &program, const QString &daemon);
