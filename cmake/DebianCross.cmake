@@ -3,6 +3,8 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
 set(CMAKE_STRIP ${triplet}-strip)
+# What it says of the calling convention of ten years ago.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 
 set(JOV_SYSROOT "$ENV{JOV_SYSROOT}" CACHE PATH "Folder of Debian's packages of the architecture")

@@ -8,7 +8,9 @@ target_compile_options(jov_options INTERFACE
     -Wall -Wextra -Wshadow
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override>)
 target_compile_definitions(jov_options INTERFACE
-    QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS QT_NO_FOREACH QT_DEPRECATED_WARNINGS)
+    QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS QT_NO_FOREACH QT_DEPRECATED_WARNINGS
+    # A log of more than 2 GB is a file like any other, on 32-bit ARM too.
+    _FILE_OFFSET_BITS=64)
 if(JOV_WERROR)
     target_compile_options(jov_options INTERFACE -Werror)
 endif()
