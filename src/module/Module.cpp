@@ -46,13 +46,13 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
     connect(&m_process, &ChildProcess::finished, this, &Module::slot_finished);
     connect(this, &Module::sig_crashed, this, &Module::slot_crashed);
 
-    m_webappTimer.setSingleShot(true);
-    m_webappTimer.setTimerType(Qt::PreciseTimer);
-    m_webappTimer.setInterval(m_supervisor.moduleLimits().presentation);
-    connect(&m_webappTimer, &QTimer::timeout, this, &Module::slot_webapp_timeout);
-
     Module::setState(Stopped);
     if (isWebClient()) {
+        m_webappTimer = std::make_unique<QTimer>();
+        m_webappTimer->setSingleShot(true);
+        m_webappTimer->setTimerType(Qt::PreciseTimer);
+        m_webappTimer->setInterval(m_supervisor.moduleLimits().presentation);
+        connect(m_webappTimer.get(), &QTimer::timeout, this, &Module::slot_webapp_timeout);
         m_supervisor.subscribeEvent(presentationReadyEvent, this, SLOT(presentationReady()));
     }
     setStatus(QStringLiteral("OK"));
@@ -234,9 +234,9 @@ void Module::slot_endOfInit()
         Log::debug("no webapp timer");
     } else {
         Log::debug("Starting webapp timer");
-        if (!m_webappTimer.isActive()) {
+        if (!m_webappTimer->isActive()) {
             // A timer that runs is left alone: the earlier deadline is the one that counts, and a flood costs nothing.
-            m_webappTimer.start();
+            m_webappTimer->start();
         }
     }
     setState(WebClientStarted);
@@ -248,9 +248,9 @@ void Module::presentationReady()
     if (getState() != WebClientStarted) {
         return;
     }
-    if (m_webappTimer.isActive()) {
+    if (m_webappTimer && m_webappTimer->isActive()) {
         Log::debug("Remove webapp timer");
-        m_webappTimer.stop();
+        m_webappTimer->stop();
     }
     setState(Running);
 }

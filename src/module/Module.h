@@ -8,6 +8,8 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
+#include <memory>
+
 class ApplicationRecord;
 class Supervisor;
 
@@ -76,7 +78,7 @@ private:
     const ApplicationRecord *m_record;
     ChildProcess m_process;
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
-    QTimer m_webappTimer;
+    std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one
     quint64 m_run = 0; ///< counts launches
     bool m_startPending = false; ///< a start waits for the previous process to be reaped
     bool m_killedOnStop = false; ///< killed after a stop's time-out
