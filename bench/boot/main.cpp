@@ -34,11 +34,16 @@ QStringList layOut(const Terminal &terminal, const Case &of)
 }
 
 /// One more pair; which of the two comes first changes, since the second finds a warmer machine.
-void measure(const Programs &programs, Outcome &outcome)
+void measure(const Programs &programs, Outcome &outcome, const QString &otherDaemon = QString())
 {
     const auto one = [&](Boot::By by) {
         const Terminal terminal(programs.tinyModule);
         const QStringList names = layOut(terminal, outcome.of);
+        if (by == Boot::By::Floor && !otherDaemon.isEmpty()) {
+            Programs others = programs;
+            others.daemon = otherDaemon;
+            return Boot(Boot::By::Daemon, others, terminal, names).perModule();
+        }
         return Boot(by, programs, terminal, names).perModule();
     };
     double daemon = 0;
@@ -59,14 +64,14 @@ QString nameOf(const Case &of)
         .arg(of.modules);
 }
 
-void measureOneChain(const Programs &programs, int modules, int repetitions)
+void measureOneChain(const Programs &programs, int modules, int repetitions, const QString &otherDaemon)
 {
     Outcome outcome{{Shape::Chain, modules, 0}, {}};
     for (int i = 0; i < repetitions; ++i) {
-        measure(programs, outcome);
+        measure(programs, outcome, otherDaemon);
     }
-    std::printf("chain of %d: daemon %.3f ms, floor %.3f ms, ratio %.2f\n", modules, median(outcome.pairs.ours),
-                median(outcome.pairs.floor), outcome.pairs.ratio());
+    std::printf("chain of %d: daemon %.3f ms, %s %.3f ms, ratio %.3f\n", modules, median(outcome.pairs.ours),
+                otherDaemon.isEmpty() ? "floor" : "other", median(outcome.pairs.floor), outcome.pairs.ratio());
 }
 
 void measureBoots(const Programs &programs, int repetitions)
@@ -115,14 +120,17 @@ int main(int argc, char **argv)
                                     QStringLiteral("path"));
     const QCommandLineOption only(QStringLiteral("only"), QStringLiteral("Boot one chain of so many modules, no more."),
                                   QStringLiteral("modules"));
-    parser.addOptions({repetitions, seconds, daemon, only});
+    const QCommandLineOption against(QStringLiteral("against"),
+                                     QStringLiteral("With --only: compare with this daemon, not with the floor."),
+                                     QStringLiteral("path"));
+    parser.addOptions({repetitions, seconds, daemon, only, against});
     parser.process(application);
 
     Boot::becomeSubreaper();
     const Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
     const int times = parser.value(repetitions).toInt();
     if (parser.isSet(only)) {
-        measureOneChain(programs, parser.value(only).toInt(), times);
+        measureOneChain(programs, parser.value(only).toInt(), times, parser.value(against));
         return 0;
     }
     if (times > 0) {
