@@ -3,6 +3,7 @@
 #include "Boot.h"
 #include "Table.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -86,8 +87,8 @@ int systemCalls(qint64 pid, int seconds)
 
 struct Rest
 {
-    double processorMilliseconds;
-    int calls;
+    double processorMilliseconds = 0;
+    int calls = 0;
     Memory memory;
 };
 
@@ -101,33 +102,71 @@ Rest watch(qint64 pid, int seconds)
     return {double(after - before) / 1e6, systemCalls(pid, seconds), privateMemory(pid)};
 }
 
-} // namespace
-
-void measureRest(const Programs &programs, int seconds)
+Rest watchBoot(Boot::By by, const Programs &programs, int seconds)
 {
     const Terminal terminal(programs.tinyModule);
     const QStringList names = terminal.addChain(100);
-    const auto rest = [&](Boot::By by) {
-        const Boot boot(by, programs, terminal, names);
-        return watch(boot.supervisor(), seconds);
-    };
-    const Rest daemon = rest(Boot::By::Daemon);
-    const Rest floor = rest(Boot::By::Floor);
+    const Boot boot(by, programs, terminal, names);
+    return watch(boot.supervisor(), seconds);
+}
 
-    Table table(QStringLiteral("At rest for %1 s with 100 modules").arg(seconds),
+/// The daemon in the middle of the start of a module that never gets ready.
+Rest watchWaiting(const Programs &programs, int seconds)
+{
+    const Terminal terminal(programs.tinyModule);
+    Terminal::Module module;
+    module.name = QStringLiteral("mute");
+    module.arguments.append(QStringLiteral("--mute"));
+    terminal.add(module);
+    const PrivateBus bus;
+    QProcess daemon;
+    daemon.setStandardOutputFile(QProcess::nullDevice());
+    daemon.start(programs.daemon, {QStringLiteral("--nodaemon")});
+    while (!contents(terminal.logFile()).contains("PID of :mute") && daemon.state() != QProcess::NotRunning) {
+        QThread::msleep(5);
+        QCoreApplication::processEvents();
+    }
+    const Rest rest = watch(daemon.processId(), seconds);
+    daemon.kill();
+    daemon.waitForFinished();
+    return rest;
+}
+
+QString orNone(int calls)
+{
+    return calls < 0 ? QStringLiteral("no strace") : QString::number(calls);
+}
+
+void printRest(const Rest &daemon, const Rest &floor, const Rest &waiting, int seconds)
+{
+    Table table(QStringLiteral("At rest for %1 s, 100 modules running").arg(seconds),
                 {QStringLiteral("of"), QStringLiteral("daemon"), QStringLiteral("floor"), QStringLiteral("ratio"),
                  QStringLiteral("at most"), QStringLiteral("met")});
-    table.add({QStringLiteral("system calls"), QString::number(daemon.calls), QString::number(floor.calls), QString(),
-               QStringLiteral("0"), within(daemon.calls, 0)});
-    table.add({QStringLiteral("processor time, ms"), figure(daemon.processorMilliseconds, 3),
-               figure(floor.processorMilliseconds, 3), QString(), QStringLiteral("0"),
-               within(daemon.processorMilliseconds, 0)});
+    const auto addNothing = [&table](const QString &of, const QString &ours, const QString &bare, bool none) {
+        table.add({of, ours, bare, QString(), QStringLiteral("0"), within(none ? 0 : 1, 0)});
+    };
     const auto addMemory = [&table](const QString &of, qint64 ours, qint64 bare) {
         const double ratio = double(ours) / double(bare);
         table.add({of, QString::number(ours), QString::number(bare), figure(ratio), figure(1.2), within(ratio, 1.2)});
     };
+    addNothing(QStringLiteral("system calls"), orNone(daemon.calls), orNone(floor.calls), daemon.calls == 0);
+    addNothing(QStringLiteral("processor time, ms"), figure(daemon.processorMilliseconds, 3),
+               figure(floor.processorMilliseconds, 3), daemon.processorMilliseconds == 0);
+    addNothing(QStringLiteral("system calls while a start waits"), orNone(waiting.calls), QString(),
+               waiting.calls == 0);
+    addNothing(QStringLiteral("processor time while a start waits, ms"), figure(waiting.processorMilliseconds, 3),
+               QString(), waiting.processorMilliseconds == 0);
     addMemory(QStringLiteral("private memory, kB"), daemon.memory.kept, floor.memory.kept);
     addMemory(QStringLiteral("the same with program text, kB"), daemon.memory.kept + daemon.memory.text,
               floor.memory.kept + floor.memory.text);
     table.print();
+}
+
+} // namespace
+
+void measureRest(const Programs &programs, int seconds)
+{
+    const Rest daemon = watchBoot(Boot::By::Daemon, programs, seconds);
+    const Rest floor = watchBoot(Boot::By::Floor, programs, seconds);
+    printRest(daemon, floor, watchWaiting(programs, seconds), seconds);
 }

@@ -1,4 +1,5 @@
 #include "Boot.h"
+#include "ProcessTime.h"
 #include "Sections.h"
 #include "Statistics.h"
 #include "Table.h"
@@ -69,22 +70,6 @@ void measureList(const Programs &programs, const Boot &boot, Table &table, int r
     QDBusConnection::disconnectFromBus(name);
     server.kill();
     server.waitForFinished();
-}
-
-/// The whole life of a process, which must succeed.
-double processTime(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.setStandardOutputFile(QProcess::nullDevice());
-    QElapsedTimer timer;
-    timer.start();
-    process.start(program, arguments);
-    process.waitForFinished();
-    const double time = double(timer.nsecsElapsed()) / 1e6;
-    if (process.error() == QProcess::FailedToStart || process.exitCode() != 0) {
-        qFatal("%s: %s", qPrintable(program), process.readAllStandardError().constData());
-    }
-    return time;
 }
 
 void measureCommand(const Programs &programs, const Boot &boot, Table &table, int repetitions)

@@ -1,10 +1,12 @@
 #include "Boot.h"
+#include "ProcessTime.h"
 #include "Sections.h"
 #include "Statistics.h"
 #include "Table.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QThread>
 
@@ -100,6 +102,17 @@ double medianInit(const Programs &programs, const Terminal &terminal, int repeti
     return median(times);
 }
 
+void measureVerify(const Programs &programs, const Terminal &terminal, Table &table, int repetitions)
+{
+    QVector<double> times;
+    for (int i = 0; i < repetitions; ++i) {
+        times.append(processTime(programs.command, {QStringLiteral("verify"), terminal.path(QString())}));
+    }
+    const double time = median(times);
+    table.add({QStringLiteral("jovctl verify of them, whole process, ms"), figure(time, 0), QStringLiteral("1000"),
+               within(time, 1000)});
+}
+
 } // namespace
 
 void Sections::initialisation(const Programs &programs, Table &table, int repetitions)
@@ -110,6 +123,9 @@ void Sections::initialisation(const Programs &programs, Table &table, int repeti
         const double time = medianInit(programs, terminal, repetitions);
         table.add({QStringLiteral("init() with 1,000 modules in 10 steps, ms"), figure(time, 0), QStringLiteral("300"),
                    within(time, 300)});
+        if (QFileInfo::exists(programs.command)) {
+            measureVerify(programs, terminal, table, repetitions);
+        }
     }
     const Terminal terminal(programs.tinyModule);
     layLadder(terminal, 24);
