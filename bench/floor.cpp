@@ -38,9 +38,9 @@ private:
 
 int main(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
-    const QStringList names = application.arguments().mid(2);
-    const QString directory = application.arguments().value(1);
+    const QCoreApplication application(argc, argv);
+    const QStringList names = QCoreApplication::arguments().mid(2);
+    const QString directory = QCoreApplication::arguments().value(1);
     Announcements announcements;
     QDBusConnection::systemBus().connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
                                          QStringLiteral("event"), QStringList(), QStringLiteral("sa{sv}"),
