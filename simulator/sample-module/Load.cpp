@@ -14,8 +14,7 @@ constexpr int chatterInterval = 20; // ms: fifty lines a second on either stream
 Load::Load(const Behaviour &behaviour)
     : m_behaviour(behaviour)
 {
-    connect(&m_leak, &QTimer::timeout, this,
-            [this] { take(static_cast<std::size_t>(m_behaviour.leakKbPerSecond) / leaksPerSecond); });
+    connect(&m_leak, &QTimer::timeout, this, [this] { take(m_behaviour.leakKbPerSecond / leaksPerSecond); });
     connect(&m_chatter, &QTimer::timeout, this, [this] {
         std::fprintf(stdout, "%s says something\n", qPrintable(m_behaviour.moduleName));
         std::fflush(stdout);
@@ -26,7 +25,7 @@ Load::Load(const Behaviour &behaviour)
 void Load::begin()
 {
     if (m_behaviour.allocateKb > 0) {
-        take(static_cast<std::size_t>(m_behaviour.allocateKb));
+        take(m_behaviour.allocateKb);
     }
     if (m_behaviour.leakKbPerSecond > 0) {
         m_leak.start(1000 / leaksPerSecond);
@@ -42,10 +41,9 @@ void Load::begin()
     }
 }
 
-void Load::take(std::size_t kilobytes)
+void Load::take(int kilobytes)
 {
-    const std::size_t size = kilobytes * 1024;
-    auto block = std::make_unique<char[]>(size);
-    std::memset(block.get(), 1, size); // memory that was never written costs nothing
+    auto block = std::make_unique<Kilobyte[]>(static_cast<std::size_t>(kilobytes));
+    std::memset(block.get(), 1, static_cast<std::size_t>(kilobytes) * sizeof(Kilobyte)); // unwritten memory is free
     m_taken.push_back(std::move(block));
 }

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -21,13 +22,15 @@ public:
     void begin();
 
 private:
-    void take(std::size_t kilobytes);
+    using Kilobyte = std::array<char, 1024>;
+
+    void take(int kilobytes);
 
     const Behaviour &m_behaviour;
     QTimer m_leak;
     QTimer m_chatter;
     QTimer m_busy;
-    std::vector<std::unique_ptr<char[]>> m_taken;
+    std::vector<std::unique_ptr<Kilobyte[]>> m_taken;
 };
 
 #endif
