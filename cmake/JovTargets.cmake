@@ -11,6 +11,10 @@ target_compile_definitions(jov_options INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS QT_NO_FOREACH QT_DEPRECATED_WARNINGS
     # A log of more than 2 GB is a file like any other, on 32-bit ARM too.
     _FILE_OFFSET_BITS=64)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # So is one with a date behind 2038, of a clock that runs wrong or of that year.
+    target_compile_definitions(jov_options INTERFACE _TIME_BITS=64)
+endif()
 if(JOV_WERROR)
     target_compile_options(jov_options INTERFACE -Werror)
 endif()
