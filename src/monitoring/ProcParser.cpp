@@ -1,8 +1,8 @@
 #include "ProcParser.h"
 
-#include <QRegularExpression>
-#include <QStringList>
+#include <QList>
 
+#include <cctype>
 #include <cstring>
 
 namespace {
@@ -32,6 +32,23 @@ QByteArray withoutName(QByteArray text)
     const int open = text.indexOf('(');
     const int close = text.lastIndexOf(')');
     return open < 0 || close < open ? text : text.replace(open, close - open + 1, "name");
+}
+
+// Blanks at the beginning or the end part an empty field from the others.
+QList<QByteArray> splitAtBlanks(const QByteArray &text)
+{
+    QList<QByteArray> fields = {QByteArray()};
+    bool inBlanks = false;
+    for (const char character : text) {
+        const bool blank = std::isspace(static_cast<unsigned char>(character)) != 0;
+        if (!blank) {
+            fields.last().append(character);
+        } else if (!inBlanks) {
+            fields.append(QByteArray());
+        }
+        inBlanks = blank;
+    }
+    return fields;
 }
 
 } // namespace
@@ -133,8 +150,7 @@ qint64 sumField(const char *data, std::size_t size, const QByteArray &field)
 
 qint64 processTicks(const QByteArray &text)
 {
-    static const QRegularExpression blanks(QStringLiteral("\\s+"));
-    const QStringList fields = QString::fromLatin1(withoutName(text)).split(blanks);
+    const QList<QByteArray> fields = splitAtBlanks(withoutName(text));
     if (fields.size() < fewestFields) {
         return 0;
     }
