@@ -95,7 +95,7 @@ bool ChildProcess::start(const Command &command)
     m_pid = 0;
     closeInput();
     m_errorString = QStringLiteral("execvp: ") + QString::fromLocal8Bit(std::strerror(error));
-    Q_EMIT errorOccurred(QProcess::FailedToStart);
+    m_listener.processFailed(QProcess::FailedToStart);
     return false;
 }
 
@@ -125,9 +125,9 @@ void ChildProcess::reap()
     closeInput();
     if (WIFSIGNALED(status)) {
         m_errorString = QStringLiteral("Process crashed");
-        Q_EMIT errorOccurred(QProcess::Crashed);
-        Q_EMIT finished(WTERMSIG(status), QProcess::CrashExit);
+        m_listener.processFailed(QProcess::Crashed);
+        m_listener.processFinished(WTERMSIG(status), QProcess::CrashExit);
     } else {
-        Q_EMIT finished(WEXITSTATUS(status), QProcess::NormalExit);
+        m_listener.processFinished(WEXITSTATUS(status), QProcess::NormalExit);
     }
 }

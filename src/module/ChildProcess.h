@@ -1,13 +1,12 @@
 #ifndef CHILD_PROCESS_H
 #define CHILD_PROCESS_H
 
-#include <QObject>
 #include <QProcess>
 
 #include <sys/types.h>
 
 /**
- * One child process at a time: start, kill, and a signal when it has ended.
+ * One child process at a time: start, kill, and a call when it has ended.
  *
  * It speaks QProcess's language (exit status, errors, the signal number as the exit code of a crash) and is made for a
  * supervisor: the child is spawned without a copy of the daemon's memory, which is most of what a start costs, and
@@ -21,11 +20,20 @@
  * The end is noticed through the event loop; until then the object counts as running, also when the child is dead
  * already. A running child is killed with its object.
  */
-class ChildProcess : public QObject
+class ChildProcess
 {
-    Q_OBJECT
-
 public:
+    /// Whoever wants to know. A plain interface: an object with signals would cost half a kilobyte a module.
+    class Listener
+    {
+    public:
+        virtual void processFailed(QProcess::ProcessError error) = 0;
+        virtual void processFinished(int exitCode, QProcess::ExitStatus exitStatus) = 0;
+
+    protected:
+        ~Listener() = default;
+    };
+
     struct Command
     {
         QString program;
@@ -34,9 +42,15 @@ public:
         bool quiet = true; ///< its output goes to /dev/null, else to our own streams
     };
 
-    ~ChildProcess() override;
+    explicit ChildProcess(Listener &listener)
+        : m_listener(listener)
+    {
+    }
+    ~ChildProcess();
+    ChildProcess(const ChildProcess &) = delete;
+    ChildProcess &operator=(const ChildProcess &) = delete;
 
-    /// Returns when the program runs, or with errorOccurred(FailedToStart) and false. Not while a child is running.
+    /// Returns when the program runs, or with processFailed(FailedToStart) and false. Not while a child is running.
     bool start(const Command &command);
     void kill();
     [[nodiscard]] bool isRunning() const { return m_pid > 0; }
@@ -49,10 +63,6 @@ public:
      */
     static void raiseDescriptorLimit();
 
-Q_SIGNALS:
-    void errorOccurred(QProcess::ProcessError error);
-    void finished(int exitCode, QProcess::ExitStatus exitStatus);
-
 private:
     friend class ChildReaper;
 
@@ -60,6 +70,7 @@ private:
     void reap();
     void closeInput();
 
+    Listener &m_listener;
     pid_t m_pid = 0;
     int m_input = -1; ///< our end of the child's standard input
     QString m_errorString;

@@ -42,8 +42,6 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
     if (!m_supervisor.subscribeEvent(endOfInitEvent(name), this, SLOT(slot_endOfInit()))) {
         Log::error("[Module] constructor %1 cannot subscribe to end_of_init", name);
     }
-    connect(&m_process, &ChildProcess::errorOccurred, this, &Module::slot_error);
-    connect(&m_process, &ChildProcess::finished, this, &Module::slot_finished);
     connect(this, &Module::sig_crashed, this, &Module::slot_crashed);
 
     Module::setState(Stopped);
@@ -60,7 +58,6 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
 
 Module::~Module()
 {
-    m_process.disconnect(this);
     if (isWebClient()) {
         m_supervisor.unsubscribeEvent(presentationReadyEvent, this, SLOT(presentationReady()));
     }

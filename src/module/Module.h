@@ -39,7 +39,7 @@ class Supervisor;
  * time while it is stopping, is the supervisor's own doing and counts as a normal exit; the kill after a stop's
  * time-out is a crash like any other.
  */
-class Module : public Application
+class Module : public Application, private ChildProcess::Listener
 {
     Q_OBJECT
 
@@ -67,6 +67,8 @@ Q_SIGNALS:
     void sig_crashed();
 
 private:
+    void processFailed(QProcess::ProcessError error) override { slot_error(error); }
+    void processFinished(int code, QProcess::ExitStatus status) override { slot_finished(code, status); }
     [[nodiscard]] bool isWebClient() const;
     bool waitForPreviousProcess();
     bool launch();
@@ -76,7 +78,7 @@ private:
 
     Supervisor &m_supervisor;
     const ApplicationRecord *m_record;
-    ChildProcess m_process;
+    ChildProcess m_process{*this};
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
     std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one
     quint64 m_run = 0; ///< counts launches
