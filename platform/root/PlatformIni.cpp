@@ -1,7 +1,9 @@
 #include "PlatformIni.h"
 
+#include "IniText.h"
 #include "JovRoot.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QStringList>
@@ -18,16 +20,43 @@ QString text(const QVariant &value)
     return value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
 }
 
+QString path()
+{
+    return JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini"));
+}
+
+// Opening a FIFO for reading would wait for a writer: only a regular file is ever opened.
+QString faultOf(const QFileInfo &info)
+{
+    if (!info.isFile()) {
+        return QStringLiteral("it is no file");
+    }
+    if (info.size() > largestFile) {
+        return QStringLiteral("it is larger than 1 MiB");
+    }
+    QFile file(info.filePath());
+    if (!file.open(QIODevice::ReadOnly)) {
+        return file.errorString();
+    }
+    return iniTextHoldsObjects(file.read(info.size())) ? QStringLiteral("it holds @Variant or @DateTime") : QString();
+}
+
 } // namespace
+
+QString fault()
+{
+    const QFileInfo info(path());
+    const QString reason = info.exists() ? faultOf(info) : QString();
+    return reason.isEmpty() ? reason : QStringLiteral("%1 is not used: %2").arg(info.filePath(), reason);
+}
 
 QMap<QString, QString> section(const QString &name)
 {
-    // Opening a FIFO for reading would wait for a writer: only a regular file is ever opened.
-    const QFileInfo file(JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini")));
-    if (name.isEmpty() || !file.isFile() || file.size() > largestFile) {
+    const QFileInfo info(path());
+    if (name.isEmpty() || !faultOf(info).isEmpty()) {
         return {};
     }
-    QSettings ini(file.filePath(), QSettings::IniFormat);
+    QSettings ini(info.filePath(), QSettings::IniFormat);
     ini.setIniCodec("UTF-8");
     QMap<QString, QString> values;
     // QSettings keeps the keys of a section [General] without a group.
