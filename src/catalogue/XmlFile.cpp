@@ -48,7 +48,7 @@ bool readBytes(const QString &path, QByteArray &bytes, int &error)
     bool done = false;
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)
         && file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        bytes = file.read(maxFileSize + 1);
+        bytes = file.read(qMin<qint64>(status.st_size, maxFileSize) + 1);
         done = file.error() == QFileDevice::NoError;
     }
     ::close(descriptor);
