@@ -1,5 +1,7 @@
 #include "FuzzRoot.h"
 
+#include "JovLogger.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,8 +12,6 @@
 
 namespace {
 
-constexpr int folders = 64;
-
 const QTemporaryDir &folder()
 {
     static const QTemporaryDir theFolder(QFileInfo(QStringLiteral("/dev/shm")).isWritable()
@@ -20,41 +20,37 @@ const QTemporaryDir &folder()
     return theFolder;
 }
 
-void writeUnder(const QString &root, const QString &absolutePath, const char *data, qint64 size)
+void open(QFile &file, const QString &absolutePath)
 {
-    qputenv("JOV_ROOT", QFile::encodeName(root));
-    QFile file(root + absolutePath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        QDir().mkpath(QFileInfo(file).path());
-        require(file.open(QIODevice::WriteOnly | QIODevice::Truncate), "the input cannot be written to a file");
-    }
-    require(file.write(data, size) == size, "the input cannot be written to a file");
+    file.setFileName(folder().path() + absolutePath);
+    QDir().mkpath(QFileInfo(file).path());
+    require(file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered), "no file for the inputs");
 }
 
 /// Emergencies alone.
 void silence()
 {
-    static const bool done = [] {
-        const QByteArray ini = "[log]\nlevel=0\n";
-        writeUnder(folder().path(), QStringLiteral("/etc/JovApplication/platform.ini"), ini.constData(), ini.size());
-        return true;
-    }();
-    static_cast<void>(done);
+    QFile ini;
+    open(ini, QStringLiteral("/etc/JovApplication/platform.ini"));
+    ini.write("[log]\nlevel=0\n");
+    ini.close();
+    qputenv("JOV_ROOT", QFile::encodeName(folder().path()));
+    static_cast<void>(logger());
 }
 
 } // namespace
 
 void FuzzRoot::write(const QString &absolutePath, const std::uint8_t *data, std::size_t size)
 {
-    silence();
-    writeUnder(folder().path(), absolutePath, reinterpret_cast<const char *>(data), qint64(size));
-}
-
-void FuzzRoot::writeAnew(const QString &absolutePath, const std::uint8_t *data, std::size_t size)
-{
-    static int count = 0;
-    const QString root = folder().filePath(QString::number(count++ % folders));
-    writeUnder(root, absolutePath, reinterpret_cast<const char *>(data), qint64(size));
+    // Opened once: a path takes longer than the text behind it.
+    static QFile file;
+    if (!file.isOpen()) {
+        silence();
+        open(file, absolutePath);
+    }
+    const bool written = file.resize(0) && file.seek(0)
+        && file.write(reinterpret_cast<const char *>(data), qint64(size)) == qint64(size);
+    require(written, "the input cannot be written to a file");
 }
 
 void require(bool condition, const char *what)

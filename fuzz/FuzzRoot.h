@@ -12,12 +12,8 @@
  */
 namespace FuzzRoot {
 
-/// Writes the bytes to `absolutePath` under the root, and makes the folders on its way.
+/// Makes the bytes the content of `absolutePath` under the root, and the folders on its way. One path a process.
 void write(const QString &absolutePath, const std::uint8_t *data, std::size_t size);
-
-/// The same bytes where nothing was read before: QSettings keeps what it has read, and tells files apart by the
-/// millisecond.
-void writeAnew(const QString &absolutePath, const std::uint8_t *data, std::size_t size);
 
 } // namespace FuzzRoot
 

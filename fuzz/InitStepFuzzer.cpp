@@ -1,7 +1,6 @@
 #include "FuzzRoot.h"
-#include "InitStepChain.h"
 #include "InitStepFile.h"
-#include "NoSupervisor.h"
+#include "StepTable.h"
 
 namespace {
 
@@ -21,9 +20,26 @@ void walkChain(const InitStepChain &chain)
     }
 }
 
+// The operator's command reads the same file: it must see the same chain, and tell a fault of the whole once.
+void compareWithCheck(const InitStepChain &chain)
+{
+    StepTable table;
+    Findings findings;
+    const bool read = table.read(findings);
+    require(read == (chain.firstStep != nullptr), "two readings of a file differ");
+    require(read || findings.sorted().size() == 1, "a file that cannot be used is not told once");
+    const InitStep *step = chain.firstStep;
+    for (const InitStep *same : table.chain()) {
+        require(step && same->getName() == step->getName() && same->getValue() == step->getValue(),
+                "the check sees another chain than the daemon");
+        step = step->getNext();
+    }
+    require(!read || !step, "the check sees a part of the chain");
+}
+
 } // namespace
 
-// The table of steps, and the chain that is made of it.
+// The table of steps, and the chain that is made of it, by the daemon and by the operator's command.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     FuzzRoot::write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"), data, size);
@@ -32,6 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const bool parsed = parseInitStep(chain, QStringLiteral("ApplicationManager"));
     require(parsed == (chain.firstStep != nullptr), "steps of a file that cannot be used, or none of one that can");
     walkChain(chain);
+    compareWithCheck(chain);
     chain.clearInitSteps();
     require(chain.firstStep == nullptr && chain.lastStep == nullptr, "steps are left after all were cleared");
     return 0;
