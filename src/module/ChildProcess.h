@@ -44,8 +44,7 @@ public:
 
     explicit ChildProcess(Listener &listener)
         : m_listener(listener)
-    {
-    }
+    { }
     ~ChildProcess();
     ChildProcess(const ChildProcess &) = delete;
     ChildProcess &operator=(const ChildProcess &) = delete;
