@@ -132,8 +132,8 @@ public Q_SLOTS:
     QString getModulesListInString();
     ListApplicationConfig getApplicationsList();
     QString getApplicationsListInString();
-    int getMemoryUsage(const QString &moduleName);
-    int getMemoryUsage(const QString &moduleName, const QString &file, const QString &memmory);
+    int getMemoryUsage(const QString &moduleName, const QString &file = QStringLiteral("smaps"),
+                       const QString &memmory = QStringLiteral("Rss"));
     int getFreeMemory();
     int getTotalMemory();
     double getCpuUsage(const QString &moduleName);

@@ -11,7 +11,6 @@ int ApplicationManager::getStepInfra()
 
 ListApplicationConfig ApplicationManager::getApplicationsForSettingsDeployment()
 {
-    Log::debug("getApplicationsForSettingsDeployment");
     return m_catalogue.getApplicationsForSettingsDeployment(m_ownRecord);
 }
 
@@ -35,16 +34,10 @@ QString ApplicationManager::getApplicationsListInString()
     return m_catalogue.getApplicationsListInString();
 }
 
-int ApplicationManager::getMemoryUsage(const QString &moduleName)
-{
-    return getMemoryUsage(moduleName, QStringLiteral("smaps"), QStringLiteral("Rss"));
-}
-
 int ApplicationManager::getMemoryUsage(const QString &moduleName, const QString &file, const QString &memmory)
 {
     Log::debug("getMemoryUsage %1", moduleName);
-    const QString pid = m_catalogue.getApplicationID(moduleName);
-    return pid.isEmpty() ? 0 : m_procReader.getMemoryUsage(pid, file, memmory);
+    return m_procReader.getMemoryUsage(m_catalogue.getApplicationID(moduleName), file, memmory);
 }
 
 int ApplicationManager::getFreeMemory()
@@ -59,8 +52,7 @@ int ApplicationManager::getTotalMemory()
 
 double ApplicationManager::getCpuUsage(const QString &moduleName)
 {
-    const QString pid = m_catalogue.getApplicationID(moduleName);
-    return pid.isEmpty() ? 0 : m_procReader.getCpuUsage(pid);
+    return m_procReader.getCpuUsage(m_catalogue.getApplicationID(moduleName));
 }
 
 bool ApplicationManager::enoughMemory()
