@@ -1,12 +1,13 @@
 #include "SettingsAccess.h"
 
+#include "EventValue.h"
 #include "JovException.h"
 #include "Log.h"
 #include "MemoryWatchdog.h"
 #include "Setting.h"
 #include "Supervisor.h"
 
-#include <QDBusReply>
+#include <QDBusMessage>
 
 #include <memory>
 
@@ -31,11 +32,8 @@ QString SettingsAccess::getSettingValue(const QString &id) const
         if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
             return Setting::UNDEFINEDVALUE;
         }
-        QVariant value = reply.arguments().constFirst();
-        if (value.userType() == qMetaTypeId<QDBusVariant>()) {
-            value = value.value<QDBusVariant>().variant();
-        }
-        return value.canConvert<QString>() ? value.toString() : Setting::UNDEFINEDVALUE;
+        const auto value = EventValue::converted(reply.arguments().constFirst(), QMetaType::QString);
+        return value ? value->toString() : Setting::UNDEFINEDVALUE;
     } catch (JovException *thrown) {
         const std::unique_ptr<JovException> exception(thrown);
         Log::error("getSettingValue: error while contacting SettingsManager (ID=%1) : %2", id, exception->message());
