@@ -5,16 +5,10 @@
 #include "MemoryLimit.h"
 #include "ProcReader.h"
 
-qint64 applicationMemory(const Catalogue &catalogue, const ProcReader &reader, const QString &name, const QString &file,
-                         const QString &field)
-{
-    Log::debug("getMemoryUsage %1", name);
-    return reader.memoryUsage(catalogue.getApplicationID(name), file, field);
-}
-
 qint64 virtualSize(const Catalogue &catalogue, const ProcReader &reader, const QString &name)
 {
-    return applicationMemory(catalogue, reader, name, QStringLiteral("status"), QStringLiteral("VmSize"));
+    Log::debug("getMemoryUsage %1", name);
+    return reader.memoryUsage(catalogue.getApplicationID(name), QStringLiteral("status"), QStringLiteral("VmSize"));
 }
 
 bool enoughMemory(const Catalogue &catalogue, const ProcReader &reader)

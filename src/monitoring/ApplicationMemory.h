@@ -6,11 +6,7 @@
 class Catalogue;
 class ProcReader;
 
-/// A figure of an application's memory, in kB; see ProcReader. 0 when it is not known or does not run.
-[[nodiscard]] qint64 applicationMemory(const Catalogue &catalogue, const ProcReader &reader, const QString &name,
-                                       const QString &file, const QString &field);
-
-/// What the watchdog compares: the virtual size, in kB.
+/// What the watchdog compares: an application's virtual size, in kB. 0 when it is not known or does not run.
 [[nodiscard]] qint64 virtualSize(const Catalogue &catalogue, const ProcReader &reader, const QString &name);
 
 /// Whether the web client is within its limit; also true when there is no web client.

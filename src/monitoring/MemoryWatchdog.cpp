@@ -51,7 +51,8 @@ MemoryWatchdog::MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, con
 
 void MemoryWatchdog::cancel()
 {
-    stopMonitoring();
+    m_monitoringTimer.stop();
+    m_monitoring = false;
     m_restartTimer.stop();
     m_outOfMemoryModules.clear();
     ++m_cancellations;
