@@ -36,9 +36,9 @@ private:
     int m_number;
 };
 
-ProcFile::Result failure()
+ProcFile::Result failure(const QByteArray &path)
 {
-    return errno == ENOENT ? ProcFile::Result::Missing : ProcFile::Result::NotReadable;
+    return ::access(path.constData(), F_OK) == 0 ? ProcFile::Result::NotReadable : ProcFile::Result::Missing;
 }
 
 bool isRegular(int descriptor)
@@ -70,10 +70,11 @@ ProcFile::Result readAll(int descriptor, const ProcFile::Sink &sink)
 
 ProcFile::Result ProcFile::read(const QByteArray &directory, const QByteArray &file, const Sink &sink)
 {
+    const QByteArray path = directory + '/' + file;
     const QList<QByteArray> components = file.split('/');
     // A text with a NUL would be opened under the name before it.
     if (components.contains("..") || file.contains('\0')) {
-        return Result::NotReadable;
+        return failure(path);
     }
     Descriptor place(::open(directory.constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     for (int i = 0; i < components.size() - 1 && place.number() >= 0; ++i) {
@@ -83,13 +84,13 @@ ProcFile::Result ProcFile::read(const QByteArray &directory, const QByteArray &f
         }
     }
     if (place.number() < 0) {
-        return failure();
+        return failure(path);
     }
     const QByteArray name = components.last().isEmpty() ? QByteArray(".") : components.last();
     const Descriptor opened(
         ::openat(place.number(), name.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (opened.number() < 0) {
-        return failure();
+        return failure(path);
     }
     return isRegular(opened.number()) ? readAll(opened.number(), sink) : Result::NotReadable;
 }
