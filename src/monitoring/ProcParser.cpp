@@ -26,6 +26,20 @@ qint64 withDigit(qint64 number, char digit)
     return qMin(ProcParser::maxFigure, number * 10 + (digit - '0'));
 }
 
+// -1 when there is none.
+qint64 firstNumber(const QByteArray &text)
+{
+    qint64 number = -1;
+    for (const char character : text) {
+        if (isDigit(character)) {
+            number = withDigit(qMax(number, Q_INT64_C(0)), character);
+        } else if (number >= 0) {
+            break;
+        }
+    }
+    return number;
+}
+
 // A process names itself, with blanks and parentheses if it likes: only the last parenthesis ends the name.
 QByteArray withoutName(QByteArray text)
 {
@@ -57,6 +71,7 @@ namespace ProcParser {
 
 FieldSum::FieldSum(const QByteArray &field)
     : m_name(field + ':')
+    , m_numberInName(firstNumber(field))
 {
     // No line holds a line feed, but the pieces of two lines could match such a name.
     if (field.contains('\n')) {
@@ -97,7 +112,10 @@ void FieldSum::matchName(const char *&position, const char *end)
         ++position;
         ++m_matched;
     }
-    if (m_matched == m_name.size()) {
+    if (m_matched == m_name.size() && m_numberInName >= 0) {
+        m_total = qMin(maxFigure, m_total + m_numberInName);
+        m_place = Place::Rest;
+    } else if (m_matched == m_name.size()) {
         m_place = Place::Digits;
     } else if (position != end) {
         m_place = Place::Rest;

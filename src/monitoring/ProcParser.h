@@ -34,6 +34,7 @@ private:
     void skipLine(const char *&position, const char *end);
 
     QByteArray m_name;
+    qint64 m_numberInName; ///< which is then the line's first; -1 for none
     int m_matched = 0;
     Place m_place = Place::Name;
     qint64 m_number = 0;
