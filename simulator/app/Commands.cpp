@@ -1,8 +1,9 @@
 #include "Commands.h"
 
+#include "Installation.h"
 #include "Narrator.h"
+#include "Prompt.h"
 #include "SettingsFile.h"
-#include "Summary.h"
 #include "TerminalBus.h"
 #include "TerminalRoot.h"
 
@@ -10,20 +11,22 @@
 
 namespace {
 
-using Tone = Display::Tone;
+using Colour = Display::Colour;
 
 constexpr int crashLimit = 10000; // ms
 
-const char helpText[] = "  list                 the modules, as the supervisor has them\n"
-                        "  crash NAME           kill the module's process: what does the supervisor do?\n"
-                        "  stop NAME            stop a module, all that depends on it, and all later steps\n"
-                        "  start NAME           start one module\n"
-                        "  restart NAME         stop and start one module alone\n"
-                        "  start-all            start whatever does not run\n"
-                        "  restart-all          stop everything, read the files again, start everything\n"
-                        "  step N               lead a boot on that the step file has held\n"
+/// Those of jovctl's that come to an end by themselves and leave the end of the terminal to the simulator.
+const QStringList ofJovctl = {
+    QStringLiteral("list"),        QStringLiteral("status"),      QStringLiteral("tree"),
+    QStringLiteral("boot"),        QStringLiteral("start"),       QStringLiteral("stop"),
+    QStringLiteral("restart"),     QStringLiteral("start-all"),   QStringLiteral("stop-all"),
+    QStringLiteral("restart-all"), QStringLiteral("restart-app"), QStringLiteral("log-level")};
+
+const char helpText[] = "  crash NAME           kill the module's process: what does the supervisor do?\n"
                         "  set SETTING VALUE    change a setting of the terminal, such as MonitoringWatchDelay\n"
-                        "  quit                 stop everything in order (Ctrl-C does too)";
+                        "  step N               lead a boot on that the step file has held\n"
+                        "  quit                 stop everything in order (Ctrl-C does too)\n"
+                        "  and of jovctl: %1";
 
 } // namespace
 
@@ -33,10 +36,29 @@ Commands::Commands(Display &display, TerminalBus &bus, Narrator &narrator, const
     , m_narrator(narrator)
     , m_root(root)
 {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (Console::hasColour()) {
+        environment.insert(QStringLiteral("CLICOLOR_FORCE"), QStringLiteral("1"));
+    }
+    m_jovctl.setProcessEnvironment(environment);
+    m_jovctl.setProgram(Installation::program(QStringLiteral("jovctl")));
+    m_jovctl.setProcessChannelMode(QProcess::MergedChannels);
+    connect(&m_jovctl, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            m_display.line(QStringLiteral("  %1: %2").arg(m_jovctl.program(), m_jovctl.errorString()), Colour::Bad);
+            finish();
+        }
+    });
+    connect(&m_jovctl, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this, [this] {
+        m_narrator.catchUp([this] { // what the command led to comes before its answer
+            m_display.line(QString::fromUtf8(m_jovctl.readAll().trimmed()));
+            finish();
+        });
+    });
     m_crashLimit.setSingleShot(true);
     m_crashLimit.setInterval(crashLimit);
     connect(&m_crashLimit, &QTimer::timeout, this, [this] {
-        m_display.line(QStringLiteral("  Nothing followed within %1 s.").arg(crashLimit / 1000), Tone::Bad);
+        m_display.line(QStringLiteral("  Nothing followed within %1 s.").arg(crashLimit / 1000), Colour::Bad);
         Q_EMIT crashIgnored();
         finish();
     });
@@ -51,7 +73,7 @@ void Commands::add(const QString &line)
 void Commands::setTerminalUp(bool isUp)
 {
     m_isUp = isUp;
-    m_isBusy = false;
+    m_isBusy = m_jovctl.state() != QProcess::NotRunning;
     m_crashLimit.stop();
     next();
 }
@@ -66,46 +88,44 @@ void Commands::next()
         return;
     }
     m_isBusy = true;
-    const QStringList words = m_waiting.takeFirst().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    execute(words.value(0), words.mid(1));
+    const QString command = m_waiting.takeFirst();
+    if (!Prompt::isTerminal()) {
+        m_display.line(Display::promptText + command, Colour::Bold); // what a terminal shows as it is typed
+    }
+    execute(command.split(QLatin1Char(' '), Qt::SkipEmptyParts));
 }
 
 void Commands::finish()
 {
-    m_narrator.catchUp(); // what the command led to comes before the next one
     m_isBusy = false;
     next();
 }
 
-void Commands::execute(const QString &command, const QStringList &words)
+void Commands::execute(const QStringList &words)
 {
-    const QString first = words.value(0);
-    const auto is = [&command, &words](const char *name, int count) {
-        return command == QLatin1String(name) && words.size() == count;
+    const auto is = [&words](const char *name, int operands) {
+        return words.value(0) == QLatin1String(name) && words.size() == operands + 1;
     };
     if (is("quit", 0)) {
         Q_EMIT quit();
-    } else if (is("list", 0)) {
-        list();
     } else if (is("crash", 1)) {
-        crash(first);
-    } else if (is("stop", 1) || is("start", 1) || is("restart", 1)) {
-        control(command + QStringLiteral("Module"), first);
-    } else if (is("start-all", 0)) {
-        call(QStringLiteral("startAll"));
-    } else if (is("restart-all", 0)) {
-        call(QStringLiteral("restart"));
+        crash(words.at(1));
     } else if (is("step", 1)) {
-        m_bus.sendEvent(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), first.toInt()}});
+        m_bus.sendEvent(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), words.at(1).toInt()}});
         finish();
     } else if (is("set", 2)) {
-        set(first, words.at(1));
+        set(words.at(1), words.at(2));
+    } else if (ofJovctl.contains(words.value(0))) {
+        m_display.noBottomLine();
+        m_jovctl.setArguments(words);
+        m_jovctl.start();
     } else {
-        if (!command.isEmpty() && !is("help", 0)) {
-            m_display.line(QStringLiteral("  '%1' is no command, or not with so many words:").arg(command), Tone::Bad);
+        if (!words.isEmpty() && !is("help", 0)) {
+            m_display.line(QStringLiteral("  '%1' is no command, or not with so many words:").arg(words.constFirst()),
+                           Colour::Bad);
         }
-        if (!command.isEmpty()) {
-            help();
+        if (!words.isEmpty()) {
+            m_display.line(QString::fromLatin1(helpText).arg(ofJovctl.join(QStringLiteral(", "))));
         }
         finish();
     }
@@ -114,63 +134,17 @@ void Commands::execute(const QString &command, const QStringList &words)
 void Commands::crash(const QString &module)
 {
     m_isBusy = true;
-    m_bus.listModules([this, module](const ListApplicationConfig &modules) {
-        for (const ApplicationConfig &candidate : modules) {
-            const pid_t pid = candidate.getID().toInt();
-            if (candidate.getName() == module && pid > 0) {
-                m_narrator.tell(module, QStringLiteral("process %1 is killed with SIGSEGV").arg(pid), Tone::Notice);
-                kill(pid, SIGSEGV);
-                m_crashLimit.start();
-                return;
-            }
-        }
-        m_display.line(QStringLiteral("  %1: no module of that name runs").arg(module), Tone::Bad);
-        finish();
-    });
-}
-
-void Commands::control(const QString &method, const QString &module)
-{
-    m_bus.call(method, {module}, [this, module](const QDBusMessage &reply) {
-        if (reply.type() == QDBusMessage::ErrorMessage) {
-            m_display.line(QStringLiteral("  %1").arg(reply.errorMessage()), Tone::Bad);
-            finish();
+    m_bus.inspect(QStringLiteral("ListModules"), [this, module](const QDBusMessage &reply) {
+        const ModuleList modules = readModules(reply);
+        const ModuleInfo *info = findModule(modules, module);
+        if (info && info->pid > 0) {
+            m_narrator.tell(module, QStringLiteral("process %1 is killed with SIGSEGV").arg(info->pid), Colour::Busy);
+            kill(pid_t(info->pid), SIGSEGV);
+            m_crashLimit.start();
         } else {
-            tellState(module);
+            m_display.line(QStringLiteral("  %1: no module of that name runs").arg(module), Colour::Bad);
+            finish();
         }
-    });
-}
-
-void Commands::call(const QString &method)
-{
-    m_bus.call(method, {}, [this](const QDBusMessage &reply) {
-        if (reply.type() == QDBusMessage::ErrorMessage) {
-            m_display.line(QStringLiteral("  %1").arg(reply.errorMessage()), Tone::Bad);
-        }
-        finish();
-    });
-}
-
-void Commands::list()
-{
-    m_bus.listModules([this](const ListApplicationConfig &modules) {
-        Summary::showModules(m_display, m_narrator.boot(), modules);
-        finish();
-    });
-}
-
-void Commands::tellState(const QString &module)
-{
-    m_bus.listModules([this, module](const ListApplicationConfig &modules) {
-        QString state = QStringLiteral("is no module of this terminal");
-        for (const ApplicationConfig &candidate : modules) {
-            if (candidate.getName() == module) {
-                state = QStringLiteral("is now %1").arg(candidate.getState());
-            }
-        }
-        m_narrator.catchUp();
-        m_narrator.tell(module, state);
-        finish();
     });
 }
 
@@ -183,12 +157,7 @@ void Commands::set(const QString &setting, const QString &value)
         m_narrator.tell(setting,
                         QStringLiteral("%1, before: %2").arg(value, before.isNull() ? QStringLiteral("-") : before));
     } else {
-        m_display.line(QStringLiteral("  settings.ini cannot be written"), Tone::Bad);
+        m_display.line(QStringLiteral("  settings.ini cannot be written"), Colour::Bad);
     }
     finish();
-}
-
-void Commands::help()
-{
-    m_display.line(QString::fromLatin1(helpText));
 }

@@ -4,17 +4,18 @@
 #include "Display.h"
 
 #include <QObject>
+#include <QProcess>
 #include <QStringList>
 #include <QTimer>
 
 class Narrator;
-class QDBusMessage;
 class TerminalBus;
 class TerminalRoot;
 
 /**
- * What one can do to the terminal while it runs. Commands are taken one at a time, each when the one before it has been
- * answered, and only while the terminal is up; those that come meanwhile wait.
+ * What one can do to the terminal while it runs: a few commands that only a simulator has, and those of jovctl, which
+ * is run for them. Commands are taken one at a time, each when the one before it has been answered, and only while the
+ * terminal is up; those that come meanwhile wait.
  */
 class Commands : public QObject
 {
@@ -39,19 +40,15 @@ Q_SIGNALS:
 private:
     void next();
     void finish();
-    void execute(const QString &command, const QStringList &words);
-    void control(const QString &method, const QString &module);
-    void call(const QString &method);
-    void list();
+    void execute(const QStringList &words);
     void set(const QString &setting, const QString &value);
-    void tellState(const QString &module);
-    void help();
 
     Display &m_display;
     TerminalBus &m_bus;
     Narrator &m_narrator;
     const TerminalRoot &m_root;
     QStringList m_waiting;
+    QProcess m_jovctl;
     QTimer m_crashLimit; ///< how long a crash may take to bring the terminal down
     bool m_isUp = false;
     bool m_isBusy = false;

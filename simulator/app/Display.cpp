@@ -1,46 +1,18 @@
 #include "Display.h"
 
-#include <cstdio>
-
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include "TextWidth.h"
 
 namespace {
 
 constexpr int barWidth = 24;
 constexpr int subjectWidth = 16;
 
-const char *colourOf(Display::Tone tone)
-{
-    switch (tone) {
-    case Display::Tone::Heading:
-        return "1";
-    case Display::Tone::Good:
-        return "32";
-    case Display::Tone::Notice:
-        return "33";
-    case Display::Tone::Bad:
-        return "31";
-    case Display::Tone::Faint:
-        return "2";
-    case Display::Tone::Plain:
-        break;
-    }
-    return "";
-}
-
-void write(const QString &text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
-}
+const QString toLineBegin = QStringLiteral("\r\x1b[K");
 
 } // namespace
 
 Display::Display()
-    : m_isTerminal(isatty(STDOUT_FILENO) == 1 && qgetenv("TERM") != "dumb")
-    , m_isColoured(m_isTerminal && qEnvironmentVariableIsEmpty("NO_COLOR"))
+    : m_hasBottom(Console::isTerminal() && qgetenv("TERM") != "dumb")
 { }
 
 Display::~Display()
@@ -48,71 +20,42 @@ Display::~Display()
     noBottomLine();
 }
 
-void Display::line(const QString &text, Tone tone)
+void Display::line(const QString &text, Colour colour)
 {
-    erase();
-    write(coloured(text, tone) + QLatin1Char('\n'));
-    draw();
+    Console::write((m_bottom.isEmpty() ? QString() : toLineBegin) + Console::coloured(text, colour) + QLatin1Char('\n')
+                   + m_bottom);
+    Console::flush();
 }
 
-void Display::event(qint64 time, const QString &subject, const QString &text, Tone tone)
+void Display::event(qint64 time, const QString &subject, const QString &text, Colour colour)
 {
-    const QString clock = QString::number(static_cast<double>(time) / 1000, 'f', 3).rightJustified(9);
-    line(QStringLiteral("%1  %2 %3").arg(clock, subject.leftJustified(subjectWidth), text), tone);
+    const QString clock = QString::number(double(time) / 1000000, 'f', 3).rightJustified(9);
+    line(Console::coloured(clock, Colour::Dim) + QStringLiteral("  ")
+         + Console::coloured(Console::printable(subject).leftJustified(subjectWidth), colour) + QLatin1Char(' ')
+         + Console::coloured(Console::printable(text), colour));
 }
 
 void Display::progress(int done, int total, const QString &text)
 {
-    if (!m_isTerminal) {
-        return;
-    }
     const int filled = total > 0 ? qMin(barWidth, done * barWidth / total) : 0;
-    const QString bar = QString(filled, QLatin1Char('#')) + QString(barWidth - filled, QLatin1Char('-'));
-    const QString line = QStringLiteral("[%1] %2/%3  %4").arg(bar).arg(done).arg(total).arg(text).left(width() - 1);
-    if (line != m_bottom) {
-        erase();
-        m_bottom = line;
-        draw();
-    }
+    const bool isFine = Console::isUtf8();
+    const QString bar = Console::coloured(QString(filled, isFine ? QChar(0x2501) : QLatin1Char('#')), Colour::Good)
+        + Console::coloured(QString(barWidth - filled, isFine ? QChar(0x2501) : QLatin1Char('-')), Colour::Dim);
+    const QString count = QStringLiteral("  %1/%2  ").arg(done).arg(total);
+    const int room = Console::columns() - 1 - barWidth - count.size();
+    bottom(room < 0 ? QString() : bar + count + shortened(Console::printable(text), room));
 }
 
 void Display::prompt()
 {
-    if (m_isTerminal) {
-        erase();
-        m_bottom = QStringLiteral("terminal> ");
-        draw();
+    bottom(promptText);
+}
+
+void Display::bottom(const QString &text)
+{
+    if (m_hasBottom && text != m_bottom) {
+        Console::write(toLineBegin + text);
+        Console::flush();
+        m_bottom = text;
     }
-}
-
-void Display::noBottomLine()
-{
-    erase();
-    m_bottom.clear();
-}
-
-void Display::erase() const
-{
-    if (!m_bottom.isEmpty()) {
-        write(QStringLiteral("\r\x1b[K"));
-    }
-}
-
-void Display::draw() const
-{
-    if (!m_bottom.isEmpty()) {
-        write(m_bottom);
-    }
-}
-
-QString Display::coloured(const QString &text, Tone tone) const
-{
-    const QLatin1String colour(colourOf(tone));
-    return m_isColoured && colour.size() > 0 ? QStringLiteral("\x1b[%1m%2\x1b[0m").arg(colour, text) : text;
-}
-
-int Display::width() const
-{
-    winsize size = {};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }

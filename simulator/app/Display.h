@@ -1,38 +1,38 @@
 #ifndef DISPLAY_H
 #define DISPLAY_H
 
+#include "Console.h"
+
 #include <QString>
 
 /**
  * Standard output: lines, and on a terminal below them one that changes, the progress of a boot or the prompt. Without
- * a terminal there are plain lines and nothing else. Colours are for terminals without NO_COLOR.
+ * a terminal there are plain lines and nothing else.
  */
 class Display
 {
 public:
-    enum class Tone { Plain, Heading, Good, Notice, Bad, Faint };
+    using Colour = Console::Colour;
+
+    static inline const QString promptText = QStringLiteral("terminal> ");
 
     Display();
     ~Display();
     Display(const Display &) = delete;
     Display &operator=(const Display &) = delete;
 
-    void line(const QString &text, Tone tone = Tone::Plain);
-    /// With the time since the boot began, in ms, before it, and where it belongs.
-    void event(qint64 time, const QString &subject, const QString &text, Tone tone = Tone::Plain);
+    void line(const QString &text, Colour colour = Colour::None);
+    /// With the time since the boot began, in microseconds, before it, and where it belongs.
+    void event(qint64 time, const QString &subject, const QString &text, Colour colour);
 
     void progress(int done, int total, const QString &text);
     void prompt();
-    void noBottomLine();
+    void noBottomLine() { bottom(QString()); }
 
 private:
-    void erase() const;
-    void draw() const;
-    [[nodiscard]] QString coloured(const QString &text, Tone tone) const;
-    [[nodiscard]] int width() const;
+    void bottom(const QString &text);
 
-    bool m_isTerminal;
-    bool m_isColoured;
+    const bool m_hasBottom;
     QString m_bottom;
 };
 

@@ -1,15 +1,8 @@
 #include "FileFollower.h"
 
-FileFollower::FileFollower(int delay)
+FileFollower::FileFollower()
 {
-    m_delay.setSingleShot(true);
-    m_delay.setInterval(delay);
-    connect(&m_delay, &QTimer::timeout, this, &FileFollower::flush);
-    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, [this] {
-        if (!m_delay.isActive()) {
-            m_delay.start();
-        }
-    });
+    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &FileFollower::changed);
 }
 
 bool FileFollower::follow(const QString &path)
@@ -22,17 +15,14 @@ bool FileFollower::follow(const QString &path)
     return m_watcher.addPath(path);
 }
 
-void FileFollower::flush()
+QStringList FileFollower::take()
 {
     if (m_file.size() < m_file.pos()) {
         m_file.seek(0); // begun anew by its writer
     }
     m_pending += m_file.readAll();
-    int begin = 0;
-    for (int end = m_pending.indexOf('\n'); end >= 0; end = m_pending.indexOf('\n', begin)) {
-        const QString text = QString::fromUtf8(m_pending.mid(begin, end - begin));
-        begin = end + 1;
-        Q_EMIT line(text);
-    }
-    m_pending.remove(0, begin);
+    const int end = m_pending.lastIndexOf('\n') + 1;
+    const QStringList lines = QString::fromUtf8(m_pending.left(end)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    m_pending.remove(0, end);
+    return lines;
 }

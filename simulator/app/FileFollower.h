@@ -4,30 +4,28 @@
 #include <QFile>
 #include <QFileSystemWatcher>
 #include <QObject>
-#include <QTimer>
+#include <QStringList>
 
-/// Hands out the lines that others append to a file, as they come.
+/// Hands out the lines that others append to a file.
 class FileFollower : public QObject
 {
     Q_OBJECT
 
 public:
-    /// `delay` in ms: a change is read so much later, for who wants to be behind another source.
-    explicit FileFollower(int delay);
+    FileFollower();
 
     /// From its present end on; the file is made when there is none.
     bool follow(const QString &path);
-    /// Reads at once what has been written so far.
-    void flush();
+    /// The lines that have been written since the last time.
+    [[nodiscard]] QStringList take();
 
 Q_SIGNALS:
-    void line(const QString &text);
+    void changed();
 
 private:
     QFile m_file;
     QByteArray m_pending; ///< a line whose end has not been written yet
     QFileSystemWatcher m_watcher;
-    QTimer m_delay;
 };
 
 #endif

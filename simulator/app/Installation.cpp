@@ -20,10 +20,15 @@ QString find(const QString &installed, const QString &inSources)
 
 QString Installation::program(const QString &name)
 {
-    // The supervisor itself is installed where daemons are.
-    const QString here = QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
-    const QString daemon = QCoreApplication::applicationDirPath() + QStringLiteral("/../../sbin/") + name;
-    return !QFile::exists(here) && QFile::exists(daemon) ? QDir::cleanPath(daemon) : here;
+    const QString here = QCoreApplication::applicationDirPath() + QLatin1Char('/');
+    // Installed, the supervisor is where daemons are, and jovctl where commands are.
+    for (const char *folder : {"", "../../sbin/", "../../bin/"}) {
+        const QString program = QDir::cleanPath(here + QLatin1String(folder) + name);
+        if (QFile::exists(program)) {
+            return program;
+        }
+    }
+    return here + name;
 }
 
 QString Installation::terminal(const QString &name)

@@ -1,203 +1,341 @@
 #include "Narrator.h"
 
-#include "BusNames.h"
+#include "DaemonWatch.h"
 #include "TerminalBus.h"
 #include "TerminalRoot.h"
+#include "Units.h"
 
 #include <QFileInfo>
+#include <QSet>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
 
 namespace {
 
-using Tone = Display::Tone;
-
-/// ms. The log is read a little late, so that an event that came over the bus before a line was written is told before
-/// it.
-constexpr int logDelay = 15;
+using Colour = Display::Colour;
 
 const QString supervisor = QStringLiteral("supervisor");
-const QString webClient = QStringLiteral("JovWebClient");
 
-/// What stands behind `beginning`; null when the text does not begin so.
-QString behind(const QString &text, const char *beginning)
+bool is(const QString &text, const char *other)
 {
-    const QLatin1String start(beginning);
-    return text.startsWith(start) ? text.mid(start.size()) : QString();
+    return text == QLatin1String(other);
+}
+
+/// In microseconds since 1970.
+qint64 wallClock()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+QString counted(int count, const QString &thing)
+{
+    return QStringLiteral("%1 %2%3").arg(count).arg(thing, count == 1 ? QString() : QStringLiteral("s"));
 }
 
 } // namespace
 
-Narrator::Narrator(Display &display, const TerminalBus &bus, const TerminalRoot &root)
+Narrator::Narrator(Display &display, TerminalBus &bus, const TerminalRoot &root)
     : m_display(display)
+    , m_bus(bus)
     , m_root(root)
-    , m_log(logDelay)
-    , m_requests(0)
-    , m_boot(std::make_unique<BootRecord>())
 {
-    connect(&bus, &TerminalBus::event, this, &Narrator::heard);
-    connect(&bus, &TerminalBus::componentGone, this, &Narrator::moduleGone);
-    connect(&m_log, &FileFollower::line, this, [this](const QString &line) { read(DaemonLine::parse(line)); });
-    connect(&m_requests, &FileFollower::line, this, &Narrator::requested);
+    connect(&m_log, &FileFollower::changed, this, &Narrator::look);
+    connect(&m_requests, &FileFollower::changed, this, &Narrator::look);
 }
+
+Narrator::~Narrator() = default;
 
 bool Narrator::open()
 {
     return m_log.follow(m_root.daemonLog()) && m_requests.follow(m_root.requests());
 }
 
+void Narrator::watchDaemon()
+{
+    m_watch = std::make_unique<DaemonWatch>(m_bus.connection());
+    connect(m_watch.get(), &DaemonWatch::appeared, this, [this] {
+        m_isDaemonThere = true;
+        look();
+    });
+    connect(m_watch.get(), &DaemonWatch::vanished, this, [this] { m_isDaemonThere = false; });
+    connect(m_watch.get(), &DaemonWatch::changed, this,
+            [this](const QString &name, const QString &, const QString &newState) {
+                m_heard << TimelineEntry{Units::now(), newState, name};
+                look();
+            });
+    connect(m_watch.get(), &DaemonWatch::stepDone, this, [this](int, const QString &name) {
+        m_heard << TimelineEntry{Units::now(), QStringLiteral("step_done"), name};
+        look();
+    });
+    m_watch->begin();
+}
+
 void Narrator::beginBoot()
 {
-    m_boot = std::make_unique<BootRecord>();
-    m_askedToStop.clear();
-    m_isOver = false;
+    m_boot = Boot::begin(m_root.path());
+    m_begin = Units::now();
+    m_clockOffset = wallClock() - qint64(m_begin);
+    m_toldUpTo = m_begin;
+    m_endedUnasked = 0;
 }
 
-void Narrator::catchUp()
+quint64 Narrator::sinceBegin() const
 {
-    m_log.flush();
-    m_requests.flush();
+    return Units::now() - m_begin;
 }
 
-void Narrator::tell(const QString &subject, const QString &text, Tone tone)
+void Narrator::tell(const QString &subject, const QString &text, Colour colour)
 {
-    m_display.event(m_boot->now(), subject, text, tone);
+    add(Units::now(), subject, text, colour);
+    look();
+}
+
+void Narrator::catchUp(const std::function<void()> &then)
+{
+    m_wanted.push_back(then);
+    look();
 }
 
 void Narrator::showProgress()
 {
-    if (!m_boot->isComplete()) {
-        const QString waiting = m_boot->waitingFor();
-        m_display.progress(m_boot->upCount(), m_boot->expected(),
+    if (!m_boot.isComplete && !m_boot.modules.isEmpty()) {
+        const QString waiting = m_boot.waitingFor();
+        const int expected = m_boot.expected().size();
+        m_display.progress(expected - m_boot.missing().size(), expected,
                            waiting.isEmpty() ? QString() : QStringLiteral("starting %1").arg(waiting));
     }
 }
 
-void Narrator::heard(const QString &event, const QVariantMap &arguments)
+/// The files as the daemon has read them; their order and its notion of a usable file are its own.
+void Narrator::readLists()
 {
-    const QString ready = behind(event, "end_of_init_");
-    const QString asked = behind(event, "stop_module_");
-    if (event == QLatin1String("init_message")) {
-        const QString message = arguments.value(QStringLiteral("message")).toString();
-        const QString module = behind(message, "Starting application ");
-        if (module.isNull()) {
-            tell(supervisor, message, Tone::Faint);
-        } else {
-            m_log.flush(); // a start comes after all that was logged before
-            m_boot->started(module);
-            m_askedToStop.remove(module);
+    m_bus.inspect(QStringLiteral("ListModules"),
+                  [this](const QDBusMessage &reply) { m_boot.modules = readModules(reply); });
+    m_bus.inspect(QStringLiteral("ListSteps"), [this](const QDBusMessage &reply) {
+        m_boot.steps = readSteps(reply);
+        if (m_boot.lastStep().isEmpty() && !m_boot.steps.isEmpty()) {
+            checkComplete(QString()); // held before the first step
         }
-    } else if (event == QLatin1String("end_of_init")) {
-        tell(supervisor, QStringLiteral("end of initialisation: the home page is shown"), Tone::Heading);
-        Q_EMIT endOfInit();
-    } else if (event == QLatin1String("presentationReady")) {
-        moduleUp(webClient);
-    } else if (ready == webClient) {
-        tell(ready, QStringLiteral("ready, its presentation is to come"), Tone::Faint);
-    } else if (!ready.isNull()) {
-        moduleUp(ready);
-    } else if (!asked.isNull()) {
-        m_askedToStop.insert(asked);
+    });
+}
+
+void Narrator::look()
+{
+    m_lookAgain = m_isLooking;
+    if (m_isLooking) {
+        return;
+    }
+    m_isLooking = true;
+    readFiles();
+    if (m_boot.steps.isEmpty()) {
+        readLists();
+    }
+    m_bus.inspect(QStringLiteral("GetTimeline"),
+                  [this, wanted = std::exchange(m_wanted, {})](const QDBusMessage &reply) {
+                      m_isLooking = false;
+                      const bool answered = reply.type() == QDBusMessage::ReplyMessage;
+                      if (answered && m_boot.steps.isEmpty()) {
+                          // It came to the bus between two questions: nothing can be told without the lists.
+                          m_wanted.insert(m_wanted.begin(), wanted.begin(), wanted.end());
+                          look();
+                          return;
+                      }
+                      if (answered) {
+                          m_timeline = readTimeline(reply);
+                      }
+                      tellAll(unknown(answered ? m_timeline : m_heard));
+                      for (const auto &then : wanted) {
+                          then();
+                      }
+                      if (m_lookAgain) {
+                          look();
+                      }
+                  });
+}
+
+/// Before the timeline is asked for: so it will have all that came before what the files say.
+void Narrator::readFiles()
+{
+    const QStringList logLines = m_log.take();
+    for (const QString &line : logLines) {
+        complaint(line);
+    }
+    const quint64 lastRequest = clockOf(QFileInfo(m_root.requests()).lastModified());
+    const QStringList requests = m_requests.take();
+    for (const QString &line : requests) {
+        m_happenings << Happening{lastRequest, [this, line, lastRequest] { requested(line, lastRequest); }};
+    }
+}
+
+void Narrator::tellAll(const TimelineList &entries)
+{
+    // The answer came behind every signal that the daemon had sent before it.
+    m_heard.clear();
+    for (const TimelineEntry &happened : entries) {
+        m_happenings << Happening{happened.time, [this, happened] { entry(happened); }};
+    }
+    QList<Happening> told = std::exchange(m_happenings, {});
+    std::stable_sort(told.begin(), told.end(),
+                     [](const Happening &one, const Happening &other) { return one.time < other.time; });
+    for (const Happening &happening : qAsConst(told)) {
+        happening.tell();
     }
     showProgress();
 }
 
-void Narrator::moduleUp(const QString &name)
+/// Those of `entries`, which are ordered by time, that have not been told.
+TimelineList Narrator::unknown(const TimelineList &entries)
 {
-    m_boot->up(name);
-    const qint64 took = m_boot->modules().value(name).took;
-    tell(name, took < 0 ? QStringLiteral("up") : QStringLiteral("up after %1 ms").arg(took), Tone::Good);
-}
-
-void Narrator::moduleGone(const QString &service)
-{
-    m_log.flush(); // of a crash the supervisor may have told already
-    const QMap<QString, BootRecord::Module> modules = m_boot->modules();
-    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
-        const bool isUp = module->upAt >= 0 && !m_askedToStop.contains(module.key());
-        if (isUp && !m_isOver && BusNames::service(module.key()) == service) {
-            m_boot->down(module.key(), m_boot->now());
-            tell(module.key(), QStringLiteral("its process has ended unasked"), Tone::Bad);
+    TimelineList found;
+    int atThatTime = 0;
+    for (const TimelineEntry &entry : entries) {
+        const bool isNew = entry.time > m_toldUpTo || (entry.time == m_toldUpTo && ++atThatTime > m_toldAtThatTime);
+        if (isNew) {
+            found << entry;
         }
     }
+    for (const TimelineEntry &entry : qAsConst(found)) {
+        m_toldAtThatTime = entry.time == m_toldUpTo ? m_toldAtThatTime + 1 : 1;
+        m_toldUpTo = entry.time;
+    }
+    return found;
 }
 
-void Narrator::read(const DaemonLine &line)
+void Narrator::entry(const TimelineEntry &entry)
 {
-    const auto told = [this, &line](const QString &subject, const QString &text, Tone tone) {
-        m_display.event(m_boot->at(line.time), subject, text, tone);
+    const auto told = [this, &entry](const QString &text, Colour colour) {
+        m_display.event(qint64(entry.time - m_begin), supervisor, text, colour);
     };
-    switch (line.kind) {
-    case DaemonLine::Kind::StepStarted:
-        stepDone(line);
-        break;
-    case DaemonLine::Kind::Stopped:
-        m_boot->down(line.name, m_boot->at(line.time));
-        told(line.name, QStringLiteral("stopped in %1 ms").arg(line.number), Tone::Plain);
-        break;
-    case DaemonLine::Kind::LaunchFailed:
-    case DaemonLine::Kind::StartFailed:
-        told(line.name, line.text, Tone::Bad);
-        break;
-    case DaemonLine::Kind::Crashed:
-        m_boot->down(line.name, m_boot->at(line.time));
-        m_crashedAt = line.time;
-        told(line.name, QStringLiteral("crashed: the supervisor takes the terminal down"), Tone::Bad);
-        break;
-    case DaemonLine::Kind::Blocked:
-        // Usual where a module depends on two: the first of them leads to it while the second is still to be started.
-        told(line.name, QStringLiteral("not now: %1 does not run").arg(line.other), Tone::Faint);
-        break;
-    case DaemonLine::Kind::Complaint:
-        told(supervisor, QStringLiteral("%1: %2").arg(line.level, line.text),
-             line.level == QLatin1String("warning") ? Tone::Notice : Tone::Bad);
-        break;
-    case DaemonLine::Kind::Launched:
-    case DaemonLine::Kind::Usual:
-    case DaemonLine::Kind::Other:
-        break;
+    if (is(entry.event, "start")) {
+        told(QStringLiteral("begins with %1 in %2")
+                 .arg(counted(m_boot.modules.size(), QStringLiteral("module")),
+                      counted(m_boot.steps.size(), QStringLiteral("step"))),
+             Colour::Bold);
+    } else if (is(entry.event, "restart")) {
+        told(QStringLiteral("begins again"), Colour::Bold);
+        readLists();
+    } else if (is(entry.event, "stop_all")) {
+        told(QStringLiteral("stops everything, last step first"), Colour::Bold);
+    } else if (is(entry.event, "end_of_init")) {
+        told(QStringLiteral("end of initialisation: the home page is shown"), Colour::Bold);
+    } else if (is(entry.event, "step_started") || is(entry.event, "step_done")) {
+        stepEntry(entry);
+    } else if (!is(entry.event, "exited")) {
+        moduleEntry(entry);
     }
-    showProgress();
 }
 
-void Narrator::stepDone(const DaemonLine &line)
+void Narrator::moduleEntry(const TimelineEntry &entry)
 {
-    m_boot->stepDone(line.name, line.number);
-    const int modules = m_boot->files().stepOfModule.keys(line.name).size();
-    const QString count = modules == 1 ? QStringLiteral("1 module") : QStringLiteral("%1 modules").arg(modules);
-    m_display.event(m_boot->at(line.time), QStringLiteral("step ") + line.name,
-                    QStringLiteral("done in %1 ms: %2").arg(line.number).arg(count), Tone::Heading);
-    if (!m_boot->isComplete() && line.name == m_boot->files().lastStep()) {
-        m_boot->complete();
+    Boot::Part &part = m_boot.moduleParts[entry.name];
+    const QString took = Units::duration(entry.time - part.since);
+    const QString before = part.state;
+    const auto told = [this, &entry](const QString &text, Colour colour) {
+        m_display.event(qint64(entry.time - m_begin), entry.name, text, colour);
+    };
+    if (is(entry.event, "launched")) {
+        part.since = entry.time;
+        ++m_launchedInStep;
+        return;
+    }
+    part.state = entry.event;
+    if (is(entry.event, "RUNNING")) {
+        told(QStringLiteral("up after %1").arg(took), Colour::Good);
+    } else if (is(entry.event, "WEB_CLIENT_STARTED")) {
+        told(QStringLiteral("ready, its presentation is to come"), Colour::Dim);
+    } else if (is(entry.event, "STOPPING")) {
+        part.since = entry.time;
+    } else if (is(entry.event, "STOPPED") && is(before, "STOPPING")) {
+        told(QStringLiteral("stopped in %1").arg(took), Colour::None);
+    } else if (is(entry.event, "STOPPED") && is(before, "STARTING")) {
+        told(QStringLiteral("ended before it was ready, after %1").arg(took), Colour::Bad);
+    } else if (is(entry.event, "STOPPED")) {
+        m_endedUnasked = entry.time;
+        told(QStringLiteral("ended unasked"), Colour::Bad);
+    }
+}
+
+void Narrator::stepEntry(const TimelineEntry &entry)
+{
+    Boot::Part &part = m_boot.stepParts[entry.name];
+    if (is(entry.event, "step_started")) {
+        part.since = entry.time;
+        m_launchedInStep = 0;
+        return;
+    }
+    const QString text = m_launchedInStep == 0
+        ? QStringLiteral("done, nothing was to be started")
+        : QStringLiteral("done in %1: %2")
+              .arg(Units::duration(entry.time - part.since), counted(m_launchedInStep, QStringLiteral("module")));
+    m_display.event(qint64(entry.time - m_begin), QStringLiteral("step ") + entry.name, text, Colour::Bold);
+    checkComplete(entry.name);
+}
+
+void Narrator::checkComplete(const QString &step)
+{
+    if (!m_boot.isComplete && step == m_boot.lastStep()) {
+        m_boot.isComplete = true;
         m_display.noBottomLine();
         Q_EMIT bootComplete();
     }
 }
 
-void Narrator::requested(const QString &line)
+/// A line of the daemon's log: what is worse than information, and no usual part of a boot.
+void Narrator::complaint(const QString &logLine)
 {
-    m_log.flush(); // why it is asked for was logged before
+    const QString level = logLine.section(QLatin1Char(' '), 1, 1);
+    const QString text = logLine.section(QLatin1Char(' '), 2);
+    const bool isWarning = is(level, "warning");
+    // Without a step file everything is started. Of two that a module needs the first leads to it, too early.
+    const bool isUsual = is(text, "No Step file") || text.startsWith(QLatin1String("[InitStep]Cannot be started: "));
+    if ((isWarning && !isUsual) || is(level, "error") || is(level, "emergency")) {
+        const QDateTime time = QDateTime::fromString(logLine.section(QLatin1Char(' '), 0, 0), Qt::ISODateWithMs);
+        add(clockOf(time), supervisor, QStringLiteral("%1: %2").arg(level, text),
+            isWarning ? Colour::Busy : Colour::Bad);
+    }
+}
+
+void Narrator::requested(const QString &line, quint64 time)
+{
     const QStringList words = line.split(QLatin1Char('\t'));
     const QString &who = words.constFirst();
-    if (who == QLatin1String("jpg2fb")) {
-        tell(QStringLiteral("screen"),
-             QStringLiteral("shows %1 (on the screen: %2)").arg(words.constLast(), m_root.at("/run/framebuffer.jpg")),
-             Tone::Notice);
+    const auto told = [this, time](const QString &subject, const QString &text) {
+        m_display.event(qint64(time - m_begin), subject, text, Colour::Busy);
+    };
+    if (is(who, "jpg2fb")) {
+        told(QStringLiteral("screen"), QStringLiteral("shows %1").arg(QFileInfo(words.constLast()).fileName()));
         return;
     }
-    tellOfArchive();
-    if (who == QLatin1String("Platform")) {
-        tell(who, QStringLiteral("reboot asked for by %1: %2").arg(words.value(3), words.value(4)), Tone::Notice);
-    } else {
-        tell(who, QStringLiteral("called with %1").arg(words.mid(1).join(QLatin1Char(' '))), Tone::Notice);
-    }
+    tellOfArchive(time);
+    told(who,
+         is(who, "Platform") ? QStringLiteral("reboot asked for by %1: %2").arg(words.value(3), words.value(4))
+                             : QStringLiteral("called with %1").arg(words.mid(1).join(QLatin1Char(' '))));
     Q_EMIT rebootAsked();
 }
 
-void Narrator::tellOfArchive()
+void Narrator::tellOfArchive(quint64 time)
 {
     const QFileInfo archive(m_root.at("/log/log.var.tar.gz"));
-    if (archive.exists() && m_crashedAt.isValid() && archive.lastModified() >= m_crashedAt) {
-        tell(QStringLiteral("logs"),
-             QStringLiteral("archived: %1, %2 bytes").arg(archive.filePath()).arg(archive.size()), Tone::Notice);
+    if (m_endedUnasked > 0 && archive.exists() && clockOf(archive.lastModified()) >= m_endedUnasked) {
+        m_display.event(qint64(time - m_begin), QStringLiteral("logs"),
+                        QStringLiteral("archived: %1, %2 bytes").arg(archive.filePath()).arg(archive.size()),
+                        Colour::Busy);
     }
-    m_crashedAt = QDateTime();
+    m_endedUnasked = 0;
+}
+
+void Narrator::add(quint64 time, const QString &subject, const QString &text, Colour colour)
+{
+    m_happenings << Happening{
+        time, [this, time, subject, text, colour] { m_display.event(qint64(time - m_begin), subject, text, colour); }};
+}
+
+/// What the clock of the timeline showed at `time`, which is cut to milliseconds: at its end, behind what it is about.
+quint64 Narrator::clockOf(const QDateTime &time) const
+{
+    constexpr qint64 cutOff = 999;
+    return quint64(qMax(qint64(m_begin), time.toMSecsSinceEpoch() * 1000 + cutOff - m_clockOffset));
 }

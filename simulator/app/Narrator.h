@@ -1,67 +1,102 @@
 #ifndef NARRATOR_H
 #define NARRATOR_H
 
-#include "BootRecord.h"
-#include "DaemonLine.h"
+#include "Boot.h"
 #include "Display.h"
 #include "FileFollower.h"
 
+#include <QDateTime>
 #include <QObject>
-#include <QSet>
-#include <QVariant>
 
+#include <functional>
 #include <memory>
+#include <vector>
 
+class DaemonWatch;
 class TerminalBus;
 class TerminalRoot;
 
 /**
- * Tells what happens on the terminal, a line for each thing, from three sources: the events on the bus (a module is
- * started, is ready, is asked to stop), the daemon's log (steps, failures, crashes) and what the stand-ins were asked
- * for. Keeps the record of the boot on the way.
+ * Tells what happens on the terminal, a line for each thing, in the order in which it happened.
+ *
+ * The daemon's timeline is the source: it has the times, by the daemon's own clock, so a simulator that gets little
+ * processor time still tells the truth. Signals of the daemon, its log and what the stand-ins were asked for make the
+ * narrator look at the timeline; what it then finds, and the new complaints and requests, are told together, by time.
+ * A daemon that has ended does not answer any more: then its last signals are told instead, as they came.
  */
 class Narrator : public QObject
 {
     Q_OBJECT
 
 public:
-    Narrator(Display &display, const TerminalBus &bus, const TerminalRoot &root);
+    using Colour = Display::Colour;
+
+    Narrator(Display &display, TerminalBus &bus, const TerminalRoot &root);
+    ~Narrator() override;
 
     /// False when the files to follow cannot be read.
     bool open();
+    /// To be called once, when the bus is there.
+    void watchDaemon();
     /// From here on it tells of a new boot.
     void beginBoot();
-    /// The supervisor has ended: what becomes of its modules is told by somebody else.
-    void endBoot() { m_isOver = true; }
-    /// Reads what the log holds by now.
-    void catchUp();
-
-    [[nodiscard]] BootRecord &boot() { return *m_boot; }
-    void tell(const QString &subject, const QString &text, Display::Tone tone = Display::Tone::Plain);
+    void tell(const QString &subject, const QString &text, Colour colour = Colour::None);
+    /// Calls `then` when everything that has happened so far is told.
+    void catchUp(const std::function<void()> &then);
     void showProgress();
+
+    [[nodiscard]] const Boot &boot() const { return m_boot; }
+    [[nodiscard]] const TimelineList &timeline() const { return m_timeline; }
+    [[nodiscard]] quint64 sinceBegin() const;
+    [[nodiscard]] bool isDaemonThere() const { return m_isDaemonThere; }
 
 Q_SIGNALS:
     void bootComplete();
-    void endOfInit();
     void rebootAsked();
 
 private:
-    void heard(const QString &event, const QVariantMap &arguments);
-    void moduleUp(const QString &name);
-    void moduleGone(const QString &service);
-    void read(const DaemonLine &line);
-    void stepDone(const DaemonLine &line);
-    void requested(const QString &line);
-    void tellOfArchive();
+    /// Something to be told: when it happened, and how it is told.
+    struct Happening
+    {
+        quint64 time = 0;
+        std::function<void()> tell;
+    };
+
+    void readLists();
+    void look();
+    void readFiles();
+    void tellAll(const TimelineList &entries);
+    [[nodiscard]] TimelineList unknown(const TimelineList &entries);
+    void entry(const TimelineEntry &entry);
+    void moduleEntry(const TimelineEntry &entry);
+    void stepEntry(const TimelineEntry &entry);
+    void complaint(const QString &logLine);
+    void requested(const QString &line, quint64 time);
+    void tellOfArchive(quint64 time);
+    void add(quint64 time, const QString &subject, const QString &text, Colour colour);
+    void checkComplete(const QString &step);
+    [[nodiscard]] quint64 clockOf(const QDateTime &time) const;
 
     Display &m_display;
+    TerminalBus &m_bus;
     const TerminalRoot &m_root;
     FileFollower m_log;
     FileFollower m_requests;
-    std::unique_ptr<BootRecord> m_boot;
-    QSet<QString> m_askedToStop;
-    QDateTime m_crashedAt;
-    bool m_isOver = false;
+    std::unique_ptr<DaemonWatch> m_watch;
+    Boot m_boot;
+    quint64 m_begin = 0;
+    qint64 m_clockOffset = 0; ///< of the wall clock to that of the timeline
+    TimelineList m_timeline; ///< as it was at the last look
+    TimelineList m_heard; ///< by signals since the last look
+    quint64 m_toldUpTo = 0;
+    int m_toldAtThatTime = 0; ///< entries of that very microsecond
+    QList<Happening> m_happenings;
+    std::vector<std::function<void()>> m_wanted; ///< by catchUp()
+    bool m_isLooking = false;
+    bool m_lookAgain = false;
+    bool m_isDaemonThere = false;
+    int m_launchedInStep = 0; ///< since the last step began
+    quint64 m_endedUnasked = 0; ///< when a module did so
 };
 
 #endif

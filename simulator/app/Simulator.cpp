@@ -5,14 +5,15 @@
 #include "Summary.h"
 #include "TerminalRoot.h"
 
+#include <QDir>
+
 #include <csignal>
-#include <cstring>
 
 #include <sys/wait.h>
 
 namespace {
 
-using Tone = Display::Tone;
+using Colour = Display::Colour;
 
 const QString bus = QStringLiteral("bus");
 const QString daemonProcess = QStringLiteral("daemon");
@@ -57,9 +58,7 @@ void Simulator::connectParts()
     connect(&m_busTimer, &QTimer::timeout, this, &Simulator::tryBus);
     connect(&m_bootLimit, &QTimer::timeout, this, &Simulator::giveUp);
     connect(&m_stopLimit, &QTimer::timeout, this, &Simulator::killDaemon);
-    connect(&m_bus, &TerminalBus::daemonAppeared, this, &Simulator::daemonAppeared);
     connect(&m_narrator, &Narrator::bootComplete, this, &Simulator::bootComplete);
-    connect(&m_narrator, &Narrator::endOfInit, this, [this] { m_endOfInitAt = m_narrator.boot().now(); });
     connect(&m_narrator, &Narrator::rebootAsked, this, &Simulator::rebootAsked);
     connect(&m_commands, &Commands::quit, this, [this] { goDown(Then::End); });
     connect(&m_commands, &Commands::crashIgnored, this, [this] {
@@ -76,7 +75,7 @@ void Simulator::connectParts()
     });
     connect(&m_keeper, &KeeperLink::started, this, [this](const QString &name, qint64 pid) {
         if (name == daemonProcess) {
-            m_narrator.tell(subject, QStringLiteral("the supervisor starts, process %1").arg(pid), Tone::Faint);
+            m_narrator.tell(subject, QStringLiteral("the supervisor starts, process %1").arg(pid), Colour::Dim);
         }
     });
     connect(&m_keeper, &KeeperLink::failed, this, [this](const QString &name, const QString &why) {
@@ -103,16 +102,14 @@ void Simulator::connectParts()
 
 void Simulator::begin()
 {
-    const TerminalFiles &files = m_narrator.boot().files();
-    m_display.line(QStringLiteral("A terminal of %1 modules in %2 steps, %3 %4")
-                       .arg(files.stepOfModule.size())
-                       .arg(files.steps.size())
+    m_display.line(QStringLiteral("A terminal, %1 %2")
                        .arg(m_root.wasLaidBefore() ? QStringLiteral("as it stands in") : QStringLiteral("laid into"),
                             m_root.path()),
-                   Tone::Heading);
-    if (m_crashIsDue && !files.stepOfModule.contains(m_options.crash)) {
+                   Colour::Bold);
+    const QStringList modules = QDir(m_root.at("/usr/lib/JovApplication")).entryList(QDir::Files);
+    if (m_crashIsDue && !modules.contains(m_options.crash)) {
         fail(QStringLiteral("--crash %1: the terminal has no such module. It has %2")
-                 .arg(m_options.crash, QStringList(files.stepOfModule.keys()).join(QStringLiteral(", "))),
+                 .arg(m_options.crash, modules.join(QStringLiteral(", "))),
              2);
         return;
     }
@@ -130,6 +127,7 @@ void Simulator::tryBus()
 {
     if (m_bus.connectTo(QStringLiteral("unix:path=") + m_root.busSocket())) {
         m_busTimer.stop();
+        m_narrator.watchDaemon();
         startDaemon();
     } else if (++m_busTries > busTriesAllowed) {
         fail(QStringLiteral("The private bus does not listen; see %1").arg(m_root.at("/var/log/bus.out")));
@@ -157,7 +155,10 @@ void Simulator::startDaemon()
 void Simulator::processEnded(const QString &name, int waitStatus)
 {
     if (name == daemonProcess) {
-        daemonEnded(waitStatus);
+        m_bootLimit.stop();
+        m_stopLimit.stop();
+        m_commands.setTerminalUp(false);
+        m_narrator.catchUp([this, waitStatus] { daemonEnded(waitStatus); });
     } else {
         fail(QStringLiteral("The private bus ended %1: that is the end of the terminal.").arg(describe(waitStatus)));
     }
@@ -165,11 +166,6 @@ void Simulator::processEnded(const QString &name, int waitStatus)
 
 void Simulator::daemonEnded(int waitStatus)
 {
-    m_narrator.catchUp();
-    m_narrator.endBoot();
-    m_bootLimit.stop();
-    m_stopLimit.stop();
-    m_commands.setTerminalUp(false);
     const bool expected = m_state == State::GoingDown;
     const bool endedWell = waitStatus == 0 && (expected || m_state == State::Up);
     if (!endedWell) {
@@ -178,7 +174,7 @@ void Simulator::daemonEnded(int waitStatus)
     m_narrator.tell(subject,
                     expected ? QStringLiteral("the supervisor has ended %1").arg(describe(waitStatus))
                              : QStringLiteral("the supervisor ended by itself, %1").arg(describe(waitStatus)),
-                    endedWell ? Tone::Plain : Tone::Bad);
+                    endedWell ? Colour::None : Colour::Bad);
     if (!expected) {
         m_then = Then::End;
         m_state = State::GoingDown;
@@ -190,52 +186,32 @@ void Simulator::cleared(int count)
 {
     if (count > 0) {
         m_narrator.tell(subject, QStringLiteral("%1 processes were left, and have been killed").arg(count),
-                        Tone::Notice);
+                        Colour::Busy);
     }
-    if (m_then == Then::Reboot) {
-        m_display.line(QString());
-        m_display.line(QStringLiteral("The terminal boots again."), Tone::Heading);
-        startDaemon();
-    } else {
+    m_narrator.catchUp([this] {
         m_display.noBottomLine();
-        Q_EMIT finished(m_status);
-    }
-}
-
-void Simulator::daemonAppeared()
-{
-    if (m_narrator.boot().files().lastStep().isEmpty() && !m_narrator.boot().isComplete()) {
-        m_narrator.boot().complete(); // the step file holds it before the first step
-        bootComplete();
-    }
+        if (m_then == Then::Reboot) {
+            m_display.line(QStringLiteral("\nThe terminal boots again."), Colour::Bold);
+            startDaemon();
+        } else {
+            Q_EMIT finished(m_status);
+        }
+    });
 }
 
 void Simulator::bootComplete()
 {
     m_bootLimit.stop();
-    m_bus.listModules([this](const ListApplicationConfig &modules) {
-        if (m_state == State::Booting) {
-            takeStock(modules);
-        }
-    });
-}
-
-void Simulator::takeStock(const ListApplicationConfig &modules)
-{
-    for (const ApplicationConfig &module : modules) {
-        if (module.getState() != QLatin1String("RUNNING")) {
-            m_narrator.boot().down(module.getName(), m_narrator.boot().now());
-        }
+    if (m_state != State::Booting) {
+        return;
     }
     m_state = State::Up;
-    Summary::show(m_display, m_narrator.boot());
+    Summary::show(m_display, m_narrator.boot(), m_narrator.timeline(), m_narrator.sinceBegin());
     if (!m_narrator.boot().missing().isEmpty()) {
         m_status = 1;
     }
     if (m_crashIsDue) {
-        const qint64 sinceEnd = m_narrator.boot().now() - m_endOfInitAt;
-        QTimer::singleShot(static_cast<int>(qMax<qint64>(0, m_options.crashAfter - sinceEnd)), this,
-                           &Simulator::crashNow);
+        QTimer::singleShot(m_options.crashAfter, this, &Simulator::crashNow);
     }
     terminalUp();
 }
@@ -280,14 +256,14 @@ void Simulator::rebootAsked()
 
 void Simulator::giveUp()
 {
-    const BootRecord &boot = m_narrator.boot();
+    const Boot &boot = m_narrator.boot();
     const QString waitingFor = boot.waitingFor();
     m_display.line(
         QStringLiteral("Given up after %1 s.%2 Not up: %3")
             .arg(m_options.timeout)
             .arg(waitingFor.isEmpty() ? QString() : QStringLiteral(" The supervisor waits for %1.").arg(waitingFor),
                  boot.missing().join(QStringLiteral(", "))),
-        Tone::Bad);
+        Colour::Bad);
     m_status = 1;
     goDown(Then::End);
 }
@@ -309,14 +285,14 @@ void Simulator::goDown(Then then)
     m_display.noBottomLine();
     m_narrator.tell(subject,
                     then == Then::Reboot ? QStringLiteral("the terminal goes down for its reboot")
-                                         : QStringLiteral("everything is stopped in order"),
-                    Tone::Heading);
-    if (m_bus.daemonIsThere()) {
-        m_bus.call(QStringLiteral("stopManager"), {}, [](const QDBusMessage &) {});
+                                         : QStringLiteral("the supervisor is asked to end"),
+                    Colour::Bold);
+    if (m_narrator.isDaemonThere()) {
+        m_bus.stopDaemon();
     } else {
         m_keeper.signal(daemonProcess, SIGTERM);
     }
-    m_stopLimit.start(stopLimitOfDaemon + stopLimitOfModule * m_narrator.boot().files().stepOfModule.size());
+    m_stopLimit.start(stopLimitOfDaemon + stopLimitOfModule * m_narrator.boot().modules.size());
 }
 
 void Simulator::interrupt()
@@ -334,7 +310,7 @@ void Simulator::interrupt()
 
 void Simulator::killDaemon()
 {
-    m_narrator.tell(subject, QStringLiteral("the supervisor is killed, and its modules with it"), Tone::Bad);
+    m_narrator.tell(subject, QStringLiteral("the supervisor is killed, and its modules with it"), Colour::Bad);
     m_status = 1;
     m_keeper.signal(daemonProcess, SIGKILL);
 }
@@ -342,7 +318,7 @@ void Simulator::killDaemon()
 void Simulator::fail(const QString &text, int status)
 {
     m_display.noBottomLine();
-    m_display.line(text, Tone::Bad);
+    m_display.line(text, Colour::Bad);
     m_status = status;
     Q_EMIT finished(m_status);
 }

@@ -46,9 +46,7 @@ private:
     void processEnded(const QString &name, int waitStatus);
     void daemonEnded(int waitStatus);
     void cleared(int count);
-    void daemonAppeared();
     void bootComplete();
-    void takeStock(const ListApplicationConfig &modules);
     void terminalUp();
     void crashNow();
     void rebootAsked();
@@ -73,7 +71,6 @@ private:
     bool m_wasUp = false;
     bool m_crashIsDue = false;
     bool m_rebootIsDue = false;
-    qint64 m_endOfInitAt = 0;
     QTimer m_busTimer;
     QTimer m_bootLimit;
     QTimer m_stopLimit;

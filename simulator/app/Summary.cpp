@@ -1,87 +1,62 @@
 #include "Summary.h"
 
-#include <algorithm>
+#include "BootTables.h"
+#include "Units.h"
 
 namespace {
 
-using Tone = Display::Tone;
+using Colour = Display::Colour;
 
 constexpr int slowestShown = 3;
 
-QString milliseconds(qint64 time)
+void showOutcome(Display &display, const Boot &boot, const QString &duration)
 {
-    return time < 0 ? QStringLiteral("-") : QStringLiteral("%1 ms").arg(time);
-}
-
-QString seconds(qint64 time)
-{
-    return QString::number(static_cast<double>(time) / 1000, 'f', 2) + QStringLiteral(" s");
-}
-
-QString slowest(const BootRecord &boot)
-{
-    QList<QPair<qint64, QString>> order;
-    const QMap<QString, BootRecord::Module> modules = boot.modules();
-    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
-        if (module->took >= 0) {
-            order.append({-module->took, module.key()});
-        }
+    const int expected = boot.expected().size();
+    const QStringList missing = boot.missing();
+    if (missing.isEmpty()) {
+        display.line(QStringLiteral("All %1 modules are up after %2.").arg(expected).arg(duration), Colour::Good);
+    } else {
+        display.line(QStringLiteral("%1 of %2 modules are up after %3. Not up: %4")
+                         .arg(expected - missing.size())
+                         .arg(expected)
+                         .arg(duration, missing.join(QStringLiteral(", "))),
+                     Colour::Bad);
     }
-    std::sort(order.begin(), order.end());
-    QStringList texts;
-    for (const auto &entry : order.mid(0, slowestShown)) {
-        texts.append(QStringLiteral("%1 %2").arg(entry.second, milliseconds(-entry.first)));
+    if (boot.isHeld()) {
+        display.line(QStringLiteral("The step file holds the boot at step %1; the command \"step %2\" leads it on.")
+                         .arg(boot.target)
+                         .arg(boot.target + 1),
+                     Colour::Busy);
     }
-    return texts.join(QStringLiteral(", "));
 }
 
 } // namespace
 
-void Summary::show(Display &display, const BootRecord &boot)
+void Summary::show(Display &display, const Boot &boot, const TimelineList &timeline, quint64 duration)
 {
-    const auto row = [&display](const QString &step, const QString &value, const QString &modules, const QString &took,
-                                Tone tone) {
-        display.line(QStringLiteral("  %1 %2 %3 %4")
-                         .arg(step.leftJustified(14), value.rightJustified(6), modules.rightJustified(8),
-                              took.rightJustified(10)),
-                     tone);
-    };
     display.line(QString());
-    const QStringList missing = boot.missing();
-    if (missing.isEmpty()) {
-        display.line(
-            QStringLiteral("All %1 modules are up after %2.").arg(boot.expected()).arg(seconds(boot.duration())),
-            Tone::Good);
-    } else {
-        display.line(QStringLiteral("%1 of %2 modules are up after %3. Not up: %4")
-                         .arg(boot.upCount())
-                         .arg(boot.expected())
-                         .arg(seconds(boot.duration()), missing.join(QStringLiteral(", "))),
-                     Tone::Bad);
-    }
-    if (boot.files().target < TerminalFiles::goesOn) {
-        display.line(QStringLiteral("The step file holds the boot at step %1; the command \"step %2\" leads it on.")
-                         .arg(boot.files().target)
-                         .arg(boot.files().target + 1),
-                     Tone::Notice);
-    }
+    showOutcome(display, boot, Units::duration(duration));
     display.line(QString());
-    row(QStringLiteral("step"), QStringLiteral("value"), QStringLiteral("modules"), QStringLiteral("took"),
-        Tone::Faint);
-    for (const BootRecord::Step &step : boot.steps()) {
-        row(step.name, QString::number(step.value), QString::number(step.modules), milliseconds(step.took),
-            Tone::Plain);
+    const BootRecord record = analyseBoot(timeline, boot.modules, boot.steps);
+    const QStringList lines = stepTable(record).lines();
+    for (const QString &line : lines) {
+        display.line(QStringLiteral("  ") + line);
     }
-    display.line(QStringLiteral("  slowest: %1").arg(slowest(boot)));
-    display.line(QString());
+    QStringList slowest;
+    const QList<BootModule> modules = record.slowest(slowestShown);
+    for (const BootModule &module : modules) {
+        slowest << QStringLiteral("%1 %2").arg(module.name, Units::duration(module.duration()));
+    }
+    display.line(QStringLiteral("\n  slowest: %1\n").arg(slowest.join(QStringLiteral(", "))));
 }
 
-void Summary::showWhatNext(Display &display, const BootRecord &boot, bool hasPrompt)
+void Summary::showWhatNext(Display &display, const Boot &boot, bool hasPrompt)
 {
     const QString gate = QStringLiteral("JovGate");
+    const QStringList names = moduleNames(boot.modules);
     QString any = QStringLiteral("jovaudio");
-    if (!boot.modules().contains(any)) {
-        any = boot.modules().isEmpty() ? QStringLiteral("NAME") : boot.modules().lastKey();
+    if (!names.contains(any)) {
+        any = names.isEmpty() ? QStringLiteral("NAME") : names.constLast();
     }
     const auto offer = [&display, hasPrompt](const QString &command, const char *what) {
         display.line(
@@ -90,34 +65,15 @@ void Summary::showWhatNext(Display &display, const BootRecord &boot, bool hasPro
     };
     display.line(hasPrompt ? QStringLiteral("Try next:") : QStringLiteral("Try next, as options:"));
     offer(QStringLiteral("crash ") + any, "the logs are archived, and the terminal reboots");
-    if (boot.modules().contains(gate)) {
+    if (names.contains(gate)) {
         offer(QStringLiteral("crash ") + gate, "a picture comes on the screen before it does");
     }
     if (hasPrompt) {
+        offer(QStringLiteral("status ") + any, "what it is, and why it does not run");
         offer(QStringLiteral("restart ") + any, "one module alone");
         offer(QStringLiteral("help"), "all commands");
     } else {
         offer(QStringLiteral("terminal leak --watchdog-minute 2000"), "");
     }
-    display.line(QStringLiteral("Ctrl-C stops everything in order."));
-    display.line(QString());
-}
-
-void Summary::showModules(Display &display, const BootRecord &boot, const ListApplicationConfig &modules)
-{
-    const auto row = [&display](const QString &name, const QString &step, const QString &state, const QString &pid,
-                                const QString &status, Tone tone) {
-        display.line(QStringLiteral("  %1 %2 %3 %4  %5")
-                         .arg(name.leftJustified(18), step.leftJustified(12), state.leftJustified(18),
-                              pid.rightJustified(7), status),
-                     tone);
-    };
-    row(QStringLiteral("module"), QStringLiteral("step"), QStringLiteral("state"), QStringLiteral("pid"),
-        QStringLiteral("status"), Tone::Faint);
-    for (const ApplicationConfig &module : modules) {
-        const bool isRunning = module.getState() == QLatin1String("RUNNING");
-        row(module.getName(), boot.files().stepOfModule.value(module.getName()), module.getState(),
-            module.getID() == QLatin1String("0") ? QStringLiteral("-") : module.getID(), module.getStatus(),
-            isRunning ? Tone::Good : Tone::Bad);
-    }
+    display.line(QStringLiteral("Ctrl-C stops everything in order.\n"));
 }

@@ -1,19 +1,16 @@
 #ifndef SUMMARY_H
 #define SUMMARY_H
 
-#include "ApplicationConfig.h"
-#include "BootRecord.h"
+#include "Boot.h"
 #include "Display.h"
 
-/// The tables that the simulator shows.
+/// What the simulator shows when a boot is over.
 namespace Summary {
 
-/// What a boot took, step by step, and the modules that took longest.
-void show(Display &display, const BootRecord &boot);
+/// What the boot took, step by step, and the modules that took longest. `duration` is in microseconds.
+void show(Display &display, const Boot &boot, const TimelineList &timeline, quint64 duration);
 /// What one may do with a terminal that is up.
-void showWhatNext(Display &display, const BootRecord &boot, bool hasPrompt);
-/// The modules as the daemon has them.
-void showModules(Display &display, const BootRecord &boot, const ListApplicationConfig &modules);
+void showWhatNext(Display &display, const Boot &boot, bool hasPrompt);
 
 } // namespace Summary
 

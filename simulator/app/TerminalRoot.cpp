@@ -202,18 +202,13 @@ QString TerminalRoot::writeBusConfig() const
     return writeFile(busConfig(), text.toUtf8(), false);
 }
 
-/// The steps are followed in the log: it must go to a file, and hold what a terminal's log holds by default.
+/// Complaints are read in the log: it must go to a file.
 QString TerminalRoot::adjustLog() const
 {
     const QString section = QStringLiteral("log");
-    const QString level = QStringLiteral("level");
     const QString file = QStringLiteral("file");
     const SettingsFile parameters(at("/etc/JovApplication/platform.ini"));
-    const QString given = parameters.value(section, level);
     bool written = QDir().mkpath(at("/etc/JovApplication"));
-    if (!given.isNull() && given.toInt() < 6) {
-        written = parameters.setValue(section, level, QStringLiteral("6"));
-    }
     if (written && !parameters.value(section, file).startsWith(QLatin1Char('/'))) {
         written = parameters.setValue(section, file, QStringLiteral("/var/log/ApplicationManager.log"));
     }

@@ -1,6 +1,6 @@
+#include "Interrupt.h"
 #include "KeeperLink.h"
 #include "Options.h"
-#include "Signals.h"
 #include "Simulator.h"
 #include "TerminalRoot.h"
 
@@ -49,13 +49,13 @@ int main(int argc, char **argv)
     qputenv("JOV_ROOT", QFile::encodeName(root.path()));
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + QFile::encodeName(root.busSocket()));
 
-    Signals signals;
+    Interrupt interrupt;
     KeeperLink keeper;
     if (!keeper.open(root.path(), root.isKept())) {
         return complain(QStringLiteral("no process can be started"));
     }
     Simulator simulator(options, root, keeper);
-    QObject::connect(&signals, &Signals::interrupted, &simulator, &Simulator::interrupt);
+    QObject::connect(&interrupt, &Interrupt::raised, &simulator, &Simulator::interrupt);
     QObject::connect(&simulator, &Simulator::finished, &application,
                      [](int status) { QCoreApplication::exit(status); });
     QTimer::singleShot(0, &simulator, &Simulator::begin);

@@ -1,7 +1,6 @@
 #include "LeftBehind.h"
 #include "Processes.h"
 #include "RootDir.h"
-#include "TerminalFiles.h"
 
 #include <QDir>
 #include <QProcess>
@@ -97,8 +96,7 @@ private Q_SLOTS:
     void commands();
     void watchdogFollowsSettings();
     void keptRoot();
-    void stepsOfFile_data();
-    void stepsOfFile();
+    void heldBoot();
 };
 
 void SimulatorTest::once_data()
@@ -122,14 +120,14 @@ void SimulatorTest::once_data()
                                              "All 16 modules are up", "JovWebClient     stopped",
                                              "Platform         stopped", "ended with status 0"});
     QTest::newRow("a module crashes") << crash("store") << 2
-                                      << texts({"All 16 modules are up", "store            crashed",
+                                      << texts({"All 16 modules are up", "store            ended unasked",
                                                 "archived:", "reboot asked for by ApplicationManager: store crashed",
                                                 "The terminal boots again", "All 16 modules are up",
                                                 "ended with status 0"});
     QTest::newRow("the owner of the screen crashes")
         << crash("JovWebClient") << 2
-        << texts({"reboot asked for by ApplicationManager: JovWebClient crashed", "jovwebclient_module_crash.jpg",
-                  "The terminal boots again", "All 16 modules are up"});
+        << texts({"JovWebClient     ended unasked", "jovwebclient_module_crash.jpg", "The terminal boots again",
+                  "All 16 modules are up"});
     QTest::newRow("who is asked to reboot crashes")
         << crash("Platform") << 2
         << texts({"archived:", "called with --soft --owner ApplicationManager --reason Platform crashed",
@@ -163,7 +161,8 @@ void SimulatorTest::faultyTerminal_data()
                                  << QStringLiteral("waits for odd. Not up: odd");
     QTest::newRow("ends at once") << QStringLiteral("--exit-after=0") << fine << QStringLiteral("Not up: odd");
     QTest::newRow("crashes, and again after each reboot")
-        << QStringLiteral("--crash-signal=ABRT") << fine << QStringLiteral("odd              crashed");
+        << QStringLiteral("--crash-signal=ABRT") << fine
+        << QStringLiteral("emergency: Terminal will reboot now: odd crashed");
     QTest::newRow("the supervisor refuses the files")
         << QString() << QStringLiteral("missing") << QStringLiteral("ended by itself, with status 1");
 }
@@ -232,9 +231,9 @@ void SimulatorTest::commands()
     const QString output = run.output();
     int place = 0;
     for (const char *text :
-         {"modules are up", "odd              stopped", "fine             is now STOPPED", "fine             up",
+         {"modules are up", "odd              stopped", "fine stopped (EXITED_OK)", "fine             up",
           "odd              up", "'nonsense' is no command", "nobody: no module", "fine             stopped",
-          "odd              up", "  odd                only         RUNNING", "stopped in order"}) {
+          "odd              up", "odd   only  RUNNING", "is asked to end"}) {
         place = output.indexOf(QLatin1String(text), place);
         QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(QLatin1String(text), output)));
     }
@@ -268,52 +267,17 @@ void SimulatorTest::keptRoot()
     QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{QStringLiteral("root")});
 }
 
-void SimulatorTest::stepsOfFile_data()
+void SimulatorTest::heldBoot()
 {
-    QTest::addColumn<QByteArray>("values"); // of the steps in the order of the file
-    QTest::addColumn<QByteArray>("stepFile");
-    QTest::addColumn<QString>("chain");
-    QTest::addColumn<QString>("last");
-    QTest::newRow("ascending") << QByteArray("1 2 10") << QByteArray() << "1 2 10 11"
-                               << "default";
-    QTest::newRow("one") << QByteArray("7") << QByteArray() << "5 7"
-                         << "s7";
-    QTest::newRow("below the head, then above") << QByteArray("10 20 1 6") << QByteArray() << "1 6 7"
-                                                << "default";
-    QTest::newRow("below the head, at the end") << QByteArray("10 20 1") << QByteArray() << "1 5"
-                                                << "default";
-    QTest::newRow("in between, twice the same") << QByteArray("1 9 4 9") << QByteArray() << "1 4 9 10"
-                                                << "default";
-    QTest::newRow("held at 3") << QByteArray("1 2 10") << QByteArray(" 3 \n") << "1 2 10 11"
-                               << "s2";
-    QTest::newRow("held before all") << QByteArray("1 2") << QByteArray("x") << "1 2 5"
-                                     << "";
-    QTest::newRow("goes on by itself") << QByteArray("1 10") << QByteArray("5") << "1 10 11"
-                                       << "default";
-}
-
-void SimulatorTest::stepsOfFile()
-{
-    QFETCH(QByteArray, values);
-    QFETCH(QByteArray, stepFile);
-    QFETCH(QString, chain);
-    QFETCH(QString, last);
-    const RootDir root;
-    QByteArray text = "<initStep>";
-    for (const QByteArray &value : values.split(' ')) {
-        text += "<step name='s" + value + "' value='" + value + "'/>";
-    }
-    root.write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"), text + "</initStep>");
-    if (!stepFile.isEmpty()) {
-        root.write(QStringLiteral("/tmp/step"), stepFile);
-    }
-    const TerminalFiles files = TerminalFiles::read();
-    QStringList found;
-    for (const TerminalFiles::Step &step : files.steps) {
-        found << QString::number(step.value);
-    }
-    QCOMPARE(found.join(QLatin1Char(' ')), chain);
-    QCOMPARE(files.lastStep(), last);
+    const RootDir files;
+    writeTerminal(files, QString());
+    files.write(QStringLiteral("/tmp/step"), " 0 \n");
+    Run run({QStringLiteral("--terminal"), files.path()});
+    run.command("step 1");
+    QVERIFY2(run.said(QStringLiteral("step only        done")), qPrintable(run.output()));
+    QVERIFY2(run.output().contains(QStringLiteral("The step file holds the boot at step 0")), qPrintable(run.output()));
+    run.command("quit");
+    QCOMPARE(run.end(), 0);
 }
 
 int main(int argc, char **argv)

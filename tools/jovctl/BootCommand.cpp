@@ -1,8 +1,8 @@
 #include "BootAnalysis.h"
 #include "BootChart.h"
+#include "BootTables.h"
 #include "BusClient.h"
 #include "Command.h"
-#include "Table.h"
 #include "Units.h"
 
 #include <QJsonArray>
@@ -11,34 +11,9 @@
 #include <QSaveFile>
 #include <QSysInfo>
 
-#include <algorithm>
-
 namespace {
 
 constexpr int slowestShown = 10;
-
-Table::Cell time(quint64 microseconds)
-{
-    return {Units::duration(microseconds), QJsonValue(qint64(microseconds))};
-}
-
-Table stepTable(const BootRecord &record)
-{
-    const auto right = Table::Align::Right;
-    Table table({{QStringLiteral("STEP"), QStringLiteral("value"), right},
-                 {QStringLiteral("NAME"), QStringLiteral("name")},
-                 {QStringLiteral("BEGAN AT"), QStringLiteral("started"), right},
-                 {QStringLiteral("TOOK"), QStringLiteral("duration"), right},
-                 {QStringLiteral("MODULES"), QStringLiteral("modules"), right}});
-    for (const BootStep &step : record.steps) {
-        Table::Cell took =
-            step.started > 0 ? time(step.until - step.started) : Table::Cell(QStringLiteral("not begun"), QJsonValue());
-        took.text += step.started > 0 && !step.isDone ? QStringLiteral(", not done") : QString();
-        table.add({Table::Cell(QString::number(step.value), QJsonValue(step.value)), step.name, time(step.started),
-                   took, Table::Cell(QString::number(step.modules.size()), QJsonValue(step.modules.size()))});
-    }
-    return table;
-}
 
 Table blameTable(const BootRecord &record, bool all)
 {
@@ -49,14 +24,12 @@ Table blameTable(const BootRecord &record, bool all)
                  {QStringLiteral("LAUNCHED AT"), QStringLiteral("launched"), right},
                  {QStringLiteral("CAME TO"), QStringLiteral("ready")},
                  {QString(), QStringLiteral("critical")}});
-    QList<BootModule> modules = record.allModules();
-    std::stable_sort(modules.begin(), modules.end(),
-                     [](const BootModule &one, const BootModule &other) { return one.duration() > other.duration(); });
-    for (const BootModule &module : modules.mid(0, all ? -1 : slowestShown)) {
+    const QList<BootModule> modules = record.slowest(all ? -1 : slowestShown);
+    for (const BootModule &module : modules) {
         Table::Cell ready(module.isReady ? QStringLiteral("ready") : QStringLiteral("not ready"),
                           QJsonValue(module.isReady));
         ready.colour = module.isReady ? Console::Colour::None : Console::Colour::Bad;
-        table.add({time(module.duration()), module.name, module.step, time(module.launched), ready,
+        table.add({durationCell(module.duration()), module.name, module.step, durationCell(module.launched), ready,
                    Table::Cell(QString(), QJsonValue(module.isCritical))});
     }
     return table;

@@ -1,3 +1,4 @@
+#include "BusClient.h"
 #include "Command.h"
 #include "Console.h"
 #include "DaemonWatch.h"
@@ -111,7 +112,7 @@ ExitStatus watch(const Arguments &arguments)
     Interrupt interrupt;
     const BusClient client;
     WatchPrinter printer(client, arguments.wantsJson());
-    DaemonWatch daemon(client);
+    DaemonWatch daemon(client.connection());
     connectAll(daemon, printer);
     QObject::connect(&interrupt, &Interrupt::raised, &printer, [] { QCoreApplication::quit(); });
     if (arguments.isSet(QStringLiteral("events"))) {

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-/// Ctrl-C and a request to end, as a signal of the event loop, so that a command that goes on until then ends in order.
+/// Ctrl-C and other requests to end, each as a signal of the event loop, so that what goes on until then ends in order.
 /// Made before the bus connection: its thread must not take them.
 class Interrupt : public QObject
 {

@@ -46,6 +46,8 @@ struct BootRecord
     QList<BootStep> steps;
 
     [[nodiscard]] QList<BootModule> allModules() const;
+    /// Those that took longest to start, `count` at most; -1 for all.
+    [[nodiscard]] QList<BootModule> slowest(int count) const;
 };
 
 [[nodiscard]] BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps);

@@ -35,12 +35,6 @@ const char *code(Console::Colour colour)
     return nullptr;
 }
 
-bool hasColour()
-{
-    static const bool colour = Console::isTerminal() && qgetenv("NO_COLOR").isEmpty() && qgetenv("TERM") != "dumb";
-    return colour;
-}
-
 } // namespace
 
 void Console::write(const QString &text)
@@ -69,6 +63,14 @@ bool Console::isTerminal()
 {
     static const bool terminal = isatty(STDOUT_FILENO) == 1;
     return terminal;
+}
+
+bool Console::hasColour()
+{
+    const auto isSet = [](const char *name) { return !qEnvironmentVariableIsEmpty(name); };
+    static const bool colour =
+        !isSet("NO_COLOR") && (isSet("CLICOLOR_FORCE") || (isTerminal() && qgetenv("TERM") != "dumb"));
+    return colour;
 }
 
 int Console::columns()

@@ -1,5 +1,7 @@
 #include "DaemonWatch.h"
 
+#include "BusClient.h"
+
 #include <QDBusPendingCallWatcher>
 
 namespace {
@@ -9,8 +11,8 @@ const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 
 } // namespace
 
-DaemonWatch::DaemonWatch(const BusClient &client)
-    : m_connection(client.connection())
+DaemonWatch::DaemonWatch(const QDBusConnection &connection)
+    : m_connection(connection)
 { }
 
 void DaemonWatch::begin()

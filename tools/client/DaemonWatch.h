@@ -1,8 +1,9 @@
 #ifndef DAEMON_WATCH_H
 #define DAEMON_WATCH_H
 
-#include "BusClient.h"
+#include "Records.h"
 
+#include <QDBusConnection>
 #include <QHash>
 #include <QObject>
 
@@ -18,7 +19,7 @@ class DaemonWatch : public QObject
     Q_OBJECT
 
 public:
-    explicit DaemonWatch(const BusClient &client);
+    explicit DaemonWatch(const QDBusConnection &connection);
 
     void begin();
 

@@ -3,7 +3,8 @@
 
 #include <QString>
 
-/// What goes to the two standard streams: always UTF-8, colour only on a terminal and unless NO_COLOR is set.
+/// What goes to the two standard streams: always UTF-8, colour on a terminal or where CLICOLOR_FORCE is set, and never
+/// where NO_COLOR is.
 namespace Console {
 
 enum class Colour { None, Good, Bad, Busy, Dim, Bold };
@@ -16,6 +17,7 @@ void complain(const QString &text);
 bool flush();
 
 [[nodiscard]] bool isTerminal();
+[[nodiscard]] bool hasColour();
 /// Of the terminal; 80 by 24 where it does not say.
 [[nodiscard]] int columns();
 [[nodiscard]] int rows();

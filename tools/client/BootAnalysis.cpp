@@ -159,6 +159,14 @@ QList<BootModule> BootRecord::allModules() const
     return all;
 }
 
+QList<BootModule> BootRecord::slowest(int count) const
+{
+    QList<BootModule> modules = allModules();
+    std::stable_sort(modules.begin(), modules.end(),
+                     [](const BootModule &one, const BootModule &other) { return one.duration() > other.duration(); });
+    return modules.mid(0, count);
+}
+
 BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps)
 {
     BootRecord record = Collector(modules, steps).collect(timeline);

@@ -1,0 +1,53 @@
+#include "Boot.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+Boot Boot::begin(const QString &root)
+{
+    Boot boot;
+    QFile file(root + QStringLiteral("/tmp/step"));
+    if (file.open(QIODevice::ReadOnly)) {
+        boot.target = QString::fromLocal8Bit(file.readLine(64)).trimmed().toInt();
+    }
+    return boot;
+}
+
+QString Boot::lastStep() const
+{
+    QString last;
+    for (const StepInfo &step : steps) {
+        last = !isHeld() || step.value <= target ? step.name : last;
+    }
+    return last;
+}
+
+QStringList Boot::expected() const
+{
+    QStringList names;
+    for (const StepInfo &step : steps) {
+        names += !isHeld() || step.value <= target ? step.modules : QStringList();
+    }
+    return names;
+}
+
+QStringList Boot::missing() const
+{
+    QStringList names = expected();
+    names.erase(std::remove_if(
+                    names.begin(), names.end(),
+                    [this](const QString &name) { return moduleParts.value(name).state == QLatin1String("RUNNING"); }),
+                names.end());
+    return names;
+}
+
+QString Boot::waitingFor() const
+{
+    for (auto part = moduleParts.cbegin(); part != moduleParts.cend(); ++part) {
+        if (part->state == QLatin1String("STARTING") || part->state == QLatin1String("WEB_CLIENT_STARTED")) {
+            return part.key();
+        }
+    }
+    return {};
+}
