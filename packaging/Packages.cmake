@@ -48,7 +48,7 @@ package(dev libjov-dev libdevel "qtbase5-dev" "libraries for writing modules of 
     "Headers, static libraries and CMake package of the component platform:\nbus names, events, remote calls, settings and logging.")
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 
-package(simulator applicationmanager-simulator devel "applicationmanager, dbus-daemon" "whole terminal on a developer's PC"
+package(simulator applicationmanager-simulator devel "applicationmanager, dbus-daemon, jovctl" "whole terminal on a developer's PC"
     "Boots a terminal with sample modules under the real supervisor, on a private\nbus and under a root of its own; nothing of the PC itself is touched.")
 
 include(CPack)
