@@ -4,6 +4,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusSignature>
+#include <QDBusUnixFileDescriptor>
 #include <QDBusVariant>
 
 #include <algorithm>
@@ -87,7 +88,15 @@ bool canTravel(const QVariant &value, int depth)
     if (type == qMetaTypeId<QDBusSignature>()) {
         return !value.value<QDBusSignature>().signature().isEmpty();
     }
-    return type == qMetaTypeId<QDBusArgument>() || QDBusMetaType::typeToSignature(type) != nullptr;
+    if (type == qMetaTypeId<QDBusUnixFileDescriptor>()) {
+        return value.value<QDBusUnixFileDescriptor>().isValid();
+    }
+    // What was received counts with all that is in it. What is still being written cannot be looked into, and is
+    // refused.
+    if (type == qMetaTypeId<QDBusArgument>()) {
+        return canTravel(plain(value), depth);
+    }
+    return QDBusMetaType::typeToSignature(type) != nullptr;
 }
 
 } // namespace
