@@ -1,17 +1,16 @@
 #include "BusNames.h"
-#include "EventSubscriptions.h"
+#include "BusValue.h"
+#include "EventBus.h"
 #include "EventValue.h"
-#include "FuzzInput.h"
 #include "FuzzRoot.h"
+#include "Wire.h"
 
-#include <QDBusObjectPath>
-#include <QDBusSignature>
-#include <QDBusVariant>
+#include <QCoreApplication>
 #include <QStringList>
 
-namespace {
+#include <algorithm>
 
-constexpr int deepest = 40;
+namespace {
 
 /// Has a slot of every kind, and does in them what a receiver may: subscribe, leave, and raise.
 class Receiver : public QObject
@@ -30,11 +29,20 @@ public:
         }
     }
 
+    /// What comes next was on the bus; what was not may hold anything in its lists.
+    void expect(bool isFromBus) { m_isFromBus = isFromBus; }
+    /// How many events came.
+    [[nodiscard]] int count() const { return m_count; }
+
 private Q_SLOTS:
     void nothing() { static_cast<void>(m_subscriptions.remove(m_name, this, SLOT(number(int)))); }
     void whole(const JovEvent &event)
     {
+        ++m_count;
         require(event.getEvtName() == m_name, "an event of another name is delivered");
+        const QVariantMap arguments = event.arguments();
+        require(!m_isFromBus || std::all_of(arguments.cbegin(), arguments.cend(), BusValue::isPlain),
+                "a receiver is given something of QtDBus");
     }
     void text(const QString &reason) { m_seen += reason.size(); }
     void number(int value) { m_seen += value != 0 ? 1 : 0; }
@@ -53,89 +61,83 @@ private Q_SLOTS:
 private:
     EventSubscriptions &m_subscriptions;
     const QString m_name;
+    int m_count = 0;
     qint64 m_seen = 0;
+    bool m_isFromBus = false;
 };
-
-QVariant takeValue(FuzzInput &input, int depth);
-
-template <typename Container, typename Add>
-QVariant takeContainer(FuzzInput &input, Add add)
-{
-    Container values;
-    for (int count = input.byte() % 8; count > 0 && !input.isEmpty(); --count) {
-        add(values);
-    }
-    return values;
-}
-
-/// A value as it may come off the bus: plain ones, QtDBus's own, and containers of them.
-QVariant takeValue(FuzzInput &input, int depth)
-{
-    const int kind = input.byte() % (depth < deepest ? 16 : 12);
-    switch (kind) {
-    case 0:
-        return QString::fromUtf8(input.text());
-    case 1:
-        return int(input.number());
-    case 2:
-        return input.byte() % 2 == 1;
-    case 3:
-        return double(qint64(input.number())) / 256;
-    case 4:
-        return input.number();
-    case 5:
-        return input.text();
-    case 6:
-        return QVariant::fromValue(QDBusObjectPath(QLatin1Char('/') + QString::fromLatin1(input.text())));
-    case 7:
-        return QVariant::fromValue(QDBusSignature(QString::fromLatin1(input.text())));
-    case 8:
-        return QStringList{QString::fromUtf8(input.text()), QString::fromLatin1(input.text())};
-    case 9:
-        return QVariant::fromValue(uchar(input.byte()));
-    case 10:
-        return QVariant::fromValue(short(input.number()));
-    case 11:
-        return QVariant();
-    case 12:
-    case 13:
-        return QVariant::fromValue(QDBusVariant(takeValue(input, depth + 1)));
-    case 14:
-        return takeContainer<QVariantList>(input,
-                                           [&](QVariantList &values) { values.append(takeValue(input, depth + 1)); });
-    default:
-        return takeContainer<QVariantMap>(input, [&](QVariantMap &values) {
-            const QString key = QString::fromUtf8(input.text());
-            values.insert(key, takeValue(input, depth + 1));
-        });
-    }
-}
 
 const char *const argumentNames[] = {"reason", "value", "event", "other"};
 
+QVariantMap takeArguments(FuzzInput &input)
+{
+    QVariantMap arguments;
+    for (int count = input.byte() % 4; count >= 0 && !input.isEmpty(); --count) {
+        const QString name = QString::fromLatin1(argumentNames[input.byte() % 4]);
+        arguments.insert(name, BusValue::take(input));
+    }
+    return arguments;
+}
+
+/// An event; or another signal of the events' interface, with a name perhaps.
+QDBusMessage takeMessage(FuzzInput &input, const QString &name)
+{
+    QDBusMessage message =
+        QDBusMessage::createSignal(QStringLiteral("/fuzzer"), BusNames::eventInterface(), BusNames::eventMember());
+    const int form = input.byte() % 8;
+    if (form != 0) {
+        message << (form == 1 ? QStringLiteral("other") : name);
+    }
+    if (form > 2) {
+        return message << takeArguments(input);
+    }
+    for (int count = input.byte() % 3; count > 0; --count) {
+        message << BusValue::take(input);
+    }
+    return message;
+}
+
+void deliver(EventBus &bus, Receiver &receiver, const QDBusMessage &message)
+{
+    static QCoreApplication &application = *[] {
+        static int count = 1;
+        static char name[] = "fuzz-event";
+        static char *arguments[] = {name, nullptr};
+        return new QCoreApplication(count, arguments);
+    }();
+    static Wire &wire = *new Wire;
+    static_cast<void>(application);
+    const bool canTravel = EventBus::canTravel(message);
+    receiver.expect(canTravel);
+    if (canTravel) {
+        const QDBusMessage come = wire.carry(message);
+        const int before = receiver.count();
+        require(QMetaObject::invokeMethod(&bus, "slot_anyEvent", Qt::DirectConnection, Q_ARG(QDBusMessage, come)),
+                "the bus takes no events");
+        require(receiver.count() == before || come.signature() == QLatin1String("sa{sv}"),
+                "a message of another form is delivered");
+        return;
+    }
+    const QVariantMap arguments = message.arguments().value(1).toMap();
+    bus.subscriptions().deliver(JovEvent(message.arguments().value(0).toString(), arguments));
+}
+
 } // namespace
 
-// Events as they come off the bus, given to receivers with slots of every kind.
+// Messages off a D-Bus connection, and events raised in the process, given to receivers with slots of every kind.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    FuzzRoot::write(QStringLiteral("/unused"), data, 0);
+    FuzzRoot::write(QStringLiteral("/unused"), nullptr, 0);
     FuzzInput input(data, size);
-    const QString name = QString::fromUtf8(input.text());
+    const QString name = BusValue::takeText(input);
     const QString element = BusNames::element(name);
     require(element.size() <= name.size() + 1, "the element of a bus name grows");
 
-    EventSubscriptions subscriptions;
-    Receiver receiver(subscriptions, name);
-    Receiver other(subscriptions, QStringLiteral("other"));
+    QObject object;
+    EventBus bus(QStringLiteral("fuzzer"), &object);
+    Receiver receiver(bus.subscriptions(), name);
+    Receiver other(bus.subscriptions(), QStringLiteral("other"));
     for (int events = 0; events < 4 && !input.isEmpty(); ++events) {
-        JovEvent event(input.byte() % 4 == 0 ? QStringLiteral("other") : name);
-        for (int count = input.byte() % 4; count >= 0 && !input.isEmpty(); --count) {
-            const QVariant value = takeValue(input, 0);
-            event.addArgument(QString::fromLatin1(argumentNames[input.byte() % 4]), value);
-            static_cast<void>(EventValue::plain(value));
-            static_cast<void>(EventValue::canTravel(value));
-        }
-        subscriptions.deliver(event);
+        deliver(bus, receiver, takeMessage(input, name));
     }
     return 0;
 }
