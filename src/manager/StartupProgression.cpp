@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int allSteps = 999;
-constexpr int longestLine = 4096;
+constexpr int longestLine = 1024 * 1024; // bytes
 /// Numbers up to this one are announced to the platform, whether a step carries them or not.
 constexpr int lastAnnounced = 6;
 /// From here on the progression needs no events any more.
@@ -35,15 +35,18 @@ int readStepFile(const QString &path)
         Log::warning("Step file Not readable");
         return allSteps;
     }
-    QByteArray line = file.read(longestLine + 1);
-    const int end = line.indexOf('\n');
-    if (end < 0 && line.size() > longestLine) {
+    // Two more: readLine() counts a NUL behind the text.
+    QByteArray line = file.readLine(longestLine + 2);
+    if (line.endsWith('\n')) {
+        line.chop(1);
+    }
+    // The text ends at a NUL byte.
+    line.truncate(int(qstrlen(line.constData())));
+    if (line.size() > longestLine) {
         Log::warning("Step file Not readable");
         return allSteps;
     }
-    line.truncate(end < 0 ? line.size() : end);
-    // The text ends at a NUL byte.
-    const QString text = QString::fromLocal8Bit(line.constData());
+    const QString text = QString::fromLocal8Bit(line);
     Log::debug("Step file ==> %1", text);
     return text.trimmed().toInt();
 }
