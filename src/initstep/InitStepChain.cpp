@@ -2,6 +2,8 @@
 
 #include "Log.h"
 
+#include <algorithm>
+
 InitStep *InitStepChain::addStep(const QString &name, int value, bool showHomepage)
 {
     Log::debug("Adding step %1 [%2]", name, value);
@@ -102,14 +104,12 @@ void InitStepChain::clearInitSteps()
     release();
 }
 
-// Unlinked first: a link can lead to a step that is freed before the one that holds it.
 void InitStepChain::release()
 {
-    for (const auto &step : m_steps) {
-        step->setPrev(nullptr);
-        step->setNext(nullptr);
-    }
     firstStep = nullptr;
     lastStep = nullptr;
+    // They go in the order of the chain, whatever the file's was.
+    std::sort(m_steps.begin(), m_steps.end(),
+              [](const auto &one, const auto &other) { return one->getValue() < other->getValue(); });
     m_steps.clear();
 }
