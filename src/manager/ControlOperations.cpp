@@ -4,11 +4,13 @@
 #include "JovProcess.h"
 #include "Log.h"
 
+#include <limits>
+
 int ApplicationManager::startAll()
 {
     Log::debug("startAll");
     m_remoteDisplayArmed = false;
-    int count = 0;
+    qint64 count = 0;
     for (InitStep *step = m_steps.firstStep; step; step = step->getNext()) {
         Log::debug("Starting step %1", step->getName());
         if (startFailed()) {
@@ -17,7 +19,7 @@ int ApplicationManager::startAll()
         }
         count += step->startAll(false);
     }
-    return count;
+    return int(qMin<qint64>(count, std::numeric_limits<int>::max()));
 }
 
 int ApplicationManager::stopAll()
@@ -48,6 +50,7 @@ void ApplicationManager::restart()
 
 void ApplicationManager::stopManager()
 {
+    Log::debug("stopManager");
     m_startFailed = true;
     exit();
 }
