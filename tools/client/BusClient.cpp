@@ -29,7 +29,12 @@ QDBusMessage message(const QString &interface, const QString &method, const QVar
     return call;
 }
 
-void check(const QDBusMessage &reply)
+/// Who may, by the policy that is installed with the daemon.
+const char forControl[] = "root and the group jovmodules";
+const char forLooking[] = "root and the groups jovmodules and jovtech";
+const char forSettings[] = "root alone";
+
+void check(const QDBusMessage &reply, const char *whoMay)
 {
     if (reply.type() != QDBusMessage::ErrorMessage) {
         return;
@@ -47,7 +52,10 @@ void check(const QDBusMessage &reply)
         throw Failure(ExitStatus::NoDaemon,
                       QStringLiteral("ApplicationManager has ended, or has not answered for a minute"));
     case QDBusError::AccessDenied:
-        throw Failure(ExitStatus::Failed, QStringLiteral("the bus does not allow it: %1").arg(error.message()));
+        throw Failure(ExitStatus::Failed,
+                      QStringLiteral("the bus does not allow it: its policy, com.velmora.Jovara.conf, "
+                                     "leaves that to %1")
+                          .arg(QLatin1String(whoMay)));
     default:
         throw Failure(ExitStatus::Failed, QStringLiteral("ApplicationManager refused: %1").arg(error.message()));
     }
@@ -87,7 +95,7 @@ BusClient::BusClient()
 QDBusMessage BusClient::call(const QString &interface, const QString &method, const QVariantList &arguments) const
 {
     const QDBusMessage reply = m_connection.call(message(interface, method, arguments), QDBus::Block, questionLimit);
-    check(reply);
+    check(reply, method == QLatin1String("Set") ? forSettings : forLooking);
     return reply;
 }
 
@@ -131,7 +139,7 @@ QVariant BusClient::control(const QString &method, const QVariantList &arguments
     if (!watcher.isFinished()) {
         loop.exec();
     }
-    check(watcher.reply());
+    check(watcher.reply(), forControl);
     return watcher.reply().arguments().value(0);
 }
 

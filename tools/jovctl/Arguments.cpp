@@ -1,6 +1,7 @@
 #include "Arguments.h"
 
 #include "Command.h"
+#include "Console.h"
 
 #include <QCommandLineParser>
 
@@ -9,6 +10,11 @@ namespace {
 [[noreturn]] void refuse(const Command &command, const QString &text)
 {
     throw Failure(ExitStatus::Usage, QStringLiteral("%1. Try: jovctl %2 --help").arg(text, command.name));
+}
+
+QString optionWord(const QString &name)
+{
+    return (name.size() > 1 ? QStringLiteral("--") : QStringLiteral("-")) + Console::printable(name);
 }
 
 } // namespace
@@ -25,12 +31,17 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     parser.addOptions(command.options);
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     parser.addOption(help);
-    if (!parser.parse(QStringList(command.name) + words)) {
+    const bool isRight = parser.parse(QStringList(command.name) + words);
+    if (!parser.unknownOptionNames().isEmpty()) {
+        refuse(command,
+               QStringLiteral("there is no option \"%1\"").arg(optionWord(parser.unknownOptionNames().first())));
+    }
+    if (!isRight) {
         QString text = parser.errorText();
         while (text.endsWith(QLatin1Char('.'))) {
             text.chop(1);
         }
-        refuse(command, text);
+        refuse(command, text.left(1).toLower() + text.mid(1));
     }
     arguments.m_wantsHelp = parser.isSet(help);
     arguments.m_operands = parser.positionalArguments();

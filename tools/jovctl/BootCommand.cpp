@@ -64,6 +64,9 @@ void print(const BootRecord &record, bool all)
 {
     Console::writeLine(headline(record) + QLatin1Char('\n'));
     stepTable(record).print(false);
+    if (record.allModules().isEmpty()) {
+        return;
+    }
     const int hidden = all ? 0 : record.allModules().size() - slowestShown;
     Console::writeLine(QStringLiteral("\nWhat took longest%1:")
                            .arg(hidden > 0 ? QStringLiteral(" (%1 more with --all)").arg(hidden) : QString()));

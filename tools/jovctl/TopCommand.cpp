@@ -86,7 +86,7 @@ Table tableOf(const QList<Sample> &samples)
     return table;
 }
 
-void show(const QList<Sample> &samples, const QVariantMap &manager, bool asJson)
+void show(const QList<Sample> &samples, bool asJson)
 {
     const Table table = tableOf(samples);
     if (asJson) {
@@ -99,10 +99,9 @@ void show(const QList<Sample> &samples, const QVariantMap &manager, bool asJson)
         resident += sample.usage.residentKb;
         share += sample.share;
     }
-    const QString summary = QStringLiteral("%1 processes, %2 resident, %3 % of a processor, step %4")
+    const QString summary = QStringLiteral("%1 processes, %2 resident, %3 % of a processor")
                                 .arg(samples.size())
-                                .arg(Units::memory(resident), QString::number(share * 100, 'f', 1))
-                                .arg(manager.value(QStringLiteral("CurrentStep")).toInt());
+                                .arg(Units::memory(resident), QString::number(share * 100, 'f', 1));
     if (!Console::isTerminal()) {
         Console::writeLine(summary);
         table.print(false);
@@ -145,11 +144,10 @@ ExitStatus top(const Arguments &arguments)
     const auto refresh = [&] {
         try {
             const ModuleList modules = client.modules();
-            const QVariantMap manager = client.properties();
             if (Console::isTerminal() && !asJson && !once) {
                 Console::write(QStringLiteral("\x1b[H\x1b[J"));
             }
-            show(sampler.take(modules), manager, asJson);
+            show(sampler.take(modules), asJson);
         } catch (const Failure &failure) {
             Console::complain(failure.text());
             status = failure.status();
