@@ -3,13 +3,23 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+void holdStandardStreams()
+{
+    int descriptor = 0;
+    do {
+        descriptor = open("/dev/null", O_PATH | O_CLOEXEC);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) {
+        close(descriptor);
+    }
+}
+
 void closeStandardStreams()
 {
     close(STDIN_FILENO);
     close(STDOUT_FILENO);
     close(STDERR_FILENO);
-    // Each takes the lowest free number: 0, 1, 2.
+    // Takes the lowest free number, which is 0.
     open("/dev/null", O_RDONLY | O_CLOEXEC);
-    open("/dev/null", O_PATH | O_CLOEXEC);
-    open("/dev/null", O_PATH | O_CLOEXEC);
+    holdStandardStreams();
 }

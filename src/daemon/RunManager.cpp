@@ -31,6 +31,7 @@ int runManager(int argc, char **argv, pid_t parent, bool debugMode, const Applic
 
 int runDaemon(int argc, char **argv, const ApplicationManager::Timing &timing)
 {
+    holdStandardStreams();
     const Options options = Options::parse(argc, argv);
     if (options.help) {
         std::fputs(helpText(), stdout);
