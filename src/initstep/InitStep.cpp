@@ -5,6 +5,7 @@
 #include "Log.h"
 #include "StartWalk.h"
 #include "StopWalk.h"
+#include "SupervisionObserver.h"
 #include "Supervisor.h"
 
 #include <QElapsedTimer>
@@ -56,7 +57,10 @@ int InitStep::startAll(bool recursive)
     Log::debug("[InitStep] StartingAll init step %1", m_name);
     QElapsedTimer timer;
     timer.start();
-    m_supervisor.stepStarted(m_name, m_value);
+    if (m_showHomepage) {
+        m_supervisor.homepageStarting();
+    }
+    m_supervisor.observer().noteStepStarted(m_name);
     StartWalk walk(*this, m_supervisor);
     qint64 count = 0;
     for (Module *root : qAsConst(roots)) {
@@ -75,7 +79,7 @@ int InitStep::startAll(bool recursive)
         m_supervisor.endOfInit();
     }
     Log::info("[InitStep] step %1 started in %2", m_name, timer.elapsed());
-    m_supervisor.stepDone(m_name, m_value);
+    m_supervisor.observer().noteStepDone(m_name, m_value);
     if (recursive && m_next) {
         count += m_next->startAll(true);
     }

@@ -9,6 +9,7 @@
 #include <QVariant>
 
 class QObject;
+class SupervisionObserver;
 class WaitLoop;
 
 /// How long things may take with a module, in milliseconds.
@@ -63,15 +64,13 @@ public:
     /// Stops one module alone; its dependents keep running. False when no step holds it.
     virtual bool stopModuleAlone(const QString &moduleName) = 0;
     virtual void stopManager() = 0;
+    /// The step that shows the home page is about to start.
+    virtual void homepageStarting() = 0;
     /// The step that shows the home page has been started.
     virtual void endOfInit() = 0;
 
-    // What happened, for whoever watches.
-    virtual void moduleStateChanged(const QString &name, const QString &oldState, const QString &newState) = 0;
-    virtual void moduleLaunched(const QString &name, qint64 pid) = 0;
-    virtual void moduleExited(const QString &name, int exitCode) = 0;
-    virtual void stepStarted(const QString &name, int value) = 0;
-    virtual void stepDone(const QString &name, int value) = 0;
+    /// Who is told what happens.
+    [[nodiscard]] virtual SupervisionObserver &observer() = 0;
 };
 
 #endif

@@ -26,7 +26,7 @@ static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a sign
 } // namespace
 
 ApplicationManager::ApplicationManager(const Timing &timing)
-    : JovModule(QStringLiteral("ApplicationManager"))
+    : SupervisingComponent(QStringLiteral("ApplicationManager"))
     , m_timing(timing)
     , m_steps(*this)
     , m_watchdog(*this, m_catalogue, m_procReader, timing.watchdog)
@@ -208,14 +208,10 @@ void ApplicationManager::endOfInit()
     startMonitoring();
 }
 
-void ApplicationManager::stepStarted(const QString &name, int value)
+void ApplicationManager::homepageStarting()
 {
-    const InitStep *step = m_steps.getStepByValue(value);
-    if (step && step->getShowHomepage()) {
-        // Here the presentation side of the start-up begins: a remote display may announce itself from now on.
-        subscribeEvent(presentationReadyEvent, this, SLOT(remoteDisplayPresentationready(JovEvent)));
-    }
-    m_journal.noteStepStarted(name);
+    // Here the presentation side of the start-up begins: a remote display may announce itself from now on.
+    subscribeEvent(presentationReadyEvent, this, SLOT(remoteDisplayPresentationready(JovEvent)));
 }
 
 void ApplicationManager::remoteDisplayPresentationready(const JovEvent &)
@@ -225,50 +221,4 @@ void ApplicationManager::remoteDisplayPresentationready(const JovEvent &)
     } else {
         unsubscribeEvent(presentationReadyEvent, this, SLOT(remoteDisplayPresentationready(JovEvent)));
     }
-}
-
-void ApplicationManager::stepDone(const QString &name, int value)
-{
-    m_journal.noteStepDone(name, value);
-}
-
-void ApplicationManager::moduleStateChanged(const QString &name, const QString &oldState, const QString &newState)
-{
-    m_journal.noteState(name, oldState, newState);
-}
-
-void ApplicationManager::moduleLaunched(const QString &name, qint64 /*pid*/)
-{
-    m_journal.noteLaunch(name);
-}
-
-void ApplicationManager::moduleExited(const QString &name, int code)
-{
-    m_journal.noteExit(name, code);
-}
-
-bool ApplicationManager::subscribeEvent(const QString &name, QObject *receiver, const char *slot)
-{
-    return JovModule::subscribeEvent(name, receiver, slot);
-}
-
-bool ApplicationManager::unsubscribeEvent(const QString &name, QObject *receiver, const char *slot)
-{
-    return JovModule::unsubscribeEvent(name, receiver, slot);
-}
-
-bool ApplicationManager::notifyEvent(const QString &name, const QVariantMap &arguments)
-{
-    return JovModule::notifyEvent(name, arguments);
-}
-
-QDBusMessage ApplicationManager::syncRemoteCall(const QString &component, const QString &method,
-                                                const QVariantList &arguments)
-{
-    return JovModule::syncRemoteCall(component, method, arguments);
-}
-
-bool ApplicationManager::asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
-{
-    return JovModule::asyncRemoteCall(component, method, arguments);
 }

@@ -1,11 +1,10 @@
 #ifndef APPLICATION_MANAGER_H
 #define APPLICATION_MANAGER_H
 
-#include "ApplicationRecord.h"
 #include "Catalogue.h"
 #include "InitStepChain.h"
 #include "Journal.h"
-#include "JovModule.h"
+#include "ManagerTiming.h"
 #include "MandatorySettings.h"
 #include "MemoryWatchdog.h"
 #include "ParentReport.h"
@@ -14,7 +13,7 @@
 #include "Setting.h"
 #include "SettingsAccess.h"
 #include "StartupProgression.h"
-#include "Supervisor.h"
+#include "SupervisingComponent.h"
 #include "WaitLoop.h"
 
 #include <QElapsedTimer>
@@ -31,18 +30,13 @@ class ApplicationManagerAdaptor;
  * a reboot request, failed mandatory settings, and a `SIGTERM` from the moment its handler ran. Only a restart clears
  * it, and nothing does any more once the daemon is ending.
  */
-class ApplicationManager : public JovModule, public Supervisor
+class ApplicationManager : public SupervisingComponent
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.JovInterface")
 
 public:
-    /// Durations that tests and the simulator hand in shorter.
-    struct Timing
-    {
-        ModuleLimits module;
-        MemoryWatchdog::Timing watchdog;
-    };
+    using Timing = ManagerTiming;
 
     explicit ApplicationManager(const Timing &timing);
     ~ApplicationManager() override;
@@ -93,20 +87,10 @@ public:
     [[nodiscard]] bool startsRefused() const override;
     [[nodiscard]] quint64 stopGeneration() const override { return m_stopGeneration; }
     [[nodiscard]] WaitLoop &waits() override { return m_waits; }
-    bool subscribeEvent(const QString &name, QObject *receiver, const char *slot) override;
-    bool unsubscribeEvent(const QString &name, QObject *receiver, const char *slot) override;
-    bool notifyEvent(const QString &name, const QVariantMap &arguments) override;
-    QDBusMessage syncRemoteCall(const QString &component, const QString &method,
-                                const QVariantList &arguments) override;
-    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override;
-    [[nodiscard]] QMap<QString, QString> getParameters() const override { return JovModule::getParameters(); }
     bool stopModuleAlone(const QString &moduleName) override;
+    void homepageStarting() override;
     void endOfInit() override;
-    void moduleStateChanged(const QString &name, const QString &oldState, const QString &newState) override;
-    void moduleLaunched(const QString &name, qint64 pid) override;
-    void moduleExited(const QString &name, int code) override;
-    void stepStarted(const QString &name, int value) override;
-    void stepDone(const QString &name, int value) override;
+    [[nodiscard]] SupervisionObserver &observer() override { return m_journal; }
 
 public Q_SLOTS:
     void slot_init_step(int stepNum);
@@ -168,8 +152,7 @@ private:
     bool m_startFailed = false;
     bool m_initInProgress = false;
     bool m_initialised = false; ///< init() has succeeded
-    bool m_remoteDisplayArmed =
-        false; ///< no operation sets it; a remote display's readiness only ends its subscription
+    bool m_remoteDisplayArmed = false; ///< nothing sets it: a remote display's readiness only ends its subscription
 };
 
 #endif

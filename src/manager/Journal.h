@@ -1,6 +1,7 @@
 #ifndef JOURNAL_H
 #define JOURNAL_H
 
+#include "SupervisionObserver.h"
 #include "Timeline.h"
 
 #include <QHash>
@@ -14,7 +15,7 @@
  * first state is a change only when it differs from the last one known of that name. All times are microseconds of
  * CLOCK_MONOTONIC, 0 for never, each the last time that the thing happened.
  */
-class Journal : public QObject
+class Journal : public QObject, public SupervisionObserver
 {
     Q_OBJECT
 
@@ -35,11 +36,11 @@ public:
         quint64 doneAt = 0;
     };
 
-    void noteState(const QString &name, const QString &oldState, const QString &newState);
-    void noteLaunch(const QString &name);
-    void noteExit(const QString &name, int exitCode);
-    void noteStepStarted(const QString &name);
-    void noteStepDone(const QString &name, int value);
+    void noteState(const QString &name, const QString &oldState, const QString &newState) override;
+    void noteLaunch(const QString &name) override;
+    void noteExit(const QString &name, int exitCode) override;
+    void noteStepStarted(const QString &name) override;
+    void noteStepDone(const QString &name, int value) override;
     void noteStart(bool again);
     void noteEndOfInit();
     void noteStopAll();

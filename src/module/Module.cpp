@@ -6,6 +6,7 @@
 #include "JovRoot.h"
 #include "Log.h"
 #include "ModulePaths.h"
+#include "SupervisionObserver.h"
 #include "Supervisor.h"
 #include "WaitLoop.h"
 
@@ -74,7 +75,7 @@ void Module::setState(const QString &state)
     const QString old = getState();
     Application::setState(state);
     if (old != state) {
-        m_supervisor.moduleStateChanged(getName(), old, state);
+        m_supervisor.observer().noteState(getName(), old, state);
     }
 }
 
@@ -137,7 +138,7 @@ bool Module::launch()
     const qint64 pid = m_process.processId();
     Log::info("[Module] PID of :%1 : %2", name, pid);
     config->setID(QString::number(pid));
-    m_supervisor.moduleLaunched(name, pid);
+    m_supervisor.observer().noteLaunch(name);
     return true;
 }
 
@@ -295,7 +296,7 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
                crashed ? QLatin1String("Crashed") : QLatin1String("Normal"));
     exitCode = code;
     setStatus(getExitCodeInString(code));
-    m_supervisor.moduleExited(name, code);
+    m_supervisor.observer().noteExit(name, code);
     setState(Stopped);
     if (crashed) {
         Q_EMIT sig_crashed();

@@ -1,6 +1,7 @@
 #ifndef NO_SUPERVISOR_H
 #define NO_SUPERVISOR_H
 
+#include "SupervisionObserver.h"
 #include "Supervisor.h"
 #include "WaitLoop.h"
 
@@ -29,16 +30,14 @@ public:
     bool stopModule(const QString &) override { return false; }
     bool stopModuleAlone(const QString &) override { return false; }
     void stopManager() override { }
+    void homepageStarting() override { }
     void endOfInit() override { }
-    void moduleStateChanged(const QString &, const QString &, const QString &) override { }
-    void moduleLaunched(const QString &, qint64) override { }
-    void moduleExited(const QString &, int) override { }
-    void stepStarted(const QString &, int) override { }
-    void stepDone(const QString &, int) override { }
+    [[nodiscard]] SupervisionObserver &observer() override { return m_observer; }
 
 private:
     const ModuleLimits m_limits{};
     WaitLoop m_waits;
+    SupervisionObserver m_observer;
 };
 
 #endif
