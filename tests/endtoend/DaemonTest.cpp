@@ -250,12 +250,16 @@ void DaemonTest::busLossAndReturn()
     QCOMPARE(terminal.logCount(QStringLiteral("[timeout]"), before), 0);
 }
 
+// Nor with standard streams, whose numbers must not go to a socket or a pipe.
 void DaemonTest::stopWithoutBus()
 {
     Terminal terminal("step one 1\nA one\nB one <A");
-    terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+    const QString script = QStringLiteral("/closed");
+    makeScript(terminal, script, "exec " QUICK_DAEMON " \"$@\" <&- >&- 2>&-");
+    terminal.setDaemon(terminal.root.path(script));
     terminal.start();
     QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
+    QVERIFY(isReserved(terminal.pid(), 0) && isReserved(terminal.pid(), 1) && isReserved(terminal.pid(), 2));
     terminal.bus.stop();
     QVERIFY(terminal.waitForLog(QStringLiteral("the bus is lost")));
     QCOMPARE(terminal.end(SIGTERM), 0);
