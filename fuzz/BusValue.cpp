@@ -90,7 +90,8 @@ Record takeRecord(FuzzInput &input, int depth)
     record.text = BusValue::takeText(input);
     for (int count = input.byte() % 4; count > 0; --count) {
         record.numbers.append(int(input.number()));
-        record.values.insert(input.byte(), QDBusVariant(takePlain(input, input.byte() % 6)));
+        const int key = input.byte();
+        record.values.insert(key, QDBusVariant(takePlain(input, input.byte() % 6)));
     }
     const bool isInner = depth < deepestRecord && input.byte() % 2 == 1;
     record.inner = QDBusVariant(isInner ? QVariant::fromValue(takeRecord(input, depth + 1)) : record.text);

@@ -31,7 +31,8 @@ public:
     /// A length, then so many bytes.
     QByteArray text()
     {
-        const auto size = std::min<std::ptrdiff_t>(byte(), m_end - m_position);
+        const std::ptrdiff_t named = byte();
+        const std::ptrdiff_t size = std::min(named, m_end - m_position);
         const QByteArray bytes(reinterpret_cast<const char *>(m_position), int(size));
         m_position += size;
         return bytes;
