@@ -54,6 +54,8 @@ int daemonise(const std::function<int(pid_t parent)> &child)
     sigaddset(&reports, SIGUSR1);
     sigaddset(&reports, SIGUSR2);
     sigprocmask(SIG_BLOCK, &reports, &callersMask);
+    // Where the caller ignores it, wait() would learn nothing of the child.
+    signal(SIGCHLD, SIG_DFL);
 
     const pid_t parent = getpid();
     const pid_t pid = fork();

@@ -57,6 +57,12 @@ ChildReaper::ChildReaper()
     action.sa_flags = SA_SIGINFO | SA_RESTART | SA_NOCLDSTOP;
     sigemptyset(&action.sa_mask);
     sigaction(SIGCHLD, &action, &previousAction);
+
+    // A boot script may have been started with it blocked.
+    sigset_t unblocked;
+    sigemptyset(&unblocked);
+    sigaddset(&unblocked, SIGCHLD);
+    sigprocmask(SIG_UNBLOCK, &unblocked, nullptr);
 }
 
 void ChildReaper::childEnded()
