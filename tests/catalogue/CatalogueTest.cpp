@@ -4,7 +4,6 @@
 #include "RootDir.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QtTest>
 
 namespace {
@@ -20,125 +19,99 @@ class CatalogueTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void scan();
-    void scanWithoutDirectory();
-    void thousandModules();
-    void listsSkipEmptyEntries();
-    void textForm();
+    void initTestCase() { m_root.keepLog(3); }
+
+    void init()
+    {
+        QDir(ModulePaths::rootedModuleDirectory()).removeRecursively();
+        QDir(ModulePaths::rootedConfigDirectory()).removeRecursively();
+    }
+
+    void scan()
+    {
+        install(QStringLiteral("b"), "<config><initStep>net</initStep><description>B</description></config>");
+        install(QStringLiteral("a"), QByteArray());
+        install(QStringLiteral("Z"), "<config>");
+        install(QStringLiteral(".hidden"), "<config/>");
+        install(QStringLiteral("c/file"), QByteArray());
+        Catalogue catalogue;
+        catalogue.applicationMap[QStringLiteral("stale")] = std::make_unique<ApplicationRecord>();
+        QStringList placed;
+        QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, [&placed](ApplicationRecord &record) {
+            placed.append(record.getName() + QLatin1Char(' ') + record.getInitStep() + QLatin1Char(' ')
+                          + record.getDescription());
+        }));
+        const QString failed = QStringLiteral("%1 default Default Description : Error in config.xml parsing :%2");
+        const QStringList expected = {failed.arg(QStringLiteral("Z"), QStringLiteral("CONFIG_FILE_NOT_PARSABLE")),
+                                      failed.arg(QStringLiteral("a"), QStringLiteral("NO_CONFIG_FILE")),
+                                      QStringLiteral("b net B")};
+        QCOMPARE(placed, expected);
+        QVERIFY(m_root.log().contains(QStringLiteral("error Module a (default) added to list")));
+
+        ApplicationRecord *known = catalogue.find(QStringLiteral("a"));
+        QCOMPARE(catalogue.addApplication(ApplicationType::Module, QStringLiteral("a"), ddrSize), known);
+        QVERIFY(!catalogue.addApplication(ApplicationType::WebApplication, QStringLiteral("web"), ddrSize));
+    }
+
+    void scanWithoutDirectory()
+    {
+        Catalogue catalogue;
+        catalogue.applicationMap[QStringLiteral("stale")] = std::make_unique<ApplicationRecord>();
+        QVERIFY(!catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
+        QVERIFY(catalogue.applicationMap.empty());
+        QDir().mkpath(ModulePaths::rootedModuleDirectory());
+        QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
+        QVERIFY(catalogue.scanApplications(ApplicationType::WebApplication, ddrSize, doNothing));
+    }
+
+    void listsSkipEmptyEntries()
+    {
+        const QString empty = QStringLiteral("empty");
+        const QString module = QStringLiteral("module");
+        Catalogue catalogue;
+        QVERIFY(!catalogue.find(empty));
+        QVERIFY(catalogue.applicationMap.empty());
+        QVERIFY(!catalogue.applicationMap[empty]);
+        QCOMPARE(catalogue.getApplicationsListInString(), QStringLiteral("\n"));
+
+        ApplicationRecord *record = catalogue.addApplication(ApplicationType::Module, module, ddrSize);
+        QCOMPARE(catalogue.getModulesListInString(), record->toString() + QLatin1Char('\n'));
+        ApplicationConfig own;
+        own.setName(QStringLiteral("ApplicationManager"));
+        const ListApplicationConfig deployed = catalogue.getApplicationsForSettingsDeployment(own);
+        QCOMPARE(deployed.size(), 2);
+        QCOMPARE(deployed.first().getName(), own.getName());
+
+        QCOMPARE(catalogue.getApplicationID(empty), QString());
+        QCOMPARE(catalogue.getApplicationID(module), QString());
+        record->setID(QStringLiteral("42"));
+        QCOMPARE(catalogue.getApplicationID(module), QStringLiteral("42"));
+    }
+
+    void textForm()
+    {
+        ApplicationRecord record;
+        record.setName(QStringLiteral("Gate"));
+        record.setDependencies({QStringLiteral("a"), QStringLiteral("b")});
+        record.setInitStep(QStringLiteral("net"));
+        record.setNeedUpgrade(true);
+        record.setMaxMemory(-1);
+        QCOMPARE(record.toString(),
+                 QStringLiteral("ID:0 name:Gate type:0 status: state: description: settings_deployed:0 ov: or: "
+                                "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:"));
+    }
 
 private:
-    void install(const QString &name, const QByteArray &config = QByteArray()) const;
+    void install(const QString &name, const QByteArray &config) const
+    {
+        m_root.write(ModulePaths::moduleDirectory() + name, QByteArray());
+        if (!config.isEmpty()) {
+            m_root.write(ModulePaths::configDirectory() + name + QStringLiteral("/config.xml"), config);
+        }
+    }
 
     RootDir m_root;
 };
-
-void CatalogueTest::initTestCase()
-{
-    m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), "[log]\nlevel=3\nfile=/log.txt\n");
-}
-
-void CatalogueTest::init()
-{
-    QDir(ModulePaths::rootedModuleDirectory()).removeRecursively();
-    QDir(ModulePaths::rootedConfigDirectory()).removeRecursively();
-}
-
-void CatalogueTest::install(const QString &name, const QByteArray &config) const
-{
-    m_root.write(ModulePaths::moduleDirectory() + name, QByteArray());
-    if (!config.isEmpty()) {
-        m_root.write(ModulePaths::configDirectory() + name + QStringLiteral("/config.xml"), config);
-    }
-}
-
-void CatalogueTest::scan()
-{
-    install(QStringLiteral("b"), "<config><initStep>net</initStep><description>B</description></config>");
-    install(QStringLiteral("a"));
-    install(QStringLiteral("Z"), "<config>");
-    install(QStringLiteral(".hidden"), "<config/>");
-    install(QStringLiteral("c/file"));
-    Catalogue catalogue;
-    catalogue.applicationMap[QStringLiteral("stale")] = std::make_unique<ApplicationRecord>();
-    QStringList placed;
-    QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, [&placed](ApplicationRecord &record) {
-        placed.append(record.getName() + QLatin1Char(' ') + record.getInitStep() + QLatin1Char(' ')
-                      + record.getDescription());
-    }));
-    const QString failed = QStringLiteral("%1 default Default Description : Error in config.xml parsing :%2");
-    const QStringList expected = {failed.arg(QStringLiteral("Z"), QStringLiteral("CONFIG_FILE_NOT_PARSABLE")),
-                                  failed.arg(QStringLiteral("a"), QStringLiteral("NO_CONFIG_FILE")),
-                                  QStringLiteral("b net B")};
-    QCOMPARE(placed, expected);
-    QVERIFY(m_root.read(QStringLiteral("/log.txt")).contains(" error Module a (default) added to list\n"));
-
-    ApplicationRecord *known = catalogue.find(QStringLiteral("a"));
-    QCOMPARE(catalogue.addApplication(ApplicationType::Module, QStringLiteral("a"), ddrSize), known);
-    QVERIFY(!catalogue.addApplication(ApplicationType::WebApplication, QStringLiteral("web"), ddrSize));
-}
-
-void CatalogueTest::scanWithoutDirectory()
-{
-    Catalogue catalogue;
-    catalogue.applicationMap[QStringLiteral("stale")] = std::make_unique<ApplicationRecord>();
-    QVERIFY(!catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
-    QVERIFY(catalogue.applicationMap.empty());
-    QDir().mkpath(ModulePaths::rootedModuleDirectory());
-    QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
-    QVERIFY(catalogue.scanApplications(ApplicationType::WebApplication, ddrSize, doNothing));
-}
-
-void CatalogueTest::thousandModules()
-{
-    for (int i = 0; i < 1000; ++i) {
-        install(QString::number(i), "<config><maxMemory><DDRSz criteria='256MB'>9</DDRSz></maxMemory></config>");
-    }
-    Catalogue catalogue;
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
-    QVERIFY(timer.elapsed() < 1000);
-    QCOMPARE(catalogue.getApplicationsList().size(), 1000);
-}
-
-void CatalogueTest::listsSkipEmptyEntries()
-{
-    const QString empty = QStringLiteral("empty");
-    const QString module = QStringLiteral("module");
-    Catalogue catalogue;
-    QVERIFY(!catalogue.find(empty));
-    QVERIFY(catalogue.applicationMap.empty());
-    QVERIFY(!catalogue.applicationMap[empty]);
-    QCOMPARE(catalogue.getApplicationsListInString(), QStringLiteral("\n"));
-
-    ApplicationRecord *record = catalogue.addApplication(ApplicationType::Module, module, ddrSize);
-    QCOMPARE(catalogue.getModulesListInString(), record->toString() + QLatin1Char('\n'));
-    ApplicationConfig own;
-    own.setName(QStringLiteral("ApplicationManager"));
-    const ListApplicationConfig deployed = catalogue.getApplicationsForSettingsDeployment(own);
-    QCOMPARE(deployed.size(), 2);
-    QCOMPARE(deployed.first().getName(), own.getName());
-
-    QCOMPARE(catalogue.getApplicationID(empty), QString());
-    QCOMPARE(catalogue.getApplicationID(module), QString());
-    record->setID(QStringLiteral("42"));
-    QCOMPARE(catalogue.getApplicationID(module), QStringLiteral("42"));
-}
-
-void CatalogueTest::textForm()
-{
-    ApplicationRecord record;
-    const QString base = static_cast<const ApplicationConfig &>(record).toString();
-    const QString added = QStringLiteral(" ov: or: need_upgrade:%1 initStep:%2 maxMemory:%3 depend:%4 extraArgs:");
-    QCOMPARE(record.toString(), base + added.arg(0).arg(QString()).arg(0).arg(QString()));
-    record.setDependencies({QStringLiteral("a"), QStringLiteral("b")});
-    record.setInitStep(QStringLiteral("net"));
-    record.setNeedUpgrade(true);
-    record.setMaxMemory(-1);
-    QCOMPARE(record.toString(), base + added.arg(1).arg(QStringLiteral("net")).arg(-1).arg(QStringLiteral("a;b")));
-}
 
 QTEST_GUILESS_MAIN(CatalogueTest)
 #include "CatalogueTest.moc"

@@ -1,5 +1,4 @@
 #include "BusNames.h"
-#include "LeftBehind.h"
 #include "Setting.h"
 #include "Terminal.h"
 
@@ -53,6 +52,11 @@ const char *const manners[] = {"",
                                "--stop-exit-code=3",
                                "--chatter"};
 
+QStringList words(const char *text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
 /// Nothing may take longer than this: two seconds of CPU measuring, a few killed modules, log archives on a busy
 /// machine.
 constexpr int longestSilence = 15000;
@@ -77,34 +81,257 @@ public:
         , m_random(seed)
     { }
 
-private Q_SLOTS:
-    void storm();
-
 private:
-    using Order = void (StormTest::*)();
-
     int upTo(int last) { return int(m_random() % unsigned(last + 1)); }
     template <typename List>
     auto any(const List &list)
     {
         return list[upTo(int(std::size(list)) - 1)];
     }
-    QString anyName();
 
-    void call();
-    void restart();
-    void vanish();
-    void spoofProgress();
-    void spoofControl();
-    void hangUp();
-    void signalModule();
-    void changeManners();
-    void endDaemon();
+private Q_SLOTS:
+    void storm()
+    {
+        qInfo("storm --seed %u --seconds %d", m_seed, m_seconds);
+        m_terminal = std::make_unique<Terminal>(calmTerminal);
+        const auto cleared = qScopeGuard([this] { m_terminal.reset(); });
+        m_terminal->setDaemon(QStringLiteral(QUICK_DAEMON));
+        m_terminal->standIn(QStringLiteral("/sbin/reboot"));
+        m_terminal->standIn(QStringLiteral("/usr/bin/jpg2fb"));
+        registerDBusSetting();
+        bool calm = true;
+        connect(m_terminal.get(), &Terminal::event, this, [&](const QString &name) {
+            if (name == QLatin1String("checkMandatorySettings") && (calm || upTo(3) > 0)) {
+                m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"),
+                                   {{QStringLiteral("reboot"), false}});
+            }
+        });
+        m_terminal->start();
+        QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
+        m_names = m_terminal->modules().keys();
+        const int descriptors = Processes::descriptors(m_terminal->pid()).size();
+        const qint64 threads = Processes::figure(m_terminal->pid(), "status", "Threads");
+
+        const std::pair<int, Order> orders[] = {{30, &StormTest::call},         {8, &StormTest::restart},
+                                                {2, &StormTest::vanish},        {20, &StormTest::spoofProgress},
+                                                {10, &StormTest::spoofControl}, {1, &StormTest::hangUp},
+                                                {20, &StormTest::signalModule}, {8, &StormTest::changeManners}};
+        std::vector<Order> drawn;
+        for (const auto &[weight, order] : orders) {
+            drawn.insert(drawn.end(), size_t(weight), order);
+        }
+        calm = false;
+        QElapsedTimer elapsed;
+        elapsed.start();
+        m_answered.start();
+        while (elapsed.elapsed() < m_seconds * 1000LL) {
+            for (int burst = upTo(3); burst >= 0; --burst) {
+                (this->*(upTo(1500) == 0 ? &StormTest::endDaemon : any(drawn)))();
+            }
+            // Sometimes a breath that lets a start get through.
+            QTest::qWait(upTo(9) == 0 ? upTo(300) : upTo(6));
+            watch();
+            if (QTest::currentTestFailed()) {
+                return;
+            }
+            m_terminal->forgetEvents();
+        }
+
+        calm = true;
+        calmDown();
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+        QCOMPARE(m_terminal->call(QStringLiteral("restart")), QString());
+        QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
+        QCOMPARE(m_terminal->modules().keys(), m_names);
+        // Nor are there dead ones that nobody has reaped.
+        QCOMPARE(Processes::children(m_terminal->pid()).size(), m_names.size());
+        QCOMPARE(Processes::descriptors(m_terminal->pid()).size(), descriptors);
+        QCOMPARE(Processes::figure(m_terminal->pid(), "status", "Threads"), threads);
+        endDaemon();
+        QCOMPARE(m_terminal->end(0), 0);
+        const auto count = [this](const char *text) { return m_terminal->logCount(QLatin1String(text)); };
+        qInfo("%d calls, %d launches, %d crashes, %d kills after a time-out, %d rebuilds, %d ends", int(m_calls.size()),
+              count("PID of :"), count("Terminal will reboot now"), count("[timeout]"), count("Clear all lists"),
+              m_ends);
+    }
+
+private:
+    using Order = void (StormTest::*)();
+
+    QString anyName() { return upTo(19) == 0 ? QStringLiteral("nobody \u2603'") : any(m_names); }
+
+    void call()
+    {
+        static const QStringList plain =
+            words("startAll stopAll restart restartApp getModulesList getApplicationsListInString "
+                  "enoughMemory getApplicationsForSettingsDeployment restartPresentation "
+                  "getTotalMemory getFreeMemory getModulesListInString");
+        static const QStringList named = words("startModule stopModule restartModule getMemoryUsage");
+        switch (upTo(9)) {
+        case 0:
+        case 1:
+        case 2:
+            follow(m_terminal->sendAsync(any(plain)));
+            break;
+        case 3:
+            follow(
+                m_terminal->sendAsync(QStringLiteral("restartModule"), {QStringList{anyName(), anyName(), anyName()}}));
+            break;
+        case 4: {
+            Setting setting;
+            setting.setId(upTo(1) == 0 ? QStringLiteral("MonitoringWatchDelay")
+                                       : QStringLiteral("MonitoringWatchRetry"));
+            setting.setValue(QString::number(upTo(3) - 1));
+            setting.setDefined(true);
+            follow(m_terminal->sendAsync(QStringLiteral("monitoringSettingsChanged"), {QVariant::fromValue(setting)}));
+            break;
+        }
+        case 5:
+            follow(m_terminal->sendAsync(QStringLiteral("setAdminPasswd"), {QStringLiteral("exit 3")}));
+            break;
+        case 6:
+            // Measuring takes two seconds, of nobody none.
+            follow(m_terminal->sendAsync(QStringLiteral("getCpuUsage"), {upTo(9) == 0 ? anyName() : QString()}));
+            break;
+        default:
+            follow(m_terminal->sendAsync(any(named), {anyName()}));
+        }
+    }
+
+    void restart() { follow(m_terminal->sendAsync(QStringLiteral("restart"))); }
+
+    void vanish()
+    {
+        const QString name = QStringLiteral("vanishing");
+        QDBusConnection::connectToBus(m_terminal->bus.address(), name)
+            .asyncCall(QDBusMessage::createMethodCall(
+                BusNames::service(QStringLiteral("ApplicationManager")), QStringLiteral("/ApplicationManager"),
+                BusNames::methodInterface(), any(words("restart stopAll startAll"))));
+        QDBusConnection::disconnectFromBus(name);
+    }
+
+    void spoofProgress()
+    {
+        switch (upTo(3)) {
+        case 0:
+            m_terminal->notify(QStringLiteral("presentationReady"));
+            break;
+        case 1:
+            m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"),
+                               {{QStringLiteral("reboot"), upTo(5) == 0}});
+            break;
+        default:
+            m_terminal->notify(any(words("end_of_init_ stop_module_")) + anyName());
+        }
+    }
+
+    void spoofControl()
+    {
+        const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, QStringLiteral("7"), QStringLiteral("x")};
+        if (upTo(1) == 0) {
+            m_terminal->notify(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), any(steps)}});
+        } else {
+            m_terminal->notify(
+                any(words("PLTF_LOCK_REBOOT PLTF_UNLOCK_REBOOT end_of_init init_message checkMandatorySettings")));
+        }
+    }
+
+    void hangUp()
+    {
+        m_signalTaken = true;
+        kill(m_terminal->pid(), SIGHUP);
+    }
+
+    void signalModule()
+    {
+        const int signals[] = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
+        const QString name = any(m_names);
+        const int signal = any(signals);
+        if (signal == SIGSTOP && name == QLatin1String("SettingsManager")) {
+            return; // a question to it would hold the daemon for as long as D-Bus lets it
+        }
+        const QList<pid_t> pids = m_terminal->modules().value(name);
+        if (!pids.isEmpty()) {
+            kill(pids.first(), signal);
+        }
+    }
+
+    void changeManners()
+    {
+        const QString name = any(m_names);
+        m_terminal->addArguments(name, words(any(manners)));
+    }
+
+    void endDaemon()
+    {
+        m_endAsked = true;
+        // One signal is taken in the life of a daemon.
+        if (m_signalTaken || upTo(1) == 0) {
+            follow(m_terminal->sendAsync(QStringLiteral("stopManager")));
+        } else {
+            m_signalTaken = true;
+            kill(m_terminal->pid(), SIGTERM);
+        }
+    }
 
     void follow(const QDBusPendingCall &call) { m_calls.push_back(call); }
-    void watch();
-    void watchEnd();
-    void calmDown();
+    /// After each order: nothing runs twice, the daemon answers, and when it has ended there is a reason.
+    void watch()
+    {
+        const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
+        for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
+            QVERIFY2(module->size() == 1, qPrintable(module.key() + QStringLiteral(" runs twice")));
+        }
+        if (!m_terminal->isUp()) {
+            watchEnd();
+            return;
+        }
+        if (!m_asked) {
+            m_asked = true;
+            auto *question = new QDBusPendingCallWatcher(m_terminal->sendAsync(QStringLiteral("getStepInfra")), this);
+            connect(question, &QDBusPendingCallWatcher::finished, this, [this, question] {
+                m_asked = false;
+                m_answered.restart();
+                question->deleteLater();
+            });
+        }
+        QVERIFY2(m_answered.elapsed() < longestSilence, "no answer any more");
+    }
+
+    void watchEnd()
+    {
+        // It also gives up by itself when the web client never shows its presentation.
+        const bool gaveUp = m_terminal->logCount(QStringLiteral("Webapp timeout")) > 0;
+        QCOMPARE(m_terminal->end(0), 0);
+        QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
+        const QStringList left = m_terminal->leftBehind();
+        QVERIFY2(left.isEmpty(), qPrintable(left.join(QStringLiteral(", "))));
+        ++m_ends;
+        m_endAsked = false;
+        m_signalTaken = false;
+        m_terminal->start();
+        QVERIFY(Terminal::wait([this] { return !m_terminal->states().isEmpty(); }));
+        m_answered.restart();
+    }
+
+    void calmDown()
+    {
+        const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
+        for (const QList<pid_t> &pids : modules) {
+            kill(pids.first(), SIGCONT);
+        }
+        for (const QString &name : qAsConst(m_names)) {
+            m_terminal->addArguments(name, {});
+        }
+        // An end that was asked for last may still be under way.
+        QTest::qWait(m_endAsked ? 5000 : 0);
+        watch();
+        for (QDBusPendingCall &call : m_calls) {
+            QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
+        }
+    }
 
     const unsigned m_seed;
     const int m_seconds;
@@ -118,259 +345,6 @@ private:
     bool m_signalTaken = false;
     int m_ends = 0;
 };
-
-QString StormTest::anyName()
-{
-    return upTo(19) == 0 ? QStringLiteral("nobody \u2603'") : any(m_names);
-}
-
-void StormTest::call()
-{
-    const QString plain[] = {QStringLiteral("startAll"),
-                             QStringLiteral("stopAll"),
-                             QStringLiteral("restart"),
-                             QStringLiteral("restartApp"),
-                             QStringLiteral("getModulesList"),
-                             QStringLiteral("getApplicationsListInString"),
-                             QStringLiteral("enoughMemory"),
-                             QStringLiteral("getApplicationsForSettingsDeployment"),
-                             QStringLiteral("restartPresentation"),
-                             QStringLiteral("getTotalMemory"),
-                             QStringLiteral("getFreeMemory"),
-                             QStringLiteral("getModulesListInString")};
-    const QString named[] = {QStringLiteral("startModule"), QStringLiteral("stopModule"),
-                             QStringLiteral("restartModule"), QStringLiteral("getMemoryUsage")};
-    switch (upTo(9)) {
-    case 0:
-    case 1:
-    case 2:
-        follow(m_terminal->sendAsync(any(plain)));
-        break;
-    case 3:
-        follow(m_terminal->sendAsync(QStringLiteral("restartModule"), {QStringList{anyName(), anyName(), anyName()}}));
-        break;
-    case 4: {
-        Setting setting;
-        setting.setId(upTo(1) == 0 ? QStringLiteral("MonitoringWatchDelay") : QStringLiteral("MonitoringWatchRetry"));
-        setting.setValue(QString::number(upTo(3) - 1));
-        setting.setDefined(true);
-        follow(m_terminal->sendAsync(QStringLiteral("monitoringSettingsChanged"), {QVariant::fromValue(setting)}));
-        break;
-    }
-    case 5:
-        follow(m_terminal->sendAsync(QStringLiteral("setAdminPasswd"), {QStringLiteral("exit 3")}));
-        break;
-    case 6:
-        // Measuring takes two seconds, of nobody none.
-        follow(m_terminal->sendAsync(QStringLiteral("getCpuUsage"), {upTo(9) == 0 ? anyName() : QString()}));
-        break;
-    default:
-        follow(m_terminal->sendAsync(any(named), {anyName()}));
-    }
-}
-
-void StormTest::restart()
-{
-    follow(m_terminal->sendAsync(QStringLiteral("restart")));
-}
-
-void StormTest::vanish()
-{
-    const QString name = QStringLiteral("vanishing");
-    const QString methods[] = {QStringLiteral("restart"), QStringLiteral("stopAll"), QStringLiteral("startAll")};
-    QDBusConnection::connectToBus(m_terminal->bus.address(), name)
-        .asyncCall(QDBusMessage::createMethodCall(BusNames::service(QStringLiteral("ApplicationManager")),
-                                                  QStringLiteral("/ApplicationManager"), BusNames::methodInterface(),
-                                                  any(methods)));
-    QDBusConnection::disconnectFromBus(name);
-}
-
-void StormTest::spoofProgress()
-{
-    const QString before[] = {QStringLiteral("end_of_init_"), QStringLiteral("stop_module_")};
-    switch (upTo(3)) {
-    case 0:
-        m_terminal->notify(QStringLiteral("presentationReady"));
-        break;
-    case 1:
-        m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"), {{QStringLiteral("reboot"), upTo(5) == 0}});
-        break;
-    default:
-        m_terminal->notify(any(before) + anyName());
-    }
-}
-
-void StormTest::spoofControl()
-{
-    const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, QStringLiteral("7"), QStringLiteral("x")};
-    const QString others[] = {QStringLiteral("PLTF_LOCK_REBOOT"), QStringLiteral("PLTF_UNLOCK_REBOOT"),
-                              QStringLiteral("end_of_init"), QStringLiteral("init_message"),
-                              QStringLiteral("checkMandatorySettings")};
-    if (upTo(1) == 0) {
-        m_terminal->notify(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), any(steps)}});
-    } else {
-        m_terminal->notify(any(others));
-    }
-}
-
-void StormTest::hangUp()
-{
-    m_signalTaken = true;
-    kill(m_terminal->pid(), SIGHUP);
-}
-
-void StormTest::signalModule()
-{
-    const int signals[] = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
-    const QString name = any(m_names);
-    const int signal = any(signals);
-    if (signal == SIGSTOP && name == QLatin1String("SettingsManager")) {
-        return; // a question to it would hold the daemon for as long as D-Bus lets it
-    }
-    const QList<pid_t> pids = m_terminal->modules().value(name);
-    if (!pids.isEmpty()) {
-        kill(pids.first(), signal);
-    }
-}
-
-void StormTest::changeManners()
-{
-    const QString name = any(m_names);
-    const QString manner = QString::fromLatin1(any(manners));
-    m_terminal->addArguments(name, manner.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-}
-
-void StormTest::endDaemon()
-{
-    m_endAsked = true;
-    // One signal is taken in the life of a daemon.
-    if (m_signalTaken || upTo(1) == 0) {
-        follow(m_terminal->sendAsync(QStringLiteral("stopManager")));
-    } else {
-        m_signalTaken = true;
-        kill(m_terminal->pid(), SIGTERM);
-    }
-}
-
-/// After each order: nothing runs twice, the daemon answers, and when it has ended there is a reason.
-void StormTest::watch()
-{
-    const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
-    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
-        QVERIFY2(module->size() == 1, qPrintable(module.key() + QStringLiteral(" runs twice")));
-    }
-    if (!m_terminal->isUp()) {
-        watchEnd();
-        return;
-    }
-    if (!m_asked) {
-        m_asked = true;
-        auto *question = new QDBusPendingCallWatcher(m_terminal->sendAsync(QStringLiteral("getStepInfra")), this);
-        connect(question, &QDBusPendingCallWatcher::finished, this, [this, question] {
-            m_asked = false;
-            m_answered.restart();
-            question->deleteLater();
-        });
-    }
-    QVERIFY2(m_answered.elapsed() < longestSilence, "no answer any more");
-}
-
-void StormTest::watchEnd()
-{
-    // It also gives up by itself when the web client never shows its presentation.
-    const bool gaveUp = m_terminal->logCount(QStringLiteral("Webapp timeout")) > 0;
-    QCOMPARE(m_terminal->end(0), 0);
-    QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
-    const QStringList left = m_terminal->leftBehind();
-    QVERIFY2(left.isEmpty(), qPrintable(left.join(QStringLiteral(", "))));
-    ++m_ends;
-    m_endAsked = false;
-    m_signalTaken = false;
-    m_terminal->start();
-    QVERIFY(Terminal::wait([this] { return !m_terminal->states().isEmpty(); }));
-    m_answered.restart();
-}
-
-void StormTest::calmDown()
-{
-    const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
-    for (const QList<pid_t> &pids : modules) {
-        kill(pids.first(), SIGCONT);
-    }
-    for (const QString &name : qAsConst(m_names)) {
-        m_terminal->addArguments(name, {});
-    }
-    // An end that was asked for last may still be under way.
-    QTest::qWait(m_endAsked ? 5000 : 0);
-    watch();
-    for (QDBusPendingCall &call : m_calls) {
-        QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
-    }
-}
-
-void StormTest::storm()
-{
-    qInfo("storm --seed %u --seconds %d", m_seed, m_seconds);
-    m_terminal = std::make_unique<Terminal>(calmTerminal);
-    const auto cleared = qScopeGuard([this] { m_terminal.reset(); });
-    m_terminal->setDaemon(QStringLiteral(QUICK_DAEMON));
-    m_terminal->standIn(QStringLiteral("/sbin/reboot"));
-    m_terminal->standIn(QStringLiteral("/usr/bin/jpg2fb"));
-    registerDBusSetting();
-    bool calm = true;
-    connect(m_terminal.get(), &Terminal::event, this, [&](const QString &name) {
-        if (name == QLatin1String("checkMandatorySettings") && (calm || upTo(3) > 0)) {
-            m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"), {{QStringLiteral("reboot"), false}});
-        }
-    });
-    m_terminal->start();
-    QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
-    m_names = m_terminal->modules().keys();
-    const int descriptors = Processes::descriptors(m_terminal->pid()).size();
-
-    const std::pair<int, Order> orders[] = {{30, &StormTest::call},         {8, &StormTest::restart},
-                                            {2, &StormTest::vanish},        {20, &StormTest::spoofProgress},
-                                            {10, &StormTest::spoofControl}, {1, &StormTest::hangUp},
-                                            {20, &StormTest::signalModule}, {8, &StormTest::changeManners}};
-    std::vector<Order> drawn;
-    for (const auto &[weight, order] : orders) {
-        drawn.insert(drawn.end(), size_t(weight), order);
-    }
-    calm = false;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    m_answered.start();
-    while (elapsed.elapsed() < m_seconds * 1000LL) {
-        for (int burst = upTo(3); burst >= 0; --burst) {
-            (this->*(upTo(1500) == 0 ? &StormTest::endDaemon : any(drawn)))();
-        }
-        // Sometimes a breath that lets a start get through.
-        QTest::qWait(upTo(9) == 0 ? upTo(300) : upTo(6));
-        watch();
-        if (QTest::currentTestFailed()) {
-            return;
-        }
-        m_terminal->forgetEvents();
-    }
-
-    calm = true;
-    calmDown();
-    if (QTest::currentTestFailed()) {
-        return;
-    }
-    QCOMPARE(m_terminal->call(QStringLiteral("restart")), QString());
-    QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
-    QCOMPARE(m_terminal->modules().keys(), m_names);
-    // Nor are there dead ones that nobody has reaped.
-    QCOMPARE(Processes::children(m_terminal->pid()).size(), m_names.size());
-    QCOMPARE(Processes::descriptors(m_terminal->pid()).size(), descriptors);
-    QCOMPARE(Processes::figure(m_terminal->pid(), "status", "Threads"), 2);
-    endDaemon();
-    QCOMPARE(m_terminal->end(0), 0);
-    const auto count = [this](const char *text) { return m_terminal->logCount(QLatin1String(text)); };
-    qInfo("%d calls, %d launches, %d crashes, %d kills after a time-out, %d rebuilds, %d ends", int(m_calls.size()),
-          count("PID of :"), count("Terminal will reboot now"), count("[timeout]"), count("Clear all lists"), m_ends);
-}
 
 int main(int argc, char **argv)
 {
@@ -390,7 +364,8 @@ int main(int argc, char **argv)
     // Qt Test would end a longer storm.
     qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((seconds + 300) * 1000));
     StormTest test(seed, seconds);
-    return runTest(test, int(others.size()), others.data());
+    const QCoreApplication application(argc, argv);
+    return QTest::qExec(&test, int(others.size()), others.data());
 }
 
 #include "StormTest.moc"

@@ -1,13 +1,13 @@
 #include "ApplicationRecord.h"
+#include "DataTable.h"
 #include "FakeSupervisor.h"
 #include "InitStepChain.h"
 #include "InitStepFile.h"
-#include "LeftBehind.h"
 #include "RootDir.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
+#include <ctime>
 #include <limits>
 
 namespace {
@@ -49,272 +49,172 @@ class StepsTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void chain_data();
-    void chain();
-    void forest_data();
-    void forest();
-    void ladderIsQuick();
-    void emptyEntries();
-    void destroyedNodeLeavesNoLink();
+    void init() { m_root.keepLog(); }
+    void chain_data()
+    {
+        columns<QByteArray, QString, QString, QString>("elements", "chain", "last", "line");
+
+        const auto steps = [](const char *text) {
+            QByteArray xml;
+            for (const QByteArray &step : QByteArray(text).split(' ')) {
+                xml += "<step name=\"" + step.split('=')[0] + "\" value=\"" + step.split('=')[1] + "\"/>";
+            }
+            return xml;
+        };
+        row("low", steps("a=1 b=2 c=3"), "a=1 b=2 c=3 default=5", "default", "");
+        row("high", steps("a=10 b=20"), "a=10 b=20 default=21", "default", "");
+        row("one", steps("a=1"), "a=1 default=5", "default", "");
+        row("none", QByteArray(), "default=5", "default", "");
+        row("one at the default's place", steps("a=5"), "a=5", "a", "Two steps with same value [5]");
+        row("own default", steps("default=3 b=4"), "default=3 b=4", "b", "");
+        row("between", steps("a=1 b=9 c=4"), "a=1 c=4 b=9 default=10", "default", "");
+        row("between, and then out of reach", steps("a=1 b=9 c=5 d=3"), "a=1 c=5 b=9 default=10", "default", "");
+        row("below the head", steps("b=5 a=1"), "a=1 b=5", "a", "Two steps with same value [5]");
+        row("below the head, then on", steps("b=5 a=1 c=9"), "a=1 c=9 default=10", "default", "");
+        row("same name", steps("a=1 a=2"), "a=1 default=5", "default", "Two steps with same name [a]");
+        row("no number", steps("a=x b=1"), "a=0 b=1 default=5", "default", "");
+        row("incomplete", QByteArray("<step name=\"a\"/><step value=\"1\"/><stop name=\"b\" value=\"2\"/>"),
+            "default=5", "default", "");
+        row("greatest", steps("a=1 b=2147483647"), "a=1 b=2147483647", "b", "Two steps with same value [2147483647]");
+        row("home page",
+            QByteArray("<step name=\"a\" value=\"1\" show_homepage=\"True\"/>"
+                       "<step name=\"b\" value=\"2\" show_homepage=\"true\"/>"),
+            "a=1 b=2! default=5", "default", "");
+    }
+
+    void chain()
+    {
+        QFETCH(QByteArray, elements);
+        QFETCH(QString, chain);
+        QFETCH(QString, last);
+        QFETCH(QString, line);
+        m_root.write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"),
+                     "<initStep>" + elements + "</initStep>");
+        FakeSupervisor supervisor;
+        InitStepChain steps(supervisor);
+        QVERIFY(parseInitStep(steps, manager));
+        QStringList found;
+        for (const InitStep *step = steps.firstStep; step; step = step->getNext()) {
+            found << QStringLiteral("%1=%2%3")
+                         .arg(step->getName())
+                         .arg(step->getValue())
+                         .arg(step->getShowHomepage() ? QStringLiteral("!") : QString());
+        }
+        QCOMPARE(found.join(QLatin1Char(' ')), chain);
+        QCOMPARE(steps.last()->getName(), last);
+        QVERIFY(!m_root.log().filter(line).isEmpty());
+        QVERIFY(parseInitStep(steps, manager));
+    }
+
+    void forest_data()
+    {
+        columns<QString, QString, QString, QString>("modules", "roots", "sons", "line");
+
+        row("none", "", "", "", "building s tree modules OK");
+        row("independent", "B A", "A B", "", "[InitStep] Branch ok : B");
+        row("chain", "A<B B<C C", "C", "B:A C:B", "[InitStep] Branch ok : A;B;C");
+        row("order of the dependencies", "A<C,B B C", "C B", "B:A C:A", "[InitStep] Branch ok : A;C");
+        row("diamond", "A<B,C B<D C<D D", "D", "B:A C:A D:B,C", "[InitStep] Branch ok : A;C;D");
+        row("twice the same", "A<B,B B", "B", "B:A", "[InitStep] Branch ok : A;B");
+        row("missing", "A<X", "-", "", "[InitStep] Module 'A' dependency failed with 'X'");
+        row("missing, deeper", "A<B B<C,X C", "-", "", "[InitStep] Module 'B' dependency failed with 'X'");
+        row("missing and a cycle: the first branch", "A<B,X B<A", "-", "",
+            "[InitStep] Module cyclic dependencies : A;B;A");
+        row("of itself", "A<A", "-", "", "[InitStep] Module cyclic dependencies : A;A");
+        row("cycle below", "A<B B<C C<B", "-", "", "[InitStep] Module cyclic dependencies : A;B;C;B");
+        row("empty name", "A<", "-", "", "[InitStep] Module 'A' dependency failed with ''");
+    }
+
+    void forest()
+    {
+        QFETCH(QString, modules);
+        QFETCH(QString, roots);
+        QFETCH(QString, line);
+        FakeSupervisor supervisor;
+        std::vector<ApplicationRecord> records = recordsOf(modules);
+        InitStep step(QStringLiteral("s"), 1, false, supervisor);
+        for (ApplicationRecord &record : records) {
+            step.insertApplication(&record);
+        }
+        const bool built = step.buildTree();
+        QVERIFY(!m_root.log().filter(line).isEmpty());
+        QCOMPARE(built, roots != QLatin1String("-"));
+        if (!built) {
+            return;
+        }
+        QStringList foundRoots;
+        for (const Module *root : qAsConst(step.roots)) {
+            foundRoots << root->getName();
+        }
+        QStringList foundSons;
+        for (const auto &[name, node] : step.nodes) {
+            const Application::Map below = node->getSons();
+            if (!below.isEmpty()) {
+                foundSons << name + QLatin1Char(':') + QStringList(below.keys()).join(QLatin1Char(','));
+            }
+            for (const Application *son : below) {
+                QVERIFY(son->getParents().value(name) == node.get());
+            }
+        }
+        QCOMPARE(foundRoots.join(QLatin1Char(' ')), roots);
+        QTEST(foundSons.join(QLatin1Char(' ')), "sons");
+        QCOMPARE(int(step.nodes.size()), int(records.size()));
+    }
+
+    // Built and walked at once, though there are more branches than anybody could walk.
+    void ladderIsQuick()
+    {
+        FakeSupervisor supervisor;
+        std::vector<ApplicationRecord> records = recordsOf(ladder(32));
+        InitStep step(QStringLiteral("s"), 1, false, supervisor);
+        for (ApplicationRecord &record : records) {
+            step.insertApplication(&record);
+        }
+        const std::clock_t before = std::clock();
+        QVERIFY(step.buildTree());
+        for (const auto &entry : step.nodes) {
+            entry.second->setState(ModuleState::Running);
+        }
+        QCOMPARE(step.startAll(false), std::numeric_limits<int>::max());
+        for (const auto &entry : step.nodes) {
+            entry.second->setState(ModuleState::Stopping);
+        }
+        QCOMPARE(step.stopAll(false), 0);
+        QCOMPARE(step.nodes.begin()->second->getState(), ModuleState::Stopped);
+        QVERIFY(std::clock() - before < 30 * CLOCKS_PER_SEC);
+    }
+
+    void emptyEntries()
+    {
+        FakeSupervisor supervisor;
+        InitStep step(QStringLiteral("s"), 1, false, supervisor);
+        QVERIFY(!step.startApplication(QStringLiteral("nobody")));
+        QVERIFY(!step.stopApplication(QStringLiteral("nobody"), true));
+        QCOMPARE(step.startAll(true) + step.stopAll(true), 0);
+    }
+
+    void destroyedNodeLeavesNoLink()
+    {
+        std::vector<ApplicationRecord> records = recordsOf(QStringLiteral("A B C"));
+        Application a(&records[0]);
+        auto b = std::make_unique<Application>(&records[1]);
+        Application c(&records[2]);
+        a.addParent(b.get());
+        b->addSon(&a);
+        b->addParent(&c);
+        c.addSon(b.get());
+        c.addSon(nullptr);
+        b.reset();
+        QVERIFY(a.getParents().isEmpty() && c.getSons().isEmpty());
+        Application nobody(nullptr);
+        nobody.setState(ModuleState::Running);
+        QVERIFY(nobody.getState().isEmpty() && nobody.getName().isEmpty());
+    }
 
 private:
-    QString newLog();
-
     RootDir m_root;
-    int m_logRead = 0;
 };
 
-void StepsTest::init()
-{
-    m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), "[log]\nlevel=7\nfile=/log\n");
-    newLog();
-}
-
-QString StepsTest::newLog()
-{
-    const QByteArray log = m_root.read(QStringLiteral("/log")).mid(m_logRead);
-    m_logRead += log.size();
-    return QString::fromUtf8(log);
-}
-
-void StepsTest::chain_data()
-{
-    QTest::addColumn<QByteArray>("elements");
-    QTest::addColumn<QString>("chain");
-    QTest::addColumn<QString>("last");
-    QTest::addColumn<QString>("line");
-
-    const auto steps = [](const char *text) {
-        QByteArray xml;
-        for (const QByteArray &step : QByteArray(text).split(' ')) {
-            xml += "<step name=\"" + step.split('=')[0] + "\" value=\"" + step.split('=')[1] + "\"/>";
-        }
-        return xml;
-    };
-    QTest::newRow("low") << steps("a=1 b=2 c=3") << "a=1 b=2 c=3 default=5"
-                         << "default"
-                         << "";
-    QTest::newRow("high") << steps("a=10 b=20") << "a=10 b=20 default=21"
-                          << "default"
-                          << "";
-    QTest::newRow("one") << steps("a=1") << "a=1 default=5"
-                         << "default"
-                         << "";
-    QTest::newRow("none") << QByteArray() << "default=5"
-                          << "default"
-                          << "";
-    QTest::newRow("one at the default's place") << steps("a=5") << "a=5"
-                                                << "a"
-                                                << "Two steps with same value [5]";
-    QTest::newRow("own default") << steps("default=3 b=4") << "default=3 b=4"
-                                 << "b"
-                                 << "";
-    QTest::newRow("between") << steps("a=1 b=9 c=4") << "a=1 c=4 b=9 default=10"
-                             << "default"
-                             << "";
-    QTest::newRow("between, and then out of reach") << steps("a=1 b=9 c=5 d=3") << "a=1 c=5 b=9 default=10"
-                                                    << "default"
-                                                    << "";
-    QTest::newRow("below the head") << steps("b=5 a=1") << "a=1 b=5"
-                                    << "a"
-                                    << "Two steps with same value [5]";
-    QTest::newRow("below the head, then on") << steps("b=5 a=1 c=9") << "a=1 c=9 default=10"
-                                             << "default"
-                                             << "";
-    QTest::newRow("same name") << steps("a=1 a=2") << "a=1 default=5"
-                               << "default"
-                               << "Two steps with same name [a]";
-    QTest::newRow("no number") << steps("a=x b=1") << "a=0 b=1 default=5"
-                               << "default"
-                               << "";
-    QTest::newRow("incomplete") << QByteArray("<step name=\"a\"/><step value=\"1\"/><stop name=\"b\" value=\"2\"/>")
-                                << "default=5"
-                                << "default"
-                                << "";
-    QTest::newRow("greatest") << steps("a=1 b=2147483647") << "a=1 b=2147483647"
-                              << "b"
-                              << "Two steps with same value [2147483647]";
-    QTest::newRow("home page") << QByteArray("<step name=\"a\" value=\"1\" show_homepage=\"True\"/>"
-                                             "<step name=\"b\" value=\"2\" show_homepage=\"true\"/>")
-                               << "a=1 b=2! default=5"
-                               << "default"
-                               << "";
-}
-
-void StepsTest::chain()
-{
-    QFETCH(QByteArray, elements);
-    QFETCH(QString, chain);
-    QFETCH(QString, last);
-    QFETCH(QString, line);
-    m_root.write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"),
-                 "<initStep>" + elements + "</initStep>");
-    FakeSupervisor supervisor;
-    InitStepChain steps(supervisor);
-    QVERIFY(parseInitStep(steps, manager));
-    QStringList found;
-    for (const InitStep *step = steps.firstStep; step; step = step->getNext()) {
-        found << QStringLiteral("%1=%2%3")
-                     .arg(step->getName())
-                     .arg(step->getValue())
-                     .arg(step->getShowHomepage() ? QStringLiteral("!") : QString());
-    }
-    QCOMPARE(found.join(QLatin1Char(' ')), chain);
-    QCOMPARE(steps.last()->getName(), last);
-    QVERIFY(newLog().contains(line));
-    QVERIFY(parseInitStep(steps, manager));
-}
-
-void StepsTest::forest_data()
-{
-    QTest::addColumn<QString>("modules");
-    QTest::addColumn<QString>("roots");
-    QTest::addColumn<QString>("sons");
-    QTest::addColumn<QString>("line");
-
-    QTest::newRow("none") << ""
-                          << ""
-                          << ""
-                          << "building s tree modules OK";
-    QTest::newRow("independent") << "B A"
-                                 << "A B"
-                                 << ""
-                                 << "[InitStep] Branch ok : B";
-    QTest::newRow("chain") << "A<B B<C C"
-                           << "C"
-                           << "B:A C:B"
-                           << "[InitStep] Branch ok : A;B;C";
-    QTest::newRow("order of the dependencies") << "A<C,B B C"
-                                               << "C B"
-                                               << "B:A C:A"
-                                               << "[InitStep] Branch ok : A;C";
-    QTest::newRow("diamond") << "A<B,C B<D C<D D"
-                             << "D"
-                             << "B:A C:A D:B,C"
-                             << "[InitStep] Branch ok : A;C;D";
-    QTest::newRow("twice the same") << "A<B,B B"
-                                    << "B"
-                                    << "B:A"
-                                    << "[InitStep] Branch ok : A;B";
-    QTest::newRow("missing") << "A<X"
-                             << "-"
-                             << ""
-                             << "[InitStep] Module 'A' dependency failed with 'X'";
-    QTest::newRow("missing, deeper") << "A<B B<C,X C"
-                                     << "-"
-                                     << ""
-                                     << "[InitStep] Module 'B' dependency failed with 'X'";
-    QTest::newRow("missing and a cycle: the first branch") << "A<B,X B<A"
-                                                           << "-"
-                                                           << ""
-                                                           << "[InitStep] Module cyclic dependencies : A;B;A";
-    QTest::newRow("of itself") << "A<A"
-                               << "-"
-                               << ""
-                               << "[InitStep] Module cyclic dependencies : A;A";
-    QTest::newRow("cycle below") << "A<B B<C C<B"
-                                 << "-"
-                                 << ""
-                                 << "[InitStep] Module cyclic dependencies : A;B;C;B";
-    QTest::newRow("empty name") << "A<"
-                                << "-"
-                                << ""
-                                << "[InitStep] Module 'A' dependency failed with ''";
-}
-
-void StepsTest::forest()
-{
-    QFETCH(QString, modules);
-    QFETCH(QString, roots);
-    QFETCH(QString, sons);
-    QFETCH(QString, line);
-    FakeSupervisor supervisor;
-    std::vector<ApplicationRecord> records = recordsOf(modules);
-    InitStep step(QStringLiteral("s"), 1, false, supervisor);
-    for (ApplicationRecord &record : records) {
-        step.insertApplication(&record);
-    }
-    const bool built = step.buildTree();
-    QVERIFY(newLog().contains(line));
-    QCOMPARE(built, roots != QLatin1String("-"));
-    if (!built) {
-        return;
-    }
-    QStringList foundRoots;
-    for (const Module *root : qAsConst(step.roots)) {
-        foundRoots << root->getName();
-    }
-    QStringList foundSons;
-    for (const auto &[name, node] : step.nodes) {
-        const Application::Map below = node->getSons();
-        if (!below.isEmpty()) {
-            foundSons << name + QLatin1Char(':') + QStringList(below.keys()).join(QLatin1Char(','));
-        }
-        for (const Application *son : below) {
-            QVERIFY(son->getParents().value(name) == node.get());
-        }
-    }
-    QCOMPARE(foundRoots.join(QLatin1Char(' ')), roots);
-    QCOMPARE(foundSons.join(QLatin1Char(' ')), sons);
-    QCOMPARE(int(step.nodes.size()), int(records.size()));
-}
-
-// Built and walked at once, though there are more branches than anybody could walk.
-void StepsTest::ladderIsQuick()
-{
-    FakeSupervisor supervisor;
-    std::vector<ApplicationRecord> records = recordsOf(ladder(32));
-    InitStep step(QStringLiteral("s"), 1, false, supervisor);
-    for (ApplicationRecord &record : records) {
-        step.insertApplication(&record);
-    }
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(step.buildTree());
-    for (const auto &entry : step.nodes) {
-        entry.second->setState(ModuleState::Running);
-    }
-    QCOMPARE(step.startAll(false), std::numeric_limits<int>::max());
-    for (const auto &entry : step.nodes) {
-        entry.second->setState(ModuleState::Stopping);
-    }
-    QCOMPARE(step.stopAll(false), 0);
-    QCOMPARE(step.nodes.begin()->second->getState(), ModuleState::Stopped);
-    QVERIFY(timer.elapsed() < 30000);
-}
-
-void StepsTest::emptyEntries()
-{
-    FakeSupervisor supervisor;
-    InitStep step(QStringLiteral("s"), 1, false, supervisor);
-    QVERIFY(!step.startApplication(QStringLiteral("nobody")));
-    QVERIFY(!step.stopApplication(QStringLiteral("nobody"), true));
-    QCOMPARE(step.startAll(true) + step.stopAll(true), 0);
-}
-
-void StepsTest::destroyedNodeLeavesNoLink()
-{
-    std::vector<ApplicationRecord> records = recordsOf(QStringLiteral("A B C"));
-    Application a(&records[0]);
-    auto b = std::make_unique<Application>(&records[1]);
-    Application c(&records[2]);
-    a.addParent(b.get());
-    b->addSon(&a);
-    b->addParent(&c);
-    c.addSon(b.get());
-    c.addSon(nullptr);
-    b.reset();
-    QVERIFY(a.getParents().isEmpty() && c.getSons().isEmpty());
-    Application nobody(nullptr);
-    nobody.setState(ModuleState::Running);
-    QVERIFY(nobody.getState().isEmpty() && nobody.getName().isEmpty());
-}
-
-int main(int argc, char **argv)
-{
-    StepsTest test;
-    return runTest(test, argc, argv);
-}
+QTEST_GUILESS_MAIN(StepsTest)
 
 #include "StepsTest.moc"

@@ -1,8 +1,8 @@
 #include "Module.h"
 
 #include "ApplicationRecord.h"
+#include "DataTable.h"
 #include "FakeSupervisor.h"
-#include "LeftBehind.h"
 #include "RootDir.h"
 
 #include <QElapsedTimer>
@@ -12,8 +12,8 @@
 #include <QTimer>
 
 #include <csignal>
+#include <ctime>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 
 namespace {
@@ -46,14 +46,6 @@ private:
     ModuleLimits m_limits;
 };
 
-qint64 processorTime()
-{
-    rusage usage = {};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_utime.tv_sec * 1000LL + usage.ru_utime.tv_usec / 1000 + usage.ru_stime.tv_sec * 1000LL
-        + usage.ru_stime.tv_usec / 1000;
-}
-
 } // namespace
 
 class ModuleTest : public QObject
@@ -61,214 +53,186 @@ class ModuleTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void wait_data();
-    void wait();
-    void nestedWaits();
-    void missingProgram();
-    void releasedByStop();
-    void startAfterKill();
-    void startsOnlyOnce();
-    void nothingToStop();
-    void presentationTimer();
+    void init()
+    {
+        m_root.keepLog();
+        m_record = ApplicationRecord();
+        m_record.setName(QStringLiteral("M"));
+        makeModule();
+    }
+
+    void wait_data()
+    {
+        columns<int, int, int>("reachedAfter", "limit", "outcome");
+        const auto reached = int(WaitLoop::Outcome::Reached);
+        const auto timedOut = int(WaitLoop::Outcome::TimedOut);
+        row("at once", 0, -1, reached);
+        row("later", 100, -1, reached);
+        row("in time", 100, 5000, reached);
+        row("never", -1, 150, timedOut);
+        row("too late", 400, 150, timedOut);
+        row("no time", 0, 0, timedOut);
+    }
+
+    void wait()
+    {
+        QFETCH(int, reachedAfter);
+        QFETCH(int, limit);
+        QFETCH(int, outcome);
+        WaitLoop waits;
+        QSignalSpy idle(&waits, &WaitLoop::idle);
+        bool reached = reachedAfter == 0;
+        QTimer timer;
+        timer.setTimerType(Qt::PreciseTimer);
+        connect(&timer, &QTimer::timeout, this, [&] { reached = true; });
+        if (reachedAfter > 0) {
+            timer.start(reachedAfter);
+        }
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const std::clock_t before = std::clock();
+        QCOMPARE(int(waits.waitUntil([&] { return reached; }, limit)), outcome);
+        QVERIFY(elapsed.elapsed() + 1
+                >= qMin(limit < 0 ? reachedAfter : limit, reachedAfter < 0 ? limit : reachedAfter));
+        QVERIFY2(std::clock() - before < CLOCKS_PER_SEC / 20, "a wait sleeps");
+        QCOMPARE(idle.count(), reachedAfter == 0 ? 0 : 1);
+        QCOMPARE(waits.depth(), 0);
+    }
+
+    void nestedWaits()
+    {
+        WaitLoop waits;
+        QSignalSpy idle(&waits, &WaitLoop::idle);
+        bool lower = false;
+        bool upper = false;
+        int deepest = 0;
+        QTimer::singleShot(10, this, [&] {
+            // The lower condition comes true while the upper wait is on the stack, which sleeps on all the same.
+            QTimer::singleShot(10, this, [&] { lower = true; });
+            QTimer::singleShot(200, this, [&] { upper = true; });
+            const std::clock_t before = std::clock();
+            QVERIFY(waits.waitUntil([&] {
+                deepest = qMax(deepest, waits.depth());
+                return upper;
+            }) == WaitLoop::Outcome::Reached);
+            QVERIFY(std::clock() - before < CLOCKS_PER_SEC / 20);
+            QCOMPARE(idle.count(), 0);
+        });
+        QVERIFY(waits.waitUntil([&] { return lower; }) == WaitLoop::Outcome::Reached);
+        QVERIFY(upper);
+        QCOMPARE(deepest, 2);
+        QCOMPARE(idle.count(), 1);
+    }
+
+    void missingProgram()
+    {
+        ShortSupervisor supervisor;
+        QVERIFY(QFile::remove(m_root.path(QStringLiteral("/usr/lib/JovApplication/M"))));
+        Module module(&m_record, supervisor);
+        QVERIFY(!module.start());
+        QCOMPARE(module.getState(), ModuleState::Starting);
+        QVERIFY(!module.start());
+        QVERIFY(!module.stop());
+        makeModule();
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+    }
+
+    void releasedByStop()
+    {
+        ShortSupervisor supervisor;
+        Module module(&m_record, supervisor);
+        QTimer::singleShot(50, this, [&] { ++supervisor.generation; });
+        QVERIFY(!module.start());
+        QCOMPARE(supervisor.events, QStringList{QStringLiteral("init_message")});
+    }
+
+    // The new process begins when the killed one has been reaped, and the old end is not taken for the new one's.
+    void startAfterKill()
+    {
+        ShortSupervisor supervisor;
+        Module module(&m_record, supervisor);
+        QSignalSpy crashed(&module, &Module::sig_crashed);
+        pid_t first = 0;
+        QTimer::singleShot(20, this, [&] {
+            first = m_record.getID().toInt();
+            QVERIFY(!module.stop());
+            QTimer::singleShot(50, &module, &Module::slot_endOfInit);
+            QVERIFY(module.start());
+            // It is not our child any more, not even a dead one.
+            QVERIFY(waitpid(first, nullptr, WNOHANG) == -1);
+        });
+        QVERIFY(!module.start());
+        QVERIFY(module.getState() == ModuleState::Running && m_record.getID().toInt() != first);
+        QTest::qWait(50);
+        QCOMPARE(module.getState(), ModuleState::Running);
+        QCOMPARE(kill(m_record.getID().toInt(), 0), 0);
+        QCOMPARE(crashed.count(), 0);
+    }
+
+    void startsOnlyOnce()
+    {
+        ShortSupervisor supervisor;
+        Module module(&m_record, supervisor);
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+        kill(m_record.getID().toInt(), SIGSTOP);
+        supervisor.onEvent = [&](const QString &event) {
+            if (event == QLatin1String("stop_module_M")) {
+                // The second stop kills it; both starts then wait for its end.
+                QTimer::singleShot(0, this, [&] {
+                    QVERIFY(!module.stop());
+                    QTimer::singleShot(0, this, [&] { QVERIFY(!module.start()); });
+                    QTimer::singleShot(50, &module, &Module::slot_endOfInit);
+                    module.start();
+                });
+            }
+        };
+        module.stop();
+        QTRY_COMPARE(supervisor.events.count(QStringLiteral("init_message")), 2);
+    }
+
+    // Somebody else's announcement can make a module "RUNNING" that has no process.
+    void nothingToStop()
+    {
+        ShortSupervisor supervisor;
+        Module module(&m_record, supervisor);
+        module.slot_endOfInit();
+        QCOMPARE(module.getState(), ModuleState::Running);
+        QVERIFY(module.stop());
+        QCOMPARE(module.getState(), ModuleState::Stopped);
+    }
+
+    // Only the first deadline counts, and after the presentation there is none.
+    void presentationTimer()
+    {
+        ShortSupervisor supervisor;
+        m_record.setName(QStringLiteral("JovWebClient"));
+        Module module(&m_record, supervisor);
+        module.presentationReady();
+        QCOMPARE(module.getState(), ModuleState::Stopped);
+        module.slot_endOfInit();
+        module.slot_endOfInit();
+        module.presentationReady();
+        module.presentationReady();
+        QCOMPARE(module.getState(), ModuleState::Running);
+        QTest::qWait(200);
+        QVERIFY(supervisor.calls.isEmpty());
+        module.slot_endOfInit();
+        QTRY_COMPARE(supervisor.calls, QStringList{QStringLiteral("stopManager")});
+        QCOMPARE(module.getState(), ModuleState::Stopped);
+        module.slot_webapp_timeout();
+        QCOMPARE(supervisor.calls.size(), 1);
+    }
 
 private:
     /// The module's program sleeps; it ends, with this status, when it is killed or told so.
-    void makeModule(const QByteArray &commands = "exec sleep 1000");
+    void makeModule() const { m_root.writeScript(QStringLiteral("/usr/lib/JovApplication/M"), "exec sleep 1000"); }
 
     RootDir m_root;
     ApplicationRecord m_record;
 };
 
-void ModuleTest::init()
-{
-    m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), "[log]\nlevel=7\nfile=/log\n");
-    m_record = ApplicationRecord();
-    m_record.setName(QStringLiteral("M"));
-    makeModule();
-}
-
-void ModuleTest::makeModule(const QByteArray &commands)
-{
-    const QString path = QStringLiteral("/usr/lib/JovApplication/M");
-    m_root.write(path, "#!/bin/sh\n" + commands + '\n');
-    QFile::setPermissions(m_root.path(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-}
-
-void ModuleTest::wait_data()
-{
-    QTest::addColumn<int>("reachedAfter");
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<int>("outcome");
-
-    const auto row = [](const char *name, int reachedAfter, int limit, WaitLoop::Outcome outcome) {
-        QTest::newRow(name) << reachedAfter << limit << int(outcome);
-    };
-    row("at once", 0, -1, WaitLoop::Outcome::Reached);
-    row("later", 100, -1, WaitLoop::Outcome::Reached);
-    row("in time", 100, 5000, WaitLoop::Outcome::Reached);
-    row("never", -1, 150, WaitLoop::Outcome::TimedOut);
-    row("too late", 400, 150, WaitLoop::Outcome::TimedOut);
-    row("no time", 0, 0, WaitLoop::Outcome::TimedOut);
-}
-
-void ModuleTest::wait()
-{
-    QFETCH(int, reachedAfter);
-    QFETCH(int, limit);
-    QFETCH(int, outcome);
-    WaitLoop waits;
-    QSignalSpy idle(&waits, &WaitLoop::idle);
-    bool reached = reachedAfter == 0;
-    QTimer timer;
-    timer.setTimerType(Qt::PreciseTimer);
-    connect(&timer, &QTimer::timeout, this, [&] { reached = true; });
-    if (reachedAfter > 0) {
-        timer.start(reachedAfter);
-    }
-    QElapsedTimer elapsed;
-    elapsed.start();
-    const qint64 before = processorTime();
-    QCOMPARE(int(waits.waitUntil([&] { return reached; }, limit)), outcome);
-    QVERIFY(elapsed.elapsed() + 1 >= qMin(limit < 0 ? reachedAfter : limit, reachedAfter < 0 ? limit : reachedAfter));
-    QVERIFY2(processorTime() - before < 50, "a wait sleeps");
-    QCOMPARE(idle.count(), reachedAfter == 0 ? 0 : 1);
-    QCOMPARE(waits.depth(), 0);
-}
-
-void ModuleTest::nestedWaits()
-{
-    WaitLoop waits;
-    QSignalSpy idle(&waits, &WaitLoop::idle);
-    bool lower = false;
-    bool upper = false;
-    int deepest = 0;
-    QTimer::singleShot(10, this, [&] {
-        // The lower condition comes true while the upper wait is on the stack, which sleeps on all the same.
-        QTimer::singleShot(10, this, [&] { lower = true; });
-        QTimer::singleShot(200, this, [&] { upper = true; });
-        const qint64 before = processorTime();
-        QVERIFY(waits.waitUntil([&] {
-            deepest = qMax(deepest, waits.depth());
-            return upper;
-        }) == WaitLoop::Outcome::Reached);
-        QVERIFY(processorTime() - before < 50);
-        QCOMPARE(idle.count(), 0);
-    });
-    QVERIFY(waits.waitUntil([&] { return lower; }) == WaitLoop::Outcome::Reached);
-    QVERIFY(upper);
-    QCOMPARE(deepest, 2);
-    QCOMPARE(idle.count(), 1);
-}
-
-void ModuleTest::missingProgram()
-{
-    ShortSupervisor supervisor;
-    QVERIFY(QFile::remove(m_root.path(QStringLiteral("/usr/lib/JovApplication/M"))));
-    Module module(&m_record, supervisor);
-    QVERIFY(!module.start());
-    QCOMPARE(module.getState(), ModuleState::Starting);
-    QVERIFY(!module.start());
-    QVERIFY(!module.stop());
-    makeModule();
-    QTimer::singleShot(0, &module, &Module::slot_endOfInit);
-    QVERIFY(module.start());
-}
-
-void ModuleTest::releasedByStop()
-{
-    ShortSupervisor supervisor;
-    Module module(&m_record, supervisor);
-    QTimer::singleShot(50, this, [&] { ++supervisor.generation; });
-    QVERIFY(!module.start());
-    QCOMPARE(supervisor.events, QStringList{QStringLiteral("init_message")});
-}
-
-// The new process begins when the killed one has been reaped, and the old end is not taken for the new one's.
-void ModuleTest::startAfterKill()
-{
-    ShortSupervisor supervisor;
-    Module module(&m_record, supervisor);
-    QSignalSpy crashed(&module, &Module::sig_crashed);
-    pid_t first = 0;
-    QTimer::singleShot(20, this, [&] {
-        first = m_record.getID().toInt();
-        QVERIFY(!module.stop());
-        QTimer::singleShot(50, &module, &Module::slot_endOfInit);
-        QVERIFY(module.start());
-        // It is not our child any more, not even a dead one.
-        QVERIFY(waitpid(first, nullptr, WNOHANG) == -1);
-    });
-    QVERIFY(!module.start());
-    QVERIFY(module.getState() == ModuleState::Running && m_record.getID().toInt() != first);
-    QTest::qWait(50);
-    QCOMPARE(module.getState(), ModuleState::Running);
-    QCOMPARE(kill(m_record.getID().toInt(), 0), 0);
-    QCOMPARE(crashed.count(), 0);
-}
-
-void ModuleTest::startsOnlyOnce()
-{
-    ShortSupervisor supervisor;
-    Module module(&m_record, supervisor);
-    QTimer::singleShot(0, &module, &Module::slot_endOfInit);
-    QVERIFY(module.start());
-    kill(m_record.getID().toInt(), SIGSTOP);
-    supervisor.onEvent = [&](const QString &event) {
-        if (event == QLatin1String("stop_module_M")) {
-            // The second stop kills it; both starts then wait for its end.
-            QTimer::singleShot(0, this, [&] {
-                QVERIFY(!module.stop());
-                QTimer::singleShot(0, this, [&] { QVERIFY(!module.start()); });
-                QTimer::singleShot(50, &module, &Module::slot_endOfInit);
-                module.start();
-            });
-        }
-    };
-    module.stop();
-    QTRY_COMPARE(supervisor.events.count(QStringLiteral("init_message")), 2);
-}
-
-// Somebody else's announcement can make a module "RUNNING" that has no process.
-void ModuleTest::nothingToStop()
-{
-    ShortSupervisor supervisor;
-    Module module(&m_record, supervisor);
-    module.slot_endOfInit();
-    QCOMPARE(module.getState(), ModuleState::Running);
-    QElapsedTimer timer;
-    timer.start();
-    module.stop();
-    QVERIFY(timer.elapsed() < 200);
-    QCOMPARE(module.getState(), ModuleState::Stopped);
-}
-
-// Only the first deadline counts, and after the presentation there is none.
-void ModuleTest::presentationTimer()
-{
-    ShortSupervisor supervisor;
-    m_record.setName(QStringLiteral("JovWebClient"));
-    Module module(&m_record, supervisor);
-    module.presentationReady();
-    QCOMPARE(module.getState(), ModuleState::Stopped);
-    module.slot_endOfInit();
-    module.slot_endOfInit();
-    module.presentationReady();
-    module.presentationReady();
-    QCOMPARE(module.getState(), ModuleState::Running);
-    QTest::qWait(200);
-    QVERIFY(supervisor.calls.isEmpty());
-    module.slot_endOfInit();
-    QTRY_COMPARE(supervisor.calls, QStringList{QStringLiteral("stopManager")});
-    QCOMPARE(module.getState(), ModuleState::Stopped);
-    module.slot_webapp_timeout();
-    QCOMPARE(supervisor.calls.size(), 1);
-}
-
-int main(int argc, char **argv)
-{
-    ModuleTest test;
-    return runTest(test, argc, argv);
-}
+QTEST_GUILESS_MAIN(ModuleTest)
 
 #include "ModuleTest.moc"

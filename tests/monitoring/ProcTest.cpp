@@ -1,3 +1,4 @@
+#include "DataTable.h"
 #include "ProcParser.h"
 #include "ProcReader.h"
 #include "RootDir.h"
@@ -6,6 +7,7 @@
 #include <QtTest>
 
 #include <csignal>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,155 +31,132 @@ class ProcTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void fieldSum_data();
-    void fieldSum();
-    void ticks_data();
-    void ticks();
-    void memoryInformation();
-    void strangeFile_data();
-    void strangeFile();
-    void realProcess();
-    void signalsDoNotShortenTheMeasurement();
+    void fieldSum_data()
+    {
+        columns<QByteArray, QByteArray, qint64>("text", "field", "expected");
+        const QByteArray mappings =
+            "00-10 r-xp 00 fe:01 12 /lib/a\nRss:   12 kB\nPss: 7 kB\nRss: 30 kB\nRssAnon: 5\nXRss: 5\nrss: 5\n";
+        row("all lines", mappings, QByteArray("Rss"), Q_INT64_C(42));
+        row("no such field", mappings, QByteArray("Shared"), Q_INT64_C(0));
+        row("beginning of a name", mappings, QByteArray("Rs"), Q_INT64_C(0));
+        row("name over two lines", mappings, QByteArray("12 kB\nPss"), Q_INT64_C(0));
+        row("no field", QByteArray(":5\na:6\n::7"), QByteArray(), Q_INT64_C(12));
+        row("no digits", QByteArray("A: none\nA:\nA: 4\n"), QByteArray("A"), Q_INT64_C(4));
+        row("first digits, wherever", QByteArray("A:x-12,34 5\nA\n"), QByteArray("A"), Q_INT64_C(12));
+        row("first digits in the name", QByteArray("4:memory:/a9\n4: 5\n"), QByteArray("4"), Q_INT64_C(8));
+        row("no line feed at the end", QByteArray("B: 1\nA: 12"), QByteArray("A"), Q_INT64_C(12));
+        row("over 32 bits", QByteArray("A: 3000000000\nA: 3000000000\n"), QByteArray("A"), Q_INT64_C(6000000000));
+        row("over 64 bits", "A: 9" + QByteArray(40, '9') + "\nA: 1\n", QByteArray("A"), ProcParser::maxFigure);
+    }
+
+    void fieldSum()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, field);
+        for (int piece = 1; piece <= text.size(); ++piece) {
+            ProcParser::FieldSum sum(field);
+            for (int start = 0; start < text.size(); start += piece) {
+                const QByteArray part = text.mid(start, piece);
+                sum.add(part.constData(), std::size_t(part.size()));
+            }
+            QTEST(sum.total(), "expected");
+        }
+    }
+
+    void ticks_data()
+    {
+        columns<QByteArray, qint64>("text", "expected");
+        row("plain", statText("sh", 30), Q_INT64_C(1234));
+        row("name with blanks and parentheses", statText("a) S 1 (b c", 30), Q_INT64_C(1234));
+        row("just enough", statText("sh", 1).trimmed(), Q_INT64_C(1234));
+        row("too few", statText("sh", 0).trimmed(), Q_INT64_C(0));
+        row("too few without a name", QByteArray("1 2 3\n4) (5"), Q_INT64_C(0));
+        row("empty", QByteArray(), Q_INT64_C(0));
+    }
+
+    void ticks()
+    {
+        QFETCH(QByteArray, text);
+        QTEST(ProcParser::processTicks(text), "expected");
+    }
+
+    void memoryInformation()
+    {
+        const ProcReader reader(m_root.path());
+        QCOMPARE(reader.getTotalMemory(), 0);
+        m_root.write(QStringLiteral("/meminfo"), "MemTotal:\nMemFree:      123 kB\nMemTotal:  5000000000 kB\n");
+        QCOMPARE(reader.totalMemory(), Q_INT64_C(5000000000));
+        QCOMPARE(reader.getTotalMemory(), std::numeric_limits<int>::max());
+        QCOMPARE(reader.getFreeMemory(), 123);
+    }
+
+    void strangeFile_data()
+    {
+        columns<QString, int>("file", "expected");
+        row("status", "status", 7);
+        row("task/8//status", "task/8//status", 8);
+        for (const char *refused : {"", "task", "missing", "status/more", "../meminfo", "task/../status",
+                                    "task/8/root/status", "link", "pipe", "endless"}) {
+            row(refused, refused, 0);
+        }
+    }
+
+    void strangeFile()
+    {
+        const QString process = QStringLiteral("/42/");
+        m_root.write(QStringLiteral("/meminfo"), "Rss: 9\n");
+        m_root.write(process + QStringLiteral("status"), "Rss: 7\n");
+        m_root.write(process + QStringLiteral("task/8/status"), "Rss: 8\n");
+        m_root.write(process + QStringLiteral("endless"), "Rss: 7\n");
+        QCOMPARE(
+            ::truncate(QFile::encodeName(m_root.path(process + QStringLiteral("endless"))).constData(), off_t(1) << 40),
+            0);
+        // Links and pipes of an earlier row are as good.
+        const QByteArray pipe = QFile::encodeName(m_root.path(process + QStringLiteral("pipe")));
+        if (::mkfifo(pipe.constData(), 0600) == 0) {
+            m_root.link(process + QStringLiteral("link"), QStringLiteral("status"));
+            m_root.link(process + QStringLiteral("task/8/root"), m_root.path(process));
+        }
+        QFETCH(QString, file);
+        QTEST(ProcReader(m_root.path()).getMemoryUsage(QStringLiteral("42"), file, QStringLiteral("Rss")), "expected");
+        QCOMPARE(ProcReader(m_root.path()).getMemoryUsage(QString(), process + file, QStringLiteral("Rss")), 0);
+    }
+
+    void realProcess()
+    {
+        const ProcReader reader;
+        const int resident = reader.getMemoryUsage(ownPid);
+        const int size = reader.getMemoryUsage(ownPid, QStringLiteral("status"), QStringLiteral("VmSize"));
+        QVERIFY2(resident > 1000 && resident < size, qPrintable(QStringLiteral("%1 of %2").arg(resident).arg(size)));
+        QVERIFY(reader.getFreeMemory() > 0 && reader.getFreeMemory() < reader.getTotalMemory());
+        QCOMPARE(reader.getMemoryUsage(ownPid, QStringLiteral("mem"), QStringLiteral("x")), 0);
+
+        const qint64 ticks = reader.getProcessTicks(ownPid);
+        // Of work worth five ticks at least three are seen.
+        for (const std::clock_t before = std::clock(); std::clock() - before < CLOCKS_PER_SEC / 20;) { }
+        QVERIFY(reader.getProcessTicks(ownPid) >= ticks + 3);
+    }
+
+    void signalsDoNotShortenTheMeasurement()
+    {
+        struct sigaction action = {};
+        action.sa_handler = [](int) {};
+        ::sigaction(SIGALRM, &action, nullptr);
+        const itimerval often = {{0, 5000}, {0, 5000}};
+        ::setitimer(ITIMER_REAL, &often, nullptr);
+        QElapsedTimer timer;
+        timer.start();
+        const double usage = ProcReader().getCpuUsage(ownPid, std::chrono::milliseconds(100));
+        const qint64 elapsed = timer.elapsed();
+        const itimerval never = {};
+        ::setitimer(ITIMER_REAL, &never, nullptr);
+        QVERIFY(elapsed >= 100);
+        QVERIFY2(usage >= 0 && usage < 0.5, qPrintable(QString::number(usage)));
+    }
 
 private:
     RootDir m_root;
 };
-
-void ProcTest::fieldSum_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("field");
-    QTest::addColumn<qint64>("expected");
-    const QByteArray mappings =
-        "00-10 r-xp 00 fe:01 12 /lib/a\nRss:   12 kB\nPss: 7 kB\nRss: 30 kB\nRssAnon: 5\nXRss: 5\nrss: 5\n";
-    QTest::newRow("all lines") << mappings << QByteArray("Rss") << Q_INT64_C(42);
-    QTest::newRow("no such field") << mappings << QByteArray("Shared") << Q_INT64_C(0);
-    QTest::newRow("beginning of a name") << mappings << QByteArray("Rs") << Q_INT64_C(0);
-    QTest::newRow("name over two lines") << mappings << QByteArray("12 kB\nPss") << Q_INT64_C(0);
-    QTest::newRow("no field") << QByteArray(":5\na:6\n::7") << QByteArray() << Q_INT64_C(12);
-    QTest::newRow("no digits") << QByteArray("A: none\nA:\nA: 4\n") << QByteArray("A") << Q_INT64_C(4);
-    QTest::newRow("first digits, wherever") << QByteArray("A:x-12,34 5\nA\n") << QByteArray("A") << Q_INT64_C(12);
-    QTest::newRow("no line feed at the end") << QByteArray("B: 1\nA: 12") << QByteArray("A") << Q_INT64_C(12);
-    QTest::newRow("over 32 bits") << QByteArray("A: 3000000000\nA: 3000000000\n") << QByteArray("A")
-                                  << Q_INT64_C(6000000000);
-    QTest::newRow("over 64 bits") << "A: 9" + QByteArray(40, '9') + "\nA: 1\n"
-                                  << QByteArray("A") << ProcParser::maxFigure;
-}
-
-void ProcTest::fieldSum()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(QByteArray, field);
-    QFETCH(qint64, expected);
-    for (int piece = 1; piece <= text.size(); ++piece) {
-        ProcParser::FieldSum sum(field);
-        for (int start = 0; start < text.size(); start += piece) {
-            const QByteArray part = text.mid(start, piece);
-            sum.add(part.constData(), std::size_t(part.size()));
-        }
-        QCOMPARE(sum.total(), expected);
-    }
-}
-
-void ProcTest::ticks_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<qint64>("expected");
-    QTest::newRow("plain") << statText("sh", 30) << Q_INT64_C(1234);
-    QTest::newRow("name with blanks and parentheses") << statText("a) S 1 (b c", 30) << Q_INT64_C(1234);
-    QTest::newRow("just enough") << statText("sh", 1).trimmed() << Q_INT64_C(1234);
-    QTest::newRow("too few") << statText("sh", 0).trimmed() << Q_INT64_C(0);
-    QTest::newRow("too few without a name") << QByteArray("1 2 3\n4) (5") << Q_INT64_C(0);
-    QTest::newRow("empty") << QByteArray() << Q_INT64_C(0);
-}
-
-void ProcTest::ticks()
-{
-    QFETCH(QByteArray, text);
-    QTEST(ProcParser::processTicks(text), "expected");
-}
-
-void ProcTest::memoryInformation()
-{
-    const ProcReader reader(m_root.path());
-    QCOMPARE(reader.getTotalMemory(), 0);
-    m_root.write(QStringLiteral("/meminfo"), "MemTotal:\nMemFree:      123 kB\nMemTotal:  5000000000 kB\n");
-    QCOMPARE(reader.totalMemory(), Q_INT64_C(5000000000));
-    QCOMPARE(reader.getTotalMemory(), std::numeric_limits<int>::max());
-    QCOMPARE(reader.getFreeMemory(), 123);
-}
-
-void ProcTest::strangeFile_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("expected");
-    const auto row = [](const char *file, int expected) { QTest::newRow(file) << QString::fromUtf8(file) << expected; };
-    row("status", 7);
-    row("task/8//status", 8);
-    row("", 0);
-    row("task", 0);
-    row("missing", 0);
-    row("status/more", 0);
-    row("../meminfo", 0);
-    row("task/../status", 0);
-    row("task/8/root/status", 0);
-    row("link", 0);
-    row("pipe", 0);
-    row("endless", 0);
-}
-
-void ProcTest::strangeFile()
-{
-    const QString process = QStringLiteral("/42/");
-    m_root.write(QStringLiteral("/meminfo"), "Rss: 9\n");
-    m_root.write(process + QStringLiteral("status"), "Rss: 7\n");
-    m_root.write(process + QStringLiteral("task/8/status"), "Rss: 8\n");
-    m_root.write(process + QStringLiteral("endless"), "Rss: 7\n");
-    QCOMPARE(
-        ::truncate(QFile::encodeName(m_root.path(process + QStringLiteral("endless"))).constData(), off_t(1) << 40), 0);
-    // Links and pipes of an earlier row are as good.
-    const QByteArray pipe = QFile::encodeName(m_root.path(process + QStringLiteral("pipe")));
-    if (::mkfifo(pipe.constData(), 0600) == 0) {
-        m_root.link(process + QStringLiteral("link"), QStringLiteral("status"));
-        m_root.link(process + QStringLiteral("task/8/root"), m_root.path(process));
-    }
-    QFETCH(QString, file);
-    QTEST(ProcReader(m_root.path()).getMemoryUsage(QStringLiteral("42"), file, QStringLiteral("Rss")), "expected");
-    QCOMPARE(ProcReader(m_root.path()).getMemoryUsage(QString(), process + file, QStringLiteral("Rss")), 0);
-}
-
-void ProcTest::realProcess()
-{
-    const ProcReader reader;
-    const int resident = reader.getMemoryUsage(ownPid);
-    const int size = reader.getMemoryUsage(ownPid, QStringLiteral("status"), QStringLiteral("VmSize"));
-    QVERIFY2(resident > 1000 && resident < size, qPrintable(QStringLiteral("%1 of %2").arg(resident).arg(size)));
-    QVERIFY(reader.getFreeMemory() > 0 && reader.getFreeMemory() < reader.getTotalMemory());
-    QCOMPARE(reader.getMemoryUsage(ownPid, QStringLiteral("mem"), QStringLiteral("x")), 0);
-
-    QElapsedTimer timer;
-    timer.start();
-    const qint64 before = reader.getProcessTicks(ownPid);
-    QTRY_VERIFY(reader.getProcessTicks(ownPid) > before || timer.elapsed() > 4000);
-    QVERIFY(timer.elapsed() < 4000);
-}
-
-void ProcTest::signalsDoNotShortenTheMeasurement()
-{
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};
-    ::sigaction(SIGALRM, &action, nullptr);
-    const itimerval often = {{0, 5000}, {0, 5000}};
-    ::setitimer(ITIMER_REAL, &often, nullptr);
-    QElapsedTimer timer;
-    timer.start();
-    const double usage = ProcReader().getCpuUsage(ownPid, std::chrono::milliseconds(100));
-    const qint64 elapsed = timer.elapsed();
-    const itimerval never = {};
-    ::setitimer(ITIMER_REAL, &never, nullptr);
-    QVERIFY(elapsed >= 100);
-    QVERIFY2(usage >= 0 && usage < 0.5, qPrintable(QString::number(usage)));
-}
 
 QTEST_GUILESS_MAIN(ProcTest)
 #include "ProcTest.moc"

@@ -1,5 +1,6 @@
 #include "ApplicationMemory.h"
 #include "Catalogue.h"
+#include "DataTable.h"
 #include "FakeSupervisor.h"
 #include "JovException.h"
 #include "MemoryLimit.h"
@@ -20,7 +21,6 @@ constexpr int day = 24 * 60 * 60;
 const QDateTime start(QDate(2026, 3, 27), QTime(12, 0));
 const QString rebootCall =
     QStringLiteral("Platform.reboot,1,false,ApplicationManager,Too much faulty applications restart");
-const QString logFile = QStringLiteral("/log.txt");
 
 QDBusMessage message(const char *method)
 {
@@ -34,27 +34,284 @@ class WatchdogTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void limits_data();
-    void limits();
-    void webClient();
-    void retries_data();
-    void retries();
-    void interval_data();
-    void interval();
-    void reboot_data();
-    void reboot();
-    void restartsOnce();
-    void restartsAlsoWhatHasEnded();
-    void cancelled();
-    void nestedCheckIsNotLost();
-    void startsDoNotNest();
-    void week();
+    void initTestCase() { m_root.write(QStringLiteral("/meminfo"), "MemTotal: 1000000 kB\n"); }
+
+    void init()
+    {
+        m_catalogue.clearApplications();
+        m_supervisor.calls.clear();
+        m_supervisor.answer = [] { return QDBusMessage(); };
+        m_supervisor.onStop = m_supervisor.onStart = [] {};
+        m_now = start;
+        MemoryWatchdog::Timing timing;
+        timing.minute = std::chrono::milliseconds(10);
+        timing.restartDelay = std::chrono::milliseconds(10);
+        timing.now = [this] { return m_now; };
+        m_watchdog = std::make_unique<MemoryWatchdog>(m_supervisor, m_catalogue, ProcReader(m_root.path()), timing);
+        m_watchdog->setMonitoringWatchDelay(1);
+        m_root.keepLog(3);
+    }
+
+    void limits_data()
+    {
+        columns<int, qint64, qint64, bool>("limit", "used", "total", "exceeded");
+        row("none", 0, Q_INT64_C(1000), Q_INT64_C(1000), false);
+        row("percentage met", 50, Q_INT64_C(509999), Q_INT64_C(1000000), false);
+        row("percentage exceeded", 50, Q_INT64_C(510000), Q_INT64_C(1000000), true);
+        row("largest percentage", 99, Q_INT64_C(1000), Q_INT64_C(1000), true);
+        row("size met", 100, Q_INT64_C(100), Q_INT64_C(100), false);
+        row("size exceeded", 100, Q_INT64_C(101), Q_INT64_C(0), true);
+        row("percentage of nothing", 1, Q_INT64_C(1000), Q_INT64_C(0), false);
+        row("terabytes", 99, Q_INT64_C(20000000000), Q_INT64_C(1000000), true);
+    }
+
+    void limits()
+    {
+        QFETCH(int, limit);
+        QFETCH(qint64, used);
+        QFETCH(qint64, total);
+        QTEST(MemoryLimit::exceeded(limit, used, MemoryLimit::percentage(used, total)), "exceeded");
+    }
+
+    void webClient()
+    {
+        const ProcReader reader(m_root.path());
+        QVERIFY(enoughMemory(m_catalogue, reader));
+        setUsage(QStringLiteral("JovWebClient"), 510000, 50);
+        QVERIFY(!enoughMemory(m_catalogue, reader));
+        m_catalogue.find(QStringLiteral("JovWebClient"))->setID(QStringLiteral("0"));
+        QVERIFY(enoughMemory(m_catalogue, reader));
+    }
+
+    void retries_data()
+    {
+        columns<int, int, QList<int>, QList<int>>("maxRetries", "time2remove", "times",
+                                                  "sizes"); // of the history after each; negative when a reboot is due
+        using Ints = QList<int>;
+        row("within the period", 3, 3600, Ints{0, 100, 200}, Ints{1, 2, -3});
+        row("each forgotten", 3, 60, Ints{0, 100, 200}, Ints{1, 1, 1});
+        row("exactly the period", 2, 100, Ints{0, 99, 199}, Ints{1, -2, 1});
+        row("never forgotten", 2, 0, Ints{0, 10 * day}, Ints{1, -2});
+        row("over a change to summer time", 2, 2 * day, Ints{0, 2 * day - 1}, Ints{1, -2});
+        row("clock set back", 2, 60, Ints{1000, 0}, Ints{1, -2});
+    }
+
+    void retries()
+    {
+        QFETCH(int, maxRetries);
+        QFETCH(int, time2remove);
+        QFETCH(QList<int>, times);
+        ApplicationRecord record;
+        QList<int> sizes;
+        for (const int time : times) {
+            const bool due = RetryPolicy::addRetry(record, maxRetries, time2remove, start.addSecs(time));
+            sizes.append(due ? -record.getRestartTimes().size() : record.getRestartTimes().size());
+        }
+        QTEST(sizes, "sizes");
+        for (const int maximum : {1, 0, -1}) {
+            record.setRestartTimes({start});
+            QCOMPARE(RetryPolicy::addRetry(record, maximum, time2remove, start), maximum == 1);
+            QVERIFY(record.getRestartTimes().isEmpty());
+        }
+    }
+
+    void interval_data()
+    {
+        columns<int, qint64>("delay", "expected");
+        row("off", 0, Q_INT64_C(-1));
+        row("negative", -5, Q_INT64_C(-1));
+        row("an hour", 60, Q_INT64_C(3600000));
+        row("over what a timer holds", INT_MAX, qint64(INT_MAX));
+    }
+
+    void interval()
+    {
+        QFETCH(int, delay);
+        QFETCH(qint64, expected);
+        MemoryWatchdog watchdog(m_supervisor, m_catalogue, ProcReader(m_root.path()));
+        watchdog.setMonitoringWatchDelay(1);
+        watchdog.startMonitoring();
+        watchdog.setMonitoringWatchDelay(delay);
+        watchdog.startMonitoring();
+        QVERIFY(qAbs(qint64(watchdog.remainingTime()) - expected) <= 2000);
+        watchdog.checkMemory();
+        QCOMPARE(watchdog.remainingTime() > 0, delay > 0);
+    }
+
+    void reboot_data()
+    {
+        columns<int, QString>("outcome",
+                              "error"); // what is logged of the request; nothing after it when it was accepted
+        const QString text =
+            QStringLiteral("error ApplicationManager::checkMemory error while contacting Platform for reboot");
+        row("accepted", 0, QString());
+        row("refused", 1, text + QStringLiteral(" (reply not valid):"));
+        row("no bus", 2, text + QStringLiteral(": no %1 bus"));
+        row("other exception", 3, text);
+    }
+
+    void reboot()
+    {
+        QFETCH(int, outcome);
+        QFETCH(QString, error);
+        m_supervisor.answer = [outcome] {
+            if (outcome == 2) {
+                throw new JovException(nullptr, JovException::BusUnavailable, QStringLiteral("no %1 bus"));
+            }
+            if (outcome == 3) {
+                throw std::runtime_error("other");
+            }
+            const QDBusMessage call = message("reboot");
+            return outcome == 0 ? call.createReply() : call.createErrorReply(QDBusError::Failed, QString());
+        };
+        setUsage(QStringLiteral("leak"), 1001, 1000);
+        setUsage(QStringLiteral("other"), 1000, 1000);
+        m_watchdog->setMonitoringWatchRetry(1);
+        m_watchdog->startMonitoring();
+        m_watchdog->checkMemory();
+        QCOMPARE(m_supervisor.calls, QStringList(rebootCall));
+        QCOMPARE(m_watchdog->remainingTime(), -1);
+        QStringList expected = {QStringLiteral(
+            "error checkMemory module leak Too much memory (VmSize=1001 MemTotal=1000000 MaxMem=1000 percentage=0)")};
+        if (outcome != 0) {
+            expected << error << QStringLiteral("error checkMemory: Modules (leak) use too much memory");
+            QTRY_COMPARE(m_supervisor.calls.size(), 3);
+        } else {
+            QTest::qWait(50);
+        }
+        QCOMPARE(m_supervisor.calls.size(), outcome == 0 ? 1 : 3);
+        QCOMPARE(m_root.log(), expected);
+    }
+
+    void restartsOnce()
+    {
+        setUsage(QStringLiteral("b"), 990000, 50);
+        setUsage(QStringLiteral("a"), 101, 100);
+        setUsage(QStringLiteral("calm"), 5, 100);
+        setUsage(QStringLiteral("unwatched"), 990000, 0);
+        QVERIFY(!m_catalogue.applicationMap[QStringLiteral("empty")]);
+        m_watchdog->setMonitoringWatchRetry(5);
+        m_supervisor.onStart = [this] {
+            setUsage(QStringLiteral("a"), 10, 100);
+            setUsage(QStringLiteral("b"), 10, 50);
+            m_watchdog->startMonitoring();
+        };
+        m_watchdog->startMonitoring();
+        QTRY_COMPARE(m_supervisor.calls.size(), 3);
+        QCOMPARE(m_supervisor.calls,
+                 QStringList({QStringLiteral("stop a"), QStringLiteral("stop b"), QStringLiteral("startAll")}));
+        QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
+        QCOMPARE(m_root.log().last(), QStringLiteral("error checkMemory: Modules (a, b) use too much memory"));
+        QTest::qWait(50);
+        QCOMPARE(m_supervisor.calls.size(), 3);
+    }
+
+    void restartsAlsoWhatHasEnded()
+    {
+        setUsage(QStringLiteral("gone"), 101, 100);
+        setUsage(QStringLiteral("removed"), 101, 100);
+        m_watchdog->checkMemory();
+        m_catalogue.find(QStringLiteral("gone"))->setID(QStringLiteral("0"));
+        m_catalogue.applicationMap.erase(QStringLiteral("removed"));
+        QTRY_COMPARE(m_supervisor.calls, QStringList({QStringLiteral("stop gone"), QStringLiteral("startAll")}));
+        QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
+    }
+
+    void cancelled()
+    {
+        setUsage(QStringLiteral("a"), 101, 100);
+        m_watchdog->startMonitoring();
+        m_watchdog->checkMemory();
+        m_watchdog->cancel();
+        QTest::qWait(50);
+        QCOMPARE(m_supervisor.calls, QStringList());
+
+        m_supervisor.onStop = [this] { m_watchdog->cancel(); };
+        setUsage(QStringLiteral("b"), 101, 100);
+        m_watchdog->checkMemory();
+        QTRY_COMPARE(m_supervisor.calls, QStringList(QStringLiteral("stop a")));
+        m_watchdog->setMonitoringWatchRetry(1);
+        m_supervisor.answer = [this] {
+            m_watchdog->cancel();
+            return QDBusMessage();
+        };
+        m_watchdog->checkMemory();
+        QTest::qWait(50);
+        QCOMPARE(m_supervisor.calls, QStringList({QStringLiteral("stop a"), rebootCall}));
+    }
+
+    void nestedCheckIsNotLost()
+    {
+        setUsage(QStringLiteral("a"), 101, 100);
+        m_supervisor.onStart = [this] {
+            const bool first = m_supervisor.calls.size() == 2;
+            setUsage(QStringLiteral("a"), 1, 100);
+            setUsage(QStringLiteral("b"), first ? 101 : 1, 100);
+            m_watchdog->checkMemory();
+        };
+        m_watchdog->checkMemory();
+        const QString restart = QStringLiteral("stop %1,startAll");
+        QTRY_COMPARE(m_supervisor.calls.join(QLatin1Char(',')),
+                     restart.arg(QStringLiteral("a")) + QLatin1Char(',') + restart.arg(QStringLiteral("b")));
+    }
+
+    void startsDoNotNest()
+    {
+        setUsage(QStringLiteral("a"), 101, 100);
+        int depth = 0;
+        int deepest = 0;
+        m_supervisor.onStart = [&] {
+            deepest = qMax(deepest, ++depth);
+            for (int i = 0; i < 5 && m_supervisor.calls.count(QStringLiteral("stop a")) < 10; ++i) {
+                m_watchdog->checkMemory();
+                m_watchdog->restartOutOfMemoryModules();
+            }
+            --depth;
+        };
+        m_watchdog->checkMemory();
+        m_watchdog->restartOutOfMemoryModules();
+        QCOMPARE(deepest, 1);
+        QCOMPARE(m_supervisor.calls.count(QStringLiteral("stop a")), 10);
+        QCOMPARE(m_supervisor.calls.last(), QStringLiteral("startAll"));
+    }
+
+    // A module leaks and is restarted every half hour; two restarts never come together within 1,000 s.
+    void week()
+    {
+        const int period = 30;
+        m_watchdog->setMonitoringWatchRetry(2);
+        std::size_t settled = 0;
+        for (int minute = 1; minute <= day / 60 * 7; ++minute) {
+            m_now = start.addSecs(qint64(minute) * 60);
+            if (minute % period < 2) {
+                setUsage(QStringLiteral("leak"), minute % period == 0 ? 101 : 50, 100);
+            }
+            m_watchdog->checkMemory();
+            if (minute % period == 0) {
+                QCOMPARE(m_watchdog->outOfMemoryModules().size(), 1);
+                m_watchdog->restartOutOfMemoryModules();
+            }
+            settled = minute == day / 60 ? ::mallinfo2().uordblks : settled;
+        }
+        QCOMPARE(m_supervisor.calls.count(rebootCall), 0);
+        QCOMPARE(m_supervisor.calls.count(QStringLiteral("startAll")), 7 * 24 * 60 / period);
+        QCOMPARE(m_catalogue.find(QStringLiteral("leak"))->getRestartTimes().size(), 1);
+        QVERIFY(::mallinfo2().uordblks < settled + 65536);
+    }
 
 private:
-    void setUsage(const QString &name, qint64 vmSize, int limit);
-    [[nodiscard]] QStringList logged() const;
+    void setUsage(const QString &name, qint64 vmSize, int limit)
+    {
+        std::unique_ptr<ApplicationRecord> &record = m_catalogue.applicationMap[name];
+        if (!record) {
+            record = std::make_unique<ApplicationRecord>();
+            record->setName(name);
+            record->setID(QString::number(100 + m_catalogue.applicationMap.size()));
+        }
+        record->setMaxMemory(limit);
+        m_root.write(QStringLiteral("/%1/status").arg(record->getID()),
+                     "VmSize:\t" + QByteArray::number(vmSize) + " kB\n");
+    }
 
     RootDir m_root;
     FakeSupervisor m_supervisor;
@@ -62,301 +319,6 @@ private:
     QDateTime m_now = start;
     std::unique_ptr<MemoryWatchdog> m_watchdog;
 };
-
-void WatchdogTest::initTestCase()
-{
-    m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), "[log]\nlevel=3\nfile=/log.txt\n");
-    m_root.write(QStringLiteral("/meminfo"), "MemTotal: 1000000 kB\n");
-}
-
-void WatchdogTest::init()
-{
-    m_catalogue.clearApplications();
-    m_supervisor.calls.clear();
-    m_supervisor.answer = [] { return QDBusMessage(); };
-    m_supervisor.onStop = m_supervisor.onStart = [] {};
-    m_now = start;
-    MemoryWatchdog::Timing timing;
-    timing.minute = std::chrono::milliseconds(10);
-    timing.restartDelay = std::chrono::milliseconds(10);
-    timing.now = [this] { return m_now; };
-    m_watchdog = std::make_unique<MemoryWatchdog>(m_supervisor, m_catalogue, ProcReader(m_root.path()), timing);
-    m_watchdog->setMonitoringWatchDelay(1);
-    QFile::resize(m_root.path(logFile), 0);
-}
-
-void WatchdogTest::setUsage(const QString &name, qint64 vmSize, int limit)
-{
-    std::unique_ptr<ApplicationRecord> &record = m_catalogue.applicationMap[name];
-    if (!record) {
-        record = std::make_unique<ApplicationRecord>();
-        record->setName(name);
-        record->setID(QString::number(100 + m_catalogue.applicationMap.size()));
-    }
-    record->setMaxMemory(limit);
-    m_root.write(QStringLiteral("/%1/status").arg(record->getID()), "VmSize:\t" + QByteArray::number(vmSize) + " kB\n");
-}
-
-QStringList WatchdogTest::logged() const
-{
-    QStringList texts = QString::fromUtf8(m_root.read(logFile)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    for (QString &text : texts) {
-        text = text.section(QLatin1Char(' '), 2);
-    }
-    return texts;
-}
-
-void WatchdogTest::limits_data()
-{
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<qint64>("used");
-    QTest::addColumn<qint64>("total");
-    QTest::addColumn<bool>("exceeded");
-    QTest::newRow("none") << 0 << Q_INT64_C(1000) << Q_INT64_C(1000) << false;
-    QTest::newRow("percentage met") << 50 << Q_INT64_C(509999) << Q_INT64_C(1000000) << false;
-    QTest::newRow("percentage exceeded") << 50 << Q_INT64_C(510000) << Q_INT64_C(1000000) << true;
-    QTest::newRow("largest percentage") << 99 << Q_INT64_C(1000) << Q_INT64_C(1000) << true;
-    QTest::newRow("size met") << 100 << Q_INT64_C(100) << Q_INT64_C(100) << false;
-    QTest::newRow("size exceeded") << 100 << Q_INT64_C(101) << Q_INT64_C(0) << true;
-    QTest::newRow("percentage of nothing") << 1 << Q_INT64_C(1000) << Q_INT64_C(0) << false;
-    QTest::newRow("terabytes") << 99 << Q_INT64_C(20000000000) << Q_INT64_C(1000000) << true;
-}
-
-void WatchdogTest::limits()
-{
-    QFETCH(int, limit);
-    QFETCH(qint64, used);
-    QFETCH(qint64, total);
-    QTEST(MemoryLimit::exceeded(limit, used, MemoryLimit::percentage(used, total)), "exceeded");
-}
-
-void WatchdogTest::webClient()
-{
-    const ProcReader reader(m_root.path());
-    QVERIFY(enoughMemory(m_catalogue, reader));
-    setUsage(QStringLiteral("JovWebClient"), 510000, 50);
-    QVERIFY(!enoughMemory(m_catalogue, reader));
-    m_catalogue.find(QStringLiteral("JovWebClient"))->setID(QStringLiteral("0"));
-    QVERIFY(enoughMemory(m_catalogue, reader));
-}
-
-void WatchdogTest::retries_data()
-{
-    QTest::addColumn<int>("maxRetries");
-    QTest::addColumn<int>("time2remove");
-    QTest::addColumn<QList<int>>("times");
-    QTest::addColumn<QList<int>>("sizes"); // of the history after each; negative when a reboot is due
-    using Ints = QList<int>;
-    QTest::newRow("within the period") << 3 << 3600 << Ints{0, 100, 200} << Ints{1, 2, -3};
-    QTest::newRow("each forgotten") << 3 << 60 << Ints{0, 100, 200} << Ints{1, 1, 1};
-    QTest::newRow("exactly the period") << 2 << 100 << Ints{0, 99, 199} << Ints{1, -2, 1};
-    QTest::newRow("never forgotten") << 2 << 0 << Ints{0, 10 * day} << Ints{1, -2};
-    QTest::newRow("over a change to summer time") << 2 << 2 * day << Ints{0, 2 * day - 1} << Ints{1, -2};
-    QTest::newRow("clock set back") << 2 << 60 << Ints{1000, 0} << Ints{1, -2};
-}
-
-void WatchdogTest::retries()
-{
-    QFETCH(int, maxRetries);
-    QFETCH(int, time2remove);
-    QFETCH(QList<int>, times);
-    ApplicationRecord record;
-    QList<int> sizes;
-    for (const int time : times) {
-        const bool due = RetryPolicy::addRetry(record, maxRetries, time2remove, start.addSecs(time));
-        sizes.append(due ? -record.getRestartTimes().size() : record.getRestartTimes().size());
-    }
-    QTEST(sizes, "sizes");
-    for (const int maximum : {1, 0, -1}) {
-        record.setRestartTimes({start});
-        QCOMPARE(RetryPolicy::addRetry(record, maximum, time2remove, start), maximum == 1);
-        QVERIFY(record.getRestartTimes().isEmpty());
-    }
-}
-
-void WatchdogTest::interval_data()
-{
-    QTest::addColumn<int>("delay");
-    QTest::addColumn<qint64>("expected");
-    QTest::newRow("off") << 0 << Q_INT64_C(-1);
-    QTest::newRow("negative") << -5 << Q_INT64_C(-1);
-    QTest::newRow("an hour") << 60 << Q_INT64_C(3600000);
-    QTest::newRow("over what a timer holds") << INT_MAX << qint64(INT_MAX);
-}
-
-void WatchdogTest::interval()
-{
-    QFETCH(int, delay);
-    QFETCH(qint64, expected);
-    MemoryWatchdog watchdog(m_supervisor, m_catalogue, ProcReader(m_root.path()));
-    watchdog.setMonitoringWatchDelay(1);
-    watchdog.startMonitoring();
-    watchdog.setMonitoringWatchDelay(delay);
-    watchdog.startMonitoring();
-    QVERIFY(qAbs(qint64(watchdog.remainingTime()) - expected) <= 2000);
-    watchdog.checkMemory();
-    QCOMPARE(watchdog.remainingTime() > 0, delay > 0);
-}
-
-void WatchdogTest::reboot_data()
-{
-    QTest::addColumn<int>("outcome");
-    QTest::addColumn<QString>("error"); // what is logged of the request; nothing after it when it was accepted
-    const QString text = QStringLiteral("ApplicationManager::checkMemory error while contacting Platform for reboot");
-    QTest::newRow("accepted") << 0 << QString();
-    QTest::newRow("refused") << 1 << text + QStringLiteral(" (reply not valid):");
-    QTest::newRow("no bus") << 2 << text + QStringLiteral(": no %1 bus");
-    QTest::newRow("other exception") << 3 << text;
-}
-
-void WatchdogTest::reboot()
-{
-    QFETCH(int, outcome);
-    QFETCH(QString, error);
-    m_supervisor.answer = [outcome] {
-        if (outcome == 2) {
-            throw new JovException(nullptr, JovException::BusUnavailable, QStringLiteral("no %1 bus"));
-        }
-        if (outcome == 3) {
-            throw std::runtime_error("other");
-        }
-        const QDBusMessage call = message("reboot");
-        return outcome == 0 ? call.createReply() : call.createErrorReply(QDBusError::Failed, QString());
-    };
-    setUsage(QStringLiteral("leak"), 1001, 1000);
-    setUsage(QStringLiteral("other"), 1000, 1000);
-    m_watchdog->setMonitoringWatchRetry(1);
-    m_watchdog->startMonitoring();
-    m_watchdog->checkMemory();
-    QCOMPARE(m_supervisor.calls, QStringList(rebootCall));
-    QCOMPARE(m_watchdog->remainingTime(), -1);
-    QStringList expected = {QStringLiteral(
-        "checkMemory module leak Too much memory (VmSize=1001 MemTotal=1000000 MaxMem=1000 percentage=0)")};
-    if (outcome != 0) {
-        expected << error << QStringLiteral("checkMemory: Modules (leak) use too much memory");
-        QTRY_COMPARE(m_supervisor.calls.size(), 3);
-    } else {
-        QTest::qWait(50);
-    }
-    QCOMPARE(m_supervisor.calls.size(), outcome == 0 ? 1 : 3);
-    QCOMPARE(logged(), expected);
-}
-
-void WatchdogTest::restartsOnce()
-{
-    setUsage(QStringLiteral("b"), 990000, 50);
-    setUsage(QStringLiteral("a"), 101, 100);
-    setUsage(QStringLiteral("calm"), 5, 100);
-    setUsage(QStringLiteral("unwatched"), 990000, 0);
-    QVERIFY(!m_catalogue.applicationMap[QStringLiteral("empty")]);
-    m_watchdog->setMonitoringWatchRetry(5);
-    m_supervisor.onStart = [this] {
-        setUsage(QStringLiteral("a"), 10, 100);
-        setUsage(QStringLiteral("b"), 10, 50);
-        m_watchdog->startMonitoring();
-    };
-    m_watchdog->startMonitoring();
-    QTRY_COMPARE(m_supervisor.calls.size(), 3);
-    QCOMPARE(m_supervisor.calls,
-             QStringList({QStringLiteral("stop a"), QStringLiteral("stop b"), QStringLiteral("startAll")}));
-    QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
-    QCOMPARE(logged().last(), QStringLiteral("checkMemory: Modules (a, b) use too much memory"));
-    QTest::qWait(50);
-    QCOMPARE(m_supervisor.calls.size(), 3);
-}
-
-void WatchdogTest::restartsAlsoWhatHasEnded()
-{
-    setUsage(QStringLiteral("gone"), 101, 100);
-    setUsage(QStringLiteral("removed"), 101, 100);
-    m_watchdog->checkMemory();
-    m_catalogue.find(QStringLiteral("gone"))->setID(QStringLiteral("0"));
-    m_catalogue.applicationMap.erase(QStringLiteral("removed"));
-    QTRY_COMPARE(m_supervisor.calls, QStringList({QStringLiteral("stop gone"), QStringLiteral("startAll")}));
-    QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
-}
-
-void WatchdogTest::cancelled()
-{
-    setUsage(QStringLiteral("a"), 101, 100);
-    m_watchdog->startMonitoring();
-    m_watchdog->checkMemory();
-    m_watchdog->cancel();
-    QTest::qWait(50);
-    QCOMPARE(m_supervisor.calls, QStringList());
-
-    m_supervisor.onStop = [this] { m_watchdog->cancel(); };
-    setUsage(QStringLiteral("b"), 101, 100);
-    m_watchdog->checkMemory();
-    QTRY_COMPARE(m_supervisor.calls, QStringList(QStringLiteral("stop a")));
-    m_watchdog->setMonitoringWatchRetry(1);
-    m_supervisor.answer = [this] {
-        m_watchdog->cancel();
-        return QDBusMessage();
-    };
-    m_watchdog->checkMemory();
-    QTest::qWait(50);
-    QCOMPARE(m_supervisor.calls, QStringList({QStringLiteral("stop a"), rebootCall}));
-}
-
-void WatchdogTest::nestedCheckIsNotLost()
-{
-    setUsage(QStringLiteral("a"), 101, 100);
-    m_supervisor.onStart = [this] {
-        const bool first = m_supervisor.calls.size() == 2;
-        setUsage(QStringLiteral("a"), 1, 100);
-        setUsage(QStringLiteral("b"), first ? 101 : 1, 100);
-        m_watchdog->checkMemory();
-    };
-    m_watchdog->checkMemory();
-    const QString restart = QStringLiteral("stop %1,startAll");
-    QTRY_COMPARE(m_supervisor.calls.join(QLatin1Char(',')),
-                 restart.arg(QStringLiteral("a")) + QLatin1Char(',') + restart.arg(QStringLiteral("b")));
-}
-
-void WatchdogTest::startsDoNotNest()
-{
-    setUsage(QStringLiteral("a"), 101, 100);
-    int depth = 0;
-    int deepest = 0;
-    m_supervisor.onStart = [&] {
-        deepest = qMax(deepest, ++depth);
-        for (int i = 0; i < 5 && m_supervisor.calls.count(QStringLiteral("stop a")) < 10; ++i) {
-            m_watchdog->checkMemory();
-            m_watchdog->restartOutOfMemoryModules();
-        }
-        --depth;
-    };
-    m_watchdog->checkMemory();
-    m_watchdog->restartOutOfMemoryModules();
-    QCOMPARE(deepest, 1);
-    QCOMPARE(m_supervisor.calls.count(QStringLiteral("stop a")), 10);
-    QCOMPARE(m_supervisor.calls.last(), QStringLiteral("startAll"));
-}
-
-// A module leaks and is restarted every half hour; two restarts never come together within 1,000 s.
-void WatchdogTest::week()
-{
-    const int period = 30;
-    m_watchdog->setMonitoringWatchRetry(2);
-    std::size_t settled = 0;
-    for (int minute = 1; minute <= day / 60 * 7; ++minute) {
-        m_now = start.addSecs(qint64(minute) * 60);
-        if (minute % period < 2) {
-            setUsage(QStringLiteral("leak"), minute % period == 0 ? 101 : 50, 100);
-        }
-        m_watchdog->checkMemory();
-        if (minute % period == 0) {
-            QCOMPARE(m_watchdog->outOfMemoryModules().size(), 1);
-            m_watchdog->restartOutOfMemoryModules();
-        }
-        settled = minute == day / 60 ? ::mallinfo2().uordblks : settled;
-    }
-    QCOMPARE(m_supervisor.calls.count(rebootCall), 0);
-    QCOMPARE(m_supervisor.calls.count(QStringLiteral("startAll")), 7 * 24 * 60 / period);
-    QCOMPARE(m_catalogue.find(QStringLiteral("leak"))->getRestartTimes().size(), 1);
-    QVERIFY(::mallinfo2().uordblks < settled + 65536);
-}
 
 QTEST_GUILESS_MAIN(WatchdogTest)
 #include "WatchdogTest.moc"

@@ -4,7 +4,6 @@
 #include "JovApplication.h"
 #include "JovException.h"
 #include "JovModule.h"
-#include "LeftBehind.h"
 #include "PrivateBus.h"
 #include "RootDir.h"
 

@@ -1,6 +1,6 @@
+#include "DataTable.h"
 #include "JovProcess.h"
 #include "JovRoot.h"
-#include "LeftBehind.h"
 #include "RootDir.h"
 #include "Setting.h"
 #include "SettingsParam.h"
@@ -20,161 +20,127 @@ class FilesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void shellWords_data();
-    void shellWords();
-    void prefixes_data();
-    void prefixes();
-    void parameters_data();
-    void parameters();
-    void fifoDoesNotBlock();
-    void commandWithoutStandardStreams();
-    void commandHasDefaultSignals();
-    void commandsOfTheRoot();
+    void shellWords_data()
+    {
+        columns<QString>("text");
+        for (const char *text :
+             {"/plain/path-1.0", "", "a b", "it's", "$(reboot)", "a\nb", "*", "~", "A=b", "caf\xc3\xa9"}) {
+            row(text, QString::fromUtf8(text));
+        }
+    }
+
+    void shellWords()
+    {
+        QFETCH(QString, text);
+        const QString out = m_root.path(QStringLiteral("/words"));
+        const QString command = QStringLiteral("printf %s/ %1 > %2").arg(JovRoot::shellQuoted(text), out);
+        QCOMPARE(qor_system(command.toUtf8()), 0);
+        QCOMPARE(QString::fromUtf8(m_root.read(QStringLiteral("/words"))), text + QLatin1Char('/'));
+    }
+
+    void prefixes_data()
+    {
+        columns<QByteArray, QString, QString>("prefix", "path", "word");
+        row("unset", QByteArray(), "/log/*", "/log/*");
+        row("plain", QByteArray("/tmp/r"), "/tmp/r/log/*", "/tmp/r/log/*");
+        row("slashes", QByteArray("/tmp/r//"), "/tmp/r/log/*", "/tmp/r/log/*");
+        row("the root itself", QByteArray("/"), "/log/*", "/log/*");
+        row("blank", QByteArray("/tmp/a b"), "/tmp/a b/log/*", "'/tmp/a b'/log/*");
+    }
+
+    void prefixes()
+    {
+        QFETCH(QByteArray, prefix);
+        const QByteArray saved = qgetenv("JOV_ROOT");
+        qputenv("JOV_ROOT", prefix);
+        const QString path = JovRoot::rooted(QStringLiteral("/log/*"));
+        const QString word = JovRoot::shellRooted(QStringLiteral("/log/*"));
+        qputenv("JOV_ROOT", saved);
+        QTEST(path, "path");
+        QTEST(word, "word");
+    }
+
+    void parameters_data()
+    {
+        columns<QByteArray, QString, QString>("ini", "section", "expected");
+        row("comment", QByteArray("[platform] ; text\n; a=1\nb=2 ; text\n"), "platform", "b=2");
+        row("commas", QByteArray("[m]\nlist=1,2,3\nquoted=\"a, b\"\n"), "m", "list=1,2,3 quoted=a, b");
+        row("without a value", QByteArray("[m]\nrubbish\nx=\n"), "m", "x=");
+        row("UTF-8", QByteArray("[m]\nx=caf\xc3\xa9\n"), "m", QStringLiteral("x=caf\u00e9"));
+        row("percent", QByteArray("[a%20b]\nk%20=100%\n"), "a b", "k =100%");
+        row("blank", QByteArray("[a b]\nk=1\n"), "a b", "k=1");
+        row("general", QByteArray("[General]\nk=1\n[m]\nx=2\n"), "General", "k=1");
+        row("other section", QByteArray("[m]\nx=1\n"), "n", "");
+        row("no section", QByteArray("[m]\nx=1\n"), "", "");
+        row("prefix of another", QByteArray("[Gate2]\nx=1\n"), "Gate", "");
+    }
+
+    void parameters()
+    {
+        QFETCH(QByteArray, ini);
+        QFETCH(QString, section);
+        m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), ini);
+        QStringList words;
+        const QMap<QString, QString> values = settings_get_section(section);
+        for (auto value = values.cbegin(); value != values.cend(); ++value) {
+            words << value.key() + QLatin1Char('=') + value.value();
+        }
+        QTEST(words.join(QLatin1Char(' ')), "expected");
+        QString value = QStringLiteral("untouched");
+        QCOMPARE(settings_get_param(QStringLiteral("missing"), value), -1);
+        QCOMPARE(value, QStringLiteral("untouched"));
+    }
+
+    void fifoDoesNotBlock()
+    {
+        const QString ini = m_root.path(QStringLiteral("/etc/JovApplication/platform.ini"));
+        QFile::remove(ini);
+        QCOMPARE(mkfifo(qPrintable(ini), 0600), 0);
+        QVERIFY(settings_get_section(QStringLiteral("platform")).isEmpty());
+        QFile::remove(ini);
+    }
+
+    void commandWithoutStandardStreams()
+    {
+        const int savedOut = dup(STDOUT_FILENO);
+        const int savedError = dup(STDERR_FILENO);
+        const int reserved = open("/dev/null", O_PATH | O_CLOEXEC);
+        dup3(reserved, STDOUT_FILENO, O_CLOEXEC);
+        close(STDERR_FILENO);
+        const int status = qor_system("echo out && echo error >&2");
+        dup2(savedOut, STDOUT_FILENO);
+        dup2(savedError, STDERR_FILENO);
+        for (const int descriptor : {savedOut, savedError, reserved}) {
+            close(descriptor);
+        }
+        QCOMPARE(status, 0);
+    }
+
+    void commandHasDefaultSignals()
+    {
+        sigset_t term;
+        sigset_t saved;
+        sigemptyset(&term);
+        sigaddset(&term, SIGTERM);
+        sigprocmask(SIG_BLOCK, &term, &saved);
+        const auto handler = std::signal(SIGTERM, SIG_IGN);
+        const int status = qor_system("kill -TERM $$; exit 3");
+        std::signal(SIGTERM, handler);
+        sigprocmask(SIG_SETMASK, &saved, nullptr);
+        QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+    }
+
+    void commandsOfTheRoot()
+    {
+        m_root.writeScript(QStringLiteral("/usr/bin/jpg2fb"), "exit 5");
+        QCOMPARE(WEXITSTATUS(qor_system("jpg2fb -a")), 5);
+        QCOMPARE(WEXITSTATUS(qor_system("no_such_command 2>/dev/null")), 127);
+    }
 
 private:
     RootDir m_root;
 };
 
-void FilesTest::shellWords_data()
-{
-    QTest::addColumn<QString>("text");
-    for (const char *text :
-         {"/plain/path-1.0", "", "a b", "it's", "$(reboot)", "a\nb", "*", "~", "A=b", "caf\xc3\xa9"}) {
-        QTest::newRow(text) << QString::fromUtf8(text);
-    }
-}
-
-void FilesTest::shellWords()
-{
-    QFETCH(QString, text);
-    const QString out = m_root.path(QStringLiteral("/words"));
-    const QString command = QStringLiteral("printf %s/ %1 > %2").arg(JovRoot::shellQuoted(text), out);
-    QCOMPARE(qor_system(command.toUtf8()), 0);
-    QCOMPARE(QString::fromUtf8(m_root.read(QStringLiteral("/words"))), text + QLatin1Char('/'));
-}
-
-void FilesTest::prefixes_data()
-{
-    QTest::addColumn<QByteArray>("prefix");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("unset") << QByteArray() << "/log/*"
-                           << "/log/*";
-    QTest::newRow("plain") << QByteArray("/tmp/r") << "/tmp/r/log/*"
-                           << "/tmp/r/log/*";
-    QTest::newRow("slashes") << QByteArray("/tmp/r//") << "/tmp/r/log/*"
-                             << "/tmp/r/log/*";
-    QTest::newRow("the root itself") << QByteArray("/") << "/log/*"
-                                     << "/log/*";
-    QTest::newRow("blank") << QByteArray("/tmp/a b") << "/tmp/a b/log/*"
-                           << "'/tmp/a b'/log/*";
-}
-
-void FilesTest::prefixes()
-{
-    QFETCH(QByteArray, prefix);
-    const QByteArray saved = qgetenv("JOV_ROOT");
-    qputenv("JOV_ROOT", prefix);
-    const QString path = JovRoot::rooted(QStringLiteral("/log/*"));
-    const QString word = JovRoot::shellRooted(QStringLiteral("/log/*"));
-    qputenv("JOV_ROOT", saved);
-    QTEST(path, "path");
-    QTEST(word, "word");
-}
-
-void FilesTest::parameters_data()
-{
-    QTest::addColumn<QByteArray>("ini");
-    QTest::addColumn<QString>("section");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("comment") << QByteArray("[platform] ; text\n; a=1\nb=2 ; text\n") << "platform"
-                             << "b=2";
-    QTest::newRow("commas") << QByteArray("[m]\nlist=1,2,3\nquoted=\"a, b\"\n") << "m"
-                            << "list=1,2,3 quoted=a, b";
-    QTest::newRow("without a value") << QByteArray("[m]\nrubbish\nx=\n") << "m"
-                                     << "x=";
-    QTest::newRow("UTF-8") << QByteArray("[m]\nx=caf\xc3\xa9\n") << "m" << QStringLiteral("x=caf\u00e9");
-    QTest::newRow("percent") << QByteArray("[a%20b]\nk%20=100%\n") << "a b"
-                             << "k =100%";
-    QTest::newRow("blank") << QByteArray("[a b]\nk=1\n") << "a b"
-                           << "k=1";
-    QTest::newRow("general") << QByteArray("[General]\nk=1\n[m]\nx=2\n") << "General"
-                             << "k=1";
-    QTest::newRow("other section") << QByteArray("[m]\nx=1\n") << "n"
-                                   << "";
-    QTest::newRow("no section") << QByteArray("[m]\nx=1\n") << ""
-                                << "";
-    QTest::newRow("prefix of another") << QByteArray("[Gate2]\nx=1\n") << "Gate"
-                                       << "";
-}
-
-void FilesTest::parameters()
-{
-    QFETCH(QByteArray, ini);
-    QFETCH(QString, section);
-    m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), ini);
-    QStringList words;
-    const QMap<QString, QString> values = settings_get_section(section);
-    for (auto value = values.cbegin(); value != values.cend(); ++value) {
-        words << value.key() + QLatin1Char('=') + value.value();
-    }
-    QTEST(words.join(QLatin1Char(' ')), "expected");
-    QString value = QStringLiteral("untouched");
-    QCOMPARE(settings_get_param(QStringLiteral("missing"), value), -1);
-    QCOMPARE(value, QStringLiteral("untouched"));
-}
-
-void FilesTest::fifoDoesNotBlock()
-{
-    const QString ini = m_root.path(QStringLiteral("/etc/JovApplication/platform.ini"));
-    QFile::remove(ini);
-    QCOMPARE(mkfifo(qPrintable(ini), 0600), 0);
-    QVERIFY(settings_get_section(QStringLiteral("platform")).isEmpty());
-    QFile::remove(ini);
-}
-
-void FilesTest::commandWithoutStandardStreams()
-{
-    const int savedOut = dup(STDOUT_FILENO);
-    const int savedError = dup(STDERR_FILENO);
-    const int reserved = open("/dev/null", O_PATH | O_CLOEXEC);
-    dup3(reserved, STDOUT_FILENO, O_CLOEXEC);
-    close(STDERR_FILENO);
-    const int status = qor_system("echo out && echo error >&2");
-    dup2(savedOut, STDOUT_FILENO);
-    dup2(savedError, STDERR_FILENO);
-    for (const int descriptor : {savedOut, savedError, reserved}) {
-        close(descriptor);
-    }
-    QCOMPARE(status, 0);
-}
-
-void FilesTest::commandHasDefaultSignals()
-{
-    sigset_t term;
-    sigset_t saved;
-    sigemptyset(&term);
-    sigaddset(&term, SIGTERM);
-    sigprocmask(SIG_BLOCK, &term, &saved);
-    const auto handler = std::signal(SIGTERM, SIG_IGN);
-    const int status = qor_system("kill -TERM $$; exit 3");
-    std::signal(SIGTERM, handler);
-    sigprocmask(SIG_SETMASK, &saved, nullptr);
-    QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-}
-
-void FilesTest::commandsOfTheRoot()
-{
-    m_root.write(QStringLiteral("/usr/bin/jpg2fb"), "#!/bin/sh\nexit 5\n");
-    QFile(m_root.path(QStringLiteral("/usr/bin/jpg2fb"))).setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-    QCOMPARE(WEXITSTATUS(qor_system("jpg2fb -a")), 5);
-    QCOMPARE(WEXITSTATUS(qor_system("no_such_command 2>/dev/null")), 127);
-}
-
-int main(int argc, char **argv)
-{
-    FilesTest test;
-    return runTest(test, argc, argv);
-}
+QTEST_GUILESS_MAIN(FilesTest)
 
 #include "FilesTest.moc"

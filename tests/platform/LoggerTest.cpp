@@ -1,4 +1,4 @@
-#include "LeftBehind.h"
+#include "DataTable.h"
 #include "Log.h"
 #include "PlatformLogger.h"
 #include "RootDir.h"
@@ -46,155 +46,142 @@ class LoggerTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void options_data();
-    void options();
-    void lines_data();
-    void lines();
-    void belowTheLevelNothingIsBuilt();
-    void fileIsRotated_data();
-    void fileIsRotated();
-    void fileCannotBeUsed_data();
-    void fileCannotBeUsed();
-    void reservedDescriptorIsClosed();
+    void options_data()
+    {
+        columns<QByteArray, int, QString>("ini", "level", "file");
+        row("both", QByteArray("[log]\nlevel=7\nfile=/var/log/a.log\n"), 7, "/var/log/a.log");
+        row("empty", QByteArray(), 6, "");
+        row("no number", QByteArray("[log]\nlevel=loud\n"), 6, "");
+        row("out of range", QByteArray("[log]\nlevel=99\nfile=a.log\n"), 7, "/a.log");
+        row("rubbish", QByteArray("\0\xff\xfe[[[=\n=\n[log\nlevel\n@Variant(\0\0\0", 30), 6, "");
+        row("object", QByteArray("[log]\nlevel=3\nk=@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)\n"), 6, "");
+        row("escaped object",
+            QByteArray("[log]\nlevel=3\nk=\\x10040\"V\\141\"riant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)\n"), 6, "");
+        row("like an object", QByteArray("[log]\nlevel=3\nfile=a@b(@Varian(@ByteArray(\n"), 3,
+            "/a@b(@Varian(@ByteArray(");
+        row("huge", QByteArray("[log]\nlevel=7\n") + QByteArray(3000000, '#'), 6, "");
+    }
+
+    void options()
+    {
+        QFETCH(QByteArray, ini);
+        QFETCH(QString, file);
+        m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), ini);
+        const LogOptions options = LogOptions::read();
+        QTEST(options.level, "level");
+        QCOMPARE(options.file, file.isEmpty() ? QString() : m_root.path(file));
+    }
+
+    void lines_data()
+    {
+        columns<QString, QByteArray>("text", "written");
+        row("plain", "[Module] a : b", QByteArray("[Module] a : b"));
+        row("forged", "a\n2026-11-21T10:00:00.123 error b\r\n",
+            QByteArray("a\\n2026-11-21T10:00:00.123 error b\\r\\n"));
+        row("Unicode", QStringLiteral("caf\u00e9 \u6d4b"), QByteArray("caf\xc3\xa9 \xe6\xb5\x8b"));
+        row("format", "100%s %1 %n", QByteArray("100%s %1 %n"));
+        row("empty", "", QByteArray());
+    }
+
+    void lines()
+    {
+        QFETCH(QString, text);
+        QFETCH(QByteArray, written);
+        const QString path = QStringLiteral("/lines");
+        m_root.write(path, QByteArray());
+        PlatformLogger log(LogOptions{JovLogger::Warning, m_root.path(path)});
+        log.emergency(text);
+        log.warning(text);
+        log.info(text);
+        log.setLevel(JovLogger::Debug);
+        log.debug(text);
+        QByteArrayList expected;
+        for (const char *level : {" emergency ", " warning ", " debug "}) {
+            expected << level + written;
+        }
+        QByteArrayList got = m_root.read(path).split('\n');
+        QVERIFY(got.takeLast().isEmpty());
+        const QRegularExpression stamp(QStringLiteral("\\A\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3} "));
+        for (QByteArray &line : got) {
+            QVERIFY2(stamp.match(QString::fromUtf8(line)).hasMatch(), line);
+            line = line.mid(23);
+        }
+        QCOMPARE(got, expected);
+    }
+
+    void belowTheLevelNothingIsBuilt()
+    {
+        QCOMPARE(Log::Detail::format("%1 %2 %3", QStringLiteral("%2"), true, 1.5), QStringLiteral("%2 true 1.5"));
+        QCOMPARE(Log::Detail::format("a %1", QStringLiteral("%1%2")), QStringLiteral("a %1%2"));
+        bool built = false;
+        logger().setLevel(JovLogger::Info);
+        Log::debug("%1", [&] {
+            built = true;
+            return QString();
+        });
+        QVERIFY(!built);
+    }
+
+    void fileIsRotated_data()
+    {
+        columns<bool>("renamed");
+        row("renamed", true);
+        row("removed", false);
+    }
+
+    void fileIsRotated()
+    {
+        QFETCH(bool, renamed);
+        const QString path = m_root.path(QStringLiteral("/rotated"));
+        QFile::remove(path);
+        QFile::remove(path + QStringLiteral(".1"));
+        LogSink sink(path);
+        sink.write(JovLogger::Info, QStringLiteral("before"));
+        QVERIFY(renamed ? QFile::rename(path, path + QStringLiteral(".1")) : QFile::remove(path));
+        sink.write(JovLogger::Info, QStringLiteral("after"));
+        const QByteArray content = m_root.read(QStringLiteral("/rotated"));
+        QVERIFY(content.contains(" info after\n") && !content.contains("before"));
+    }
+
+    void fileCannotBeUsed_data()
+    {
+        columns<QString>("place");
+        row("no folder", "/missing/log");
+        row("a FIFO without a reader", "/fifo");
+        row("a full disk", "/full");
+        row("standard error was asked for", "");
+    }
+
+    void fileCannotBeUsed()
+    {
+        QFETCH(QString, place);
+        mkfifo(qPrintable(m_root.path(QStringLiteral("/fifo"))), 0600);
+        QFile::link(QStringLiteral("/dev/full"), m_root.path(QStringLiteral("/full")));
+        m_root.write(QStringLiteral("/stderr"), QByteArray());
+        {
+            const StandardError redirected(openFile(m_root.path(QStringLiteral("/stderr")), O_WRONLY | O_APPEND));
+            LogSink sink(place.isEmpty() ? QString() : m_root.path(place));
+            sink.write(JovLogger::Error, QStringLiteral("one"));
+            sink.write(JovLogger::Error, QStringLiteral("two"));
+        }
+        const QByteArray content = m_root.read(QStringLiteral("/stderr"));
+        QCOMPARE(content.count(" error cannot write the log file"), place.isEmpty() ? 0 : 1);
+        QVERIFY(content.contains(" error one\n") && content.endsWith(" error two\n"));
+    }
+
+    // The number of a quiet daemon is only reserved: there is nothing to write to, and nothing may fail.
+    void reservedDescriptorIsClosed()
+    {
+        const StandardError reserved(openFile(QStringLiteral("/dev/null"), O_PATH));
+        LogSink sink{QString()};
+        sink.write(JovLogger::Error, QStringLiteral("to the system log"));
+        QVERIFY((fcntl(STDERR_FILENO, F_GETFL) & O_PATH) != 0);
+    }
 
 private:
     RootDir m_root;
 };
 
-void LoggerTest::options_data()
-{
-    QTest::addColumn<QByteArray>("ini");
-    QTest::addColumn<int>("level");
-    QTest::addColumn<QString>("file");
-    QTest::newRow("both") << QByteArray("[log]\nlevel=7\nfile=/var/log/a.log\n") << 7 << "/var/log/a.log";
-    QTest::newRow("empty") << QByteArray() << 6 << "";
-    QTest::newRow("no number") << QByteArray("[log]\nlevel=loud\n") << 6 << "";
-    QTest::newRow("out of range") << QByteArray("[log]\nlevel=99\nfile=a.log\n") << 7 << "/a.log";
-    QTest::newRow("rubbish") << QByteArray("\0\xff\xfe[[[=\n=\n[log\nlevel\n@Variant(\0\0\0", 30) << 6 << "";
-    QTest::newRow("huge") << QByteArray("[log]\nlevel=7\n") + QByteArray(3000000, '#') << 6 << "";
-}
-
-void LoggerTest::options()
-{
-    QFETCH(QByteArray, ini);
-    QFETCH(QString, file);
-    m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), ini);
-    const LogOptions options = LogOptions::read();
-    QTEST(options.level, "level");
-    QCOMPARE(options.file, file.isEmpty() ? QString() : m_root.path(file));
-}
-
-void LoggerTest::lines_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("written");
-    QTest::newRow("plain") << "[Module] a : b" << QByteArray("[Module] a : b");
-    QTest::newRow("forged") << "a\n2026-11-21T10:00:00.123 error b\r\n"
-                            << QByteArray("a\\n2026-11-21T10:00:00.123 error b\\r\\n");
-    QTest::newRow("Unicode") << QStringLiteral("caf\u00e9 \u6d4b") << QByteArray("caf\xc3\xa9 \xe6\xb5\x8b");
-    QTest::newRow("format") << "100%s %1 %n" << QByteArray("100%s %1 %n");
-    QTest::newRow("empty") << "" << QByteArray();
-}
-
-void LoggerTest::lines()
-{
-    QFETCH(QString, text);
-    QFETCH(QByteArray, written);
-    const QString path = QStringLiteral("/lines");
-    m_root.write(path, QByteArray());
-    PlatformLogger log(LogOptions{JovLogger::Warning, m_root.path(path)});
-    log.emergency(text);
-    log.warning(text);
-    log.info(text);
-    log.setLevel(JovLogger::Debug);
-    log.debug(text);
-    QByteArrayList expected;
-    for (const char *level : {" emergency ", " warning ", " debug "}) {
-        expected << level + written;
-    }
-    QByteArrayList got = m_root.read(path).split('\n');
-    QVERIFY(got.takeLast().isEmpty());
-    const QRegularExpression stamp(QStringLiteral("\\A\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3} "));
-    for (QByteArray &line : got) {
-        QVERIFY2(stamp.match(QString::fromUtf8(line)).hasMatch(), line);
-        line = line.mid(23);
-    }
-    QCOMPARE(got, expected);
-}
-
-void LoggerTest::belowTheLevelNothingIsBuilt()
-{
-    QCOMPARE(Log::Detail::format("%1 %2 %3", QStringLiteral("%2"), true, 1.5), QStringLiteral("%2 true 1.5"));
-    QCOMPARE(Log::Detail::format("a %1", QStringLiteral("%1%2")), QStringLiteral("a %1%2"));
-    bool built = false;
-    logger().setLevel(JovLogger::Info);
-    Log::debug("%1", [&] {
-        built = true;
-        return QString();
-    });
-    QVERIFY(!built);
-}
-
-void LoggerTest::fileIsRotated_data()
-{
-    QTest::addColumn<bool>("renamed");
-    QTest::newRow("renamed") << true;
-    QTest::newRow("removed") << false;
-}
-
-void LoggerTest::fileIsRotated()
-{
-    QFETCH(bool, renamed);
-    const QString path = m_root.path(QStringLiteral("/rotated"));
-    QFile::remove(path);
-    QFile::remove(path + QStringLiteral(".1"));
-    LogSink sink(path);
-    sink.write(JovLogger::Info, QStringLiteral("before"));
-    QVERIFY(renamed ? QFile::rename(path, path + QStringLiteral(".1")) : QFile::remove(path));
-    sink.write(JovLogger::Info, QStringLiteral("after"));
-    const QByteArray content = m_root.read(QStringLiteral("/rotated"));
-    QVERIFY(content.contains(" info after\n") && !content.contains("before"));
-}
-
-void LoggerTest::fileCannotBeUsed_data()
-{
-    QTest::addColumn<QString>("place");
-    QTest::newRow("no folder") << "/missing/log";
-    QTest::newRow("a FIFO without a reader") << "/fifo";
-    QTest::newRow("a full disk") << "/full";
-    QTest::newRow("standard error was asked for") << "";
-}
-
-void LoggerTest::fileCannotBeUsed()
-{
-    QFETCH(QString, place);
-    mkfifo(qPrintable(m_root.path(QStringLiteral("/fifo"))), 0600);
-    QFile::link(QStringLiteral("/dev/full"), m_root.path(QStringLiteral("/full")));
-    m_root.write(QStringLiteral("/stderr"), QByteArray());
-    {
-        const StandardError redirected(openFile(m_root.path(QStringLiteral("/stderr")), O_WRONLY | O_APPEND));
-        LogSink sink(place.isEmpty() ? QString() : m_root.path(place));
-        sink.write(JovLogger::Error, QStringLiteral("one"));
-        sink.write(JovLogger::Error, QStringLiteral("two"));
-    }
-    const QByteArray content = m_root.read(QStringLiteral("/stderr"));
-    QCOMPARE(content.count(" error cannot write the log file"), place.isEmpty() ? 0 : 1);
-    QVERIFY(content.contains(" error one\n") && content.endsWith(" error two\n"));
-}
-
-// The number of a quiet daemon is only reserved: there is nothing to write to, and nothing may fail.
-void LoggerTest::reservedDescriptorIsClosed()
-{
-    const StandardError reserved(openFile(QStringLiteral("/dev/null"), O_PATH));
-    LogSink sink{QString()};
-    sink.write(JovLogger::Error, QStringLiteral("to the system log"));
-    QVERIFY((fcntl(STDERR_FILENO, F_GETFL) & O_PATH) != 0);
-}
-
-int main(int argc, char **argv)
-{
-    LoggerTest test;
-    return runTest(test, argc, argv);
-}
+QTEST_GUILESS_MAIN(LoggerTest)
 
 #include "LoggerTest.moc"

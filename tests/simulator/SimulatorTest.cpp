@@ -1,4 +1,4 @@
-#include "LeftBehind.h"
+#include "DataTable.h"
 #include "Processes.h"
 #include "RootDir.h"
 
@@ -87,203 +87,179 @@ class SimulatorTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void once_data();
-    void once();
-    void faultyTerminal_data();
-    void faultyTerminal();
-    void nothingSurvives_data();
-    void nothingSurvives();
-    void commands();
-    void watchdogFollowsSettings();
-    void keptRoot();
-    void heldBoot();
+    void once_data()
+    {
+        columns<QStringList, int, QStringList>("arguments", "boots", "saidInOrder");
+        const auto crash = [](const char *module) {
+            return QStringList{QStringLiteral("--crash"), QString::fromLatin1(module), QStringLiteral("--after"),
+                               QStringLiteral("1")};
+        };
+        const auto texts = [](std::initializer_list<const char *> list) {
+            QStringList lines;
+            for (const char *text : list) {
+                lines << QString::fromLatin1(text);
+            }
+            return lines;
+        };
+        row("boot and stop", QStringList(), 1,
+            texts({"Platform         up", "step infra       done", "JovWebClient     up", "All 16 modules are up",
+                   "JovWebClient     stopped", "Platform         stopped", "ended with status 0"}));
+        row("a module crashes", crash("store"), 2,
+            texts({"All 16 modules are up", "store            ended unasked",
+                   "archived:", "reboot asked for by ApplicationManager: store crashed", "The terminal boots again",
+                   "All 16 modules are up", "ended with status 0"}));
+        row("the owner of the screen crashes", crash("JovWebClient"), 2,
+            texts({"JovWebClient     ended unasked", "jovwebclient_module_crash.jpg", "The terminal boots again",
+                   "All 16 modules are up"}));
+        row("who is asked to reboot crashes", crash("Platform"), 2,
+            texts({"archived:", "called with --soft --owner ApplicationManager --reason Platform crashed",
+                   "The terminal boots again", "All 16 modules are up"}));
+    }
+
+    void once()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, boots);
+        QFETCH(QStringList, saidInOrder);
+        Run run(QStringList{QStringLiteral("--once")} + patient + arguments);
+        const int status = run.end();
+        const QString output = run.output();
+        QVERIFY2(status == 0 && output.count(QStringLiteral("the home page is shown")) == boots, qPrintable(output));
+        int place = 0;
+        for (const QString &text : qAsConst(saidInOrder)) {
+            place = output.indexOf(text, place);
+            QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(text, output)));
+        }
+        QVERIFY(run.leftNoFiles());
+    }
+
+    void faultyTerminal_data()
+    {
+        columns<QString, QString, QString>("argument", "dependency", "complaint");
+        const QString fine = QStringLiteral("fine");
+        row("never ready", QStringLiteral("--never-ready"), fine, QStringLiteral("waits for odd. Not up: odd"));
+        row("ends at once", QStringLiteral("--exit-after=0"), fine, QStringLiteral("Not up: odd"));
+        row("crashes, and again after each reboot", QStringLiteral("--crash-signal=ABRT"), fine,
+            QStringLiteral("emergency: Terminal will reboot now: odd crashed"));
+        row("the supervisor refuses the files", QString(), QStringLiteral("missing"),
+            QStringLiteral("ended by itself, with status 1"));
+    }
+
+    void faultyTerminal()
+    {
+        QFETCH(QString, argument);
+        QFETCH(QString, dependency);
+        QFETCH(QString, complaint);
+        const RootDir files;
+        writeTerminal(files, argument, dependency);
+        Run run({QStringLiteral("--once"), QStringLiteral("--timeout"), QStringLiteral("4"),
+                 QStringLiteral("--terminal"), files.path()});
+        QCOMPARE(run.end(), 1);
+        QVERIFY2(run.output().contains(complaint), qPrintable(run.output()));
+        QVERIFY(run.leftNoFiles());
+    }
+
+    void nothingSurvives_data()
+    {
+        columns<QString, QString>("victim", "moment"); // the beginning of its command line
+        const QString up = QStringLiteral("modules are up");
+        row("simulator", QString(), up);
+        row("simulator, booting", QString(), QStringLiteral("fine             up"));
+        row("keeper", QStringLiteral(SIMULATOR), up);
+        row("bus", QStringLiteral("dbus-daemon"), up);
+        row("supervisor", QFileInfo(QStringLiteral(SIMULATOR)).path() + QStringLiteral("/ApplicationManager"), up);
+    }
+
+    void nothingSurvives()
+    {
+        QFETCH(QString, victim);
+        QFETCH(QString, moment);
+        const RootDir files;
+        writeTerminal(files, QStringLiteral("--ready-after=100"));
+        Run run({QStringLiteral("--terminal"), files.path()});
+        QVERIFY2(run.said(moment), qPrintable(run.output()));
+        const QList<Processes::Process> processes = Processes::below(run.pid());
+        QVERIFY(processes.size() >= 4); // keeper, bus, supervisor, modules
+        pid_t killed = victim.isEmpty() ? run.pid() : 0;
+        for (const Processes::Process &process : processes) {
+            if (killed == 0 && process.commandLine.startsWith(victim)) {
+                killed = process.pid;
+            }
+        }
+        QVERIFY(killed > 0);
+        kill(killed, SIGKILL);
+        QCOMPARE(run.end(), victim.isEmpty() ? -SIGKILL : 1);
+        QTRY_VERIFY_WITH_TIMEOUT(run.leftNoFiles(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(processes.begin(), processes.end(),
+                                             [](const Processes::Process &process) { return isGone(process.pid); }),
+                                 patience);
+    }
+
+    void commands()
+    {
+        const RootDir files;
+        writeTerminal(files, QString());
+        Run run({QStringLiteral("--terminal"), files.path()});
+        for (const char *line : {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "quit"}) {
+            run.command(line);
+        }
+        QCOMPARE(run.end(), 0);
+        const QString output = run.output();
+        int place = 0;
+        for (const char *text :
+             {"modules are up", "odd              stopped", "fine stopped (EXITED_OK)", "fine             up",
+              "odd              up", "'nonsense' is no command", "nobody: no module", "fine             stopped",
+              "odd              up", "odd   only  RUNNING", "is asked to end"}) {
+            place = output.indexOf(QLatin1String(text), place);
+            QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(QLatin1String(text), output)));
+        }
+    }
+
+    void watchdogFollowsSettings()
+    {
+        Run run({QStringLiteral("--terminal"), QStringLiteral("leak"), QStringLiteral("--watchdog-minute"),
+                 QStringLiteral("100")});
+        // At the first excess two restarts are left, unless the running supervisor hears of the change.
+        run.command("set MonitoringWatchRetry 1");
+        QVERIFY(
+            run.said(QStringLiteral("reboot asked for by ApplicationManager: Too much faulty applications restart")));
+        QVERIFY2(!run.output().contains(QStringLiteral("hoarder          stopped")), qPrintable(run.output()));
+        QVERIFY(run.said(QStringLiteral("The terminal boots again")));
+    }
+
+    void keptRoot()
+    {
+        const RootDir files;
+        writeTerminal(files, QString());
+        const QTemporaryDir kept;
+        const QStringList arguments = {QStringLiteral("--once"), QStringLiteral("--root"),
+                                       kept.filePath(QStringLiteral("root"))};
+        QCOMPARE(Run(arguments + QStringList{QStringLiteral("--terminal"), files.path()}).end(), 0);
+        QVERIFY(QFile::remove(kept.filePath(QStringLiteral("root/etc/JovApplication/module/odd/config.xml"))));
+        Run again(arguments);
+        QCOMPARE(again.end(), 0);
+        QVERIFY2(again.output().contains(QStringLiteral("(default) added to list")), qPrintable(again.output()));
+        // A folder with anything else in it is left alone.
+        QCOMPARE(Run({QStringLiteral("--once"), QStringLiteral("--root"), kept.path()}).end(), 2);
+        QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList{QStringLiteral("root")});
+    }
+
+    void heldBoot()
+    {
+        const RootDir files;
+        writeTerminal(files, QString());
+        files.write(QStringLiteral("/tmp/step"), " 0 \n");
+        Run run({QStringLiteral("--terminal"), files.path()});
+        run.command("step 1");
+        QVERIFY2(run.said(QStringLiteral("step only        done")), qPrintable(run.output()));
+        QVERIFY2(run.output().contains(QStringLiteral("The step file holds the boot at step 0")),
+                 qPrintable(run.output()));
+        run.command("quit");
+        QCOMPARE(run.end(), 0);
+    }
 };
 
-void SimulatorTest::once_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("boots");
-    QTest::addColumn<QStringList>("saidInOrder");
-    const auto crash = [](const char *module) {
-        return QStringList{QStringLiteral("--crash"), QString::fromLatin1(module), QStringLiteral("--after"),
-                           QStringLiteral("1")};
-    };
-    const auto texts = [](std::initializer_list<const char *> list) {
-        QStringList lines;
-        for (const char *text : list) {
-            lines << QString::fromLatin1(text);
-        }
-        return lines;
-    };
-    QTest::newRow("boot and stop") << QStringList() << 1
-                                   << texts({"Platform         up", "step infra       done", "JovWebClient     up",
-                                             "All 16 modules are up", "JovWebClient     stopped",
-                                             "Platform         stopped", "ended with status 0"});
-    QTest::newRow("a module crashes") << crash("store") << 2
-                                      << texts({"All 16 modules are up", "store            ended unasked",
-                                                "archived:", "reboot asked for by ApplicationManager: store crashed",
-                                                "The terminal boots again", "All 16 modules are up",
-                                                "ended with status 0"});
-    QTest::newRow("the owner of the screen crashes")
-        << crash("JovWebClient") << 2
-        << texts({"JovWebClient     ended unasked", "jovwebclient_module_crash.jpg", "The terminal boots again",
-                  "All 16 modules are up"});
-    QTest::newRow("who is asked to reboot crashes")
-        << crash("Platform") << 2
-        << texts({"archived:", "called with --soft --owner ApplicationManager --reason Platform crashed",
-                  "The terminal boots again", "All 16 modules are up"});
-}
-
-void SimulatorTest::once()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(int, boots);
-    QFETCH(QStringList, saidInOrder);
-    Run run(QStringList{QStringLiteral("--once")} + patient + arguments);
-    const int status = run.end();
-    const QString output = run.output();
-    QVERIFY2(status == 0 && output.count(QStringLiteral("the home page is shown")) == boots, qPrintable(output));
-    int place = 0;
-    for (const QString &text : qAsConst(saidInOrder)) {
-        place = output.indexOf(text, place);
-        QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(text, output)));
-    }
-    QVERIFY(run.leftNoFiles());
-}
-
-void SimulatorTest::faultyTerminal_data()
-{
-    QTest::addColumn<QString>("argument");
-    QTest::addColumn<QString>("dependency");
-    QTest::addColumn<QString>("complaint");
-    const QString fine = QStringLiteral("fine");
-    QTest::newRow("never ready") << QStringLiteral("--never-ready") << fine
-                                 << QStringLiteral("waits for odd. Not up: odd");
-    QTest::newRow("ends at once") << QStringLiteral("--exit-after=0") << fine << QStringLiteral("Not up: odd");
-    QTest::newRow("crashes, and again after each reboot")
-        << QStringLiteral("--crash-signal=ABRT") << fine
-        << QStringLiteral("emergency: Terminal will reboot now: odd crashed");
-    QTest::newRow("the supervisor refuses the files")
-        << QString() << QStringLiteral("missing") << QStringLiteral("ended by itself, with status 1");
-}
-
-void SimulatorTest::faultyTerminal()
-{
-    QFETCH(QString, argument);
-    QFETCH(QString, dependency);
-    QFETCH(QString, complaint);
-    const RootDir files;
-    writeTerminal(files, argument, dependency);
-    Run run({QStringLiteral("--once"), QStringLiteral("--timeout"), QStringLiteral("4"), QStringLiteral("--terminal"),
-             files.path()});
-    QCOMPARE(run.end(), 1);
-    QVERIFY2(run.output().contains(complaint), qPrintable(run.output()));
-    QVERIFY(run.leftNoFiles());
-}
-
-void SimulatorTest::nothingSurvives_data()
-{
-    QTest::addColumn<QString>("victim"); // the beginning of its command line
-    QTest::addColumn<QString>("moment");
-    const QString up = QStringLiteral("modules are up");
-    QTest::newRow("simulator") << QString() << up;
-    QTest::newRow("simulator, booting") << QString() << QStringLiteral("fine             up");
-    QTest::newRow("keeper") << QStringLiteral(SIMULATOR) << up;
-    QTest::newRow("bus") << QStringLiteral("dbus-daemon") << up;
-    QTest::newRow("supervisor") << QFileInfo(QStringLiteral(SIMULATOR)).path() + QStringLiteral("/ApplicationManager")
-                                << up;
-}
-
-void SimulatorTest::nothingSurvives()
-{
-    QFETCH(QString, victim);
-    QFETCH(QString, moment);
-    const RootDir files;
-    writeTerminal(files, QStringLiteral("--ready-after=100"));
-    Run run({QStringLiteral("--terminal"), files.path()});
-    QVERIFY2(run.said(moment), qPrintable(run.output()));
-    const QList<Processes::Process> processes = Processes::below(run.pid());
-    QVERIFY(processes.size() >= 4); // keeper, bus, supervisor, modules
-    pid_t killed = victim.isEmpty() ? run.pid() : 0;
-    for (const Processes::Process &process : processes) {
-        if (killed == 0 && process.commandLine.startsWith(victim)) {
-            killed = process.pid;
-        }
-    }
-    QVERIFY(killed > 0);
-    kill(killed, SIGKILL);
-    QCOMPARE(run.end(), victim.isEmpty() ? -SIGKILL : 1);
-    QTRY_VERIFY_WITH_TIMEOUT(run.leftNoFiles(), patience);
-    QTRY_VERIFY_WITH_TIMEOUT(std::all_of(processes.begin(), processes.end(),
-                                         [](const Processes::Process &process) { return isGone(process.pid); }),
-                             patience);
-}
-
-void SimulatorTest::commands()
-{
-    const RootDir files;
-    writeTerminal(files, QString());
-    Run run({QStringLiteral("--terminal"), files.path()});
-    for (const char *line : {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "quit"}) {
-        run.command(line);
-    }
-    QCOMPARE(run.end(), 0);
-    const QString output = run.output();
-    int place = 0;
-    for (const char *text :
-         {"modules are up", "odd              stopped", "fine stopped (EXITED_OK)", "fine             up",
-          "odd              up", "'nonsense' is no command", "nobody: no module", "fine             stopped",
-          "odd              up", "odd   only  RUNNING", "is asked to end"}) {
-        place = output.indexOf(QLatin1String(text), place);
-        QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(QLatin1String(text), output)));
-    }
-}
-
-void SimulatorTest::watchdogFollowsSettings()
-{
-    Run run({QStringLiteral("--terminal"), QStringLiteral("leak"), QStringLiteral("--watchdog-minute"),
-             QStringLiteral("100")});
-    // At the first excess two restarts are left, unless the running supervisor hears of the change.
-    run.command("set MonitoringWatchRetry 1");
-    QVERIFY(run.said(QStringLiteral("reboot asked for by ApplicationManager: Too much faulty applications restart")));
-    QVERIFY2(!run.output().contains(QStringLiteral("hoarder          stopped")), qPrintable(run.output()));
-    QVERIFY(run.said(QStringLiteral("The terminal boots again")));
-}
-
-void SimulatorTest::keptRoot()
-{
-    const RootDir files;
-    writeTerminal(files, QString());
-    const QTemporaryDir kept;
-    const QStringList arguments = {QStringLiteral("--once"), QStringLiteral("--root"),
-                                   kept.filePath(QStringLiteral("root"))};
-    QCOMPARE(Run(arguments + QStringList{QStringLiteral("--terminal"), files.path()}).end(), 0);
-    QVERIFY(QFile::remove(kept.filePath(QStringLiteral("root/etc/JovApplication/module/odd/config.xml"))));
-    Run again(arguments);
-    QCOMPARE(again.end(), 0);
-    QVERIFY2(again.output().contains(QStringLiteral("(default) added to list")), qPrintable(again.output()));
-    // A folder with anything else in it is left alone.
-    QCOMPARE(Run({QStringLiteral("--once"), QStringLiteral("--root"), kept.path()}).end(), 2);
-    QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{QStringLiteral("root")});
-}
-
-void SimulatorTest::heldBoot()
-{
-    const RootDir files;
-    writeTerminal(files, QString());
-    files.write(QStringLiteral("/tmp/step"), " 0 \n");
-    Run run({QStringLiteral("--terminal"), files.path()});
-    run.command("step 1");
-    QVERIFY2(run.said(QStringLiteral("step only        done")), qPrintable(run.output()));
-    QVERIFY2(run.output().contains(QStringLiteral("The step file holds the boot at step 0")), qPrintable(run.output()));
-    run.command("quit");
-    QCOMPARE(run.end(), 0);
-}
-
-int main(int argc, char **argv)
-{
-    SimulatorTest test;
-    return runTest(test, argc, argv);
-}
+QTEST_GUILESS_MAIN(SimulatorTest)
 
 #include "SimulatorTest.moc"

@@ -1,15 +1,6 @@
 #include "PrivateBus.h"
 
-#include <QElapsedTimer>
 #include <QFile>
-#include <QThread>
-
-#include <csignal>
-
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 namespace {
 
@@ -27,17 +18,6 @@ const char configuration[] = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD 
   <limit name="max_match_rules_per_connection">512</limit>
 </busconfig>
 )";
-
-bool accepts(const QByteArray &path)
-{
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, path.constData(), sizeof address.sun_path);
-    const bool connected = connect(descriptor, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    close(descriptor);
-    return connected;
-}
 
 } // namespace
 
@@ -66,20 +46,14 @@ QString PrivateBus::address() const
 
 void PrivateBus::start()
 {
-    const QString socketPath = m_directory.filePath(QStringLiteral("socket"));
-    QFile::remove(socketPath);
-    m_daemon.setStandardOutputFile(QProcess::nullDevice());
+    QFile::remove(m_directory.filePath(QStringLiteral("socket")));
     m_daemon.setStandardErrorFile(QProcess::nullDevice());
     m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+                   {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
                     QStringLiteral("--config-file=") + m_directory.filePath(QStringLiteral("bus.conf"))});
-    QElapsedTimer timer;
-    timer.start();
-    while (!accepts(QFile::encodeName(socketPath))) {
-        if (timer.elapsed() > 10000) {
-            qFatal("dbus-daemon does not answer");
-        }
-        QThread::msleep(1);
+    // It tells its address when it listens.
+    if (!m_daemon.waitForReadyRead()) {
+        qFatal("dbus-daemon does not come up: %s", qPrintable(m_daemon.errorString()));
     }
 }
 

@@ -34,13 +34,18 @@ QList<pid_t> Processes::children(pid_t pid)
     return found;
 }
 
+QByteArray Processes::commandLine(pid_t pid)
+{
+    return procFile(pid, "cmdline").replace('\0', ' ').trimmed();
+}
+
 QList<Processes::Process> Processes::below(pid_t ancestor)
 {
     QList<Process> found;
     const QList<pid_t> direct = children(ancestor);
     for (const pid_t child : direct) {
         // A zombie has no command line any more.
-        const QByteArray words = procFile(child, "cmdline").replace('\0', ' ').trimmed();
+        const QByteArray words = commandLine(child);
         if (!words.isEmpty()) {
             found << Process{child, ancestor, QString::fromLocal8Bit(words)};
         }

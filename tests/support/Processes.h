@@ -14,11 +14,14 @@ struct Process
 {
     pid_t pid = 0;
     pid_t parent = 0;
-    QString commandLine; ///< words joined by blanks
+    QString commandLine;
 };
 
 /// Also those that are dead and not reaped.
 [[nodiscard]] QList<pid_t> children(pid_t pid);
+
+/// Its words joined by blanks; a zombie has none.
+[[nodiscard]] QByteArray commandLine(pid_t pid);
 
 /// All descendants of `ancestor`, parents before children; zombies do not count.
 [[nodiscard]] QList<Process> below(pid_t ancestor);

@@ -4,6 +4,12 @@
 #include <QFile>
 #include <QFileInfo>
 
+namespace {
+
+const QString logFile = QStringLiteral("/var/log/daemon.log");
+
+} // namespace
+
 RootDir::RootDir()
 {
     qputenv("JOV_ROOT", QFile::encodeName(m_directory.path()));
@@ -35,4 +41,26 @@ void RootDir::link(const QString &absolutePath, const QString &program) const
     if (!QFile::link(program, path(absolutePath))) {
         qFatal("cannot link %s", qPrintable(path(absolutePath)));
     }
+}
+
+void RootDir::writeScript(const QString &absolutePath, const QByteArray &commands) const
+{
+    write(absolutePath, "#!/bin/sh\n" + commands + '\n');
+    QFile::setPermissions(path(absolutePath), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+void RootDir::keepLog(int level) const
+{
+    write(logFile, QByteArray());
+    write(QStringLiteral("/etc/JovApplication/platform.ini"),
+          QStringLiteral("[log]\nlevel=%1\nfile=%2\n").arg(level).arg(logFile).toUtf8());
+}
+
+QStringList RootDir::log(int from) const
+{
+    QStringList lines = QString::fromUtf8(read(logFile)).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(from);
+    for (QString &line : lines) {
+        line = line.section(QLatin1Char(' '), 1);
+    }
+    return lines;
 }

@@ -2,7 +2,7 @@
 #define ROOT_DIR_H
 
 #include <QByteArray>
-#include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 /// A root of its own: JOV_ROOT names it while the object lives.
@@ -21,6 +21,13 @@ public:
     [[nodiscard]] QByteArray read(const QString &absolutePath) const;
     /// Makes `absolutePath` a symbolic link to `program`.
     void link(const QString &absolutePath, const QString &program) const;
+    /// A shell script that can be executed.
+    void writeScript(const QString &absolutePath, const QByteArray &commands) const;
+
+    /// Has the log written under the root from this level on, beginning with an empty one.
+    void keepLog(int level = 7) const;
+    /// Its lines without their time, "LEVEL TEXT", from line `from` on.
+    [[nodiscard]] QStringList log(int from = 0) const;
 
 private:
     QTemporaryDir m_directory;

@@ -18,7 +18,6 @@ namespace {
 const QString manager = QStringLiteral("ApplicationManager");
 const QString moduleDirectory = QStringLiteral("/usr/lib/JovApplication/");
 const QString configDirectory = QStringLiteral("/etc/JovApplication/module/");
-const QString logFile = QStringLiteral("/var/log/daemon.log");
 
 QDBusMessage methodCall(const QString &method, const QVariantList &arguments)
 {
@@ -69,7 +68,7 @@ Terminal::~Terminal()
         }
     }
     if (QTest::currentTestFailed() && qEnvironmentVariableIsSet("SHOW_LOG")) {
-        fputs(root.read(logFile).constData(), stderr);
+        fputs(qPrintable(log().join(QLatin1Char('\n'))), stderr);
     }
     QDBusConnection::disconnectFromBus(m_connectionName);
 }
@@ -105,8 +104,8 @@ void Terminal::layOut(const QString &description)
     }
     root.write(configDirectory + manager + QStringLiteral("/initStep.xml"),
                QStringLiteral("<initStep>%1</initStep>").arg(steps).toUtf8());
-    root.write(QStringLiteral("/etc/JovApplication/platform.ini"), "[log]\nlevel=7\nfile=" + logFile.toUtf8() + '\n');
-    for (const char *folder : {"/usr/lib/JovApplication/", "/tmp/", "/var/log/", "/log/"}) {
+    root.keepLog();
+    for (const char *folder : {"/usr/lib/JovApplication/", "/tmp/", "/log/"}) {
         root.write(QString::fromLatin1(folder) + QStringLiteral(".keep"), QByteArray());
     }
 }
@@ -141,8 +140,7 @@ void Terminal::writeConfig(const QString &name, const QStringList &moreArguments
 
 void Terminal::standIn(const QString &path)
 {
-    root.write(path, "#!/bin/sh\necho \"${0##*/} $*\" >>\"$JOV_ROOT/records\"\n");
-    QFile::setPermissions(root.path(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    root.writeScript(path, "echo \"${0##*/} $*\" >>\"$JOV_ROOT/records\"");
 }
 
 QStringList Terminal::records() const
@@ -164,6 +162,12 @@ void Terminal::launch(const QStringList &arguments)
 void Terminal::start()
 {
     launch({QStringLiteral("--nodaemon")});
+}
+
+bool Terminal::boot()
+{
+    start();
+    return waitForAll(QStringLiteral("RUNNING"));
 }
 
 int Terminal::startDaemon(const QStringList &arguments)
@@ -268,15 +272,6 @@ QString Terminal::states()
         states << module.getName() + QLatin1Char(':') + module.getState();
     }
     return states.join(QLatin1Char(' '));
-}
-
-QStringList Terminal::log(int from) const
-{
-    QStringList lines = QString::fromUtf8(root.read(logFile)).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(from);
-    for (QString &line : lines) {
-        line = line.section(QLatin1Char(' '), 1);
-    }
-    return lines;
 }
 
 int Terminal::logCount(const QString &text, int from) const

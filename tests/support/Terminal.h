@@ -52,6 +52,8 @@ public:
 
     /// In the foreground.
     void start();
+    /// That, and waits until all modules run.
+    [[nodiscard]] bool boot();
     /// Starts it in daemon mode and waits for the exit status of the process that was started.
     int startDaemon(const QStringList &arguments = {});
     /// The daemon's process id; 0 when there is none.
@@ -84,8 +86,7 @@ public:
     /// The living processes of the daemon's modules.
     [[nodiscard]] QMap<QString, QList<pid_t>> modules() const { return Processes::modulesBelow(pid()); }
 
-    /// The log's lines without their time, "LEVEL TEXT", from line `from` on.
-    [[nodiscard]] QStringList log(int from = 0) const;
+    [[nodiscard]] QStringList log(int from = 0) const { return root.log(from); }
     [[nodiscard]] int logCount(const QString &text, int from = 0) const;
 
     static bool wait(const std::function<bool()> &reached, int limit = 15000);

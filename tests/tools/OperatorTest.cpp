@@ -1,4 +1,4 @@
-#include "LeftBehind.h"
+#include "DataTable.h"
 #include "Terminal.h"
 
 #include <QElapsedTimer>
@@ -90,259 +90,216 @@ class OperatorTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void usage_data();
-    void usage();
-    void noDaemon_data();
-    void noDaemon();
-    void saysWhatItWaitsFor();
-    void restartHeldBack();
-    void shutdown();
-    void watchFromTheBeginning();
-    void watchInTheMiddle();
-    void queries_data();
-    void queries();
-    void control_data();
-    void control();
+    void usage_data()
+    {
+        columns<QString>("words");
+        for (const char *words : {"", "lst", "list --nonsense", "list A", "start", "log-level 8", "log-level loud",
+                                  "log-level 1 2", "top --interval 0", "top --interval nan", "boot --svg"}) {
+            row(words, words);
+        }
+    }
+
+    void usage()
+    {
+        QFETCH(QString, words);
+        const Outcome outcome = jovctl(words);
+        QCOMPARE(outcome.status, 2);
+        QCOMPARE(outcome.out, QString());
+        QVERIFY(outcome.err.startsWith(QLatin1String("jovctl: ")) && outcome.err.count(QLatin1Char('\n')) == 1);
+    }
+
+    void noDaemon_data()
+    {
+        columns<QString>("words");
+        for (const char *words :
+             {"list", "status A", "start A", "stop-all", "restart-app", "shutdown", "boot", "top --once", "metrics"}) {
+            row(words, words);
+        }
+    }
+
+    void noDaemon()
+    {
+        QFETCH(QString, words);
+        {
+            const PrivateBus bus;
+            const Outcome outcome = jovctl(words);
+            QCOMPARE(outcome.status, 3);
+            QCOMPARE(outcome.err, QStringLiteral("jovctl: ApplicationManager is not running\n"));
+            QCOMPARE(outcome.out.contains(QLatin1String("jovara_up 0\n")), words == QLatin1String("metrics"));
+        }
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/at/all");
+        QCOMPARE(jovctl(words).status, 3);
+        qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    }
+
+    void saysWhatItWaitsFor()
+    {
+        Terminal terminal("step one 1\nA one\nSlow one --ready-after=2500");
+        QVERIFY(terminal.boot());
+        const Outcome outcome = jovctl(QStringLiteral("restart Slow"));
+        QCOMPARE(outcome.err, QStringLiteral("jovctl: waiting for Slow (STARTING)\n"));
+        QCOMPARE(outcome.status, 0);
+    }
+
+    void restartHeldBack()
+    {
+        Terminal terminal("step one 1\nstep five 5\nA one\nB five");
+        terminal.root.write(QStringLiteral("/tmp/step"), "3\n");
+        terminal.start();
+        QVERIFY(terminal.waitForLog(QStringLiteral("initStepDone: 1")));
+        Outcome outcome = jovctl(QStringLiteral("restart-app"));
+        QVERIFY2(outcome.err.contains(QLatin1String("only reached step 3")), qPrintable(outcome.err));
+        QCOMPARE(outcome.status, 1);
+        terminal.notify(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), 5}});
+        QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
+        terminal.notify(QStringLiteral("PLTF_LOCK_REBOOT"));
+        QVERIFY(terminal.waitForLog(QStringLiteral("received event : PLTF_LOCK_REBOOT")));
+        outcome = jovctl(QStringLiteral("restart-app"));
+        QVERIFY2(outcome.err.contains(QLatin1String("locked")), qPrintable(outcome.err));
+        QCOMPARE(outcome.status, 1);
+    }
+
+    void watchFromTheBeginning()
+    {
+        Terminal terminal(
+            "step one 1\nstep two 2 home\nA one\nB one <A\nC one <B\nJovWebClient two --presentation-after=20");
+        Watch watch;
+        QVERIFY(watch.waitFor("\"there\":false"));
+        QVERIFY(terminal.boot());
+        terminal.end(SIGTERM);
+        QVERIFY(watch.waitFor("\"there\":false", 2));
+        terminal.start();
+        QVERIFY(watch.waitFor("\"there\":true", 2));
+        QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
+        // What a module does from the start to the end, and again.
+        const QStringList run = QStringLiteral("STOPPED STARTING RUNNING").split(QLatin1Char(' '));
+        const QStringList end = QStringLiteral("STOPPING STOPPED").split(QLatin1Char(' '));
+        QVERIFY(watch.waitFor("\"state\":\"RUNNING\"", 8));
+        QCOMPARE(watch.interrupt(), 0);
+        const QMap<QString, QStringList> states = watch.states();
+        for (const char *name : {"A", "B", "C"}) {
+            QStringList told = states.value(QLatin1String(name));
+            // The second daemon's present state may be told, or its first change.
+            told.removeAll(QString());
+            QCOMPARE(told.mid(0, 5), run + end);
+            QCOMPARE(told.mid(told.size() - 2), run.mid(1));
+            QVERIFY(told.size() == 7 || told.size() == 8);
+        }
+        QVERIFY(states.value(QStringLiteral("JovWebClient")).contains(QStringLiteral("WEB_CLIENT_STARTED")));
+    }
+
+    void watchInTheMiddle()
+    {
+        QString files = QStringLiteral("step one 1\n");
+        for (int i = 0; i < 20; ++i) {
+            files += QStringLiteral("M%1 one --ready-after=20\n").arg(i, 2, 10, QLatin1Char('0'));
+        }
+        Terminal terminal(files.toUtf8().constData());
+        terminal.start();
+        QVERIFY(terminal.waitForLog(QStringLiteral("PID of :M05")));
+        Watch watch;
+        QVERIFY(watch.waitFor("\"kind\":\"step\""));
+        QCOMPARE(watch.interrupt(), 0);
+        const QMap<QString, QStringList> states = watch.states();
+        QCOMPARE(states.value(QStringLiteral("M19")),
+                 QStringLiteral("STOPPED STARTING RUNNING").split(QLatin1Char(' ')));
+        for (int i = 0; i < 20; ++i) {
+            const QStringList told = states.value(QStringLiteral("M%1").arg(i, 2, 10, QLatin1Char('0')));
+            QCOMPARE(told.value(told.size() - 1), QStringLiteral("RUNNING"));
+            QCOMPARE(QSet<QString>(told.begin(), told.end()).size(), told.size());
+        }
+    }
+
+    void queries_data()
+    {
+        columns<QString, QString>("words", "pattern");
+        row("list", "list", "(?m)^Five +five +RUNNING +\\d+ +1 ");
+        row("why it ended", "status Quits", "Why +its process ended .* exit code 3");
+        row("why it was not started", "status AfterQuits", "Why +it depends on Quits, which does not run");
+        row("tree", "tree", "A RUNNING\n.*B RUNNING\n.*C RUNNING\n");
+        row("graph", "tree --dot", "\"A\" -> \"B\";");
+        row("top", "top --once --interval 0.1", "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING");
+        row("boot", "boot", "took .*home page came at(.|\n)*1 one: A .*, then C ");
+        row("metrics", "metrics",
+            "jovara_module_state\\{module=\"A\",step=\"one\",state=\"RUNNING\"\\} 1\n(.|\n)*# EOF\n$");
+        row("log level", "log-level", "^7 \\(debug\\)\n$");
+        for (const char *words : {"list --json", "status --json A Quits", "tree --json",
+                                  "top --once --json --interval 0.1", "boot --json"}) {
+            row(words, words, QString());
+        }
+    }
+
+    void queries()
+    {
+        QVERIFY(isStarted());
+        QFETCH(QString, words);
+        QFETCH(QString, pattern);
+        const Outcome outcome = jovctl(words);
+        QCOMPARE(outcome.err, QString());
+        QCOMPARE(outcome.status, 0);
+        if (pattern.isEmpty()) {
+            QVERIFY2(!QJsonDocument::fromJson(outcome.out.toUtf8()).isNull(), qPrintable(outcome.out));
+            QVERIFY(outcome.out.contains(QLatin1String("\"A\"")));
+        } else {
+            QVERIFY2(QRegularExpression(pattern).match(outcome.out).hasMatch(), qPrintable(outcome.out));
+        }
+        QVERIFY(!outcome.out.contains(QChar(0x1b)));
+    }
+
+    void control_data()
+    {
+        m_terminal.reset();
+        columns<QString, int, QString, QString>("words", "status", "pattern", "states");
+        const QString all =
+            QStringLiteral("A:RUNNING AfterQuits:STOPPED B:RUNNING C:RUNNING Five:RUNNING Nine:RUNNING Quits:STOPPED");
+        row("near miss", "start five", 1, "no module \"five\". Did you mean Five\\?", all);
+        row("one bad name, nothing done", "stop A nonsense", 1, "no module \"nonsense\"", all);
+        row("runs already", "start A", 0, "A runs already", all);
+        row("ends at once", "start Quits", 1, "Quits does not run: .*exit code 3", all);
+        row("dependency missing", "start AfterQuits", 1, "depends on Quits, which does not run", all);
+        row("stopped already", "stop Quits", 0, "stopped already", all);
+        row("restart", "restart B Five", 0, "B restarted(.|\n)*Five restarted", all);
+        row("stop and what hangs on it", "stop A", 0, "A stopped.*\nalso stopped.*: B, C, Five, Nine",
+            "A:STOPPED AfterQuits:STOPPED B:STOPPED C:STOPPED Five:STOPPED Nine:STOPPED Quits:STOPPED");
+        row("some cannot start", "start-all", 1, "do not run: AfterQuits, Quits", all);
+        row("log level", "log-level info", 0, "6 \\(info\\)", all);
+        row("stop all", "stop-all", 0, "all modules are stopped",
+            QString(all).replace(QLatin1String("RUNNING"), QLatin1String("STOPPED")));
+        row("start after stop all", "start-all", 1, "restart-all begins again",
+            QString(all).replace(QLatin1String("RUNNING"), QLatin1String("STOPPED")));
+        row("restart all", "restart-all", 1, "do not run: AfterQuits, Quits", all);
+        row("restart app", "restart-app", 1, "do not run: AfterQuits, Quits", all);
+        row("shutdown", "shutdown", 0, "", "");
+    }
+
+    void control()
+    {
+        QFETCH(QString, words);
+        QFETCH(QString, pattern);
+        QVERIFY(isStarted());
+        const Outcome outcome = jovctl(words);
+        const QString text = outcome.out + outcome.err;
+        QVERIFY2(QRegularExpression(pattern).match(text).hasMatch(), qPrintable(text));
+        QTEST(outcome.status, "status");
+        QTEST(m_terminal->states(), "states");
+    }
+
     void cleanupTestCase() { m_terminal.reset(); }
 
 private:
     /// All that can start in the terminal that the rows of a test share has done so.
-    bool isStarted();
+    bool isStarted()
+    {
+        if (!m_terminal) {
+            m_terminal = std::make_unique<Terminal>(terminalFiles);
+            m_terminal->start();
+        }
+        return m_terminal->waitForLog(QStringLiteral("initStepDone: 9"));
+    }
 
     std::unique_ptr<Terminal> m_terminal;
 };
 
-bool OperatorTest::isStarted()
-{
-    if (!m_terminal) {
-        m_terminal = std::make_unique<Terminal>(terminalFiles);
-        m_terminal->start();
-    }
-    return m_terminal->waitForLog(QStringLiteral("initStepDone: 9"));
-}
-
-void OperatorTest::usage_data()
-{
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("error");
-    for (const char *words : {"", "lst", "list --nonsense", "list A", "start", "log-level 8", "log-level loud",
-                              "log-level 1 2", "top --interval 0", "top --interval nan", "boot --svg"}) {
-        QTest::newRow(words) << words;
-    }
-}
-
-void OperatorTest::usage()
-{
-    QFETCH(QString, words);
-    const Outcome outcome = jovctl(words);
-    QCOMPARE(outcome.status, 2);
-    QCOMPARE(outcome.out, QString());
-    QVERIFY(outcome.err.startsWith(QLatin1String("jovctl: ")) && outcome.err.count(QLatin1Char('\n')) == 1);
-}
-
-void OperatorTest::noDaemon_data()
-{
-    QTest::addColumn<QString>("words");
-    for (const char *words :
-         {"list", "status A", "start A", "stop-all", "restart-app", "shutdown", "boot", "top --once", "metrics"}) {
-        QTest::newRow(words) << words;
-    }
-}
-
-void OperatorTest::noDaemon()
-{
-    QFETCH(QString, words);
-    {
-        const PrivateBus bus;
-        const Outcome outcome = jovctl(words);
-        QCOMPARE(outcome.status, 3);
-        QCOMPARE(outcome.err, QStringLiteral("jovctl: ApplicationManager is not running\n"));
-        QCOMPARE(outcome.out.contains(QLatin1String("jovara_up 0\n")), words == QLatin1String("metrics"));
-    }
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/at/all");
-    QCOMPARE(jovctl(words).status, 3);
-    qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
-}
-
-void OperatorTest::queries_data()
-{
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("pattern");
-    QTest::newRow("list") << "list"
-                          << "(?m)^Five +five +RUNNING +\\d+ +1 ";
-    QTest::newRow("why it ended") << "status Quits"
-                                  << "Why +its process ended .* exit code 3";
-    QTest::newRow("why it was not started") << "status AfterQuits"
-                                            << "Why +it depends on Quits, which does not run";
-    QTest::newRow("tree") << "tree"
-                          << "A RUNNING\n.*B RUNNING\n.*C RUNNING\n";
-    QTest::newRow("graph") << "tree --dot"
-                           << "\"A\" -> \"B\";";
-    QTest::newRow("top") << "top --once --interval 0.1"
-                         << "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING";
-    QTest::newRow("boot") << "boot"
-                          << "took .*home page came at(.|\n)*1 one: A .*, then C ";
-    QTest::newRow("metrics")
-        << "metrics"
-        << "jovara_module_state\\{module=\"A\",step=\"one\",state=\"RUNNING\"\\} 1\n(.|\n)*# EOF\n$";
-    QTest::newRow("log level") << "log-level"
-                               << "^7 \\(debug\\)\n$";
-    for (const char *words :
-         {"list --json", "status --json A Quits", "tree --json", "top --once --json --interval 0.1", "boot --json"}) {
-        QTest::newRow(words) << words << QString();
-    }
-}
-
-void OperatorTest::queries()
-{
-    QVERIFY(isStarted());
-    QFETCH(QString, words);
-    QFETCH(QString, pattern);
-    const Outcome outcome = jovctl(words);
-    QCOMPARE(outcome.err, QString());
-    QCOMPARE(outcome.status, 0);
-    if (pattern.isEmpty()) {
-        QVERIFY2(!QJsonDocument::fromJson(outcome.out.toUtf8()).isNull(), qPrintable(outcome.out));
-        QVERIFY(outcome.out.contains(QLatin1String("\"A\"")));
-    } else {
-        QVERIFY2(QRegularExpression(pattern).match(outcome.out).hasMatch(), qPrintable(outcome.out));
-    }
-    QVERIFY(!outcome.out.contains(QChar(0x1b)));
-}
-
-void OperatorTest::control_data()
-{
-    m_terminal.reset();
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<QString>("states");
-    const QString all =
-        QStringLiteral("A:RUNNING AfterQuits:STOPPED B:RUNNING C:RUNNING Five:RUNNING Nine:RUNNING Quits:STOPPED");
-    QTest::newRow("near miss") << "start five" << 1 << "no module \"five\". Did you mean Five\\?" << all;
-    QTest::newRow("one bad name, nothing done") << "stop A nonsense" << 1 << "no module \"nonsense\"" << all;
-    QTest::newRow("runs already") << "start A" << 0 << "A runs already" << all;
-    QTest::newRow("ends at once") << "start Quits" << 1 << "Quits does not run: .*exit code 3" << all;
-    QTest::newRow("dependency missing") << "start AfterQuits" << 1 << "depends on Quits, which does not run" << all;
-    QTest::newRow("stopped already") << "stop Quits" << 0 << "stopped already" << all;
-    QTest::newRow("restart") << "restart B Five" << 0 << "B restarted(.|\n)*Five restarted" << all;
-    QTest::newRow("stop and what hangs on it")
-        << "stop A" << 0 << "A stopped.*\nalso stopped.*: B, C, Five, Nine"
-        << "A:STOPPED AfterQuits:STOPPED B:STOPPED C:STOPPED Five:STOPPED Nine:STOPPED Quits:STOPPED";
-    QTest::newRow("some cannot start") << "start-all" << 1 << "do not run: AfterQuits, Quits" << all;
-    QTest::newRow("log level") << "log-level info" << 0 << "6 \\(info\\)" << all;
-    QTest::newRow("stop all") << "stop-all" << 0 << "all modules are stopped"
-                              << QString(all).replace(QLatin1String("RUNNING"), QLatin1String("STOPPED"));
-    QTest::newRow("start after stop all") << "start-all" << 1 << "restart-all begins again"
-                                          << QString(all).replace(QLatin1String("RUNNING"), QLatin1String("STOPPED"));
-    QTest::newRow("restart all") << "restart-all" << 1 << "do not run: AfterQuits, Quits" << all;
-    QTest::newRow("restart app") << "restart-app" << 1 << "do not run: AfterQuits, Quits" << all;
-}
-
-void OperatorTest::control()
-{
-    QVERIFY(isStarted());
-    QFETCH(QString, words);
-    QFETCH(QString, pattern);
-    const Outcome outcome = jovctl(words);
-    const QString text = outcome.out + outcome.err;
-    QVERIFY2(QRegularExpression(pattern).match(text).hasMatch(), qPrintable(text));
-    QTEST(outcome.status, "status");
-    QTEST(m_terminal->states(), "states");
-}
-
-void OperatorTest::saysWhatItWaitsFor()
-{
-    Terminal terminal("step one 1\nA one\nSlow one --ready-after=2500");
-    terminal.start();
-    QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
-    const Outcome outcome = jovctl(QStringLiteral("restart Slow"));
-    QCOMPARE(outcome.err, QStringLiteral("jovctl: waiting for Slow (STARTING)\n"));
-    QCOMPARE(outcome.status, 0);
-}
-
-void OperatorTest::restartHeldBack()
-{
-    Terminal terminal("step one 1\nstep five 5\nA one\nB five");
-    terminal.root.write(QStringLiteral("/tmp/step"), "3\n");
-    terminal.start();
-    QVERIFY(terminal.waitForLog(QStringLiteral("initStepDone: 1")));
-    Outcome outcome = jovctl(QStringLiteral("restart-app"));
-    QVERIFY2(outcome.err.contains(QLatin1String("only reached step 3")), qPrintable(outcome.err));
-    QCOMPARE(outcome.status, 1);
-    terminal.notify(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), 5}});
-    QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
-    terminal.notify(QStringLiteral("PLTF_LOCK_REBOOT"));
-    QVERIFY(terminal.waitForLog(QStringLiteral("received event : PLTF_LOCK_REBOOT")));
-    outcome = jovctl(QStringLiteral("restart-app"));
-    QVERIFY2(outcome.err.contains(QLatin1String("locked")), qPrintable(outcome.err));
-    QCOMPARE(outcome.status, 1);
-}
-
-void OperatorTest::shutdown()
-{
-    Terminal terminal("step one 1\nA one --stop-after=300");
-    terminal.start();
-    QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
-    QCOMPARE(jovctl(QStringLiteral("shutdown")).status, 0);
-    QCOMPARE(terminal.end(0), 0);
-}
-
-void OperatorTest::watchFromTheBeginning()
-{
-    Terminal terminal(
-        "step one 1\nstep two 2 home\nA one\nB one <A\nC one <B\nJovWebClient two --presentation-after=20");
-    Watch watch;
-    QVERIFY(watch.waitFor("\"there\":false"));
-    terminal.start();
-    QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
-    terminal.end(SIGTERM);
-    QVERIFY(watch.waitFor("\"there\":false", 2));
-    terminal.start();
-    QVERIFY(watch.waitFor("\"there\":true", 2));
-    QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
-    // What a module does from the start to the end, and again.
-    const QStringList run = QStringLiteral("STOPPED STARTING RUNNING").split(QLatin1Char(' '));
-    const QStringList end = QStringLiteral("STOPPING STOPPED").split(QLatin1Char(' '));
-    QVERIFY(watch.waitFor("\"state\":\"RUNNING\"", 8));
-    QCOMPARE(watch.interrupt(), 0);
-    const QMap<QString, QStringList> states = watch.states();
-    for (const char *name : {"A", "B", "C"}) {
-        QStringList told = states.value(QLatin1String(name));
-        // The second daemon's present state may be told, or its first change.
-        told.removeAll(QString());
-        QCOMPARE(told.mid(0, 5), run + end);
-        QCOMPARE(told.mid(told.size() - 2), run.mid(1));
-        QVERIFY(told.size() == 7 || told.size() == 8);
-    }
-    QVERIFY(states.value(QStringLiteral("JovWebClient")).contains(QStringLiteral("WEB_CLIENT_STARTED")));
-}
-
-void OperatorTest::watchInTheMiddle()
-{
-    QString files = QStringLiteral("step one 1\n");
-    for (int i = 0; i < 20; ++i) {
-        files += QStringLiteral("M%1 one --ready-after=20\n").arg(i, 2, 10, QLatin1Char('0'));
-    }
-    Terminal terminal(files.toUtf8().constData());
-    terminal.start();
-    QVERIFY(terminal.waitForLog(QStringLiteral("PID of :M05")));
-    Watch watch;
-    QVERIFY(watch.waitFor("\"kind\":\"step\""));
-    QCOMPARE(watch.interrupt(), 0);
-    const QMap<QString, QStringList> states = watch.states();
-    QCOMPARE(states.value(QStringLiteral("M19")), QStringLiteral("STOPPED STARTING RUNNING").split(QLatin1Char(' ')));
-    for (int i = 0; i < 20; ++i) {
-        const QStringList told = states.value(QStringLiteral("M%1").arg(i, 2, 10, QLatin1Char('0')));
-        QCOMPARE(told.value(told.size() - 1), QStringLiteral("RUNNING"));
-        QCOMPARE(QSet<QString>(told.begin(), told.end()).size(), told.size());
-    }
-}
-
-int main(int argc, char **argv)
-{
-    OperatorTest test;
-    return runTest(test, argc, argv);
-}
+QTEST_GUILESS_MAIN(OperatorTest)
 
 #include "OperatorTest.moc"

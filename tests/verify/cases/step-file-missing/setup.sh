@@ -1,1 +1,0 @@
-rm etc/JovApplication/module/ApplicationManager/initStep.xml
