@@ -4,9 +4,16 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <stdarg.h>
+#include <stdlib.h>
 #include <sys/syscall.h>
 
 enum { fileOfProcess = 3 }; /* P_PIDFD */
+
+/* What it starts may not be emulated, and an emulated program is given this library anew. */
+__attribute__((constructor)) static void forget(void)
+{
+    unsetenv("LD_PRELOAD");
+}
 
 long syscall(long number, ...)
 {

@@ -1,0 +1,33 @@
+/* Stands in the place of an ARM program, so that programs can start each other by their paths, and becomes the emulator of the
+ * one that it replaces: PROGRAM runs PROGRAM.ARCHITECTURE. The compiler gives SYSROOT, ARCHITECTURE and EMULATORS, a folder with
+ * no-pidfd.so and links to the emulator, one a program: the kernel takes a process's name from the file that it is told to run. */
+#define _GNU_SOURCE
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+int main(int argc, char **argv)
+{
+    char program[4096], emulator[sizeof program];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof program - sizeof "." ARCHITECTURE);
+    char **words = calloc((size_t)argc + 8, sizeof *words);
+    if (length < 0 || !words) {
+        return 127;
+    }
+    program[length] = 0;
+    snprintf(emulator, sizeof emulator, "%s%s", EMULATORS, strrchr(program, '/'));
+    strcat(program, "." ARCHITECTURE);
+#ifdef ADOPTS
+    /* The emulator knows no such prctl(2), and the kernel keeps it over an exec. */
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+#endif
+    /* The program's own path first: it is looked for in /proc/PID/cmdline. */
+    char *const beginning[] = {argv[0], "-L", SYSROOT, "-E", "LD_PRELOAD=" EMULATORS "/no-pidfd.so", "-0", argv[0], program};
+    memcpy(words, beginning, sizeof beginning);
+    memcpy(words + 8, argv + 1, (size_t)argc * sizeof *words);
+    execv(emulator, words);
+    perror(emulator);
+    return 127;
+}
