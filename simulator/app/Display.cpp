@@ -29,7 +29,8 @@ void Display::line(const QString &text, Colour colour)
 
 void Display::event(qint64 time, const QString &subject, const QString &text, Colour colour)
 {
-    const QString clock = QString::number(double(time) / 1000000, 'f', 3).rightJustified(9);
+    m_lastTime = qMax(m_lastTime, time);
+    const QString clock = QString::number(double(m_lastTime) / 1000000, 'f', 3).rightJustified(9);
     line(Console::coloured(clock, Colour::Dim) + QStringLiteral("  ")
          + Console::coloured(Console::printable(subject).leftJustified(subjectWidth), colour) + QLatin1Char(' ')
          + Console::coloured(Console::printable(text), colour));

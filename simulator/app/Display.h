@@ -22,9 +22,11 @@ public:
     Display &operator=(const Display &) = delete;
 
     void line(const QString &text, Colour colour = Colour::None);
-    /// With the time since the boot began, in microseconds, before it, and where it belongs.
+    /// With the time since the boot began, in microseconds, before it, and where it belongs. What is heard of a little
+    /// late is shown with the time of the line above it.
     void event(qint64 time, const QString &subject, const QString &text, Colour colour);
 
+    void restartClock() { m_lastTime = 0; }
     void progress(int done, int total, const QString &text);
     void prompt();
     void noBottomLine() { bottom(QString()); }
@@ -34,6 +36,7 @@ private:
 
     const bool m_hasBottom;
     QString m_bottom;
+    qint64 m_lastTime = 0;
 };
 
 #endif

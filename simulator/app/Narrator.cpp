@@ -79,6 +79,7 @@ void Narrator::beginBoot()
     m_begin = Units::now();
     m_clockOffset = wallClock() - qint64(m_begin);
     m_toldUpTo = m_begin;
+    m_display.restartClock();
     m_endedUnasked = 0;
 }
 
@@ -146,6 +147,7 @@ void Narrator::look()
                       if (answered) {
                           m_timeline = readTimeline(reply);
                       }
+                      m_isExact = answered;
                       tellAll(unknown(answered ? m_timeline : m_heard));
                       for (const auto &then : wanted) {
                           then();
@@ -249,7 +251,7 @@ void Narrator::moduleEntry(const TimelineEntry &entry)
     } else if (is(entry.event, "STOPPING")) {
         part.since = entry.time;
     } else if (is(entry.event, "STOPPED") && is(before, "STOPPING")) {
-        told(QStringLiteral("stopped in %1").arg(took), Colour::None);
+        told(m_isExact ? QStringLiteral("stopped in %1").arg(took) : QStringLiteral("stopped"), Colour::None);
     } else if (is(entry.event, "STOPPED") && is(before, "STARTING")) {
         told(QStringLiteral("ended before it was ready, after %1").arg(took), Colour::Bad);
     } else if (is(entry.event, "STOPPED")) {

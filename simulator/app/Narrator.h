@@ -22,7 +22,8 @@ class TerminalRoot;
  * The daemon's timeline is the source: it has the times, by the daemon's own clock, so a simulator that gets little
  * processor time still tells the truth. Signals of the daemon, its log and what the stand-ins were asked for make the
  * narrator look at the timeline; what it then finds, and the new complaints and requests, are told together, by time.
- * A daemon that has ended does not answer any more: then its last signals are told instead, as they came.
+ * A daemon that has ended does not answer any more: then its last signals are told instead, as they came, and without
+ * durations.
  */
 class Narrator : public QObject
 {
@@ -95,6 +96,7 @@ private:
     bool m_isLooking = false;
     bool m_lookAgain = false;
     bool m_isDaemonThere = false;
+    bool m_isExact = true; ///< what is being told comes from the timeline: differences of its times mean something
     int m_launchedInStep = 0; ///< since the last step began
     quint64 m_endedUnasked = 0; ///< when a module did so
 };

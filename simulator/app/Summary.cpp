@@ -73,7 +73,7 @@ void Summary::showWhatNext(Display &display, const Boot &boot, bool hasPrompt)
         offer(QStringLiteral("restart ") + any, "one module alone");
         offer(QStringLiteral("help"), "all commands");
     } else {
-        offer(QStringLiteral("terminal leak --watchdog-minute 2000"), "");
+        display.line(QStringLiteral("  --terminal leak --watchdog-minute 2000"));
     }
     display.line(QStringLiteral("Ctrl-C stops everything in order.\n"));
 }
