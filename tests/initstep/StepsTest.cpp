@@ -70,7 +70,7 @@ private Q_SLOTS:
         row("between", steps("a=1 b=9 c=4"), "a=1 c=4 b=9 default=10", "default", "");
         row("between, and then out of reach", steps("a=1 b=9 c=5 d=3"), "a=1 c=5 b=9 default=10", "default", "");
         row("below the head", steps("b=5 a=1"), "a=1 b=5", "a", "Two steps with same value [5]");
-        row("below the head, then on", steps("b=5 a=1 c=9"), "a=1 c=9 default=10", "default", "");
+        row("below the head of two, then on", steps("b=5 c=7 a=1 d=9"), "a=1 d=9 default=10", "default", "");
         row("same name", steps("a=1 a=2"), "a=1 default=5", "default", "Two steps with same name [a]");
         row("no number", steps("a=x b=1"), "a=0 b=1 default=5", "default", "");
         row("incomplete", QByteArray("<step name=\"a\"/><step value=\"1\"/><stop name=\"b\" value=\"2\"/>"),
