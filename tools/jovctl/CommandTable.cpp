@@ -46,17 +46,15 @@ QString commandHelp(const Command &command)
     if (!command.description.isEmpty()) {
         text += QLatin1Char('\n') + command.description + QLatin1Char('\n');
     }
-    if (!command.parsesItself) {
-        text += QStringLiteral("\nOptions:\n");
-        for (const QCommandLineOption &option : command.options) {
-            QString name = QStringLiteral("--") + option.names().last();
-            if (!option.valueName().isEmpty()) {
-                name += QLatin1Char('=') + option.valueName();
-            }
-            text += aligned(name, option.description());
+    text += QStringLiteral("\nOptions:\n");
+    for (const QCommandLineOption &option : command.options) {
+        QString name = QStringLiteral("--") + option.names().last();
+        if (!option.valueName().isEmpty()) {
+            name += QLatin1Char('=') + option.valueName();
         }
-        text += aligned(QStringLiteral("-h, --help"), QStringLiteral("This text"));
+        text += aligned(name, option.description());
     }
+    text += aligned(QStringLiteral("-h, --help"), QStringLiteral("This text"));
     text += QStringLiteral("\nExamples:\n");
     for (const QString &example : command.examples) {
         text += QStringLiteral("  %1\n").arg(example);
