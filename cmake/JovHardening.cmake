@@ -17,7 +17,7 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES C CXX)
 
 # The daemon shares a small flash and a small memory with the platform. Its time goes by in the kernel and on the bus:
-# what -O3 or -O2 add to -Os is size alone. The readers of /proc, which do count bytes, ask for more (src/monitoring).
+# what -O3 or -O2 add to -Os is size alone.
 if(CMAKE_CXX_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
     set(CMAKE_CXX_FLAGS_RELEASE "-Os -DNDEBUG")
 endif()
