@@ -4,6 +4,7 @@
 #include "JovException.h"
 #include "JovModule.h"
 #include "Log.h"
+#include "PlatformIni.h"
 
 #include <QThread>
 
@@ -15,6 +16,10 @@ JovApplication::JovApplication(int &argc, char **argv)
     // A reader of our standard error that goes away must not end the component.
     std::signal(SIGPIPE, SIG_IGN);
     logger();
+    const QString fault = PlatformIni::fault();
+    if (!fault.isEmpty()) {
+        Log::error("%1 counts as empty: %2", PlatformIni::path(), fault);
+    }
 }
 
 JovApplication::~JovApplication() = default;

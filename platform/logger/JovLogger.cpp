@@ -77,10 +77,6 @@ JovLogger &logger(const QString & /*name*/)
     static PlatformLogger &instance = *[] {
         auto *created = new PlatformLogger(LogOptions::read());
         qInstallMessageHandler(writeQtMessage);
-        const QString fault = PlatformIni::fault();
-        if (!fault.isEmpty()) {
-            created->error(fault);
-        }
         return created;
     }();
     return instance;

@@ -20,34 +20,33 @@ QString text(const QVariant &value)
     return value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
 }
 
-QString path()
-{
-    return JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini"));
-}
-
 // Opening a FIFO for reading would wait for a writer: only a regular file is ever opened.
 QString faultOf(const QFileInfo &info)
 {
     if (!info.isFile()) {
-        return QStringLiteral("it is no file");
+        return QStringLiteral("no plain file");
     }
     if (info.size() > largestFile) {
-        return QStringLiteral("it is larger than 1 MiB");
+        return QStringLiteral("larger than 1 MiB");
     }
     QFile file(info.filePath());
     if (!file.open(QIODevice::ReadOnly)) {
         return file.errorString();
     }
-    return iniTextHoldsObjects(file.read(info.size())) ? QStringLiteral("it holds @Variant or @DateTime") : QString();
+    return iniTextHoldsObjects(file.read(info.size())) ? QStringLiteral("@Variant or @DateTime in it") : QString();
 }
 
 } // namespace
 
+QString path()
+{
+    return JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini"));
+}
+
 QString fault()
 {
     const QFileInfo info(path());
-    const QString reason = info.exists() ? faultOf(info) : QString();
-    return reason.isEmpty() ? reason : QStringLiteral("%1 is not used: %2").arg(info.filePath(), reason);
+    return info.exists() ? faultOf(info) : QString();
 }
 
 QMap<QString, QString> section(const QString &name)

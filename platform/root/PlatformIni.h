@@ -15,8 +15,11 @@ namespace PlatformIni {
 /// The keys and values of one section. A value with commas comes back as one text.
 [[nodiscard]] QMap<QString, QString> section(const QString &name);
 
-/// Why the file is not read, for people: it is no regular file, cannot be opened, is larger than a configuration can be
-/// (1 MiB), or holds serialised objects. Empty when it is read, or is not there. The logger tells it once.
+/// With the root prefix in front.
+[[nodiscard]] QString path();
+
+/// Why the file counts as empty, for people: it is no regular file, cannot be opened, is larger than a configuration
+/// can be (1 MiB), or holds serialised objects. An empty text when it does not, or is not there.
 [[nodiscard]] QString fault();
 
 } // namespace PlatformIni

@@ -4,13 +4,10 @@
 #include "DependencyCheck.h"
 #include "InitStep.h"
 #include "JovLogger.h"
-#include "JovRoot.h"
 #include "ModulePaths.h"
 #include "PlatformIni.h"
 #include "ProgramCheck.h"
 #include "StepTable.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -35,10 +32,10 @@ private:
 
 QString ddrSizeOfTerminal(Findings &findings)
 {
-    const QString file = JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini"));
-    if (QFileInfo::exists(file) && !QFileInfo(file).isFile()) {
-        findings.warning({file, 0, QString()}, QStringLiteral("is no plain file and counts as empty"),
-                         QStringLiteral("put a plain file there"));
+    const QString fault = PlatformIni::fault();
+    if (!fault.isEmpty()) {
+        findings.warning({PlatformIni::path(), 0, QString()}, QStringLiteral("counts as empty: ") + fault,
+                         QStringLiteral("put a plain file there, of at most 1 MiB, without @Variant and @DateTime"));
     }
     const QString size = PlatformIni::section(QStringLiteral("platform")).value(QStringLiteral("FAB_HW_DDRSIZE"));
     return size.isEmpty() ? QStringLiteral("256MB") : size;
