@@ -19,13 +19,13 @@ qint64 sumOfLines(const QByteArray &text, const QByteArray &field)
         }
         double number = 0;
         bool isInNumber = false;
-        for (int at = field.size() + 1; at < line.size(); ++at) {
-            const bool isDigit = line.at(at) >= '0' && line.at(at) <= '9';
+        for (const char character : line) {
+            const bool isDigit = character >= '0' && character <= '9';
             if (isInNumber && !isDigit) {
                 break;
             }
             isInNumber = isDigit;
-            number = isDigit ? number * 10 + (line.at(at) - '0') : number;
+            number = isDigit ? number * 10 + (character - '0') : number;
         }
         sum += number >= double(ProcParser::maxFigure) ? ProcParser::maxFigure : qint64(number);
         sum = std::min(sum, ProcParser::maxFigure);
