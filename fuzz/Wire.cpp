@@ -2,6 +2,7 @@
 
 #include "BusNames.h"
 #include "FuzzRoot.h"
+#include "JovRoot.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -27,7 +28,8 @@ void waitFor(Condition condition, const char *otherwise)
 } // namespace
 
 Wire::Wire()
-    : m_near(QString())
+    : m_server(QStringLiteral("unix:path=") + JovRoot::rooted(QStringLiteral("/wire")))
+    , m_near(QString())
     , m_far(QString())
 {
     connect(&m_server, &QDBusServer::newConnection, this, &Wire::slot_connected);

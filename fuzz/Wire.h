@@ -8,7 +8,8 @@
 
 /**
  * Both ends of a D-Bus connection in this process: what goes in comes out as QtDBus makes it of a message. There is no
- * bus daemon between them, and one wire for the whole run.
+ * bus daemon between them, and one wire for the whole run. Its socket is under the root of FuzzRoot, to be written to
+ * before.
  */
 class Wire : public QObject
 {
