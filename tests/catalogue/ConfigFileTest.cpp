@@ -4,7 +4,6 @@
 #include "XmlFile.h"
 
 #include <QDir>
-#include <QtTest>
 
 #include <ctime>
 
@@ -12,8 +11,8 @@
 
 namespace {
 
-const QString folder = QStringLiteral("/etc/JovApplication/module/kelmmi/");
-const QString file = folder + QStringLiteral("config.xml");
+const QString folder = "/etc/JovApplication/module/kelmmi/"_s;
+const QString file = folder + "config.xml"_s;
 
 QByteArray entityBomb(int levels, int references)
 {
@@ -44,6 +43,7 @@ QByteArray numbered(const char *before, const char *pattern, int count, const ch
 
 Q_DECLARE_METATYPE(XmlFile::Result)
 
+/// cases.txt: a config.xml, and the status, step, description, ceiling, dependencies and arguments that are read of it.
 class ConfigFileTest : public QObject
 {
     Q_OBJECT
@@ -53,42 +53,10 @@ private Q_SLOTS:
     void config_data()
     {
         columns<QString, QString>("xml", "expected");
-        const auto sizes = [](const char *name, const char *xml, const char *expected) {
-            row(name, QStringLiteral("<config><maxMemory>%1</maxMemory></config>").arg(QLatin1String(xml)), expected);
-        };
-        row("all, in any order",
-            "<config v='1'><extra_args><arg>-v</arg><arg>a b</arg></extra_args><initStep>net</initStep><other>x</other>"
-            "<dependencies><dependency>P</dependency></dependencies><description>D\xc3\xa9</description>"
-            "<maxMemory><DDRSz criteria='256MB'>300</DDRSz></maxMemory></config>",
-            "CONFIG_OK|net|D\xc3\xa9|300|P|-v;a b");
-        row("nothing", "<config/>", "CONFIG_OK|default||0||");
-        row("foreign root", "<Config><initStep>net</initStep></Config>", "CONFIG_OK|default||0||");
-        row("undeclared prefix", "<config><x:y/><initStep>net</initStep></config>", "CONFIG_OK|net||0||");
-        row("empty step", "<config><initStep/></config>", "CONFIG_OK|||0||");
-        row("second of a name", "<config><initStep>a</initStep><initStep>b</initStep></config>", "CONFIG_OK|a||0||");
-        row("not a direct child", "<config><x><initStep>a</initStep></x></config>", "CONFIG_OK|default||0||");
-        row("entities and CDATA",
-            "<!DOCTYPE config [<!ENTITY s 'ne'>]><config><initStep>&s;<![CDATA[t]]>&#33;</initStep></config>",
-            "CONFIG_OK|net!||0||");
-        sizes("no size fits", "<DDRSz criteria='128MB'>3</DDRSz><DDRSz criteria='256mb'>4</DDRSz><DDRSz>5</DDRSz>",
-              "CONFIG_OK|default||0||");
-        sizes("last match wins, of any name",
-              "<DDRSz criteria='256MB'>1</DDRSz><x criteria='256MB'> 3 </x><DDRSz criteria='512MB'>2</DDRSz>",
-              "CONFIG_OK|default||3||");
-        sizes("match before the first size", "<x criteria='256MB'>3</x><DDRSz>4</DDRSz>", "CONFIG_OK|default||0||");
-        sizes("last is not a number", "<DDRSz criteria='256MB'>1</DDRSz><DDRSz criteria='256MB'>many</DDRSz>",
-              "CONFIG_OK|default||0||");
-        sizes("negative", "<DDRSz criteria='256MB'>-5</DDRSz>", "CONFIG_OK|default||-5||");
-        sizes("own text", "300", "CONFIG_OK|default||0||");
-        row("lists go on with any name",
-            "<config><dependencies><x>0</x><dependency>A</dependency><x>B</x><dependency/><dependency>C</dependency>"
-            "</dependencies><extra_args><arg> a </arg></extra_args></config>",
-            "CONFIG_OK|default||0|A;B;;C| a ");
-        row("list without its element", "<config><dependencies><x>A</x></dependencies></config>",
-            "CONFIG_OK|default||0||");
-        row("truncated", "<config><initStep>net</initStep>", "CONFIG_FILE_NOT_PARSABLE|default||0||");
-        row("empty file", "", "CONFIG_FILE_NOT_PARSABLE|default||0||");
-        row("undeclared entity", "<config><initStep>&x;</initStep></config>", "CONFIG_FILE_NOT_PARSABLE|default||0||");
+        const QMap<QString, QStringList> cases = readCases(QStringLiteral(TEST_FOLDER "/cases.txt"));
+        for (auto one = cases.cbegin(); one != cases.cend(); ++one) {
+            row(qPrintable(one.key()), one->value(0), one->value(1));
+        }
     }
 
     void config()
@@ -96,15 +64,15 @@ private Q_SLOTS:
         QFETCH(QString, xml);
         m_root.write(file, xml.toUtf8());
         ApplicationRecord record;
-        record.setName(QStringLiteral("kelmmi"));
-        readConfig(record, QStringLiteral("256MB"));
+        record.setName("kelmmi"_s);
+        readConfig(record, "256MB"_s);
         const QStringList fields = {record.getStatus(),
                                     record.getInitStep(),
                                     record.getDescription(),
                                     QString::number(record.getMaxMemory()),
-                                    record.getDependencies().join(QLatin1Char(';')),
-                                    record.getExtraArgs().join(QLatin1Char(';'))};
-        QTEST(fields.join(QLatin1Char('|')), "expected");
+                                    record.getDependencies().join(u';'),
+                                    record.getExtraArgs().join(u';')};
+        QTEST(fields.join(u'|') + u'\n', "expected");
         readConfig(record, QString());
         QCOMPARE(record.getMaxMemory(), 0);
     }
@@ -143,15 +111,15 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, bytes);
         QFETCH(QString, link);
-        m_root.write(folder + QStringLiteral("other"), QByteArray());
-        QCOMPARE(::mkfifo(QFile::encodeName(m_root.path(folder + QStringLiteral("pipe"))).constData(), 0600), 0);
+        m_root.write(folder + "other"_s, QByteArray());
+        QCOMPARE(::mkfifo(QFile::encodeName(m_root.path(folder + "pipe"_s)).constData(), 0600), 0);
         if (!bytes.isEmpty()) {
             m_root.write(file, bytes);
         } else if (!link.isEmpty()) {
             m_root.link(file, link);
         }
         const std::clock_t before = std::clock();
-        const XmlFile read = readXmlFile(m_root.path(file), QStringLiteral("config"));
+        const XmlFile read = readXmlFile(m_root.path(file), "config"_s);
         QTEST(read.result, "expected");
         QVERIFY(std::clock() - before < 2 * CLOCKS_PER_SEC);
     }

@@ -2,8 +2,6 @@
 
 #include "DataTable.h"
 
-#include <QTest>
-
 #include <vector>
 
 class OptionsTest : public QObject

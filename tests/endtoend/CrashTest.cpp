@@ -3,9 +3,7 @@
 #include "Terminal.h"
 
 #include <QFile>
-#include <QTest>
 
-#include <csignal>
 #include <memory>
 
 namespace {
@@ -14,9 +12,9 @@ constexpr char wholeTerminal[] =
     "step one 1\nstep home 7 home\nOther one\nJovGate one\nJovWebClient home --presentation-after=1\n"
     "Last home <JovWebClient";
 
-const QString archive = QStringLiteral("/log/log.var.tar.gz");
-const QString recordsFile = QStringLiteral("/records");
-const QString emergency = QStringLiteral("emergency Terminal will reboot now: ");
+const QString archive = "/log/log.var.tar.gz"_s;
+const QString recordsFile = "/records"_s;
+const QString emergency = "emergency Terminal will reboot now: "_s;
 
 } // namespace
 
@@ -31,8 +29,8 @@ public:
         : m_records(records)
     {
         QDBusConnection bus(connection);
-        bus.registerObject(BusNames::object(QStringLiteral("Platform")), this, QDBusConnection::ExportScriptableSlots);
-        bus.registerService(BusNames::service(QStringLiteral("Platform")));
+        bus.registerObject(BusNames::object("Platform"_s), this, QDBusConnection::ExportScriptableSlots);
+        bus.registerService(BusNames::service("Platform"_s));
     }
 
 public Q_SLOTS:
@@ -40,7 +38,7 @@ public Q_SLOTS:
     {
         QFile file(m_records);
         if (file.open(QIODevice::Append)) {
-            file.write(QStringLiteral("Platform %1 %2 %3 %4\n").arg(mode).arg(immediately).arg(owner, reason).toUtf8());
+            file.write("Platform %1 %2 %3 %4\n"_s.arg(mode).arg(immediately).arg(owner, reason).toUtf8());
         }
     }
 
@@ -56,19 +54,15 @@ private Q_SLOTS:
     void policy_data()
     {
         columns<QString, QStringList, bool, QString>("module", "records", "archived", "states");
-
-        const QString image = QStringLiteral("jpg2fb -a -C ROOT/usr/bin/JovApplication/%1_module_crash.jpg");
-        const QString platform = QStringLiteral("Platform 1 1 ApplicationManager %1 crashed");
-        row("gate", "JovGate",
-            QStringList{image.arg(QStringLiteral("jovgate")), platform.arg(QStringLiteral("JovGate"))}, false,
+        const QString image = "jpg2fb -a -C ROOT/usr/bin/JovApplication/%1_module_crash.jpg"_s;
+        const QString platform = "Platform 1 1 ApplicationManager %1 crashed"_s;
+        row("gate", "JovGate", QStringList{image.arg("jovgate"_s), platform.arg("JovGate"_s)}, false,
             "JovGate:STOPPED JovWebClient:STOPPED Last:STOPPED Other:RUNNING");
-        row("web client", "JovWebClient",
-            QStringList{image.arg(QStringLiteral("jovwebclient")), platform.arg(QStringLiteral("JovWebClient"))}, false,
-            "JovGate:RUNNING JovWebClient:STOPPED Last:RUNNING Other:RUNNING");
-        row("platform", "Platform",
-            QStringList{QStringLiteral("reboot --soft --owner ApplicationManager --reason Platform crashed")}, true,
-            "JovGate:RUNNING JovWebClient:RUNNING Last:RUNNING Other:RUNNING Platform:STOPPED");
-        row("any other", "Other", QStringList{platform.arg(QStringLiteral("Other"))}, true,
+        row("web client", "JovWebClient", QStringList{image.arg("jovwebclient"_s), platform.arg("JovWebClient"_s)},
+            false, "JovGate:RUNNING JovWebClient:STOPPED Last:RUNNING Other:RUNNING");
+        row("platform", "Platform", QStringList{"reboot --soft --owner ApplicationManager --reason Platform crashed"_s},
+            true, "JovGate:RUNNING JovWebClient:RUNNING Last:RUNNING Other:RUNNING Platform:STOPPED");
+        row("any other", "Other", QStringList{platform.arg("Other"_s)}, true,
             "JovGate:RUNNING JovWebClient:RUNNING Last:RUNNING Other:STOPPED");
     }
 
@@ -78,21 +72,21 @@ private Q_SLOTS:
         QFETCH(QStringList, records);
         QFETCH(QString, states);
         Terminal terminal(wholeTerminal);
-        terminal.standIn(QStringLiteral("/usr/bin/jpg2fb"));
-        terminal.standIn(QStringLiteral("/sbin/reboot"));
+        terminal.standIn("/usr/bin/jpg2fb"_s);
+        terminal.standIn("/sbin/reboot"_s);
         std::unique_ptr<PlatformStandIn> platform;
-        if (module == QLatin1String("Platform")) {
-            terminal.addModule(module, QStringLiteral("one"));
+        if (module == "Platform"_s) {
+            terminal.addModule(module, "one"_s);
         } else {
             platform = std::make_unique<PlatformStandIn>(terminal.connection(), terminal.root.path(recordsFile));
         }
         QCOMPARE(terminal.startDaemon(), 0);
-        QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
+        QVERIFY(terminal.waitForAll("RUNNING"_s));
         QVERIFY(terminal.root.read(archive).isEmpty());
         kill(terminal.modules().value(module).value(0), SIGSEGV);
-        QVERIFY(terminal.waitForLog(emergency + module + QStringLiteral(" crashed")));
+        QVERIFY(terminal.waitForLog(emergency + module + " crashed"_s));
         QVERIFY(terminal.waitForStates(states));
-        records.replaceInStrings(QStringLiteral("ROOT"), terminal.root.path());
+        records.replaceInStrings("ROOT"_s, terminal.root.path());
         QVERIFY(terminal.wait([&] { return terminal.records().size() >= records.size(); }));
         QStringList found = terminal.records();
         found.sort(Qt::CaseInsensitive);
@@ -103,42 +97,40 @@ private Q_SLOTS:
 
     void whoseKill_data()
     {
-        columns<QByteArray, bool, QStringList, bool, QString>("arguments", "up", "methods", "crash", "line");
-
-        const QStringList stop{QStringLiteral("stopModule")};
-        const QStringList twice{QStringLiteral("stopModule"), QStringLiteral("stopModule")};
-        row("after the time-out", QByteArray("--ignore-stop"), true, stop, true,
+        columns<QString, bool, QStringList, bool, QString>("arguments", "up", "methods", "crash", "line");
+        const QStringList stop{"stopModule"_s};
+        const QStringList twice{"stopModule"_s, "stopModule"_s};
+        row("after the time-out", "--ignore-stop", true, stop, true,
             "[Module] stopped A ret false [timeout] (state= STOPPING)");
-        row("after the time-out, everything stops", QByteArray("--ignore-stop"), true,
-            QStringList{QStringLiteral("stopAll")}, false, "Module A crashed during ApplicationManager::stop");
-        row("while it stops", QByteArray("--ignore-stop"), true, twice, false,
+        row("after the time-out, everything stops", "--ignore-stop", true, QStringList{"stopAll"_s}, false,
+            "Module A crashed during ApplicationManager::stop");
+        row("while it stops", "--ignore-stop", true, twice, false,
             "[Module] stopped A ret false [during start] (state= STOPPING)");
-        row("while it starts", QByteArray("--never-ready"), false, stop, false,
+        row("while it starts", "--never-ready", false, stop, false,
             "[Module] stopped A ret false [during start] (state= STARTING)");
-        row("crash when asked to stop", QByteArray("--crash-on-stop"), true, stop, false,
+        row("crash when asked to stop", "--crash-on-stop", true, stop, false,
             "[Module] Forgive crash in STOPPING state for A");
     }
 
     // A kill is a crash only when the module had its time to end.
     void whoseKill()
     {
-        QFETCH(QByteArray, arguments);
+        QFETCH(QString, arguments);
         QFETCH(bool, up);
         QFETCH(QStringList, methods);
         QFETCH(bool, crash);
         QFETCH(QString, line);
-        Terminal terminal("step one 1\nA one " + arguments);
+        Terminal terminal("step one 1\nA one "_s + arguments);
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         terminal.start();
-        QVERIFY(terminal.waitForStates(up ? QStringLiteral("A:RUNNING") : QStringLiteral("A:STARTING")));
+        QVERIFY(terminal.waitForStates(up ? "A:RUNNING"_s : "A:STARTING"_s));
         for (const QString &method : qAsConst(methods)) {
-            terminal.sendAsync(
-                method, method == QLatin1String("stopModule") ? QVariantList{QStringLiteral("A")} : QVariantList());
+            terminal.sendAsync(method, method == "stopModule"_s ? QVariantList{"A"_s} : QVariantList());
             QTest::qWait(50);
         }
         QVERIFY(terminal.waitForLog(line));
         QVERIFY(terminal.wait([&] { return terminal.modules().isEmpty(); }));
-        QVERIFY(terminal.waitForStates(QStringLiteral("A:STOPPED")));
+        QVERIFY(terminal.waitForStates("A:STOPPED"_s));
         if (crash) {
             QVERIFY(terminal.waitForLog(emergency));
             QVERIFY(terminal.wait([&] { return !terminal.root.read(archive).isEmpty(); }));
@@ -148,25 +140,23 @@ private Q_SLOTS:
 
     void exitCodes_data()
     {
-        columns<QByteArray, QString, QString>("arguments", "status", "event");
-
-        row("normal", QByteArray("--exit-code=0"), "EXITED_OK", "");
-        row("status", QByteArray("--exit-code=3"), "EXITED_3", "");
-        row("libraries", QByteArray("--exit-code=127"), "BAD_LIBRARIES",
+        columns<QString, QString, QString>("arguments", "status", "event");
+        row("normal", "--exit-code=0", "EXITED_OK", "");
+        row("status", "--exit-code=3", "EXITED_3", "");
+        row("libraries", "--exit-code=127", "BAD_LIBRARIES",
             "SHOW_POPUP_EVENT text=A stopped because of bad libs, will reset");
     }
 
     void exitCodes()
     {
-        QFETCH(QByteArray, arguments);
+        QFETCH(QString, arguments);
         QFETCH(QString, status);
         QFETCH(QString, event);
-        Terminal terminal("step one 1\nA one --never-ready --exit-after=50 " + arguments);
+        Terminal terminal("step one 1\nA one --never-ready --exit-after=50 "_s + arguments);
         terminal.start();
-        QVERIFY(terminal.waitForLog(QStringLiteral("; Normal")));
-        QVERIFY(terminal.waitForStates(QStringLiteral("A:STOPPED")));
-        QVERIFY(terminal.call(QStringLiteral("getModulesListInString"))
-                    .startsWith(QStringLiteral("ID:0 name:A type:0 status:%1 ").arg(status)));
+        QVERIFY(terminal.waitForLog("; Normal"_s));
+        QVERIFY(terminal.waitForStates("A:STOPPED"_s));
+        QVERIFY(terminal.call("getModulesListInString"_s).startsWith("ID:0 name:A type:0 status:%1 "_s.arg(status)));
         QVERIFY(event.isEmpty() || terminal.waitForEvent(event));
         QCOMPARE(terminal.logCount(emergency), 0);
     }
@@ -177,16 +167,16 @@ private Q_SLOTS:
         Terminal terminal("step one 1\nA one\nB one");
         PlatformStandIn platform(terminal.connection(), terminal.root.path(recordsFile));
         QVERIFY(terminal.boot());
-        kill(terminal.modules().value(QStringLiteral("A")).value(0), SIGKILL);
-        QVERIFY(terminal.waitForStates(QStringLiteral("A:STOPPED B:RUNNING")));
-        kill(terminal.modules().value(QStringLiteral("B")).value(0), SIGABRT);
-        QVERIFY(terminal.waitForLog(QStringLiteral("info Module B crashed during ApplicationManager::stop")));
+        kill(terminal.modules().value("A"_s).value(0), SIGKILL);
+        QVERIFY(terminal.waitForStates("A:STOPPED B:RUNNING"_s));
+        kill(terminal.modules().value("B"_s).value(0), SIGABRT);
+        QVERIFY(terminal.waitForLog("info Module B crashed during ApplicationManager::stop"_s));
         QVERIFY(terminal.wait([&] { return !terminal.records().isEmpty(); }));
-        QCOMPARE(terminal.records(), QStringList{QStringLiteral("Platform 1 1 ApplicationManager A crashed")});
-        QCOMPARE(terminal.logCount(QStringLiteral("finished ret=9 ; Crashed")), 1);
-        QCOMPARE(terminal.call(QStringLiteral("startAll")), QStringLiteral("0"));
-        QCOMPARE(terminal.call(QStringLiteral("restart")), QString());
-        QCOMPARE(terminal.states(), QStringLiteral("A:RUNNING B:RUNNING"));
+        QCOMPARE(terminal.records(), QStringList{"Platform 1 1 ApplicationManager A crashed"_s});
+        QCOMPARE(terminal.logCount("finished ret=9 ; Crashed"_s), 1);
+        QCOMPARE(terminal.call("startAll"_s), "0"_s);
+        QCOMPARE(terminal.call("restart"_s), QString());
+        QCOMPARE(terminal.states(), "A:RUNNING B:RUNNING"_s);
     }
 };
 

@@ -1,13 +1,12 @@
-#include "BusNames.h"
 #include "Setting.h"
 #include "Terminal.h"
 
+#include <QCommandLineParser>
 #include <QDBusPendingReply>
 #include <QElapsedTimer>
 #include <QScopeGuard>
 #include <QTest>
 
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <random>
@@ -36,25 +35,14 @@ F nine
 G nine <F)";
 
 /// How a module may misbehave after the next rebuild; the empty one is no misbehaviour.
-const char *const manners[] = {"",
-                               "",
-                               "",
-                               "--never-ready",
-                               "--exit-after=30",
-                               "--exit-after=5 --exit-code=127",
-                               "--crash-after=40 --crash-signal=SEGV",
-                               "--crash-after=300 --crash-signal=ABRT",
-                               "--ignore-stop",
-                               "--crash-on-stop",
-                               "--stop-after=400",
-                               "--exit-on-ready",
-                               "--ready-after=150",
-                               "--stop-exit-code=3",
-                               "--chatter"};
+const QStringList manners =
+    "| | |--never-ready|--exit-after=30|--exit-after=5 --exit-code=127|--crash-after=40 --crash-signal=SEGV|"
+    "--crash-after=300 --crash-signal=ABRT|--ignore-stop|--crash-on-stop|--stop-after=400|--exit-on-ready|"
+    "--ready-after=150|--stop-exit-code=3|--chatter"_s.split(u'|');
 
 QStringList words(const char *text)
 {
-    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return QString::fromLatin1(text).split(u' ', Qt::SkipEmptyParts);
 }
 
 /// Nothing may take longer than this: two seconds of CPU measuring, a few killed modules, log archives on a busy
@@ -96,37 +84,32 @@ private Q_SLOTS:
         m_terminal = std::make_unique<Terminal>(calmTerminal);
         const auto cleared = qScopeGuard([this] { m_terminal.reset(); });
         m_terminal->setDaemon(QStringLiteral(QUICK_DAEMON));
-        m_terminal->standIn(QStringLiteral("/sbin/reboot"));
-        m_terminal->standIn(QStringLiteral("/usr/bin/jpg2fb"));
+        m_terminal->standIn("/sbin/reboot"_s);
+        m_terminal->standIn("/usr/bin/jpg2fb"_s);
         registerDBusSetting();
         bool calm = true;
         connect(m_terminal.get(), &Terminal::event, this, [&](const QString &name) {
-            if (name == QLatin1String("checkMandatorySettings") && (calm || upTo(3) > 0)) {
-                m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"),
-                                   {{QStringLiteral("reboot"), false}});
+            if (name == "checkMandatorySettings"_s && (calm || upTo(3) > 0)) {
+                m_terminal->notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, false}});
             }
         });
         m_terminal->start();
-        QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
+        QVERIFY(m_terminal->waitForAll("RUNNING"_s));
         m_names = m_terminal->modules().keys();
         const int descriptors = Processes::descriptors(m_terminal->pid()).size();
         const qint64 threads = Processes::figure(m_terminal->pid(), "status", "Threads");
 
-        const std::pair<int, Order> orders[] = {{30, &StormTest::call},         {8, &StormTest::restart},
-                                                {2, &StormTest::vanish},        {20, &StormTest::spoofProgress},
-                                                {10, &StormTest::spoofControl}, {1, &StormTest::hangUp},
-                                                {20, &StormTest::signalModule}, {8, &StormTest::changeManners}};
-        std::vector<Order> drawn;
-        for (const auto &[weight, order] : orders) {
-            drawn.insert(drawn.end(), size_t(weight), order);
-        }
+        const Order orders[] = {&StormTest::call,          &StormTest::restart,      &StormTest::vanish,
+                                &StormTest::spoofProgress, &StormTest::spoofControl, &StormTest::hangUp,
+                                &StormTest::signalModule,  &StormTest::changeManners};
+        std::discrete_distribution<int> order{30, 8, 2, 20, 10, 1, 20, 8};
         calm = false;
         QElapsedTimer elapsed;
         elapsed.start();
         m_answered.start();
         while (elapsed.elapsed() < m_seconds * 1000LL) {
             for (int burst = upTo(3); burst >= 0; --burst) {
-                (this->*(upTo(1500) == 0 ? &StormTest::endDaemon : any(drawn)))();
+                (this->*(upTo(1500) == 0 ? &StormTest::endDaemon : orders[order(m_random)]))();
             }
             // Sometimes a breath that lets a start get through.
             QTest::qWait(upTo(9) == 0 ? upTo(300) : upTo(6));
@@ -142,8 +125,8 @@ private Q_SLOTS:
         if (QTest::currentTestFailed()) {
             return;
         }
-        QCOMPARE(m_terminal->call(QStringLiteral("restart")), QString());
-        QVERIFY(m_terminal->waitForAll(QStringLiteral("RUNNING")));
+        QCOMPARE(m_terminal->call("restart"_s), QString());
+        QVERIFY(m_terminal->waitForAll("RUNNING"_s));
         QCOMPARE(m_terminal->modules().keys(), m_names);
         // Nor are there dead ones that nobody has reaped.
         QCOMPARE(Processes::children(m_terminal->pid()).size(), m_names.size());
@@ -160,7 +143,7 @@ private Q_SLOTS:
 private:
     using Order = void (StormTest::*)();
 
-    QString anyName() { return upTo(19) == 0 ? QStringLiteral("nobody \u2603'") : any(m_names); }
+    QString anyName() { return upTo(19) == 0 ? "nobody \u2603'"_s : any(m_names); }
 
     void call()
     {
@@ -169,69 +152,54 @@ private:
                   "enoughMemory getApplicationsForSettingsDeployment restartPresentation "
                   "getTotalMemory getFreeMemory getModulesListInString");
         static const QStringList named = words("startModule stopModule restartModule getMemoryUsage");
-        switch (upTo(9)) {
-        case 0:
-        case 1:
-        case 2:
-            follow(m_terminal->sendAsync(any(plain)));
-            break;
-        case 3:
-            follow(
-                m_terminal->sendAsync(QStringLiteral("restartModule"), {QStringList{anyName(), anyName(), anyName()}}));
-            break;
-        case 4: {
+        const int kind = upTo(9);
+        if (kind <= 2) {
+            ask(any(plain));
+        } else if (kind == 3) {
+            ask("restartModule"_s, {QStringList{anyName(), anyName(), anyName()}});
+        } else if (kind == 4) {
             Setting setting;
-            setting.setId(upTo(1) == 0 ? QStringLiteral("MonitoringWatchDelay")
-                                       : QStringLiteral("MonitoringWatchRetry"));
+            setting.setId(upTo(1) == 0 ? "MonitoringWatchDelay"_s : "MonitoringWatchRetry"_s);
             setting.setValue(QString::number(upTo(3) - 1));
             setting.setDefined(true);
-            follow(m_terminal->sendAsync(QStringLiteral("monitoringSettingsChanged"), {QVariant::fromValue(setting)}));
-            break;
-        }
-        case 5:
-            follow(m_terminal->sendAsync(QStringLiteral("setAdminPasswd"), {QStringLiteral("exit 3")}));
-            break;
-        case 6:
+            ask("monitoringSettingsChanged"_s, {QVariant::fromValue(setting)});
+        } else if (kind == 5) {
+            ask("setAdminPasswd"_s, {"exit 3"_s});
+        } else if (kind == 6) {
             // Measuring takes two seconds, of nobody none.
-            follow(m_terminal->sendAsync(QStringLiteral("getCpuUsage"), {upTo(9) == 0 ? anyName() : QString()}));
-            break;
-        default:
-            follow(m_terminal->sendAsync(any(named), {anyName()}));
+            ask("getCpuUsage"_s, {upTo(9) == 0 ? anyName() : QString()});
+        } else {
+            ask(any(named), {anyName()});
         }
     }
 
-    void restart() { follow(m_terminal->sendAsync(QStringLiteral("restart"))); }
+    void restart() { ask("restart"_s); }
 
     void vanish()
     {
-        const QString name = QStringLiteral("vanishing");
+        const QString name = "vanishing"_s;
         QDBusConnection::connectToBus(m_terminal->bus.address(), name)
-            .asyncCall(QDBusMessage::createMethodCall(
-                BusNames::service(QStringLiteral("ApplicationManager")), QStringLiteral("/ApplicationManager"),
-                BusNames::methodInterface(), any(words("restart stopAll startAll"))));
+            .asyncCall(Terminal::message(any(words("restart stopAll startAll"))));
         QDBusConnection::disconnectFromBus(name);
     }
 
     void spoofProgress()
     {
-        switch (upTo(3)) {
-        case 0:
-            m_terminal->notify(QStringLiteral("presentationReady"));
-            break;
-        case 1:
-            m_terminal->notify(QStringLiteral("checkMandatorySettingsSuccess"),
-                               {{QStringLiteral("reboot"), upTo(5) == 0}});
-            break;
-        default:
+        const int kind = upTo(3);
+        if (kind == 0) {
+            m_terminal->notify("presentationReady"_s);
+        } else if (kind == 1) {
+            m_terminal->notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, upTo(5) == 0}});
+        } else {
             m_terminal->notify(any(words("end_of_init_ stop_module_")) + anyName());
         }
     }
 
     void spoofControl()
     {
-        const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, QStringLiteral("7"), QStringLiteral("x")};
+        const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, "7"_s, "x"_s};
         if (upTo(1) == 0) {
-            m_terminal->notify(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), any(steps)}});
+            m_terminal->notify("init_step"_s, {{"stepNum"_s, any(steps)}});
         } else {
             m_terminal->notify(
                 any(words("PLTF_LOCK_REBOOT PLTF_UNLOCK_REBOOT end_of_init init_message checkMandatorySettings")));
@@ -249,7 +217,7 @@ private:
         const int signals[] = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
         const QString name = any(m_names);
         const int signal = any(signals);
-        if (signal == SIGSTOP && name == QLatin1String("SettingsManager")) {
+        if (signal == SIGSTOP && name == "SettingsManager"_s) {
             return; // a question to it would hold the daemon for as long as D-Bus lets it
         }
         const QList<pid_t> pids = m_terminal->modules().value(name);
@@ -261,7 +229,7 @@ private:
     void changeManners()
     {
         const QString name = any(m_names);
-        m_terminal->addArguments(name, words(any(manners)));
+        m_terminal->addArguments(name, any(manners).split(u' ', Qt::SkipEmptyParts));
     }
 
     void endDaemon()
@@ -269,20 +237,24 @@ private:
         m_endAsked = true;
         // One signal is taken in the life of a daemon.
         if (m_signalTaken || upTo(1) == 0) {
-            follow(m_terminal->sendAsync(QStringLiteral("stopManager")));
+            ask("stopManager"_s);
         } else {
             m_signalTaken = true;
             kill(m_terminal->pid(), SIGTERM);
         }
     }
 
-    void follow(const QDBusPendingCall &call) { m_calls.push_back(call); }
+    void ask(const QString &method, const QVariantList &arguments = {})
+    {
+        m_calls.push_back(m_terminal->sendAsync(method, arguments));
+    }
+
     /// After each order: nothing runs twice, the daemon answers, and when it has ended there is a reason.
     void watch()
     {
         const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
         for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
-            QVERIFY2(module->size() == 1, qPrintable(module.key() + QStringLiteral(" runs twice")));
+            QVERIFY2(module->size() == 1, qPrintable(module.key() + " runs twice"_s));
         }
         if (!m_terminal->isUp()) {
             watchEnd();
@@ -290,7 +262,7 @@ private:
         }
         if (!m_asked) {
             m_asked = true;
-            auto *question = new QDBusPendingCallWatcher(m_terminal->sendAsync(QStringLiteral("getStepInfra")), this);
+            auto *question = new QDBusPendingCallWatcher(m_terminal->sendAsync("getStepInfra"_s), this);
             connect(question, &QDBusPendingCallWatcher::finished, this, [this, question] {
                 m_asked = false;
                 m_answered.restart();
@@ -303,11 +275,11 @@ private:
     void watchEnd()
     {
         // It also gives up by itself when the web client never shows its presentation.
-        const bool gaveUp = m_terminal->logCount(QStringLiteral("Webapp timeout")) > 0;
+        const bool gaveUp = m_terminal->logCount("Webapp timeout"_s) > 0;
         QCOMPARE(m_terminal->end(0), 0);
         QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
         const QStringList left = m_terminal->leftBehind();
-        QVERIFY2(left.isEmpty(), qPrintable(left.join(QStringLiteral(", "))));
+        QVERIFY2(left.isEmpty(), qPrintable(left.join(", "_s)));
         ++m_ends;
         m_endAsked = false;
         m_signalTaken = false;
@@ -348,24 +320,17 @@ private:
 
 int main(int argc, char **argv)
 {
-    unsigned seed = 1;
-    int seconds = 20;
-    std::vector<char *> others{argv[0]};
-    for (int i = 1; i < argc; ++i) {
-        if (qstrcmp(argv[i], "--seed") == 0 && i + 1 < argc) {
-            const QByteArray word(argv[++i]);
-            seed = word == "random" ? std::random_device()() : word.toUInt();
-        } else if (qstrcmp(argv[i], "--seconds") == 0 && i + 1 < argc) {
-            seconds = QByteArray(argv[++i]).toInt();
-        } else {
-            others.push_back(argv[i]);
-        }
-    }
+    const QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.addOptions(
+        {{"seed"_s, "A number, or \"random\"."_s, "N"_s, "1"_s}, {"seconds"_s, "How long."_s, "S"_s, "20"_s}});
+    parser.process(application);
+    const QString seed = parser.value("seed"_s);
+    const int seconds = parser.value("seconds"_s).toInt();
     // Qt Test would end a longer storm.
     qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((seconds + 300) * 1000));
-    StormTest test(seed, seconds);
-    const QCoreApplication application(argc, argv);
-    return QTest::qExec(&test, int(others.size()), others.data());
+    StormTest test(seed == "random"_s ? std::random_device()() : seed.toUInt(), seconds);
+    return QTest::qExec(&test);
 }
 
 #include "StormTest.moc"

@@ -6,13 +6,11 @@
 #include <QStandardPaths>
 #include <QTest>
 
-#include <csignal>
-
 namespace {
 
 void install(const Terminal &terminal, const QString &name, const QString &program)
 {
-    const QString file = QStringLiteral("/usr/lib/JovApplication/") + name;
+    const QString file = "/usr/lib/JovApplication/"_s + name;
     QFile::remove(terminal.root.path(file));
     terminal.root.link(file, program);
 }
@@ -33,22 +31,21 @@ private Q_SLOTS:
             }
         }
         Terminal terminal("step one 1 home\nhello one\nticker one <hello");
-        install(terminal, QStringLiteral("hello"), QStringLiteral(HELLO_PROGRAM));
-        install(terminal, QStringLiteral("ticker"), QStringLiteral(TICKER_PROGRAM));
+        install(terminal, "hello"_s, QStringLiteral(HELLO_PROGRAM));
+        install(terminal, "ticker"_s, QStringLiteral(TICKER_PROGRAM));
         QVERIFY(terminal.boot());
-        QVERIFY(Terminal::wait([&] { return !terminal.events().filter(QStringLiteral("tick seconds=")).isEmpty(); }));
+        QVERIFY(Terminal::wait([&] { return !terminal.events().filter("tick seconds="_s).isEmpty(); }));
 
-        QDBusMessage call = QDBusMessage::createMethodCall(BusNames::service(QStringLiteral("hello")),
-                                                           BusNames::object(QStringLiteral("hello")),
-                                                           BusNames::methodInterface(), QStringLiteral("greet"));
-        call.setArguments({QStringLiteral("Ada")});
-        QCOMPARE(QDBusReply<QString>(terminal.connection().call(call)).value(), QStringLiteral("Hello, Ada!"));
+        QDBusMessage call = QDBusMessage::createMethodCall(BusNames::service("hello"_s), BusNames::object("hello"_s),
+                                                           BusNames::methodInterface(), "greet"_s);
+        call.setArguments({"Ada"_s});
+        QCOMPARE(QDBusReply<QString>(terminal.connection().call(call)).value(), "Hello, Ada!"_s);
 
         // Both end by themselves when asked: a kill would be told in the log.
-        QCOMPARE(terminal.call(QStringLiteral("restartModule"), {QStringLiteral("ticker")}), QString());
-        QVERIFY(terminal.waitForAll(QStringLiteral("RUNNING")));
+        QCOMPARE(terminal.call("restartModule"_s, {"ticker"_s}), QString());
+        QVERIFY(terminal.waitForAll("RUNNING"_s));
         QCOMPARE(terminal.end(SIGTERM), 0);
-        QCOMPARE(terminal.logCount(QStringLiteral("ret false")), 0);
+        QCOMPARE(terminal.logCount("ret false"_s), 0);
     }
 };
 

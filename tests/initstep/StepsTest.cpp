@@ -5,25 +5,23 @@
 #include "InitStepFile.h"
 #include "RootDir.h"
 
-#include <QTest>
-
 #include <ctime>
 #include <limits>
 
 namespace {
 
-const QString manager = QStringLiteral("ApplicationManager");
+const QString manager = "ApplicationManager"_s;
 
 /// "A<B,C D" and so on: records with their dependencies.
 std::vector<ApplicationRecord> recordsOf(const QString &modules)
 {
     std::vector<ApplicationRecord> records;
-    const QStringList words = modules.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList words = modules.split(u' ', Qt::SkipEmptyParts);
     for (const QString &word : words) {
         ApplicationRecord record;
-        record.setName(word.section(QLatin1Char('<'), 0, 0));
-        if (word.contains(QLatin1Char('<'))) {
-            record.setDependencies(word.section(QLatin1Char('<'), 1).split(QLatin1Char(',')));
+        record.setName(word.section(u'<', 0, 0));
+        if (word.contains(u'<')) {
+            record.setDependencies(word.section(u'<', 1).split(u','));
         }
         records.push_back(record);
     }
@@ -33,11 +31,11 @@ std::vector<ApplicationRecord> recordsOf(const QString &modules)
 /// A ladder: both modules of a rung depend on both of the rung below, 2^rungs ways from top to bottom.
 QString ladder(int rungs)
 {
-    QString modules = QStringLiteral("L00 R00");
+    QString modules = "L00 R00"_s;
     for (int rung = 1; rung < rungs; ++rung) {
-        const QString below = QStringLiteral("%1").arg(rung - 1, 2, 10, QLatin1Char('0'));
-        const QString own = QStringLiteral("%1").arg(rung, 2, 10, QLatin1Char('0'));
-        modules += QStringLiteral(" L%1<L%2,R%2 R%1<L%2,R%2").arg(own, below);
+        const QString below = "%1"_s.arg(rung - 1, 2, 10, QLatin1Char('0'));
+        const QString own = "%1"_s.arg(rung, 2, 10, QLatin1Char('0'));
+        modules += " L%1<L%2,R%2 R%1<L%2,R%2"_s.arg(own, below);
     }
     return modules;
 }
@@ -53,7 +51,6 @@ private Q_SLOTS:
     void chain_data()
     {
         columns<QByteArray, QString, QString, QString>("elements", "chain", "last", "line");
-
         const auto steps = [](const char *text) {
             QByteArray xml;
             for (const QByteArray &step : QByteArray(text).split(' ')) {
@@ -88,19 +85,18 @@ private Q_SLOTS:
         QFETCH(QString, chain);
         QFETCH(QString, last);
         QFETCH(QString, line);
-        m_root.write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"),
+        m_root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s,
                      "<initStep>" + elements + "</initStep>");
         FakeSupervisor supervisor;
         InitStepChain steps(supervisor);
         QVERIFY(parseInitStep(steps, manager));
         QStringList found;
         for (const InitStep *step = steps.firstStep; step; step = step->getNext()) {
-            found << QStringLiteral("%1=%2%3")
-                         .arg(step->getName())
+            found << "%1=%2%3"_s.arg(step->getName())
                          .arg(step->getValue())
-                         .arg(step->getShowHomepage() ? QStringLiteral("!") : QString());
+                         .arg(step->getShowHomepage() ? "!"_s : QString());
         }
-        QCOMPARE(found.join(QLatin1Char(' ')), chain);
+        QCOMPARE(found.join(u' '), chain);
         QCOMPARE(steps.last()->getName(), last);
         QVERIFY(!m_root.log().filter(line).isEmpty());
         QVERIFY(parseInitStep(steps, manager));
@@ -109,7 +105,6 @@ private Q_SLOTS:
     void forest_data()
     {
         columns<QString, QString, QString, QString>("modules", "roots", "sons", "line");
-
         row("none", "", "", "", "building s tree modules OK");
         row("independent", "B A", "A B", "", "[InitStep] Branch ok : B");
         row("chain", "A<B B<C C", "C", "B:A C:B", "[InitStep] Branch ok : A;B;C");
@@ -132,13 +127,13 @@ private Q_SLOTS:
         QFETCH(QString, line);
         FakeSupervisor supervisor;
         std::vector<ApplicationRecord> records = recordsOf(modules);
-        InitStep step(QStringLiteral("s"), 1, false, supervisor);
+        InitStep step("s"_s, 1, false, supervisor);
         for (ApplicationRecord &record : records) {
             step.insertApplication(&record);
         }
         const bool built = step.buildTree();
         QVERIFY(!m_root.log().filter(line).isEmpty());
-        QCOMPARE(built, roots != QLatin1String("-"));
+        QCOMPARE(built, roots != "-"_s);
         if (!built) {
             return;
         }
@@ -150,14 +145,14 @@ private Q_SLOTS:
         for (const auto &[name, node] : step.nodes) {
             const Application::Map below = node->getSons();
             if (!below.isEmpty()) {
-                foundSons << name + QLatin1Char(':') + QStringList(below.keys()).join(QLatin1Char(','));
+                foundSons << name + u':' + QStringList(below.keys()).join(u',');
             }
             for (const Application *son : below) {
                 QVERIFY(son->getParents().value(name) == node.get());
             }
         }
-        QCOMPARE(foundRoots.join(QLatin1Char(' ')), roots);
-        QTEST(foundSons.join(QLatin1Char(' ')), "sons");
+        QCOMPARE(foundRoots.join(u' '), roots);
+        QTEST(foundSons.join(u' '), "sons");
         QCOMPARE(int(step.nodes.size()), int(records.size()));
     }
 
@@ -166,7 +161,7 @@ private Q_SLOTS:
     {
         FakeSupervisor supervisor;
         std::vector<ApplicationRecord> records = recordsOf(ladder(32));
-        InitStep step(QStringLiteral("s"), 1, false, supervisor);
+        InitStep step("s"_s, 1, false, supervisor);
         for (ApplicationRecord &record : records) {
             step.insertApplication(&record);
         }
@@ -187,28 +182,10 @@ private Q_SLOTS:
     void emptyEntries()
     {
         FakeSupervisor supervisor;
-        InitStep step(QStringLiteral("s"), 1, false, supervisor);
-        QVERIFY(!step.startApplication(QStringLiteral("nobody")));
-        QVERIFY(!step.stopApplication(QStringLiteral("nobody"), true));
+        InitStep step("s"_s, 1, false, supervisor);
+        QVERIFY(!step.startApplication("nobody"_s));
+        QVERIFY(!step.stopApplication("nobody"_s, true));
         QCOMPARE(step.startAll(true) + step.stopAll(true), 0);
-    }
-
-    void destroyedNodeLeavesNoLink()
-    {
-        std::vector<ApplicationRecord> records = recordsOf(QStringLiteral("A B C"));
-        Application a(&records[0]);
-        auto b = std::make_unique<Application>(&records[1]);
-        Application c(&records[2]);
-        a.addParent(b.get());
-        b->addSon(&a);
-        b->addParent(&c);
-        c.addSon(b.get());
-        c.addSon(nullptr);
-        b.reset();
-        QVERIFY(a.getParents().isEmpty() && c.getSons().isEmpty());
-        Application nobody(nullptr);
-        nobody.setState(ModuleState::Running);
-        QVERIFY(nobody.getState().isEmpty() && nobody.getName().isEmpty());
     }
 
 private:

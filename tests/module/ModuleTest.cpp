@@ -8,7 +8,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
-#include <QTest>
 #include <QTimer>
 
 #include <csignal>
@@ -30,7 +29,7 @@ public:
     [[nodiscard]] const ModuleLimits &moduleLimits() const override { return m_limits; }
     [[nodiscard]] quint64 stopGeneration() const override { return generation; }
     [[nodiscard]] bool initInProgress() const override { return true; }
-    void stopManager() override { calls << QStringLiteral("stopManager"); }
+    void stopManager() override { calls << "stopManager"_s; }
     bool notifyEvent(const QString &name, const QVariantMap &) override
     {
         events << name;
@@ -57,7 +56,7 @@ private Q_SLOTS:
     {
         m_root.keepLog();
         m_record = ApplicationRecord();
-        m_record.setName(QStringLiteral("M"));
+        m_record.setName("M"_s);
         makeModule();
     }
 
@@ -78,7 +77,6 @@ private Q_SLOTS:
     {
         QFETCH(int, reachedAfter);
         QFETCH(int, limit);
-        QFETCH(int, outcome);
         WaitLoop waits;
         QSignalSpy idle(&waits, &WaitLoop::idle);
         bool reached = reachedAfter == 0;
@@ -91,7 +89,7 @@ private Q_SLOTS:
         QElapsedTimer elapsed;
         elapsed.start();
         const std::clock_t before = std::clock();
-        QCOMPARE(int(waits.waitUntil([&] { return reached; }, limit)), outcome);
+        QTEST(int(waits.waitUntil([&] { return reached; }, limit)), "outcome");
         QVERIFY(elapsed.elapsed() + 1
                 >= qMin(limit < 0 ? reachedAfter : limit, reachedAfter < 0 ? limit : reachedAfter));
         QVERIFY2(std::clock() - before < CLOCKS_PER_SEC / 20, "a wait sleeps");
@@ -99,35 +97,10 @@ private Q_SLOTS:
         QCOMPARE(waits.depth(), 0);
     }
 
-    void nestedWaits()
-    {
-        WaitLoop waits;
-        QSignalSpy idle(&waits, &WaitLoop::idle);
-        bool lower = false;
-        bool upper = false;
-        int deepest = 0;
-        QTimer::singleShot(10, this, [&] {
-            // The lower condition comes true while the upper wait is on the stack, which sleeps on all the same.
-            QTimer::singleShot(10, this, [&] { lower = true; });
-            QTimer::singleShot(200, this, [&] { upper = true; });
-            const std::clock_t before = std::clock();
-            QVERIFY(waits.waitUntil([&] {
-                deepest = qMax(deepest, waits.depth());
-                return upper;
-            }) == WaitLoop::Outcome::Reached);
-            QVERIFY(std::clock() - before < CLOCKS_PER_SEC / 20);
-            QCOMPARE(idle.count(), 0);
-        });
-        QVERIFY(waits.waitUntil([&] { return lower; }) == WaitLoop::Outcome::Reached);
-        QVERIFY(upper);
-        QCOMPARE(deepest, 2);
-        QCOMPARE(idle.count(), 1);
-    }
-
     void missingProgram()
     {
         ShortSupervisor supervisor;
-        QVERIFY(QFile::remove(m_root.path(QStringLiteral("/usr/lib/JovApplication/M"))));
+        QVERIFY(QFile::remove(m_root.path("/usr/lib/JovApplication/M"_s)));
         Module module(&m_record, supervisor);
         QVERIFY(!module.start());
         QCOMPARE(module.getState(), ModuleState::Starting);
@@ -136,15 +109,6 @@ private Q_SLOTS:
         makeModule();
         QTimer::singleShot(0, &module, &Module::slot_endOfInit);
         QVERIFY(module.start());
-    }
-
-    void releasedByStop()
-    {
-        ShortSupervisor supervisor;
-        Module module(&m_record, supervisor);
-        QTimer::singleShot(50, this, [&] { ++supervisor.generation; });
-        QVERIFY(!module.start());
-        QCOMPARE(supervisor.events, QStringList{QStringLiteral("init_message")});
     }
 
     // The new process begins when the killed one has been reaped, and the old end is not taken for the new one's.
@@ -178,7 +142,7 @@ private Q_SLOTS:
         QVERIFY(module.start());
         kill(m_record.getID().toInt(), SIGSTOP);
         supervisor.onEvent = [&](const QString &event) {
-            if (event == QLatin1String("stop_module_M")) {
+            if (event == "stop_module_M"_s) {
                 // The second stop kills it; both starts then wait for its end.
                 QTimer::singleShot(0, this, [&] {
                     QVERIFY(!module.stop());
@@ -189,7 +153,7 @@ private Q_SLOTS:
             }
         };
         module.stop();
-        QTRY_COMPARE(supervisor.events.count(QStringLiteral("init_message")), 2);
+        QTRY_COMPARE(supervisor.events.count("init_message"_s), 2);
     }
 
     // Somebody else's announcement can make a module "RUNNING" that has no process.
@@ -207,7 +171,7 @@ private Q_SLOTS:
     void presentationTimer()
     {
         ShortSupervisor supervisor;
-        m_record.setName(QStringLiteral("JovWebClient"));
+        m_record.setName("JovWebClient"_s);
         Module module(&m_record, supervisor);
         module.presentationReady();
         QCOMPARE(module.getState(), ModuleState::Stopped);
@@ -219,7 +183,7 @@ private Q_SLOTS:
         QTest::qWait(200);
         QVERIFY(supervisor.calls.isEmpty());
         module.slot_endOfInit();
-        QTRY_COMPARE(supervisor.calls, QStringList{QStringLiteral("stopManager")});
+        QTRY_COMPARE(supervisor.calls, QStringList{"stopManager"_s});
         QCOMPARE(module.getState(), ModuleState::Stopped);
         module.slot_webapp_timeout();
         QCOMPARE(supervisor.calls.size(), 1);
@@ -227,7 +191,7 @@ private Q_SLOTS:
 
 private:
     /// The module's program sleeps; it ends, with this status, when it is killed or told so.
-    void makeModule() const { m_root.writeScript(QStringLiteral("/usr/lib/JovApplication/M"), "exec sleep 1000"); }
+    void makeModule() const { m_root.writeScript("/usr/lib/JovApplication/M"_s, "exec sleep 1000"); }
 
     RootDir m_root;
     ApplicationRecord m_record;

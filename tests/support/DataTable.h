@@ -1,6 +1,11 @@
 #ifndef DATA_TABLE_H
 #define DATA_TABLE_H
 
+#include "Text.h"
+
+#include <QFile>
+#include <QMap>
+#include <QRegularExpression>
 #include <QTest>
 
 /// The columns of a test's table, as QTest::addColumn() for each.
@@ -15,6 +20,22 @@ template <typename... Values>
 void row(const char *name, const Values &...values)
 {
     (QTest::newRow(name) << ... << values);
+}
+
+/// From a text file, by name: "== NAME", then the parts, with a line "--" between them.
+inline QMap<QString, QStringList> readCases(const QString &path)
+{
+    QMap<QString, QStringList> cases;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        qFatal("cannot read %s", qPrintable(path));
+    }
+    const QStringList texts =
+        QString::fromUtf8(file.readAll()).split(QRegularExpression("(?m)\\n?^== "_s), Qt::SkipEmptyParts);
+    for (const QString &text : texts) {
+        cases.insert(text.section(u'\n', 0, 0), text.section(u'\n', 1).split("--\n"_s));
+    }
+    return cases;
 }
 
 #endif

@@ -18,22 +18,22 @@ public:
 
     QDBusMessage syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
     {
-        QString call = component + QLatin1Char('.') + method;
+        QString call = component + u'.' + method;
         for (const QVariant &argument : arguments) {
-            call += QLatin1Char(',') + argument.toString();
+            call += u',' + argument.toString();
         }
         calls.append(call);
         return answer();
     }
     int startAll() override
     {
-        calls.append(QStringLiteral("startAll"));
+        calls.append("startAll"_s);
         onStart();
         return 0;
     }
     bool stopModuleAlone(const QString &moduleName) override
     {
-        calls.append(QStringLiteral("stop ") + moduleName);
+        calls.append("stop "_s + moduleName);
         onStop();
         return true;
     }

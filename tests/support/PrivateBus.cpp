@@ -23,11 +23,11 @@ const char configuration[] = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD 
 
 PrivateBus::PrivateBus()
 {
-    QFile config(m_directory.filePath(QStringLiteral("bus.conf")));
+    QFile config(m_directory.filePath("bus.conf"_s));
     if (!config.open(QIODevice::WriteOnly)) {
         qFatal("cannot write the configuration of the bus");
     }
-    config.write(QString::fromUtf8(configuration).arg(m_directory.filePath(QStringLiteral("socket"))).toUtf8());
+    config.write(QString::fromUtf8(configuration).arg(m_directory.filePath("socket"_s)).toUtf8());
     config.close();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", address().toUtf8());
     start();
@@ -41,16 +41,16 @@ PrivateBus::~PrivateBus()
 
 QString PrivateBus::address() const
 {
-    return QStringLiteral("unix:path=") + m_directory.filePath(QStringLiteral("socket"));
+    return "unix:path="_s + m_directory.filePath("socket"_s);
 }
 
 void PrivateBus::start()
 {
-    QFile::remove(m_directory.filePath(QStringLiteral("socket")));
+    QFile::remove(m_directory.filePath("socket"_s));
     m_daemon.setStandardErrorFile(QProcess::nullDevice());
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
-                    QStringLiteral("--config-file=") + m_directory.filePath(QStringLiteral("bus.conf"))});
+    m_daemon.start(
+        "dbus-daemon"_s,
+        {"--nofork"_s, "--nopidfile"_s, "--print-address"_s, "--config-file="_s + m_directory.filePath("bus.conf"_s)});
     // It tells its address when it listens.
     if (!m_daemon.waitForReadyRead()) {
         qFatal("dbus-daemon does not come up: %s", qPrintable(m_daemon.errorString()));

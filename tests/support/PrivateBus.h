@@ -1,6 +1,8 @@
 #ifndef PRIVATE_BUS_H
 #define PRIVATE_BUS_H
 
+#include "Text.h"
+
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>

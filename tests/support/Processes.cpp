@@ -7,11 +7,11 @@
 
 namespace {
 
-const QString moduleOption = QStringLiteral("--moduleName=");
+const QString moduleOption = "--moduleName="_s;
 
 QByteArray procFile(pid_t pid, const QByteArray &name)
 {
-    QFile file(QStringLiteral("/proc/%1/%2").arg(pid).arg(QString::fromLatin1(name)));
+    QFile file("/proc/%1/%2"_s.arg(pid).arg(QString::fromLatin1(name)));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
@@ -20,8 +20,7 @@ QByteArray procFile(pid_t pid, const QByteArray &name)
 QList<pid_t> Processes::children(pid_t pid)
 {
     QList<pid_t> found;
-    const QStringList tasks =
-        QDir(QStringLiteral("/proc/%1/task").arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    const QStringList tasks = QDir("/proc/%1/task"_s.arg(pid)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &task : tasks) {
         const QByteArray file = "task/" + task.toLatin1() + "/children";
         const QList<QByteArray> words = procFile(pid, file).simplified().split(' ');
@@ -63,7 +62,7 @@ QMap<QString, QList<pid_t>> Processes::modulesBelow(pid_t ancestor)
         const int option = process.commandLine.indexOf(moduleOption);
         if (option >= 0 && !known.contains(process.parent)) {
             known.insert(process.pid);
-            const QString name = process.commandLine.mid(option + moduleOption.size()).section(QLatin1Char(' '), 0, 0);
+            const QString name = process.commandLine.mid(option + moduleOption.size()).section(u' ', 0, 0);
             modules[name] << process.pid;
         }
     }
@@ -73,11 +72,10 @@ QMap<QString, QList<pid_t>> Processes::modulesBelow(pid_t ancestor)
 QMap<int, QString> Processes::descriptors(pid_t pid)
 {
     QMap<int, QString> open;
-    const QString folder = QStringLiteral("/proc/%1/fd").arg(pid);
+    const QString folder = "/proc/%1/fd"_s.arg(pid);
     const QStringList numbers = QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     for (const QString &number : numbers) {
-        open.insert(number.toInt(),
-                    QFile::symLinkTarget(folder + QLatin1Char('/') + number).section(QLatin1Char('/'), -1));
+        open.insert(number.toInt(), QFile::symLinkTarget(folder + u'/' + number).section(u'/', -1));
     }
     return open;
 }

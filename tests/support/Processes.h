@@ -1,6 +1,8 @@
 #ifndef PROCESSES_H
 #define PROCESSES_H
 
+#include "Text.h"
+
 #include <QList>
 #include <QMap>
 #include <QString>

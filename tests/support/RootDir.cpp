@@ -6,7 +6,7 @@
 
 namespace {
 
-const QString logFile = QStringLiteral("/var/log/daemon.log");
+const QString logFile = "/var/log/daemon.log"_s;
 
 } // namespace
 
@@ -52,15 +52,14 @@ void RootDir::writeScript(const QString &absolutePath, const QByteArray &command
 void RootDir::keepLog(int level) const
 {
     write(logFile, QByteArray());
-    write(QStringLiteral("/etc/JovApplication/platform.ini"),
-          QStringLiteral("[log]\nlevel=%1\nfile=%2\n").arg(level).arg(logFile).toUtf8());
+    write("/etc/JovApplication/platform.ini"_s, "[log]\nlevel=%1\nfile=%2\n"_s.arg(level).arg(logFile).toUtf8());
 }
 
 QStringList RootDir::log(int from) const
 {
-    QStringList lines = QString::fromUtf8(read(logFile)).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(from);
+    QStringList lines = QString::fromUtf8(read(logFile)).split(u'\n', Qt::SkipEmptyParts).mid(from);
     for (QString &line : lines) {
-        line = line.section(QLatin1Char(' '), 1);
+        line = line.section(u' ', 1);
     }
     return lines;
 }

@@ -1,6 +1,8 @@
 #ifndef ROOT_DIR_H
 #define ROOT_DIR_H
 
+#include "Text.h"
+
 #include <QByteArray>
 #include <QStringList>
 #include <QTemporaryDir>

@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QTest>
 
-#include <csignal>
 #include <cstdio>
 
 #include <sys/wait.h>
@@ -15,34 +14,26 @@
 
 namespace {
 
-const QString manager = QStringLiteral("ApplicationManager");
-const QString moduleDirectory = QStringLiteral("/usr/lib/JovApplication/");
-const QString configDirectory = QStringLiteral("/etc/JovApplication/module/");
-
-QDBusMessage methodCall(const QString &method, const QVariantList &arguments)
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(BusNames::service(manager), BusNames::object(manager),
-                                                          BusNames::methodInterface(), method);
-    message.setArguments(arguments);
-    return message;
-}
+const QString manager = "ApplicationManager"_s;
+const QString moduleDirectory = "/usr/lib/JovApplication/"_s;
+const QString configDirectory = "/etc/JovApplication/module/"_s;
 
 QString elements(const QString &list, const QString &element, const QStringList &texts)
 {
-    QString xml = QLatin1Char('<') + list + QLatin1Char('>');
+    QString xml = u'<' + list + u'>';
     for (const QString &text : texts) {
-        xml += QStringLiteral("<%1>%2</%1>").arg(element, text.toHtmlEscaped());
+        xml += "<%1>%2</%1>"_s.arg(element, text.toHtmlEscaped());
     }
-    return xml + QStringLiteral("</%1>").arg(list);
+    return xml + "</%1>"_s.arg(list);
 }
 
 } // namespace
 
-Terminal::Terminal(const char *description)
+Terminal::Terminal(const QString &description)
     : m_program(QStringLiteral(DAEMON_PROGRAM))
 {
     registerDBusApplicationConfig();
-    layOut(QString::fromUtf8(description));
+    layOut(description);
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     reconnect();
 }
@@ -56,19 +47,8 @@ Terminal::~Terminal()
         QTest::qFail("the daemon does not end on SIGTERM", __FILE__, __LINE__);
         end(SIGKILL);
     }
-    const QStringList left = leftBehind();
-    if (!left.isEmpty()) {
-        QTest::qFail(qPrintable(QStringLiteral("left behind: ") + left.join(QStringLiteral(", "))), __FILE__, __LINE__);
-    }
-    const QList<Processes::Process> processes = Processes::below(getpid());
-    for (const Processes::Process &process : processes) {
-        if (left.contains(process.commandLine)) {
-            kill(process.pid, SIGKILL);
-            waitpid(process.pid, nullptr, 0);
-        }
-    }
     if (QTest::currentTestFailed() && qEnvironmentVariableIsSet("SHOW_LOG")) {
-        fputs(qPrintable(log().join(QLatin1Char('\n'))), stderr);
+        fputs(qPrintable(log().join(u'\n')), stderr);
     }
     QDBusConnection::disconnectFromBus(m_connectionName);
 }
@@ -88,25 +68,24 @@ QStringList Terminal::leftBehind() const
 void Terminal::layOut(const QString &description)
 {
     QString steps;
-    const QStringList lines = description.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = description.split(u'\n', Qt::SkipEmptyParts);
     for (const QString &line : lines) {
-        QStringList words = line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        QStringList words = line.simplified().split(u' ', Qt::SkipEmptyParts);
         const QString first = words.takeFirst();
         const QString second = words.takeFirst();
-        if (first == QLatin1String("step")) {
-            const bool home = words.value(1) == QLatin1String("home");
-            steps += QStringLiteral("<step name=\"%1\" value=\"%2\"%3/>")
-                         .arg(second, words.value(0), home ? QStringLiteral(" show_homepage=\"true\"") : QString());
+        if (first == "step"_s) {
+            const bool home = words.value(1) == "home"_s;
+            steps += "<step name=\"%1\" value=\"%2\"%3/>"_s.arg(second, words.value(0),
+                                                                home ? " show_homepage=\"true\""_s : QString());
         } else {
-            const bool depends = words.value(0).startsWith(QLatin1Char('<'));
-            addModule(first, second, depends ? words.takeFirst().mid(1).split(QLatin1Char(',')) : QStringList(), words);
+            const bool depends = words.value(0).startsWith(u'<');
+            addModule(first, second, depends ? words.takeFirst().mid(1).split(u',') : QStringList(), words);
         }
     }
-    root.write(configDirectory + manager + QStringLiteral("/initStep.xml"),
-               QStringLiteral("<initStep>%1</initStep>").arg(steps).toUtf8());
+    root.write(configDirectory + manager + "/initStep.xml"_s, "<initStep>%1</initStep>"_s.arg(steps).toUtf8());
     root.keepLog();
     for (const char *folder : {"/usr/lib/JovApplication/", "/tmp/", "/log/"}) {
-        root.write(QString::fromLatin1(folder) + QStringLiteral(".keep"), QByteArray());
+        root.write(QString::fromLatin1(folder) + ".keep"_s, QByteArray());
     }
 }
 
@@ -126,15 +105,13 @@ void Terminal::addArguments(const QString &name, const QStringList &arguments)
 void Terminal::writeConfig(const QString &name, const QStringList &moreArguments)
 {
     const ModuleFile module = m_modules.value(name);
-    const QString config =
-        QStringLiteral("<config><initStep>%1</initStep>%2%3</config>")
-            .arg(module.step.toHtmlEscaped(),
-                 elements(QStringLiteral("dependencies"), QStringLiteral("dependency"), module.dependencies),
-                 elements(QStringLiteral("extra_args"), QStringLiteral("arg"), module.arguments + moreArguments));
+    const QString config = "<config><initStep>%1</initStep>%2%3</config>"_s.arg(
+        module.step.toHtmlEscaped(), elements("dependencies"_s, "dependency"_s, module.dependencies),
+        elements("extra_args"_s, "arg"_s, module.arguments + moreArguments));
     // In one go: the daemon may be reading it.
-    const QString path = configDirectory + name + QStringLiteral("/config.xml");
-    root.write(path + QStringLiteral(".new"), config.toUtf8());
-    std::rename(QFile::encodeName(root.path(path + QStringLiteral(".new"))).constData(),
+    const QString path = configDirectory + name + "/config.xml"_s;
+    root.write(path + ".new"_s, config.toUtf8());
+    std::rename(QFile::encodeName(root.path(path + ".new"_s)).constData(),
                 QFile::encodeName(root.path(path)).constData());
 }
 
@@ -145,29 +122,25 @@ void Terminal::standIn(const QString &path)
 
 QStringList Terminal::records() const
 {
-    return QString::fromUtf8(root.read(QStringLiteral("/records"))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(root.read("/records"_s)).split(u'\n', Qt::SkipEmptyParts);
 }
 
 void Terminal::launch(const QStringList &arguments)
 {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (auto variable = m_variables.cbegin(); variable != m_variables.cend(); ++variable) {
-        environment.insert(variable.key(), variable.value());
-    }
-    m_process.setProcessEnvironment(environment);
+    m_process.setProcessEnvironment(m_environment);
     m_process.start(m_program, arguments);
     m_process.waitForStarted();
 }
 
 void Terminal::start()
 {
-    launch({QStringLiteral("--nodaemon")});
+    launch({"--nodaemon"_s});
 }
 
 bool Terminal::boot()
 {
     start();
-    return waitForAll(QStringLiteral("RUNNING"));
+    return waitForAll("RUNNING"_s);
 }
 
 int Terminal::startDaemon(const QStringList &arguments)
@@ -220,7 +193,7 @@ void Terminal::reconnect()
     if (!m_connectionName.isEmpty()) {
         QDBusConnection::disconnectFromBus(m_connectionName);
     }
-    m_connectionName = QStringLiteral("test-%1").arg(++count);
+    m_connectionName = "test-%1"_s.arg(++count);
     QDBusConnection::connectToBus(bus.address(), m_connectionName)
         .connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), this,
                  SLOT(eventReceived(QString, QVariantMap)));
@@ -230,48 +203,48 @@ void Terminal::eventReceived(const QString &name, const QVariantMap &arguments)
 {
     QString text = name;
     for (auto argument = arguments.cbegin(); argument != arguments.cend(); ++argument) {
-        text += QStringLiteral(" %1=%2").arg(argument.key(), argument.value().toString());
+        text += " %1=%2"_s.arg(argument.key(), argument.value().toString());
     }
     m_events << text;
     Q_EMIT event(name);
 }
 
-QDBusMessage Terminal::send(const QString &method, const QVariantList &arguments, int limit)
+QDBusMessage Terminal::message(const QString &method, const QVariantList &arguments, const QString &interface)
 {
-    return connection().call(methodCall(method, arguments), QDBus::Block, limit);
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(BusNames::service(manager), BusNames::object(manager),
+                                       interface.isEmpty() ? BusNames::methodInterface() : interface, method);
+    message.setArguments(arguments);
+    return message;
 }
 
 QDBusPendingCall Terminal::sendAsync(const QString &method, const QVariantList &arguments)
 {
-    return connection().asyncCall(methodCall(method, arguments));
+    return connection().asyncCall(message(method, arguments));
 }
 
 QString Terminal::call(const QString &method, const QVariantList &arguments)
 {
-    const QDBusMessage reply = send(method, arguments);
-    if (reply.type() == QDBusMessage::ErrorMessage) {
-        return reply.errorName();
-    }
-    return reply.arguments().value(0).toString();
+    const QDBusMessage reply = connection().call(message(method, arguments));
+    return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : reply.arguments().value(0).toString();
 }
 
 void Terminal::notify(const QString &name, const QVariantMap &arguments)
 {
-    QDBusMessage message =
-        QDBusMessage::createSignal(QStringLiteral("/Test"), BusNames::eventInterface(), BusNames::eventMember());
+    QDBusMessage message = QDBusMessage::createSignal("/Test"_s, BusNames::eventInterface(), BusNames::eventMember());
     message.setArguments({name, arguments});
     connection().send(message);
 }
 
 QString Terminal::states()
 {
-    const QDBusReply<ListApplicationConfig> reply = send(QStringLiteral("getModulesList"), {}, 3000);
+    const QDBusReply<ListApplicationConfig> reply = connection().call(message("getModulesList"_s), QDBus::Block, 3000);
     QStringList states;
     const ListApplicationConfig modules = reply.value();
     for (const ApplicationConfig &module : modules) {
-        states << module.getName() + QLatin1Char(':') + module.getState();
+        states << module.getName() + u':' + module.getState();
     }
-    return states.join(QLatin1Char(' '));
+    return states.join(u' ');
 }
 
 int Terminal::logCount(const QString &text, int from) const
@@ -286,11 +259,23 @@ bool Terminal::wait(const std::function<bool()> &reached, int limit)
 
 bool Terminal::waitForStates(const QString &expected)
 {
-    const bool reached = wait([&] { return states() == expected; });
-    if (!reached) {
+    return waitForStates([&](const QString &states) { return states == expected; });
+}
+
+bool Terminal::waitForAll(const QString &state)
+{
+    return waitForStates([&](const QString &states) {
+        return !states.isEmpty() && states.count(u':') == states.split(u' ').filter(u':' + state).size();
+    });
+}
+
+bool Terminal::waitForStates(const std::function<bool(const QString &)> &reached)
+{
+    const bool isReached = wait([&] { return reached(states()); });
+    if (!isReached) {
         qWarning("states are: %s", qPrintable(states()));
     }
-    return reached;
+    return isReached;
 }
 
 bool Terminal::waitForLog(const QString &text, int from)
@@ -301,16 +286,4 @@ bool Terminal::waitForLog(const QString &text, int from)
 bool Terminal::waitForEvent(const QString &event)
 {
     return wait([&] { return m_events.contains(event); });
-}
-
-bool Terminal::waitForAll(const QString &state)
-{
-    const bool reached = wait([&] {
-        const QStringList all = states().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        return !all.isEmpty() && all.filter(QLatin1Char(':') + state).size() == all.size();
-    });
-    if (!reached) {
-        qWarning("states are: %s", qPrintable(states()));
-    }
-    return reached;
 }

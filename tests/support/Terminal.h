@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include <csignal>
 #include <functional>
 
 /**
@@ -23,15 +24,18 @@
  *     step NAME VALUE [home]
  *     MODULE STEP [<DEPENDENCY,DEPENDENCY...] [ARGUMENT...]
  *
- * The files can be changed before start(). The destructor ends what still runs, and fails the test when the daemon,
- * once it had ended, left a process behind. Waits poll with the event loop turning, 15 s at most.
+ * The files can be changed before start(). The destructor ends the daemon when it still runs; the program fails when
+ * that has left a process behind. Waits poll with the event loop turning, 15 s at most.
  */
 class Terminal : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Terminal(const char *description);
+    explicit Terminal(const QString &description);
+    explicit Terminal(const char *description)
+        : Terminal(QString::fromUtf8(description))
+    { }
     ~Terminal() override;
 
     RootDir root;
@@ -40,7 +44,7 @@ public:
     /// Another program in the place of the daemon; before start().
     void setDaemon(const QString &program) { m_program = program; }
     /// A variable for the daemon; before start().
-    void setVariable(const QString &name, const QString &value) { m_variables.insert(name, value); }
+    void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
     void addModule(const QString &name, const QString &step, const QStringList &dependencies = {},
                    const QStringList &arguments = {});
 
@@ -70,8 +74,10 @@ public:
 
     /// The reply of a bus method as text: its value, "" when it has none, or the error's name.
     QString call(const QString &method, const QVariantList &arguments = {});
-    QDBusMessage send(const QString &method, const QVariantList &arguments = {}, int limit = 25000);
     QDBusPendingCall sendAsync(const QString &method, const QVariantList &arguments = {});
+    /// A call of the daemon, of its control interface when none is named.
+    static QDBusMessage message(const QString &method, const QVariantList &arguments = {},
+                                const QString &interface = {});
     /// Sends an event as any component could.
     void notify(const QString &name, const QVariantMap &arguments = {});
     [[nodiscard]] QDBusConnection connection() const { return QDBusConnection(m_connectionName); }
@@ -104,6 +110,7 @@ Q_SIGNALS:
     void event(const QString &name);
 
 private:
+    bool waitForStates(const std::function<bool(const QString &)> &reached);
     void layOut(const QString &description);
     void launch(const QStringList &arguments);
     void writeConfig(const QString &name, const QStringList &moreArguments);
@@ -116,7 +123,7 @@ private:
     };
     QMap<QString, ModuleFile> m_modules;
     QString m_program;
-    QMap<QString, QString> m_variables;
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     QProcess m_process;
     pid_t m_daemonPid = 0; ///< in daemon mode
     QString m_connectionName;

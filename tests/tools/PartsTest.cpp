@@ -1,11 +1,14 @@
 #include "BootAnalysis.h"
+#include "BootChart.h"
 #include "DataTable.h"
 #include "NearMiss.h"
 #include "ProcessUsage.h"
 #include "TextWidth.h"
 #include "Units.h"
 
-#include <QTest>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
 
 #include <unistd.h>
 
@@ -15,22 +18,46 @@ namespace {
 TimelineList timelineOf(const QString &text)
 {
     TimelineList timeline;
-    const QStringList parts = text.split(QLatin1Char(','));
+    const QStringList parts = text.split(u',');
     for (const QString &part : parts) {
-        const QStringList words = part.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        const QStringList words = part.split(u' ', Qt::SkipEmptyParts);
         timeline << TimelineEntry{words.last().toULongLong(), words.first(),
                                   words.size() > 2 ? words.at(1) : QString()};
     }
     return timeline;
 }
 
-ModuleInfo moduleOf(const char *name, const QStringList &dependencies = {})
+ModuleInfo moduleOf(const QString &name, const QStringList &dependencies = {}, const QString &step = "one"_s)
 {
     ModuleInfo module;
-    module.name = QLatin1String(name);
-    module.step = QStringLiteral("one");
+    module.name = name;
+    module.step = step;
     module.dependencies = dependencies;
     return module;
+}
+
+/// `count` modules in three steps, each ready, or not, `apart` microseconds after the one before.
+BootRecord bootOf(int count, const QString &name, quint64 apart)
+{
+    TimelineList timeline{{0, "start"_s, {}}};
+    ModuleList modules;
+    StepList steps;
+    for (int i = 0; i < 3; ++i) {
+        StepInfo step;
+        step.name = name + QString::number(i);
+        step.value = i * 1000000000;
+        steps << step;
+    }
+    for (int n = 0; n < count; ++n) {
+        const quint64 begin = 1 + apart * quint64(n);
+        const ModuleInfo module = moduleOf(name + QString::number(n), {}, steps.at(n * 3 / count).name);
+        modules << module;
+        timeline << TimelineEntry{begin, "step_started"_s, module.step}
+                 << TimelineEntry{begin, "launched"_s, module.name}
+                 << TimelineEntry{begin + apart, n % 7 == 0 ? "STOPPED"_s : "RUNNING"_s, module.name};
+    }
+    timeline << TimelineEntry{1 + apart * quint64(count), "end_of_init"_s, {}};
+    return analyseBoot(timeline, modules, steps);
 }
 
 /// "NAME LAUNCHED-UNTIL" of each module, "*" where it is critical, "?" where it is not ready.
@@ -39,14 +66,12 @@ QString described(const BootRecord &record)
     QStringList parts;
     const QList<BootModule> modules = record.allModules();
     for (const BootModule &module : modules) {
-        parts << QStringLiteral("%1 %2-%3%4%5")
-                     .arg(module.name)
+        parts << "%1 %2-%3%4%5"_s.arg(module.name)
                      .arg(module.launched)
                      .arg(module.until)
-                     .arg(module.isReady ? QString() : QStringLiteral("?"),
-                          module.isCritical ? QStringLiteral("*") : QString());
+                     .arg(module.isReady ? QString() : "?"_s, module.isCritical ? "*"_s : QString());
     }
-    return parts.join(QStringLiteral(", "));
+    return parts.join(", "_s);
 }
 
 } // namespace
@@ -60,10 +85,10 @@ private Q_SLOTS:
     {
         columns<QString, int, QString>("text", "cells", "inFive");
         row("plain", "abcde", 5, "abcde");
-        row("too long", "abcdef", 6, QString::fromUtf8("abcd…"));
-        row("combining mark", QString::fromUtf8("cafe\u0301s"), 5, QString::fromUtf8("cafe\u0301s"));
-        row("East Asian", QString::fromUtf8("端末管理"), 8, QString::fromUtf8("端末…"));
-        row("beyond 16 bits", QString::fromUtf8("\U0001F680ab"), 4, QString::fromUtf8("\U0001F680ab"));
+        row("too long", "abcdef", 6, "abcd…"_s);
+        row("combining mark", "cafe\u0301s"_s, 5, "cafe\u0301s"_s);
+        row("East Asian", "端末管理"_s, 8, "端末…"_s);
+        row("beyond 16 bits", "\U0001F680ab"_s, 4, "\U0001F680ab"_s);
         row("half a pair", QString(QChar(0xd83d)), 1, QString(QChar(0xd83d)));
     }
 
@@ -105,9 +130,8 @@ private Q_SLOTS:
     void misses()
     {
         QFETCH(QString, typed);
-        const QStringList names{QStringLiteral("A"), QStringLiteral("JovGate"), QStringLiteral("JovGate22"),
-                                QStringLiteral("Platform"), QStringLiteral("jovaudio")};
-        QTEST(nearMisses(typed, names).join(QLatin1Char(',')), "meant");
+        const QStringList names{"A"_s, "JovGate"_s, "JovGate22"_s, "Platform"_s, "jovaudio"_s};
+        QTEST(nearMisses(typed, names).join(u','), "meant");
     }
 
     void usage()
@@ -129,41 +153,85 @@ private Q_SLOTS:
         columns<QString, QString, int, int, bool>("timeline", "modules", "total", "critical", "complete");
         // D depends on B and C, both on A; E on nobody.
         const QString diamond =
-            QStringLiteral("start 100,step_started one 110,launched A 120,RUNNING A 130,launched B 130,RUNNING B 180,"
-                           "launched C 180,RUNNING C 190,launched D 200,RUNNING D 210,launched E 210,RUNNING E 270,");
-        row("diamond", diamond + QStringLiteral("end_of_init 275,step_done one 280"),
+            "start 100,step_started one 110,launched A 120,RUNNING A 130,launched B 130,RUNNING B 180,"
+            "launched C 180,RUNNING C 190,launched D 200,RUNNING D 210,launched E 210,RUNNING E 270,"_s;
+        row("diamond", diamond + "end_of_init 275,step_done one 280"_s,
             "A 20-30*, B 30-80*, C 80-90, D 100-110*, E 110-170", 180, 70, true);
         row("what comes after the start does not count",
-            diamond + QStringLiteral("step_done one 280,launched A 900,RUNNING A 950,stop_all 990"),
+            diamond + "step_done one 280,launched A 900,RUNNING A 950,stop_all 990"_s,
             "A 20-30*, B 30-80*, C 80-90, D 100-110*, E 110-170", 180, 70, true);
         row("the last of two starts",
-            diamond + QStringLiteral("stop_all 300,restart 400,launched E 410,RUNNING E 440,step_done one 450"),
-            "E 10-40*", 50, 30, true);
+            diamond + "stop_all 300,restart 400,launched E 410,RUNNING E 440,step_done one 450"_s, "E 10-40*", 50, 30,
+            true);
         row("ended before it was ready",
-            QStringLiteral("start 0,launched A 10,exited A 30,STOPPED A 30,launched E 40,step_done one 60"),
-            "A 10-30?*, E 40-60?", 60, 20, true);
-        row("stopped in the middle",
-            QStringLiteral("start 0,step_started one 1,launched A 10,stop_all 30,STOPPED A 35"), "A 10-10?*", 10, 0,
-            false);
-        row("a module that is gone meanwhile", QStringLiteral("start 0,launched Z 10,RUNNING Z 20,step_done one 30"),
-            "", 30, 0, true);
+            "start 0,launched A 10,exited A 30,STOPPED A 30,launched E 40,step_done one 60"_s, "A 10-30?*, E 40-60?",
+            60, 20, true);
+        row("stopped in the middle", "start 0,step_started one 1,launched A 10,stop_all 30,STOPPED A 35"_s, "A 10-10?*",
+            10, 0, false);
+        row("a module that is gone meanwhile", "start 0,launched Z 10,RUNNING Z 20,step_done one 30"_s, "", 30, 0,
+            true);
     }
 
     void boot()
     {
         QFETCH(QString, timeline);
-        const QString a = QStringLiteral("A");
-        const ModuleList modules{moduleOf("A"), moduleOf("B", {a}), moduleOf("C", {a}),
-                                 moduleOf("D", {QStringLiteral("B"), QStringLiteral("C")}), moduleOf("E")};
+        const QString a = "A"_s;
+        const ModuleList modules{moduleOf("A"_s), moduleOf("B"_s, {a}), moduleOf("C"_s, {a}),
+                                 moduleOf("D"_s, {"B"_s, "C"_s}), moduleOf("E"_s)};
         StepInfo step;
-        step.name = QStringLiteral("one");
+        step.name = "one"_s;
         const BootRecord record = analyseBoot(timelineOf(timeline), modules, {step});
         QVERIFY(record.isKnown);
         QTEST(described(record), "modules");
         QTEST(int(record.total), "total");
         QTEST(int(record.critical), "critical");
         QTEST(record.isComplete, "complete");
-        QVERIFY(!analyseBoot(timelineOf(QStringLiteral("RUNNING A 1")), modules, {step}).isKnown);
+        QVERIFY(!analyseBoot(timelineOf("RUNNING A 1"_s), modules, {step}).isKnown);
+    }
+
+    void chart_data()
+    {
+        columns<int, QString, qulonglong>("count", "name", "apart");
+        row("nothing started", 0, "m", qulonglong(1000));
+        row("one", 1, "m", qulonglong(35000));
+        row("one that takes no time", 1, "m", qulonglong(0));
+        row("one that takes a day", 1, "m", qulonglong(86400000000));
+        row("hundred", 100, "module-", qulonglong(12345));
+        row("long names", 100, QString(252, u'W'), qulonglong(999));
+        row("long wide names", 10, QString(84, QChar(0x7aef)), qulonglong(99999));
+        row("names that mean something in XML", 3, "<&\"'>\x01]]>", qulonglong(5000000));
+    }
+
+    void chart()
+    {
+        QFETCH(int, count);
+        QFETCH(QString, name);
+        QFETCH(qulonglong, apart);
+        const QString svg = bootChart(bootOf(count, name, apart), name);
+        QXmlStreamReader reader(svg);
+        int bars = 0;
+        while (!reader.atEnd()) {
+            if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == "rect"_s) {
+                const QStringRef kind = reader.attributes().value("class"_s);
+                bars += kind == "bar"_s || kind == "critical"_s || kind == "failed"_s ? 1 : 0;
+                QVERIFY(reader.attributes().value("width"_s).toDouble() >= 2);
+            }
+        }
+        QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+        QCOMPARE(bars, count + 3); // three in the legend
+
+        const QTemporaryDir folder;
+        QFile file(folder.filePath("chart.svg"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(svg.toUtf8());
+        file.close();
+        QProcess check;
+        check.start(QStringLiteral(TEST_FOLDER "/check-svg"), {file.fileName()});
+        QVERIFY(check.waitForFinished(60000));
+        if (check.exitCode() == 77) {
+            QSKIP("no Chromium");
+        }
+        QVERIFY2(check.exitCode() == 0, check.readAllStandardOutput().constData());
     }
 };
 

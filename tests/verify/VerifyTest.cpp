@@ -11,13 +11,12 @@
 #include <QMap>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <ctime>
 
 namespace {
 
-const QString sources = QStringLiteral(VERIFY_TEST_SOURCES);
+const QString sources = QStringLiteral(TEST_FOLDER);
 
 bool run(const QString &program, const QStringList &arguments, const QString &directory)
 {
@@ -28,26 +27,11 @@ bool run(const QString &program, const QStringList &arguments, const QString &di
     return process.waitForFinished() && process.exitCode() == 0;
 }
 
-/// By name: the commands, and the report.
-QMap<QString, QStringList> readCases()
-{
-    QMap<QString, QStringList> cases;
-    QFile file(sources + QStringLiteral("/cases.txt"));
-    if (file.open(QIODevice::ReadOnly)) {
-        const QStringList texts = QString::fromUtf8(file.readAll())
-                                      .split(QRegularExpression(QStringLiteral("(?m)\\n?^== ")), Qt::SkipEmptyParts);
-        for (const QString &text : texts) {
-            cases.insert(text.section(QLatin1Char('\n'), 0, 0),
-                         text.section(QLatin1Char('\n'), 1).split(QStringLiteral("--\n")));
-        }
-    }
-    return cases;
-}
-
 bool layOut(const QString &name, const RootDir &root)
 {
-    const QString commands = QStringLiteral(". %1/terminal.sh\n%2").arg(sources, readCases().value(name).value(0));
-    return run(QStringLiteral("sh"), {QStringLiteral("-c"), commands}, root.path());
+    const QString commands =
+        ". %1/terminal.sh\n%2"_s.arg(sources, readCases(sources + "/cases.txt"_s).value(name).value(0));
+    return run("sh"_s, {"-c"_s, commands}, root.path());
 }
 
 } // namespace
@@ -64,7 +48,7 @@ private Q_SLOTS:
     void cases_data()
     {
         columns<QString>("name");
-        const QStringList names = readCases().keys();
+        const QStringList names = readCases(sources + "/cases.txt"_s).keys();
         QVERIFY(!names.isEmpty());
         for (const QString &name : names) {
             row(qPrintable(name), name);
@@ -77,28 +61,27 @@ private Q_SLOTS:
         const RootDir root;
         QVERIFY(layOut(name, root));
         const QString report = textOf(checkTerminal(), false).replace(root.path(), QString());
-        const QString expected = readCases().value(name).value(1);
+        const QString expected = readCases(sources + "/cases.txt"_s).value(name).value(1);
         if (report != expected) {
-            root.write(QStringLiteral("/expected"), expected.toUtf8());
-            root.write(QStringLiteral("/report"), report.toUtf8());
-            run(QStringLiteral("diff"), {QStringLiteral("-u"), QStringLiteral("expected"), QStringLiteral("report")},
-                root.path());
+            root.write("/expected"_s, expected.toUtf8());
+            root.write("/report"_s, report.toUtf8());
+            run("diff"_s, {"-u"_s, "expected"_s, "report"_s}, root.path());
             QFAIL("the report differs, see above");
         }
-        QVERIFY(!QFileInfo::exists(root.path(QStringLiteral("/var/log"))));
+        QVERIFY(!QFileInfo::exists(root.path("/var/log"_s)));
     }
 
     void exitStatus_data()
     {
         columns<QString, QStringList, int>("name", "arguments", "status");
-        const QString root = QStringLiteral("ROOT");
+        const QString root = "ROOT"_s;
         row("nothing wrong", "nothing wrong", QStringList{root}, 0);
         row("warnings alone", "bus names", QStringList{}, 0);
-        row("errors", "cycles", QStringList{root, QStringLiteral("--json")}, 1);
-        row("no such folder", "cycles", QStringList{root + QStringLiteral("/nowhere")}, 2);
+        row("errors", "cycles", QStringList{root, "--json"_s}, 1);
+        row("no such folder", "cycles", QStringList{root + "/nowhere"_s}, 2);
         row("two roots", "cycles", QStringList{root, root}, 2);
-        row("unknown option", "cycles", QStringList{QStringLiteral("--jason")}, 2);
-        row("help", "cycles", QStringList{QStringLiteral("--help")}, 0);
+        row("unknown option", "cycles", QStringList{"--jason"_s}, 2);
+        row("help", "cycles", QStringList{"--help"_s}, 0);
     }
 
     void exitStatus()
@@ -107,32 +90,31 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         const RootDir root;
         QVERIFY(layOut(name, root));
-        QTEST(runVerify(arguments.replaceInStrings(QStringLiteral("ROOT"), root.path())), "status");
+        QTEST(runVerify(arguments.replaceInStrings("ROOT"_s, root.path())), "status");
     }
 
     void json()
     {
         const RootDir root;
-        QVERIFY(layOut(QStringLiteral("cycles"), root));
+        QVERIFY(layOut("cycles"_s, root));
         const TerminalReport report = checkTerminal();
         const QJsonObject object = QJsonDocument::fromJson(jsonOf(report)).object();
-        const QJsonArray findings = object.value(QStringLiteral("findings")).toArray();
+        const QJsonArray findings = object.value("findings"_s).toArray();
         QCOMPARE(findings.size(), report.findings.size());
-        QCOMPARE(object.value(QStringLiteral("errors")).toInt(), report.errors());
-        QCOMPARE(findings.first().toObject().value(QStringLiteral("module")).toString(), QStringLiteral("x"));
+        QCOMPARE(object.value("errors"_s).toInt(), report.errors());
+        QCOMPARE(findings.first().toObject().value("module"_s).toString(), "x"_s);
     }
 
     void thousandModules()
     {
         const RootDir root;
-        QVERIFY(layOut(QStringLiteral("bus names"), root));
+        QVERIFY(layOut("bus names"_s, root));
         for (int i = 0; i < 1000; ++i) {
-            const QString name = QStringLiteral("module%1").arg(i);
-            root.link(QStringLiteral("/usr/lib/JovApplication/") + name, QStringLiteral("/bin/sh"));
-            root.write(QStringLiteral("/etc/JovApplication/module/%1/config.xml").arg(name),
-                       QStringLiteral("<config><initStep>late</initStep><dependencies><dependency>module%1</dependency>"
-                                      "<dependency>modul%2</dependency></dependencies></config>")
-                           .arg(i + 1)
+            const QString name = "module%1"_s.arg(i);
+            root.link("/usr/lib/JovApplication/"_s + name, "/bin/sh"_s);
+            root.write("/etc/JovApplication/module/%1/config.xml"_s.arg(name),
+                       "<config><initStep>late</initStep><dependencies><dependency>module%1</dependency>"
+                       "<dependency>modul%2</dependency></dependencies></config>"_s.arg(i + 1)
                            .arg(i)
                            .toUtf8());
         }
@@ -144,13 +126,13 @@ private Q_SLOTS:
     void thousandsOfFaults()
     {
         const RootDir root;
-        QVERIFY(layOut(QStringLiteral("nothing wrong"), root));
-        root.write(QStringLiteral("/etc/JovApplication/module/a/config.xml"),
+        QVERIFY(layOut("nothing wrong"_s, root));
+        root.write("/etc/JovApplication/module/a/config.xml"_s,
                    "<config><dependencies>" + QByteArray("<dependency>x</dependency>\n").repeated(20000)
                        + "</dependencies></config>");
         const TerminalReport report = checkTerminal();
         QCOMPARE(report.errors(), 51);
-        QCOMPARE(report.findings.last().message, QStringLiteral("950 more faults in this file are not listed"));
+        QCOMPARE(report.findings.last().message, "950 more faults in this file are not listed"_s);
     }
 };
 
