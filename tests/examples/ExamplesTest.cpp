@@ -2,20 +2,8 @@
 #include "Terminal.h"
 
 #include <QDBusReply>
-#include <QFile>
 #include <QStandardPaths>
 #include <QTest>
-
-namespace {
-
-void install(const Terminal &terminal, const QString &name, const QString &program)
-{
-    const QString file = "/usr/lib/JovApplication/"_s + name;
-    QFile::remove(terminal.root.path(file));
-    terminal.root.link(file, program);
-}
-
-} // namespace
 
 /// The two modules of examples/, the one after the other has announced itself.
 class ExamplesTest : public QObject
@@ -31,8 +19,8 @@ private Q_SLOTS:
             }
         }
         Terminal terminal("step one 1 home\nhello one\nticker one <hello");
-        install(terminal, "hello"_s, QStringLiteral(HELLO_PROGRAM));
-        install(terminal, "ticker"_s, QStringLiteral(TICKER_PROGRAM));
+        terminal.root.link("/usr/lib/JovApplication/hello"_s, QStringLiteral(HELLO_PROGRAM));
+        terminal.root.link("/usr/lib/JovApplication/ticker"_s, QStringLiteral(TICKER_PROGRAM));
         QVERIFY(terminal.boot());
         QVERIFY(Terminal::wait([&] { return !terminal.events().filter("tick seconds="_s).isEmpty(); }));
 

@@ -12,6 +12,7 @@
 #include <QDBusVariant>
 
 #include <csignal>
+#include <limits>
 #include <memory>
 
 #include <sys/wait.h>
@@ -82,6 +83,8 @@ private Q_SLOTS:
         row("retry", "MonitoringWatchRetry", "-1", true, 1, -1);
         row("no number", "MonitoringWatchRetry", "x", true, 1, 0);
         row("another", "Volume", "7", true, 1, 2);
+        row("negative", "MonitoringWatchDelay", "-5", true, -5, 2);
+        row("over what a timer holds", "MonitoringWatchDelay", "2147483647", true, 2147483647, 2);
     }
 
     // Each change begins a new period, also one of another setting.
@@ -103,7 +106,10 @@ private Q_SLOTS:
         SettingsAccess(supervisor, watchdog).monitoringSettingsChanged(setting);
         QCOMPARE(watchdog.monitoringWatchDelay(), delay);
         QTEST(watchdog.monitoringWatchRetry(), "retry");
-        QCOMPARE(watchdog.remainingTime() >= 0, delay > 0);
+        const qint64 period = delay > 0 ? qMin(60000 * qint64(delay), qint64(std::numeric_limits<int>::max())) : -1;
+        QVERIFY(qAbs(watchdog.remainingTime() - period) <= 2000);
+        watchdog.checkMemory();
+        QCOMPARE(watchdog.remainingTime() > 0, delay > 0);
     }
 
     // Only the parent at the time of the fork is told.

@@ -62,15 +62,13 @@ private Q_SLOTS:
 
     void wait_data()
     {
-        columns<int, int, int>("reachedAfter", "limit", "outcome");
-        const auto reached = int(WaitLoop::Outcome::Reached);
-        const auto timedOut = int(WaitLoop::Outcome::TimedOut);
-        row("at once", 0, -1, reached);
-        row("later", 100, -1, reached);
-        row("in time", 100, 5000, reached);
-        row("never", -1, 150, timedOut);
-        row("too late", 400, 150, timedOut);
-        row("no time", 0, 0, timedOut);
+        columns<int, int, bool>("reachedAfter", "limit", "reached");
+        row("at once", 0, -1, true);
+        row("later", 100, -1, true);
+        row("in time", 100, 5000, true);
+        row("never", -1, 150, false);
+        row("too late", 400, 150, false);
+        row("no time", 0, 0, false);
     }
 
     void wait()
@@ -89,7 +87,7 @@ private Q_SLOTS:
         QElapsedTimer elapsed;
         elapsed.start();
         const std::clock_t before = std::clock();
-        QTEST(int(waits.waitUntil([&] { return reached; }, limit)), "outcome");
+        QTEST(waits.waitUntil([&] { return reached; }, limit) == WaitLoop::Outcome::Reached, "reached");
         QVERIFY(elapsed.elapsed() + 1
                 >= qMin(limit < 0 ? reachedAfter : limit, reachedAfter < 0 ? limit : reachedAfter));
         QVERIFY2(std::clock() - before < CLOCKS_PER_SEC / 20, "a wait sleeps");

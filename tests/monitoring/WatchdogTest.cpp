@@ -8,7 +8,6 @@
 #include "RetryPolicy.h"
 #include "RootDir.h"
 
-#include <climits>
 #include <stdexcept>
 
 namespace {
@@ -103,29 +102,6 @@ private Q_SLOTS:
             QCOMPARE(RetryPolicy::addRetry(record, maximum, time2remove, start), maximum == 1);
             QVERIFY(record.getRestartTimes().isEmpty());
         }
-    }
-
-    void interval_data()
-    {
-        columns<int, qint64>("delay", "expected");
-        row("off", 0, Q_INT64_C(-1));
-        row("negative", -5, Q_INT64_C(-1));
-        row("an hour", 60, Q_INT64_C(3600000));
-        row("over what a timer holds", INT_MAX, qint64(INT_MAX));
-    }
-
-    void interval()
-    {
-        QFETCH(int, delay);
-        QFETCH(qint64, expected);
-        MemoryWatchdog watchdog(m_supervisor, m_catalogue, ProcReader(m_root.path()));
-        watchdog.setMonitoringWatchDelay(1);
-        watchdog.startMonitoring();
-        watchdog.setMonitoringWatchDelay(delay);
-        watchdog.startMonitoring();
-        QVERIFY(qAbs(qint64(watchdog.remainingTime()) - expected) <= 2000);
-        watchdog.checkMemory();
-        QCOMPARE(watchdog.remainingTime() > 0, delay > 0);
     }
 
     void reboot_data()

@@ -38,6 +38,7 @@ QByteArray RootDir::read(const QString &absolutePath) const
 void RootDir::link(const QString &absolutePath, const QString &program) const
 {
     QDir().mkpath(QFileInfo(path(absolutePath)).path());
+    QFile::remove(path(absolutePath));
     if (!QFile::link(program, path(absolutePath))) {
         qFatal("cannot link %s", qPrintable(path(absolutePath)));
     }

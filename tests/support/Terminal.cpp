@@ -18,13 +18,13 @@ const QString manager = "ApplicationManager"_s;
 const QString moduleDirectory = "/usr/lib/JovApplication/"_s;
 const QString configDirectory = "/etc/JovApplication/module/"_s;
 
-QString elements(const QString &list, const QString &element, const QStringList &texts)
+QString elements(const QString &element, const QStringList &texts)
 {
-    QString xml = u'<' + list + u'>';
+    QString xml;
     for (const QString &text : texts) {
         xml += "<%1>%2</%1>"_s.arg(element, text.toHtmlEscaped());
     }
-    return xml + "</%1>"_s.arg(list);
+    return xml;
 }
 
 } // namespace
@@ -92,22 +92,18 @@ void Terminal::layOut(const QString &description)
 void Terminal::addModule(const QString &name, const QString &step, const QStringList &dependencies,
                          const QStringList &arguments)
 {
-    m_modules.insert(name, {step, dependencies, arguments});
-    writeConfig(name, {});
+    m_configs.insert(name,
+                     "<config><initStep>%1</initStep><dependencies>%2</dependencies>"
+                     "<extra_args>%3%4</extra_args></config>"_s.arg(step.toHtmlEscaped(),
+                                                                    elements("dependency"_s, dependencies),
+                                                                    elements("arg"_s, arguments), "%1"_s));
+    addArguments(name, {});
     root.link(moduleDirectory + name, QStringLiteral(SAMPLE_MODULE));
 }
 
 void Terminal::addArguments(const QString &name, const QStringList &arguments)
 {
-    writeConfig(name, arguments);
-}
-
-void Terminal::writeConfig(const QString &name, const QStringList &moreArguments)
-{
-    const ModuleFile module = m_modules.value(name);
-    const QString config = "<config><initStep>%1</initStep>%2%3</config>"_s.arg(
-        module.step.toHtmlEscaped(), elements("dependencies"_s, "dependency"_s, module.dependencies),
-        elements("extra_args"_s, "arg"_s, module.arguments + moreArguments));
+    const QString config = m_configs.value(name).arg(elements("arg"_s, arguments));
     // In one go: the daemon may be reading it.
     const QString path = configDirectory + name + "/config.xml"_s;
     root.write(path + ".new"_s, config.toUtf8());

@@ -113,15 +113,8 @@ private:
     bool waitForStates(const std::function<bool(const QString &)> &reached);
     void layOut(const QString &description);
     void launch(const QStringList &arguments);
-    void writeConfig(const QString &name, const QStringList &moreArguments);
 
-    struct ModuleFile
-    {
-        QString step;
-        QStringList dependencies;
-        QStringList arguments;
-    };
-    QMap<QString, ModuleFile> m_modules;
+    QMap<QString, QString> m_configs; ///< "%1" in the place of more arguments
     QString m_program;
     QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     QProcess m_process;
