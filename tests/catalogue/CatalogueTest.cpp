@@ -1,16 +1,54 @@
 #include "Catalogue.h"
 
+#include "ConfigReader.h"
+#include "DataTable.h"
 #include "ModulePaths.h"
 #include "RootDir.h"
+#include "XmlFile.h"
 
-#include <QtTest>
+#include <QDir>
+
+#include <ctime>
+
+#include <sys/stat.h>
 
 namespace {
 
 const QString ddrSize = "256MB"_s;
+const QString folder = "/etc/JovApplication/module/kelmmi/"_s;
+const QString file = folder + "config.xml"_s;
+
+QByteArray entityBomb(int levels, int references)
+{
+    QByteArray text = "<!DOCTYPE config [<!ENTITY e0 \"0123456789\">";
+    for (int level = 1; level <= levels; ++level) {
+        const QByteArray inner = "&e" + QByteArray::number(level - 1) + ";";
+        text += "<!ENTITY e" + QByteArray::number(level) + " \"" + inner.repeated(10) + "\">";
+    }
+    const QByteArray outer = "&e" + QByteArray::number(levels) + ";";
+    return text + "]><config><description>" + outer.repeated(references) + "</description></config>";
+}
+
+QByteArray nested(int depth)
+{
+    return QByteArray("<c>").repeated(depth) + QByteArray("</c>").repeated(depth);
+}
+
+QByteArray numbered(const char *before, const char *pattern, int count, const char *after)
+{
+    QByteArray text = before;
+    for (int i = 0; i < count; ++i) {
+        text += QByteArray(pattern).replace('#', QByteArray::number(i));
+    }
+    return text + after;
+}
 
 } // namespace
 
+Q_DECLARE_METATYPE(XmlFile::Result)
+
+/// cases.txt: each a config.xml, and the status, step, description, ceiling, dependencies and arguments that are read
+/// of it.
 class CatalogueTest : public QObject
 {
     Q_OBJECT
@@ -74,6 +112,81 @@ private Q_SLOTS:
         QCOMPARE(record.toString(),
                  "ID:0 name:Gate type:0 status: state: description: settings_deployed:0 ov: or: "
                  "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:"_s);
+    }
+
+    void config_data()
+    {
+        columns<QString, QString>("xml", "expected");
+        const QMap<QString, QStringList> cases = readCases(QStringLiteral(TEST_FOLDER "/cases.txt"));
+        for (auto one = cases.cbegin(); one != cases.cend(); ++one) {
+            row(qPrintable(one.key()), one->value(0), one->value(1));
+        }
+    }
+
+    void config()
+    {
+        QFETCH(QString, xml);
+        m_root.write(file, xml.toUtf8());
+        ApplicationRecord record;
+        record.setName("kelmmi"_s);
+        readConfig(record, ddrSize);
+        const QStringList fields = {record.getStatus(),
+                                    record.getInitStep(),
+                                    record.getDescription(),
+                                    QString::number(record.getMaxMemory()),
+                                    record.getDependencies().join(u';'),
+                                    record.getExtraArgs().join(u';')};
+        QTEST(fields.join(u'|') + u'\n', "expected");
+        readConfig(record, QString());
+        QCOMPARE(record.getMaxMemory(), 0);
+    }
+
+    void strangeFile_data()
+    {
+        columns<QByteArray, QString, XmlFile::Result>(
+            "bytes", "link", "expected"); // what config.xml holds, or else where a link of that name leads
+        using Result = XmlFile::Result;
+        const auto bytes = [](const char *name, const QByteArray &text, Result expected) {
+            row(name, text, QString(), expected);
+        };
+        const auto link = [](const char *name, const char *target, Result expected) {
+            row(name, QByteArray(), QString::fromUtf8(target), expected);
+        };
+        bytes("deepest", nested(256), Result::Ok);
+        bytes("too deep", nested(257), Result::NotParsable);
+        bytes("far too deep", nested(100000), Result::NotParsable);
+        bytes("nested entities of 10 GB", entityBomb(9, 1), Result::NotParsable);
+        bytes("repeated entities of 1 GB", entityBomb(2, 200000), Result::NotParsable);
+        bytes("entity within itself", "<!DOCTYPE c [<!ENTITY a '&a;'>]><c>&a;</c>", Result::NotParsable);
+        bytes("many attributes", numbered("<c ", "a#='>' ", 60000, "/>"), Result::NotParsable);
+        bytes("many entities", numbered("<!DOCTYPE c [", "<!ENTITY e# ''>", 40000, "]><c/>"), Result::NotParsable);
+        bytes("quotes in a comment", numbered("<c><!-- ", "'# ", 2001, "--></c>"), Result::Ok);
+        bytes("largest", "<c>" + QByteArray(1024 * 1024 - 7, 'x') + "</c>", Result::Ok);
+        bytes("too large", "<c>" + QByteArray(1024 * 1024 - 6, 'x') + "</c>", Result::NotParsable);
+        link("nothing", "", Result::Missing);
+        link("dangling link", "nowhere", Result::Missing);
+        link("link to itself", "config.xml", Result::NotReadable);
+        link("folder", "/", Result::NotReadable);
+        link("device", "/dev/zero", Result::NotReadable);
+        link("pipe", "pipe", Result::NotReadable);
+    }
+
+    void strangeFile()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, link);
+        QDir(m_root.path(folder)).removeRecursively();
+        m_root.write(folder + "other"_s, QByteArray());
+        QCOMPARE(::mkfifo(QFile::encodeName(m_root.path(folder + "pipe"_s)).constData(), 0600), 0);
+        if (!bytes.isEmpty()) {
+            m_root.write(file, bytes);
+        } else if (!link.isEmpty()) {
+            m_root.link(file, link);
+        }
+        const std::clock_t before = std::clock();
+        const XmlFile read = readXmlFile(m_root.path(file), "config"_s);
+        QTEST(read.result, "expected");
+        QVERIFY(std::clock() - before < 2 * CLOCKS_PER_SEC);
     }
 
 private:

@@ -215,8 +215,8 @@ private Q_SLOTS:
         QCOMPARE(terminal.logCount("[timeout]"_s, before), 0);
     }
 
-    // Nor with standard streams, whose numbers must not go to a socket or a pipe.
-    void stopWithoutBus()
+    // Its numbers of the standard streams must not go to a socket or a pipe; its commands write to them all the same.
+    void withoutStandardStreamsAndBus()
     {
         Terminal terminal("step one 1\nA one\nB one <A");
         const QString script = "/closed"_s;
@@ -224,6 +224,8 @@ private Q_SLOTS:
         terminal.setDaemon(terminal.root.path(script));
         QVERIFY(terminal.boot());
         QVERIFY(isReserved(terminal.pid(), 0) && isReserved(terminal.pid(), 1) && isReserved(terminal.pid(), 2));
+        terminal.call("setAdminPasswd"_s, {"echo out && echo error >&2 && echo done >$JOV_ROOT/done"_s});
+        QCOMPARE(terminal.root.read("/done"_s), QByteArray("done\n"));
         terminal.bus.stop();
         QVERIFY(terminal.waitForLog("the bus is lost"_s));
         QCOMPARE(terminal.end(SIGTERM), 0);

@@ -27,18 +27,10 @@ constexpr int restarts = 200;
 constexpr bool memoryIsTelling = true;
 #endif
 
-struct Holdings
+qint64 privateKb(pid_t pid)
 {
-    int descriptors;
-    qint64 threads;
-    qint64 privateKb;
-
-    static Holdings of(pid_t pid)
-    {
-        return {Processes::descriptors(pid).size(), Processes::figure(pid, "status", "Threads"),
-                Processes::figure(pid, "smaps_rollup", "Private_Dirty")};
-    }
-};
+    return Processes::figure(pid, "smaps_rollup", "Private_Dirty");
+}
 
 } // namespace
 
@@ -79,26 +71,30 @@ private Q_SLOTS:
         terminal.root.keepLog(3);
         QCOMPARE(terminal.startDaemon(), 0);
         QVERIFY(terminal.waitForAll("RUNNING"_s));
-        Holdings tenth = {};
-        Holdings half = {};
+        const pid_t pid = terminal.pid();
+        qint64 tenth = 0;
+        qint64 half = 0;
+        int descriptors = 0;
+        qint64 threads = 0;
         for (int i = 1; i <= restarts; ++i) {
             QCOMPARE(terminal.call("restart"_s), QString());
+            half = i == restarts / 2 ? privateKb(pid) : half;
             if (i == 10) {
-                tenth = Holdings::of(terminal.pid());
-            } else if (i == restarts / 2) {
-                half = Holdings::of(terminal.pid());
+                tenth = privateKb(pid);
+                descriptors = Processes::descriptors(pid).size();
+                threads = Processes::figure(pid, "status", "Threads");
             }
         }
         QVERIFY(terminal.waitForAll("RUNNING"_s));
-        const Holdings last = Holdings::of(terminal.pid());
-        QCOMPARE(last.descriptors, tenth.descriptors);
-        QCOMPARE(last.threads, tenth.threads);
-        qInfo("private memory: %lld kB after 10 restarts, %lld kB after %d, %lld kB after %d", tenth.privateKb,
-              half.privateKb, restarts / 2, last.privateKb, restarts);
+        const qint64 last = privateKb(pid);
+        QCOMPARE(Processes::descriptors(pid).size(), descriptors);
+        QCOMPARE(Processes::figure(pid, "status", "Threads"), threads);
+        qInfo("private memory: %lld kB after 10 restarts, %lld kB after %d, %lld kB after %d", tenth, half,
+              restarts / 2, last, restarts);
         // By half of them the timeline has filled the room that it has. A leaked record a restart would be more than
         // this.
-        QVERIFY(!memoryIsTelling || last.privateKb <= half.privateKb + 100);
-        QVERIFY(!memoryIsTelling || last.privateKb <= tenth.privateKb + 1000);
+        QVERIFY(!memoryIsTelling || last <= half + 100);
+        QVERIFY(!memoryIsTelling || last <= tenth + 1000);
         QCOMPARE(terminal.log().filter("[Module]"_s), QStringList());
     }
 };

@@ -7,10 +7,8 @@
 
 #include <csignal>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 /// What the platform makes of the root prefix, of platform.ini, and of shell commands.
 class FilesTest : public QObject
@@ -96,22 +94,6 @@ private Q_SLOTS:
         QCOMPARE(mkfifo(qPrintable(ini), 0600), 0);
         QVERIFY(settings_get_section("platform"_s).isEmpty());
         QFile::remove(ini);
-    }
-
-    void commandWithoutStandardStreams()
-    {
-        const int savedOut = dup(STDOUT_FILENO);
-        const int savedError = dup(STDERR_FILENO);
-        const int reserved = open("/dev/null", O_PATH | O_CLOEXEC);
-        dup3(reserved, STDOUT_FILENO, O_CLOEXEC);
-        close(STDERR_FILENO);
-        const int status = qor_system("echo out && echo error >&2");
-        dup2(savedOut, STDOUT_FILENO);
-        dup2(savedError, STDERR_FILENO);
-        for (const int descriptor : {savedOut, savedError, reserved}) {
-            close(descriptor);
-        }
-        QCOMPARE(status, 0);
     }
 
     void commandHasDefaultSignals()

@@ -5,20 +5,6 @@
 #include <QEventLoop>
 #include <QTimer>
 
-#if defined(__SANITIZE_ADDRESS__)
-// An exception that passes through QtDBus leaves what its frames held; nothing of ours is among it.
-extern "C" const char *__lsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier)
-extern "C" const char *__lsan_default_suppressions() // NOLINT(bugprone-reserved-identifier)
-{
-    return "leak:libQt5DBus";
-}
-extern "C" const char *__asan_default_options(); // NOLINT(bugprone-reserved-identifier)
-extern "C" const char *__asan_default_options() // NOLINT(bugprone-reserved-identifier)
-{
-    return "fast_unwind_on_malloc=0";
-}
-#endif
-
 class LifeTest : public QObject
 {
     Q_OBJECT
