@@ -32,7 +32,7 @@ Wire::Wire()
     , m_near(QString())
     , m_far(QString())
 {
-    connect(&m_server, &QDBusServer::newConnection, this, &Wire::slot_connected);
+    connect(&m_server, &QDBusServer::newConnection, this, [this](const QDBusConnection &bus) { m_far = bus; });
     m_near = QDBusConnection::connectToPeer(m_server.address(), QStringLiteral("near"));
     waitFor([this] { return m_far.isConnected(); }, "nobody connects");
     require(m_near.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), this,
@@ -47,11 +47,6 @@ QDBusMessage Wire::carry(const QDBusMessage &event)
     waitFor([this] { return m_hasCome || !m_near.isConnected() || !m_far.isConnected(); }, "an event is lost");
     require(m_hasCome, "an event that can travel ends the connection");
     return m_event;
-}
-
-void Wire::slot_connected(const QDBusConnection &connection)
-{
-    m_far = connection;
 }
 
 void Wire::slot_event(const QDBusMessage &event)

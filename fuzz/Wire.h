@@ -22,7 +22,6 @@ public:
     [[nodiscard]] QDBusMessage carry(const QDBusMessage &event);
 
 private Q_SLOTS:
-    void slot_connected(const QDBusConnection &connection);
     void slot_event(const QDBusMessage &event);
 
 private:
