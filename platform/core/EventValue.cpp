@@ -16,6 +16,9 @@ namespace {
 // A message nested deeper than 64 levels costs the sender its connection; a list in a list is two of them.
 constexpr int deepestNesting = 16;
 
+// Arrays of arrays, and structures in structures, of a signature: the bus's own limit, which QtDBus does not know.
+constexpr int deepestSignature = 32;
+
 QVariant unwrapped(QVariant value)
 {
     while (value.userType() == qMetaTypeId<QDBusVariant>()) {
@@ -63,6 +66,22 @@ QVariant mapOf(const QDBusArgument &argument)
     return map;
 }
 
+bool isShallow(const QString &signature)
+{
+    int arrays = 0;
+    int structures = 0;
+    for (const QChar character : signature) {
+        const char16_t code = character.unicode();
+        arrays = code == 'a' ? arrays + 1 : 0;
+        structures += code == '(' || code == '{' ? 1 : 0;
+        structures -= code == ')' || code == '}' ? 1 : 0;
+        if (arrays > deepestSignature || structures > deepestSignature) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool canTravel(const QVariant &value, int depth)
 {
     const auto fits = [depth](const QVariant &inner) { return canTravel(inner, depth + 1); };
@@ -86,7 +105,8 @@ bool canTravel(const QVariant &value, int depth)
         return !value.value<QDBusObjectPath>().path().isEmpty();
     }
     if (type == qMetaTypeId<QDBusSignature>()) {
-        return !value.value<QDBusSignature>().signature().isEmpty();
+        const QString signature = value.value<QDBusSignature>().signature();
+        return !signature.isEmpty() && isShallow(signature);
     }
     if (type == qMetaTypeId<QDBusUnixFileDescriptor>()) {
         return value.value<QDBusUnixFileDescriptor>().isValid();
