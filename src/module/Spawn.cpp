@@ -44,6 +44,7 @@ void Spawn::changeDirectory(const QByteArray &directory)
 int Spawn::run(pid_t &pid, std::vector<QByteArray> words)
 {
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (QByteArray &word : words) {
         arguments.push_back(word.data());
     }
