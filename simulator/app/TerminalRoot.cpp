@@ -2,6 +2,7 @@
 
 #include "Announcement.h"
 #include "Installation.h"
+#include "PrivateBus.h"
 #include "SettingsFile.h"
 
 #include <QDir>
@@ -189,17 +190,7 @@ QString TerminalRoot::writeStandIns() const
 
 QString TerminalRoot::writeBusConfig() const
 {
-    const QString text = QStringLiteral("<busconfig>\n"
-                                        "  <listen>unix:path=%1</listen>\n"
-                                        "  <auth>EXTERNAL</auth>\n"
-                                        "  <policy context=\"default\">\n"
-                                        "    <allow own=\"*\"/>\n"
-                                        "    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
-                                        "    <allow eavesdrop=\"true\"/>\n"
-                                        "  </policy>\n"
-                                        "</busconfig>\n")
-                             .arg(busSocket().toHtmlEscaped());
-    return writeFile(busConfig(), text.toUtf8(), false);
+    return writeFile(busConfig(), privateBusConfiguration(QStringLiteral("unix:path=") + busSocket()), false);
 }
 
 /// Complaints are read in the log: it must go to a file.

@@ -8,7 +8,7 @@ const char configuration[] = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD 
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>system</type>
-  <listen>unix:path=%1</listen>
+  <listen>%1</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
@@ -16,19 +16,25 @@ const char configuration[] = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD 
     <allow own="*"/>
   </policy>
   <limit name="max_match_rules_per_connection">512</limit>
+  <limit name="max_connections_per_user">2000</limit>
 </busconfig>
 )";
 
 } // namespace
 
+QByteArray privateBusConfiguration(const QString &address)
+{
+    return QString::fromUtf8(configuration).arg(address.toHtmlEscaped()).toUtf8();
+}
+
 PrivateBus::PrivateBus()
 {
-    QFile config(m_directory.filePath("bus.conf"_s));
-    if (!config.open(QIODevice::WriteOnly)) {
-        qFatal("cannot write the configuration of the bus");
+    QFile file(configurationFile());
+    if (!file.open(QIODevice::WriteOnly)) {
+        qFatal("no place for the configuration of a bus: %s", qPrintable(file.errorString()));
     }
-    config.write(QString::fromUtf8(configuration).arg(m_directory.filePath("socket"_s)).toUtf8());
-    config.close();
+    file.write(privateBusConfiguration(address()));
+    file.close();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", address().toUtf8());
     start();
 }
@@ -41,16 +47,21 @@ PrivateBus::~PrivateBus()
 
 QString PrivateBus::address() const
 {
-    return "unix:path="_s + m_directory.filePath("socket"_s);
+    return QStringLiteral("unix:path=") + m_directory.filePath(QStringLiteral("socket"));
+}
+
+QString PrivateBus::configurationFile() const
+{
+    return m_directory.filePath(QStringLiteral("bus.conf"));
 }
 
 void PrivateBus::start()
 {
-    QFile::remove(m_directory.filePath("socket"_s));
+    QFile::remove(m_directory.filePath(QStringLiteral("socket")));
     m_daemon.setStandardErrorFile(QProcess::nullDevice());
-    m_daemon.start(
-        "dbus-daemon"_s,
-        {"--nofork"_s, "--nopidfile"_s, "--print-address"_s, "--config-file="_s + m_directory.filePath("bus.conf"_s)});
+    m_daemon.start(QStringLiteral("dbus-daemon"),
+                   {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
+                    QStringLiteral("--config-file=") + configurationFile()});
     // It tells its address when it listens.
     if (!m_daemon.waitForReadyRead()) {
         qFatal("dbus-daemon does not come up: %s", qPrintable(m_daemon.errorString()));
