@@ -95,7 +95,8 @@ private Q_SLOTS:
         // this.
         QVERIFY(!memoryIsTelling || last <= half + 100);
         QVERIFY(!memoryIsTelling || last <= tenth + 1000);
-        QCOMPARE(terminal.log().filter("[Module]"_s), QStringList());
+        // Under a sanitizer, a module that looks for its leaks may take longer than the two seconds that a stop allows.
+        QCOMPARE(memoryIsTelling ? terminal.log().filter("[Module]"_s) : QStringList(), QStringList());
     }
 };
 
