@@ -3,6 +3,7 @@
 #include "BusClient.h"
 #include "Command.h"
 #include "Console.h"
+#include "Failure.h"
 #include "Units.h"
 #include "WaitNotice.h"
 
@@ -150,7 +151,14 @@ ExitStatus shutDown(const Arguments &)
 {
     const BusClient client;
     const QString owner = client.owner();
-    client.control(QStringLiteral("stopManager"));
+    try {
+        client.control(QStringLiteral("stopManager"));
+    } catch (const Failure &) {
+        // A daemon that has ended owes no answer any more.
+        if (owner.isEmpty() || client.owner() == owner) {
+            throw;
+        }
+    }
     WaitNotice notice(client);
     while (!owner.isEmpty() && client.owner() == owner) {
         notice.tick();
