@@ -95,6 +95,24 @@ private Q_SLOTS:
         QCOMPARE(waits.depth(), 0);
     }
 
+    /// Two calls that arrive together: the wait that the first begins must not keep the second from being answered.
+    void waitGoesOnWithTheBatch()
+    {
+        WaitLoop waits;
+        bool reached = false;
+        QEventLoop loop;
+        WaitLoop::Outcome outcome = WaitLoop::Outcome::Released;
+        const auto first = [&] {
+            outcome = waits.waitUntil([&] { return reached; }, 5000);
+            loop.quit();
+        };
+        QMetaObject::invokeMethod(&loop, first, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            &loop, [&] { reached = true; }, Qt::QueuedConnection);
+        loop.exec();
+        QCOMPARE(outcome, WaitLoop::Outcome::Reached);
+    }
+
     void missingProgram()
     {
         ShortSupervisor supervisor;
