@@ -161,7 +161,7 @@ bool Module::waitUntilStarted()
         Log::error("[Module] start %1 ret false [stopped] state= %2)", name, getState());
         return false;
     }
-    Log::debug("[Module] start %1 ret true state= %2", name, getState());
+    Log::debug("[Module] start %1 ret true state= %2)", name, getState());
     return true;
 }
 
