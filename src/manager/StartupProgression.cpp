@@ -21,6 +21,11 @@ constexpr int widestGap = 10000;
 
 const QString initStepEvent = QStringLiteral("init_step");
 
+void tellNotManaged(int stepNum, int currentStep)
+{
+    Log::debug("InitStep: %1 (current=%2) not managed", stepNum, currentStep);
+}
+
 } // namespace
 
 int readStepFile(const QString &path)
@@ -61,20 +66,22 @@ void StartupProgression::begin()
 
 void StartupProgression::goTo(int stepNum)
 {
-    if (m_underWay) {
+    if (!m_underWay) {
+        m_underWay = true;
+        drive(stepNum);
+        m_underWay = false;
+    } else if (stepNum > m_currentStep) {
         m_held = qMax(m_held.value_or(stepNum), stepNum);
-        return;
+    } else {
+        tellNotManaged(stepNum, m_currentStep);
     }
-    m_underWay = true;
-    drive(stepNum);
-    m_underWay = false;
 }
 
 void StartupProgression::drive(int stepNum)
 {
     for (std::optional<int> target = stepNum; target; target = nextTarget()) {
         if (*target <= m_currentStep) {
-            Log::debug("InitStep: %1 (current=%2) not managed", *target, m_currentStep);
+            tellNotManaged(*target, m_currentStep);
             continue;
         }
         const InitStep *last = m_steps.last();

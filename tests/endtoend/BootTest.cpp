@@ -178,6 +178,7 @@ private Q_SLOTS:
         for (const int number : {1, 5, 4}) {
             terminal.notify("init_step"_s, {{"stepNum"_s, number}});
         }
+        QVERIFY(terminal.waitForLog("InitStep: 1 (current=1) not managed"_s));
         QVERIFY(terminal.waitForAll("RUNNING"_s));
         const QStringList log = terminal.log();
         const auto at = [&](const char *text) { return log.indexOf(log.filter(QLatin1String(text)).value(0)); };
