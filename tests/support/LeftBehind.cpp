@@ -1,6 +1,5 @@
 #include "Processes.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 
@@ -10,12 +9,6 @@
 
 namespace {
 
-bool isAnyAlive()
-{
-    const QList<pid_t> left = Processes::children(getpid());
-    return std::any_of(left.begin(), left.end(), [](pid_t pid) { return !Processes::commandLine(pid).isEmpty(); });
-}
-
 /// Part of every test program: orphans come to it, and it fails when a process is left at its end. Those are killed.
 class LeftBehind
 {
@@ -24,10 +17,6 @@ public:
     ~LeftBehind()
     {
         bool any = false;
-        // A browser's helpers end by themselves, a moment after the browser.
-        for (int wait = 0; wait < 20 && isAnyAlive(); ++wait) {
-            usleep(100000);
-        }
         // The children of a killed process come to us in turn.
         for (QList<pid_t> left = Processes::children(getpid()); !left.isEmpty(); left = Processes::children(getpid())) {
             for (const pid_t pid : left) {
