@@ -108,7 +108,7 @@ XmlFile readXmlFile(const QString &path, const QString &documentName)
     file.document = QDomDocument(documentName);
     QString message;
     int line = 0;
-    if (!file.document.setContent(bytes, &message, &line)) {
+    if (!file.document.setContent(xmlWithShortReferences(bytes), &message, &line)) {
         return failure(XmlFile::Result::NotParsable, message, line);
     }
     return file;
