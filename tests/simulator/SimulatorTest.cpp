@@ -102,7 +102,7 @@ private Q_SLOTS:
         row("boot and stop", QStringList(), 1,
             "Platform         up|step infra       done|JovWebClient     ready, its presentation is to come|"
             "JovWebClient     up|All 16 modules are up|JovWebClient     stopped|"
-            "ended with status 0");
+            "Platform         stopped|ended with status 0");
         row("a module crashes", crash("store"), 2,
             "All 16 modules are up|store            ended unasked|archived:|"
             "reboot asked for by ApplicationManager: store crashed|The terminal boots again|All 16 modules are up");
