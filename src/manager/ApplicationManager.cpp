@@ -187,9 +187,14 @@ void ApplicationManager::rebootRequested()
     m_initInProgress = false;
 }
 
+bool ApplicationManager::isEnding() const
+{
+    return isExiting() || terminationTaken.load();
+}
+
 bool ApplicationManager::startsRefused() const
 {
-    return isExiting() || terminationTaken.load() || restartPending() || m_stopWalks > 0;
+    return isEnding() || restartPending() || m_stopWalks > 0;
 }
 
 void ApplicationManager::init_message(const QString &message)

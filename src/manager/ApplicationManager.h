@@ -130,6 +130,8 @@ public Q_SLOTS:
     void getMonitoringSettings();
 
 private:
+    [[nodiscard]] bool isEnding() const;
+
     const Timing m_timing;
     WaitLoop m_waits;
     Journal m_journal;

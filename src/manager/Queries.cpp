@@ -52,6 +52,10 @@ int ApplicationManager::getTotalMemory()
 
 double ApplicationManager::getCpuUsage(const QString &moduleName)
 {
+    // Each measurement holds up the end for two seconds, and calls can be queued.
+    if (isEnding()) {
+        return 0;
+    }
     return m_procReader.getCpuUsage(m_catalogue.getApplicationID(moduleName));
 }
 

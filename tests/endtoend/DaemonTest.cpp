@@ -4,6 +4,7 @@
 
 #include <QDBusConnectionInterface>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 
 #include <fcntl.h>
@@ -190,6 +191,22 @@ private Q_SLOTS:
         }
         QCOMPARE(terminal.output(), "No daemon mode\n" + lines);
         QCOMPARE(terminal.logCount("emergency"_s), 0);
+    }
+
+    // Calls that each hold up the daemon for two seconds do not hold up its end by more than the one under way.
+    void terminateBehindMeasurements()
+    {
+        Terminal terminal("step one 1\nA one");
+        QVERIFY(terminal.boot());
+        terminal.sendAsync("enoughMemory"_s);
+        for (int i = 0; i < 5; ++i) {
+            terminal.sendAsync("getCpuUsage"_s, {"A"_s});
+        }
+        QVERIFY(terminal.waitForLog("debug enoughMemory"_s));
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(terminal.end(SIGTERM), 0);
+        QVERIFY2(clock.elapsed() < 6000, qPrintable(QString::number(clock.elapsed())));
     }
 
     void busLossAndReturn()
