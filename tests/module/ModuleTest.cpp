@@ -29,6 +29,7 @@ public:
     [[nodiscard]] const ModuleLimits &moduleLimits() const override { return m_limits; }
     [[nodiscard]] quint64 stopGeneration() const override { return generation; }
     [[nodiscard]] bool initInProgress() const override { return true; }
+    [[nodiscard]] bool startsRefused() const override { return refused; }
     void stopManager() override { calls << "stopManager"_s; }
     bool notifyEvent(const QString &name, const QVariantMap &) override
     {
@@ -38,6 +39,7 @@ public:
     }
 
     quint64 generation = 0;
+    bool refused = false;
     QStringList events;
     std::function<void(const QString &)> onEvent = [](const QString &) {};
 
@@ -118,6 +120,10 @@ private Q_SLOTS:
         ShortSupervisor supervisor;
         QVERIFY(QFile::remove(m_root.path("/usr/lib/JovApplication/M"_s)));
         Module module(&m_record, supervisor);
+        supervisor.refused = true;
+        QVERIFY(!module.start());
+        QCOMPARE(module.getState(), ModuleState::Stopped);
+        supervisor.refused = false;
         QVERIFY(!module.start());
         QCOMPARE(module.getState(), ModuleState::Starting);
         QVERIFY(!module.start());
