@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int retryInterval = 1000;
-constexpr int flushLimit = 1000;
+constexpr int exchangeLimit = 1000;
 
 /// Nothing is exported for a class without scriptable slots, so that an adaptor alone is what a bus browser sees.
 QDBusConnection::RegisterOptions exportOf(const QObject *object)
@@ -29,6 +29,15 @@ QString newConnectionName(const QString &component)
 {
     static int count = 0;
     return QStringLiteral("%1-%2").arg(component, QString::number(++count));
+}
+
+/// The bus answers in order: with its answer it has all that we sent before, and we have all that it sent before.
+void exchange(const QDBusConnection &connection)
+{
+    const QDBusMessage ping =
+        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                                       QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    connection.call(ping, QDBus::Block, exchangeLimit);
 }
 
 } // namespace
@@ -58,6 +67,9 @@ bool BusLink::open()
     m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                          SLOT(slot_disconnected()));
+    // When the connection's own name comes, QtDBus's thread adds it to a list that every call but those to the bus
+    // itself reads, and neither locks out the other: a call that meets it ends the process.
+    exchange(m_connection);
     // Asked after the hook is set: a bus that went away before it would never be reported.
     if (!isOpen()) {
         m_errorText = m_connection.lastError().message();
@@ -93,16 +105,13 @@ bool BusLink::takeName()
 void BusLink::close()
 {
     if (isOpen()) {
+        // Only then may the object go: QtDBus's thread passes on the object's last signals by looking it up.
+        exchange(m_connection);
         // Not left to the end of the connection, which a slot that threw through QtDBus keeps alive.
         if (m_hasName) {
             m_connection.unregisterObject(BusNames::object(m_component));
             m_connection.unregisterService(BusNames::service(m_component));
         }
-        // The bus answers in order: with this reply it has everything that was sent before.
-        m_connection.call(QDBusMessage::createMethodCall(
-                              QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-                              QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")),
-                          QDBus::Block, flushLimit);
     }
     m_retry.stop();
     m_wantsName = false;

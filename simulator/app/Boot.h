@@ -11,7 +11,7 @@ struct Boot
     /// A module or a step.
     struct Part
     {
-        QString state; ///< the last one in the timeline
+        QString state; ///< of a module: the last one in the timeline
         quint64 since = 0; ///< launched, asked to stop, or begun: microseconds of CLOCK_MONOTONIC
     };
 

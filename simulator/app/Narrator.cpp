@@ -135,7 +135,7 @@ void Narrator::look()
         readLists();
     }
     m_bus.inspect(QStringLiteral("GetTimeline"),
-                  [this, heard = m_heard.size(), wanted = std::exchange(m_wanted, {})](const QDBusMessage &reply) {
+                  [this, wanted = std::exchange(m_wanted, {})](const QDBusMessage &reply) {
                       m_isLooking = false;
                       const bool answered = reply.type() == QDBusMessage::ReplyMessage;
                       if (answered && m_boot.steps.isEmpty()) {
@@ -148,10 +148,7 @@ void Narrator::look()
                           m_timeline = readTimeline(reply);
                       }
                       m_isExact = answered;
-                      const TimelineList news = unknown(answered ? m_timeline : m_heard);
-                      // What came after the question may be missing in the answer.
-                      m_heard.erase(m_heard.begin(), answered ? m_heard.begin() + heard : m_heard.end());
-                      tellAll(news);
+                      tellAll(unknown(answered ? m_timeline : m_heard));
                       for (const auto &then : wanted) {
                           then();
                       }
@@ -177,6 +174,8 @@ void Narrator::readFiles()
 
 void Narrator::tellAll(const TimelineList &entries)
 {
+    // The answer came behind every signal that the daemon had sent before it.
+    m_heard.clear();
     for (const TimelineEntry &happened : entries) {
         m_happenings << Happening{happened.time, [this, happened] { entry(happened); }};
     }
@@ -244,9 +243,6 @@ void Narrator::moduleEntry(const TimelineEntry &entry)
         ++m_launchedInStep;
         return;
     }
-    if (before == entry.event) {
-        return; // told from the timeline, and heard as well
-    }
     part.state = entry.event;
     if (is(entry.event, "RUNNING")) {
         told(QStringLiteral("up after %1").arg(took), Colour::Good);
@@ -267,14 +263,9 @@ void Narrator::moduleEntry(const TimelineEntry &entry)
 void Narrator::stepEntry(const TimelineEntry &entry)
 {
     Boot::Part &part = m_boot.stepParts[entry.name];
-    const bool isKnown = part.state == entry.event;
-    part.state = entry.event;
     if (is(entry.event, "step_started")) {
         part.since = entry.time;
         m_launchedInStep = 0;
-        return;
-    }
-    if (isKnown) {
         return;
     }
     const QString text = m_launchedInStep == 0

@@ -88,7 +88,7 @@ private:
     quint64 m_begin = 0;
     qint64 m_clockOffset = 0; ///< of the wall clock to that of the timeline
     TimelineList m_timeline; ///< as it was at the last look
-    TimelineList m_heard; ///< by signals since the last question
+    TimelineList m_heard; ///< by signals since the last look
     quint64 m_toldUpTo = 0;
     int m_toldAtThatTime = 0; ///< entries of that very microsecond
     QList<Happening> m_happenings;
