@@ -1,5 +1,6 @@
 #include "JovApplication.h"
 
+#include "AskedNames.h"
 #include "EventBus.h"
 #include "JovException.h"
 #include "JovModule.h"
@@ -111,6 +112,7 @@ bool JovApplication::notify(QObject *receiver, QEvent *event)
     if (QThread::currentThread() != thread()) {
         return QCoreApplication::notify(receiver, event);
     }
+    limitAskedNames(receiver, event);
     // QtDBus points the module's call context at its own stack while a slot runs; an exception jumps over the line that
     // puts it back.
     JovModule *const module = m_module;
