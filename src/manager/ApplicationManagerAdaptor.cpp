@@ -4,18 +4,28 @@
 #include "JovException.h"
 #include "Log.h"
 
-#include <QSet>
+#include <QHash>
+
+#include <limits>
 
 namespace {
 
-/// Operations wait inside each other, each deeper in the stack. Nobody honest ever has so many under way.
-constexpr int mostNestedOperations = 64;
-
-/// The methods that may wait for modules; a restart is merged with the one under way instead.
-bool mayWait(const char *method)
+/**
+ * How many waits may be on the stack before the method is refused: operations wait inside each other, each deeper in
+ * the stack, and nobody honest ever has so many under way. What releases the waits of others still comes through where
+ * those are refused. No limit for what does not wait; a restart is merged with the one under way instead.
+ */
+int mostNested(const char *method)
 {
-    static const QSet<QByteArray> methods{"startAll", "stopAll", "startModule", "stopModule", "restartModule"};
-    return methods.contains(method);
+    constexpr int starts = 64;
+    constexpr int stops = 96;
+    constexpr int stopsOfAll = 128;
+    static const QHash<QByteArray, int> limits{{"startAll", starts},
+                                               {"startModule", starts},
+                                               {"restartModule", starts},
+                                               {"stopModule", stops},
+                                               {"stopAll", stopsOfAll}};
+    return limits.value(method, std::numeric_limits<int>::max());
 }
 
 // The names under which the meta-object system knows the types of the arguments.
@@ -68,12 +78,13 @@ Result ApplicationManagerAdaptor::forward(const char *method, const char *result
 bool ApplicationManagerAdaptor::isRefused(const char *method)
 {
     auto *manager = static_cast<ApplicationManager *>(parent());
-    if (manager->waits().depth() < mostNestedOperations || !mayWait(method)) {
+    const int limit = mostNested(method);
+    if (manager->waits().depth() < limit) {
         return false;
     }
     const QString text = QStringLiteral("%1 refused: %2 operations are still under way, try again when they have ended")
                              .arg(QLatin1String(method))
-                             .arg(mostNestedOperations);
+                             .arg(limit);
     Log::warning("%1", text);
     manager->failBusCall(text);
     return true;

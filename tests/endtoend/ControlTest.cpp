@@ -297,6 +297,25 @@ private Q_SLOTS:
         QVERIFY(terminal.waitForAll("RUNNING"_s));
         QCOMPARE(terminal.logCount("emergency"_s), 0);
     }
+
+    // Starts that wait for ever fill the stack: what releases them is not refused with the next of them.
+    void stopInAFlood()
+    {
+        Terminal terminal("step one 1\nA one --never-ready");
+        terminal.start();
+        QVERIFY(terminal.waitForLog("PID of :A"_s));
+        QList<QDBusPendingCall> calls;
+        for (int i = 0; i < 80; ++i) {
+            calls << terminal.sendAsync("restartModule"_s, {"A"_s});
+        }
+        QVERIFY(terminal.waitForLog("restartModule refused"_s));
+        QCOMPARE(terminal.call("stopAll"_s), "0"_s);
+        for (QDBusPendingCall &call : calls) {
+            call.waitForFinished();
+            QVERIFY(call.error().type() != QDBusError::NoReply);
+        }
+        QCOMPARE(terminal.states(), "A:STOPPED"_s);
+    }
 };
 
 QTEST_GUILESS_MAIN(ControlTest)
