@@ -1,5 +1,6 @@
 #include "JovRoot.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <algorithm>
@@ -20,6 +21,11 @@ bool isPlain(QChar character)
 QString prefix()
 {
     QString folder = QFile::decodeName(qgetenv("JOV_ROOT"));
+    if (!folder.isEmpty() && QDir::isRelativePath(folder)) {
+        // For the processes that we start as well: they begin in another folder.
+        folder = QDir::current().absoluteFilePath(folder);
+        qputenv("JOV_ROOT", QFile::encodeName(folder));
+    }
     while (folder.endsWith(QLatin1Char('/'))) {
         folder.chop(1);
     }

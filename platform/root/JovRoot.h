@@ -13,7 +13,7 @@
  */
 namespace JovRoot {
 
-/// The folder that JOV_ROOT names, without a slash at its end; empty when it is unset.
+/// The absolute path of the folder that JOV_ROOT names, without a slash at its end; empty when it is unset.
 [[nodiscard]] QString prefix();
 
 /// `absolutePath` under the root prefix.

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int allSteps = 999;
-constexpr int longestLine = 1024 * 1024; // bytes
+constexpr int longestLine = 4096; // bytes
 /// Numbers up to this one are announced to the platform, whether a step carries them or not.
 constexpr int lastAnnounced = 6;
 /// From here on the progression needs no events any more.

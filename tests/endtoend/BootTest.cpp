@@ -111,7 +111,8 @@ private Q_SLOTS:
         row("no number", QByteArray("three"), "", "debug InitStep: 0 (current=0) not managed");
         row("greatest", QByteArray("2147483647"), "A B C", "debug InitStep: 2147483647 (prev:0 max:8)");
         row("beyond", QByteArray("2147483648"), "", "debug InitStep: 0 (current=0) not managed");
-        row("long line", QByteArray(5000, ' ') + "3", "A B", "debug InitStep: 3 (prev:0 max:8)");
+        row("longest line", QByteArray(4095, ' ') + "3\n", "A B", "debug InitStep: 3 (prev:0 max:8)");
+        row("longer line", QByteArray(4096, ' ') + "3\n", "A B C", "warning Step file Not readable");
         row("line without end", QByteArray(2 << 20, ' '), "A B C", "warning Step file Not readable");
         row("pipe", QByteArray("P"), "A B C", "warning Step file Not readable");
         row("folder", QByteArray("F"), "A B C", "warning Step file Not readable");

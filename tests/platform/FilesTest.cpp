@@ -42,6 +42,8 @@ private Q_SLOTS:
         row("slashes", QByteArray("/tmp/r//"), "/tmp/r/log/*", "/tmp/r/log/*");
         row("the root itself", QByteArray("/"), "/log/*", "/log/*");
         row("blank", QByteArray("/tmp/a b"), "/tmp/a b/log/*", "'/tmp/a b'/log/*");
+        const QString here = QDir::currentPath() + "/r/log/*"_s;
+        row("relative", QByteArray("r"), here, here);
     }
 
     void prefixes()
