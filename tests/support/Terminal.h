@@ -95,7 +95,8 @@ public:
     [[nodiscard]] QStringList log(int from = 0) const { return root.log(from); }
     [[nodiscard]] int logCount(const QString &text, int from = 0) const;
 
-    static bool wait(const std::function<bool()> &reached, int limit = 15000);
+    /// The limit, in ms, is for a machine with much else to do and for an emulator.
+    static bool wait(const std::function<bool()> &reached, int limit = 60000);
     bool waitForStates(const QString &expected);
     bool waitForLog(const QString &text, int from = 0);
     bool waitForEvent(const QString &event);
