@@ -1,11 +1,11 @@
-/* Stands in the place of an ARM program, so that programs can start each other by their paths, and becomes the emulator of the
- * one that it replaces: PROGRAM runs PROGRAM.ARCHITECTURE. The compiler gives SYSROOT, ARCHITECTURE and EMULATORS, a folder with
- * no-pidfd.so and links to the emulator, one a program: the kernel takes a process's name from the file that it is told to run. */
+/* Stands in the place of an ARM program, so that programs can start each other by their paths, and becomes the emulator
+ * of the one that it replaces: PROGRAM runs PROGRAM.ARCHITECTURE. The compiler gives SYSROOT, ARCHITECTURE and
+ * EMULATORS, a folder with the two libraries and links to the emulator, one a program: the kernel takes a process's
+ * name from the file that it is told to run. */
 #define _GNU_SOURCE
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 int main(int argc, char **argv)
@@ -19,14 +19,11 @@ int main(int argc, char **argv)
     program[length] = 0;
     snprintf(emulator, sizeof emulator, "%s%s", EMULATORS, strrchr(program, '/'));
     strcat(program, "." ARCHITECTURE);
-#ifdef ADOPTS
-    /* The emulator knows no such prctl(2), and the kernel keeps it over an exec. */
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
-#endif
-    /* The program's own path first: it is looked for in /proc/PID/cmdline. */
-    char *const beginning[] = {argv[0], "-L", SYSROOT, "-E", "LD_PRELOAD=" EMULATORS "/no-pidfd.so", "-0", argv[0], program};
+    char *const beginning[] = {argv[0], "-L",    SYSROOT, "-E", "LD_PRELOAD=" EMULATORS "/in-program.so",
+                               "-0",    argv[0], program};
     memcpy(words, beginning, sizeof beginning);
     memcpy(words + 8, argv + 1, (size_t)argc * sizeof *words);
+    setenv("LD_PRELOAD", EMULATORS "/in-emulator.so", 1);
     execv(emulator, words);
     perror(emulator);
     return 127;
