@@ -94,8 +94,9 @@ private Q_SLOTS:
         // Writing to standard output must not go into the next socket.
         QCOMPARE(Processes::descriptors(terminal.pid()).value(0), "null"_s);
         QVERIFY(isReserved(terminal.pid(), 1) && isReserved(terminal.pid(), 2));
+        const int told = terminal.log().size();
         kill(terminal.pid(), SIGHUP);
-        QVERIFY(terminal.waitForLog("clearInitSteps"_s, terminal.log().size()));
+        QVERIFY(terminal.waitForLog("clearInitSteps"_s, told));
         QVERIFY(terminal.waitForAll("RUNNING"_s));
         QVERIFY(isReserved(terminal.pid(), 1) && isReserved(terminal.pid(), 2));
         QCOMPARE(terminal.call("stopManager"_s), QString());
