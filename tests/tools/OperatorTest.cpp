@@ -141,6 +141,19 @@ private Q_SLOTS:
         QCOMPARE(outcome.status, 0);
     }
 
+    void saysWhatIsMissing()
+    {
+        Terminal terminal("step one 1\nJovWebClient one");
+        terminal.root.write("/usr/lib/JovApplication/Broken"_s, "no program");
+        terminal.root.write("/etc/JovApplication/module/Broken/config.xml"_s,
+                            "<config><initStep>one</initStep></config>");
+        terminal.start();
+        QVERIFY(terminal.waitForLog("Starting webapp timer"_s));
+        QVERIFY(jovctl("status Broken"_s).out.contains("it was not launched"_s));
+        QVERIFY(jovctl("start Broken"_s).err.contains("it was not launched"_s));
+        QVERIFY(jovctl("status JovWebClient"_s).out.contains("not announced its presentation"_s));
+    }
+
     void restartHeldBack()
     {
         Terminal terminal("step one 1\nstep five 5\nA one\nB five");

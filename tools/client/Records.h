@@ -30,6 +30,8 @@ struct ModuleInfo
     [[nodiscard]] bool isRunning() const { return state == QLatin1String("RUNNING"); }
     /// Also of a module that was never started or has no node: nothing of it runs.
     [[nodiscard]] bool isStopped() const { return state == QLatin1String("STOPPED") || state.isEmpty(); }
+    /// False, though the state is "STARTING", of a program that cannot be run.
+    [[nodiscard]] bool isLaunched() const { return pid != 0; }
     /// From the last launch until it was ready; 0 when it was not.
     [[nodiscard]] quint64 startDuration() const { return readyAt > launchedAt ? readyAt - launchedAt : 0; }
 };

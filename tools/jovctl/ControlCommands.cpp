@@ -21,10 +21,10 @@ QString notRunning(const ModuleInfo &module, const ModuleList &modules)
             return QStringLiteral("it depends on %1, which does not run").arg(name);
         }
     }
-    if (!module.isStopped()) {
+    if (!module.isStopped() && module.isLaunched()) {
         return QStringLiteral("it is %1").arg(module.state);
     }
-    return module.exitedAt > module.launchedAt
+    return module.isStopped() && module.exitedAt > module.launchedAt
         ? QStringLiteral("its process ended (%1, exit code %2)").arg(module.status).arg(module.exitCode)
         : QStringLiteral("it was not launched; the daemon's log says why");
 }
@@ -67,6 +67,7 @@ bool stopOne(const BusClient &client, const QString &name)
         say(QStringLiteral("%1 is stopped already").arg(name));
         return true;
     }
+    const bool isAsked = module && (module->isRunning() || module->state == QLatin1String("WEB_CLIENT_STARTED"));
     client.control(QStringLiteral("stopModule"), {name});
     const ModuleList after = client.modules();
     QStringList others;
@@ -78,7 +79,11 @@ bool stopOne(const BusClient &client, const QString &name)
     }
     module = findModule(after, name);
     const bool isStopped = module && module->isStopped();
-    if (isStopped) {
+    if (isStopped && isAsked && module->launchedAt > module->exitedAt) {
+        // The daemon replies before it has seen the end of a process that it had to kill.
+        Console::complain(QStringLiteral("%1 did not end in time and was killed: that counts as a crash")
+                              .arg(Console::printable(name)));
+    } else if (isStopped) {
         say(QStringLiteral("%1 stopped (%2)").arg(name, module->status));
     } else {
         Console::complain(QStringLiteral("%1 is not stopped: it is %2")

@@ -51,6 +51,18 @@ QString withStates(const QStringList &names, const ModuleList &modules)
     return parts.isEmpty() ? QStringLiteral("none") : parts.join(QStringLiteral(", "));
 }
 
+QString unsettled(const ModuleInfo &module)
+{
+    if (module.state == QLatin1String("STOPPING")) {
+        return QStringLiteral("it was asked to end and has not yet");
+    }
+    if (module.state == QLatin1String("WEB_CLIENT_STARTED")) {
+        return QStringLiteral("it has not announced its presentation yet");
+    }
+    return module.isLaunched() ? QStringLiteral("it has not announced the end of its initialisation yet")
+                               : QStringLiteral("it was not launched; the daemon's log says why");
+}
+
 /// Why the module does not run, in one line; empty when it does.
 QString reason(const ModuleInfo &module, const ModuleList &modules, const StepList &steps, const QVariantMap &manager)
 {
@@ -68,9 +80,7 @@ QString reason(const ModuleInfo &module, const ModuleList &modules, const StepLi
         }
     }
     if (!module.isStopped()) {
-        return module.state == QLatin1String("STOPPING")
-            ? QStringLiteral("it was asked to end and has not yet")
-            : QStringLiteral("it has not announced the end of its initialisation yet");
+        return unsettled(module);
     }
     if (module.exitedAt > module.launchedAt) {
         return QStringLiteral("its process ended %1 (%2, exit code %3)")
