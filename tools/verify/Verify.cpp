@@ -39,7 +39,10 @@ int runVerify(const QStringList &arguments)
         QStringLiteral("The folder that will be the terminal's root; JOV_ROOT, or /, when absent."),
         QStringLiteral("[ROOT]"));
     if (!parser.parse(QStringList(QStringLiteral("jovctl verify")) + arguments)) {
-        return usageFault(parser.errorText());
+        const QString option = parser.unknownOptionNames().value(0);
+        return usageFault(option.isEmpty() ? parser.errorText()
+                                           : QStringLiteral("there is no option \"%1%2\". Try: jovctl verify --help")
+                                                 .arg(QLatin1String(option.size() > 1 ? "--" : "-"), option));
     }
     if (parser.isSet(help)) {
         std::fputs(qPrintable(parser.helpText()), stdout);
@@ -56,7 +59,8 @@ int runVerify(const QStringList &arguments)
         qputenv("JOV_ROOT", QFile::encodeName(QDir(roots.first()).absolutePath()));
     }
     const TerminalReport report = checkTerminal();
-    const bool colour = ::isatty(STDOUT_FILENO) != 0 && qEnvironmentVariableIsEmpty("NO_COLOR");
+    const bool colour = qEnvironmentVariableIsEmpty("NO_COLOR")
+        && (::isatty(STDOUT_FILENO) != 0 || !qEnvironmentVariableIsEmpty("CLICOLOR_FORCE"));
     const QByteArray output = parser.isSet(json) ? jsonOf(report) : textOf(report, colour).toUtf8();
     std::fputs(output.constData(), stdout);
     return report.errors() > 0 ? statusErrors : 0;
