@@ -22,11 +22,17 @@ const QStringList ofJovctl = {
     QStringLiteral("restart"),     QStringLiteral("start-all"),   QStringLiteral("stop-all"),
     QStringLiteral("restart-all"), QStringLiteral("restart-app"), QStringLiteral("log-level")};
 
+QString namesOf(const QStringList &commands)
+{
+    return commands.join(QStringLiteral(", "));
+}
+
 const char helpText[] = "  crash NAME           kill the module's process: what does the supervisor do?\n"
                         "  set SETTING VALUE    change a setting of the terminal, such as MonitoringWatchDelay\n"
                         "  step N               lead a boot on that the step file has held\n"
                         "  quit                 stop everything in order (Ctrl-C does too)\n"
-                        "  and of jovctl: %1";
+                        "  and of jovctl: %1,\n"
+                        "                 %2";
 
 } // namespace
 
@@ -125,7 +131,7 @@ void Commands::execute(const QStringList &words)
                            Colour::Bad);
         }
         if (!words.isEmpty()) {
-            m_display.line(QString::fromLatin1(helpText).arg(ofJovctl.join(QStringLiteral(", "))));
+            m_display.line(QString::fromLatin1(helpText).arg(namesOf(ofJovctl.mid(0, 7)), namesOf(ofJovctl.mid(7))));
         }
         finish();
     }

@@ -7,11 +7,13 @@ namespace {
 /// A boot that shows no end within this time is given up when nobody sits before it.
 constexpr int timeoutOfOnce = 120;
 
-const char description[] =
-    "Boots a whole terminal on this computer: a private bus, the real supervisor, a process for each\n"
-    "module. Nothing outside its own folder is touched, and nothing is left when it ends.\n\n"
-    "Exit status: 0 all went well; 1 a module did not come up, or the supervisor ended badly;\n"
-    "2 wrong use, or the terminal's files cannot be laid.";
+const char description[] = "Boots a whole terminal on this computer: a private bus, the real supervisor,\n"
+                           "a process for each module. Nothing outside its own folder is touched, and\n"
+                           "nothing is left when it ends. It goes on until Ctrl-C and takes commands:\n"
+                           "help lists them.\n\n"
+                           "Exit status: 0 all went well; 1 a module did not come up, the terminal rebooted\n"
+                           "unasked under --once, or the supervisor ended badly; 2 wrong use, or the\n"
+                           "terminal's files cannot be laid.";
 
 void readNumber(const QCommandLineParser &parser, const QString &name, int &number, Options &options)
 {
@@ -42,9 +44,10 @@ Options Options::parse(const QStringList &arguments)
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(description));
-    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("This text."));
 
     parser.addOptions({
+        help,
         {once, QStringLiteral("Boot, show the summary, stop, end.")},
         {terminal,
          QStringLiteral("Boot the set of files in DIR. \"leak\" is one that comes with the simulator: a module "

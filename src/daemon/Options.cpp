@@ -42,21 +42,26 @@ const char *helpText()
 {
     return R"(Usage: ApplicationManager [--nodaemon] [--debug] [--pidFile=PATH]
 
-Starts the modules of the terminal in the order of initStep.xml and by dependency, and supervises them.
+Starts the modules of the terminal in the order of initStep.xml and by
+dependency, and supervises them.
 
   --nodaemon      stay in the foreground; Ctrl-C stops everything in order
-  --debug         keep the standard streams open and let the modules write to them
+  --debug         keep the standard streams open, for the modules too
   --pidFile=PATH  write the daemon's process id to PATH (not with --nodaemon)
   --help          this text
 
 Without --nodaemon the program waits until the start-up has ended:
   exit status 0   the terminal is up
-  exit status 1   the start-up failed, or was stopped
-  exit status 2   the daemon died before it could tell
+  exit status 1   the start-up failed
+  exit status 2   the daemon ended before it could tell: the log has the reason
 
-Environment: JOV_ROOT (another root for every file but /proc and PATH), DBUS_SYSTEM_BUS_ADDRESS,
-INDUSTRIAL_MODE (do not launch jovaudio and kelmmi), INDUSTRIAL_APPMODE (start modules without their dependencies).
-Signals: SIGTERM stops everything and ends, SIGHUP reads all files anew and restarts; one of the two is taken, once.
+Environment:
+  JOV_ROOT                 another root for every file but /proc and PATH
+  DBUS_SYSTEM_BUS_ADDRESS  another bus
+  INDUSTRIAL_MODE          do not launch jovaudio and kelmmi
+  INDUSTRIAL_APPMODE       start modules without their dependencies
+Signals: SIGTERM stops everything and ends, SIGHUP reads all files anew and
+restarts; one of the two is taken, once.
 
 Try it in the foreground on a PC:  scripts/run-simulator
 )";

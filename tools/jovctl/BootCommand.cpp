@@ -129,8 +129,8 @@ CommandList bootCommands()
     command.name = QStringLiteral("boot");
     command.summary = QStringLiteral("Show how long the start-up took, and what of it");
     command.description =
-        QStringLiteral("The total, each step, the slowest modules, and the critical chain: what would be left if all\n"
-                       "modules that need not wait for each other started at once.");
+        QStringLiteral("The total, each step, the slowest modules, and the critical chain: what would\n"
+                       "be left if all modules that need not wait for each other started at once.");
     command.examples = QStringList{QStringLiteral("jovctl boot"), QStringLiteral("jovctl boot --svg boot.svg"),
                                    QStringLiteral("jovctl boot --json | jq .total")};
     command.options = QList<QCommandLineOption>{

@@ -33,7 +33,8 @@ QString programHelp()
                          "  jovctl boot --svg boot.svg\n"
                          "\nExit status: 0 done, 1 failed, 2 wrong usage, 3 the daemon is not there.\n"
                          "The bus is the system bus, or the one that DBUS_SYSTEM_BUS_ADDRESS names.\n"
-                         "Colours appear on a terminal or when CLICOLOR_FORCE is set, and not when NO_COLOR is.\n");
+                         "Colours appear on a terminal or when CLICOLOR_FORCE is set, and not when\n"
+                         "NO_COLOR is.\n");
 }
 
 QString commandHelp(const Command &command)

@@ -58,9 +58,9 @@ CommandList logLevelCommands()
     command.name = QStringLiteral("log-level");
     command.synopsis = QStringLiteral("[N]");
     command.summary = QStringLiteral("Show or change what the running daemon logs");
-    command.description = QStringLiteral(
-        "0 emergency, 3 error, 4 warning, 6 info, 7 debug; the names do too. It lasts until the daemon ends;\n"
-        "platform.ini has the level that it starts with.");
+    command.description =
+        QStringLiteral("0 emergency, 3 error, 4 warning, 6 info, 7 debug; the names do too.\n"
+                       "It lasts until the daemon ends; platform.ini has the level that it starts with.");
     command.examples = QStringList{QStringLiteral("jovctl log-level"), QStringLiteral("jovctl log-level 7"),
                                    QStringLiteral("jovctl log-level info")};
     command.most = 1;

@@ -142,12 +142,11 @@ CommandList metricsCommands()
     Command command;
     command.name = QStringLiteral("metrics");
     command.summary = QStringLiteral("Print figures for a monitoring system (OpenMetrics)");
-    command.description = QStringLiteral(
-        "For a node exporter's textfile collector. Without a daemon it prints jovara_up 0 and ends with status 3.");
-    command.examples = QStringList{
-        QStringLiteral("jovctl metrics"),
-        QStringLiteral(
-            "jovctl metrics > /var/lib/node_exporter/jovara.prom.new; mv /var/lib/node_exporter/jovara.prom{.new,}")};
+    command.description =
+        QStringLiteral("For a node exporter's textfile collector. Without a daemon it prints jovara_up 0\n"
+                       "and ends with status 3.");
+    command.examples = QStringList{QStringLiteral("jovctl metrics"),
+                                   QStringLiteral("jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom")};
     command.run = metrics;
     return {command};
 }

@@ -171,7 +171,7 @@ CommandList topCommands()
     command.name = QStringLiteral("top");
     command.summary = QStringLiteral("Show memory and processor of the modules, live");
     command.description =
-        QStringLiteral("The busiest first; VIRTUAL is what the memory limit is compared with. Ctrl-C ends it.");
+        QStringLiteral("The busiest first; VIRTUAL is what the memory limit is compared with.\nCtrl-C ends it.");
     command.examples = QStringList{QStringLiteral("jovctl top"), QStringLiteral("jovctl top --once --json")};
     command.options = QList<QCommandLineOption>{
         jsonOption(), QCommandLineOption(QStringLiteral("once"), QStringLiteral("One picture only")),

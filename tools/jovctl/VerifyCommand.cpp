@@ -16,9 +16,10 @@ CommandList verifyCommands()
     command.name = QStringLiteral("verify");
     command.synopsis = QStringLiteral("[ROOT]");
     command.summary = QStringLiteral("Check a set of files before it is flashed");
-    command.description = QStringLiteral(
-        "Needs no daemon and no bus: reads the files below ROOT, or those of this terminal, as the daemon would,\n"
-        "and says what is wrong, where, and how to mend it. Exit status 1 when there are errors.");
+    command.description =
+        QStringLiteral("Needs no daemon and no bus: reads the files below ROOT, or those of this\n"
+                       "terminal, as the daemon would, and says what is wrong, where, and how to mend\n"
+                       "it. Exit status 1 when there are errors.");
     command.examples = QStringList{QStringLiteral("jovctl verify"), QStringLiteral("jovctl verify build/rootfs"),
                                    QStringLiteral("jovctl verify --json build/rootfs")};
     command.options = QList<QCommandLineOption>{jsonOption()};

@@ -132,8 +132,8 @@ CommandList watchCommands()
     command.name = QStringLiteral("watch");
     command.summary = QStringLiteral("Show what happens, as it happens");
     command.description =
-        QStringLiteral("Begins with the present state of all modules; nothing is missed between that and the first\n"
-                       "change. Waits when the daemon is not there. Ctrl-C ends it.");
+        QStringLiteral("Begins with the present state of all modules; nothing is missed between that and\n"
+                       "the first change. Waits when the daemon is not there. Ctrl-C ends it.");
     command.examples = QStringList{QStringLiteral("jovctl watch"), QStringLiteral("jovctl watch --events"),
                                    QStringLiteral("jovctl watch --json | jq 'select(.kind == \"change\")'")};
     command.options = QList<QCommandLineOption>{

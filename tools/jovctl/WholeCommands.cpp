@@ -191,8 +191,8 @@ CommandList wholeCommands()
             command(QStringLiteral("restart-all"), QStringLiteral("Stop all, read all files again, start all"),
                     QString(), restartAll),
             command(QStringLiteral("restart-app"), QStringLiteral("Stop all and start all, when that is allowed"),
-                    QStringLiteral("As a module would ask for it: only from step 5 on, and not while the platform has\n"
-                                   "locked restarts. The files are not read again."),
+                    QStringLiteral("As a module would ask for it: only from step 5 on, and not while the platform\n"
+                                   "has locked restarts. The files are not read again."),
                     restartApp),
             command(QStringLiteral("shutdown"), QStringLiteral("Stop all modules and end the daemon"), QString(),
                     shutDown)};
