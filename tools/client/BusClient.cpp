@@ -83,8 +83,9 @@ QString BusClient::controlInterface()
     return QStringLiteral("com.velmora.Jovara.JovInterface");
 }
 
-BusClient::BusClient()
-    : m_connection(QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("jovctl")))
+BusClient::BusClient(Purpose purpose)
+    : m_purpose(purpose)
+    , m_connection(QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("jovctl")))
 {
     if (!m_connection.isConnected()) {
         throw Failure(ExitStatus::NoDaemon,
@@ -99,7 +100,9 @@ BusClient::BusClient()
 QDBusMessage BusClient::call(const QString &interface, const QString &method, const QVariantList &arguments) const
 {
     const QDBusMessage reply = m_connection.call(message(interface, method, arguments), QDBus::Block, questionLimit);
-    check(reply, method == QLatin1String("Set") ? forSettings : forLooking);
+    // Who may control may look, too: a question that only precedes an order is refused for the order's sake.
+    const char *whoMay = m_purpose == Purpose::Control ? forControl : forLooking;
+    check(reply, method == QLatin1String("Set") ? forSettings : whoMay);
     return reply;
 }
 

@@ -22,7 +22,10 @@ public:
     static QString inspectionInterface();
     static QString controlInterface();
 
-    BusClient();
+    /// What it is wanted for: whom a refusal names, who may do that.
+    enum class Purpose { Look, Control };
+
+    explicit BusClient(Purpose purpose = Purpose::Look);
 
     [[nodiscard]] QDBusConnection connection() const { return m_connection; }
 
@@ -42,6 +45,7 @@ public:
 private:
     QDBusMessage call(const QString &interface, const QString &method, const QVariantList &arguments = {}) const;
 
+    Purpose m_purpose;
     QDBusConnection m_connection;
 };
 

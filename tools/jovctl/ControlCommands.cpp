@@ -113,7 +113,7 @@ bool restartOne(const BusClient &client, const QString &name)
 template <bool (*one)(const BusClient &, const QString &)>
 ExitStatus each(const Arguments &arguments)
 {
-    const BusClient client;
+    const BusClient client(BusClient::Purpose::Control);
     const QStringList names = arguments.operands();
     checkNames(client.modules(), names);
     bool done = true;

@@ -57,7 +57,7 @@ bool startFailed(const BusClient &client)
 
 ExitStatus startAll(const Arguments &)
 {
-    const BusClient client;
+    const BusClient client(BusClient::Purpose::Control);
     client.control(QStringLiteral("startAll"));
     if (startFailed(client)) {
         Console::complain(
@@ -70,7 +70,7 @@ ExitStatus startAll(const Arguments &)
 
 ExitStatus stopAll(const Arguments &)
 {
-    const BusClient client;
+    const BusClient client(BusClient::Purpose::Control);
     client.control(QStringLiteral("stopAll"));
     QStringList left;
     const ModuleList modules = client.modules();
@@ -123,7 +123,7 @@ ExitStatus reportRestart(const BusClient &client, quint64 since)
 
 ExitStatus restartAll(const Arguments &)
 {
-    const BusClient client;
+    const BusClient client(BusClient::Purpose::Control);
     const quint64 since = Units::now();
     client.control(QStringLiteral("restart"));
     return reportRestart(client, since);
@@ -131,7 +131,7 @@ ExitStatus restartAll(const Arguments &)
 
 ExitStatus restartApp(const Arguments &)
 {
-    const BusClient client;
+    const BusClient client(BusClient::Purpose::Control);
     const quint64 since = Units::now();
     const int step = client.properties().value(QStringLiteral("CurrentStep")).toInt();
     client.control(QStringLiteral("restartApp"));
@@ -149,7 +149,7 @@ ExitStatus restartApp(const Arguments &)
 
 ExitStatus shutDown(const Arguments &)
 {
-    const BusClient client;
+    const BusClient client(BusClient::Purpose::Control);
     const QString owner = client.owner();
     try {
         client.control(QStringLiteral("stopManager"));
