@@ -67,6 +67,9 @@ Options Options::parse(const QStringList &arguments)
     if (!parser.parse(arguments)) {
         options.outcome = Outcome::Wrong;
         options.text = parser.errorText();
+        while (options.text.endsWith(QLatin1Char('.'))) {
+            options.text.chop(1);
+        }
         return options;
     }
     if (parser.isSet(help)) {
