@@ -154,6 +154,16 @@ private Q_SLOTS:
         QVERIFY(jovctl("status JovWebClient"_s).out.contains("not announced its presentation"_s));
     }
 
+    void restartWithBrokenFiles()
+    {
+        Terminal terminal("step one 1\nA one");
+        QVERIFY(terminal.boot());
+        terminal.root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s, "<initStep");
+        const Outcome outcome = jovctl("restart-all"_s);
+        QVERIFY2(outcome.err.contains("see jovctl verify"_s), qPrintable(outcome.err));
+        QCOMPARE(outcome.status, 3);
+    }
+
     void restartHeldBack()
     {
         Terminal terminal("step one 1\nstep five 5\nA one\nB five");

@@ -124,9 +124,19 @@ ExitStatus reportRestart(const BusClient &client, quint64 since)
 ExitStatus restartAll(const Arguments &)
 {
     const BusClient client(BusClient::Purpose::Control);
+    const QString owner = client.owner();
     const quint64 since = Units::now();
-    client.control(QStringLiteral("restart"));
-    return reportRestart(client, since);
+    try {
+        client.control(QStringLiteral("restart"));
+        return reportRestart(client, since);
+    } catch (const Failure &) {
+        if (owner.isEmpty() || client.owner() == owner) {
+            throw;
+        }
+        throw Failure(ExitStatus::NoDaemon,
+                      QStringLiteral("ApplicationManager has ended, as it does when it cannot use its files: "
+                                     "see jovctl verify, and its log"));
+    }
 }
 
 ExitStatus restartApp(const Arguments &)
@@ -189,7 +199,8 @@ CommandList wholeCommands()
             command(QStringLiteral("stop-all"), QStringLiteral("Stop all modules, the last step first"),
                     QStringLiteral("The daemon stays."), stopAll),
             command(QStringLiteral("restart-all"), QStringLiteral("Stop all, read all files again, start all"),
-                    QString(), restartAll),
+                    QStringLiteral("With files that it cannot use the daemon ends instead: ask jovctl verify first."),
+                    restartAll),
             command(QStringLiteral("restart-app"), QStringLiteral("Stop all and start all, when that is allowed"),
                     QStringLiteral("As a module would ask for it: only from step 5 on, and not while the platform\n"
                                    "has locked restarts. The files are not read again."),
