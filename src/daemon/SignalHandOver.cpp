@@ -4,6 +4,7 @@
 
 #include <QSocketNotifier>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -13,7 +14,9 @@
 
 namespace {
 
-volatile std::sig_atomic_t signalTaken = 0;
+// Not only one handler at a time: the bus has a thread of its own, and a mask holds in one thread alone.
+std::atomic<bool> signalTaken{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a signal handler");
 int writeEnd = -1;
 
 void writeText(const char *text, std::size_t size)
@@ -51,10 +54,9 @@ void writeIgnored(int signal)
 void handle(int signal)
 {
     const int error = errno;
-    if (signalTaken) {
+    if (signalTaken.exchange(true)) {
         writeIgnored(signal);
     } else {
-        signalTaken = 1;
         char order = 'H';
         if (signal == SIGHUP) {
             writeLine("Signal Hangup intercepted\n");
@@ -82,7 +84,7 @@ SignalHandOver::SignalHandOver(bool foreground)
     auto *notifier = new QSocketNotifier(m_readEnd, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &SignalHandOver::taken);
 
-    // Both signals wait while the handler of one runs: the first decides.
+    // In one thread, the line of the first comes before those of the others.
     struct sigaction action = {};
     action.sa_handler = handle;
     sigemptyset(&action.sa_mask);
