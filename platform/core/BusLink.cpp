@@ -1,17 +1,16 @@
 #include "BusLink.h"
 
+#include "BusExchange.h"
 #include "BusNames.h"
 #include "Log.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>
-#include <QDBusMessage>
 #include <QMetaMethod>
 
 namespace {
 
 constexpr int retryInterval = 1000;
-constexpr int exchangeLimit = 1000;
 
 /// Nothing is exported for a class without scriptable slots, so that an adaptor alone is what a bus browser sees.
 QDBusConnection::RegisterOptions exportOf(const QObject *object)
@@ -29,15 +28,6 @@ QString newConnectionName(const QString &component)
 {
     static int count = 0;
     return QStringLiteral("%1-%2").arg(component, QString::number(++count));
-}
-
-/// The bus answers in order: with its answer it has all that we sent before, and we have all that it sent before.
-void exchange(const QDBusConnection &connection)
-{
-    const QDBusMessage ping =
-        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-                                       QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
-    connection.call(ping, QDBus::Block, exchangeLimit);
 }
 
 } // namespace
@@ -67,9 +57,7 @@ bool BusLink::open()
     m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                          SLOT(slot_disconnected()));
-    // When the connection's own name comes, QtDBus's thread adds it to a list that every call but those to the bus
-    // itself reads, and neither locks out the other: a call that meets it ends the process.
-    exchange(m_connection);
+    exchangeWithBus(m_connection);
     // Asked after the hook is set: a bus that went away before it would never be reported.
     if (!isOpen()) {
         m_errorText = m_connection.lastError().message();
@@ -106,7 +94,7 @@ void BusLink::close()
 {
     if (isOpen()) {
         // Only then may the object go: QtDBus's thread passes on the object's last signals by looking it up.
-        exchange(m_connection);
+        exchangeWithBus(m_connection);
         // Not left to the end of the connection, which a slot that threw through QtDBus keeps alive.
         if (m_hasName) {
             m_connection.unregisterObject(BusNames::object(m_component));

@@ -1,6 +1,7 @@
 #include "TerminalBus.h"
 
 #include "BusClient.h"
+#include "BusExchange.h"
 #include "BusNames.h"
 
 #include <QDBusPendingCallWatcher>
@@ -28,8 +29,10 @@ bool TerminalBus::connectTo(const QString &address)
     m_bus = QDBusConnection::connectToBus(address, connectionName);
     if (!m_bus.isConnected()) {
         QDBusConnection::disconnectFromBus(connectionName);
+        return false;
     }
-    return m_bus.isConnected();
+    exchangeWithBus(m_bus);
+    return true;
 }
 
 void TerminalBus::inspect(const QString &method, const Answer &answer)

@@ -1,5 +1,6 @@
 #include "BusClient.h"
 
+#include "BusExchange.h"
 #include "Console.h"
 #include "Failure.h"
 #include "NearMiss.h"
@@ -91,10 +92,7 @@ BusClient::BusClient(Purpose purpose)
         throw Failure(ExitStatus::NoDaemon,
                       QStringLiteral("there is no bus: %1").arg(m_connection.lastError().message()));
     }
-    // When the connection's own name comes, QtDBus's thread adds it to a list that every call but those to the bus
-    // itself reads, and neither locks out the other: a call that meets it ends the process. The name comes before this
-    // answer.
-    static_cast<void>(owner());
+    exchangeWithBus(m_connection);
 }
 
 QDBusMessage BusClient::call(const QString &interface, const QString &method, const QVariantList &arguments) const
