@@ -123,6 +123,7 @@ private Q_SLOTS:
         row("lower case", "platform", "Platform");
         row("a part", "audio", "jovaudio");
         row("the nearest first", "jovgate1", "JovGate,JovGate22");
+        row("letters swapped", "JvoGtae", "JovGate");
         row("nothing like it", "xyz", "");
         row("nothing at all", "", "A");
     }

@@ -1,5 +1,4 @@
-#include "Verify.h"
-
+#include "CommandTable.h"
 #include "DataTable.h"
 #include "Report.h"
 #include "RootDir.h"
@@ -78,7 +77,8 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         const RootDir root;
         QVERIFY(layOut(name, root));
-        QTEST(runVerify(arguments.replaceInStrings("ROOT"_s, root.path())), "status");
+        QTEST(int(runCommandLine(QStringList("verify"_s) + arguments.replaceInStrings("ROOT"_s, root.path()))),
+              "status");
     }
 
     void json()

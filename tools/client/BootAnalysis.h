@@ -3,8 +3,6 @@
 
 #include "Records.h"
 
-#include <QSet>
-
 /// One module in a start-up. All times count from the start-up's begin, in microseconds.
 struct BootModule
 {

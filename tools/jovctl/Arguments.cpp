@@ -21,12 +21,6 @@ QString optionWord(const QString &name)
 
 Arguments Arguments::parse(const Command &command, const QStringList &words)
 {
-    Arguments arguments;
-    if (command.parsesItself) {
-        arguments.m_wantsHelp = words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h"));
-        arguments.m_operands = words;
-        return arguments;
-    }
     QCommandLineParser parser;
     parser.addOptions(command.options);
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
@@ -43,6 +37,7 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
         }
         refuse(command, text.left(1).toLower() + text.mid(1));
     }
+    Arguments arguments;
     arguments.m_wantsHelp = parser.isSet(help);
     arguments.m_operands = parser.positionalArguments();
     for (const QCommandLineOption &option : command.options) {

@@ -20,7 +20,6 @@ struct Command
     int fewest = 0; ///< operands
     int most = 0; ///< -1: any number
     ExitStatus (*run)(const Arguments &arguments) = nullptr;
-    bool parsesItself = false; ///< everything behind the name is handed over as operands
 };
 
 using CommandList = QList<Command>;

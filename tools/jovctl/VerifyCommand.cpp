@@ -1,11 +1,31 @@
 #include "Command.h"
-#include "Verify.h"
+#include "Console.h"
+#include "Report.h"
+#include "TerminalCheck.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 namespace {
 
+/// From here on this process finds the terminal's files below `folder`.
+void moveRoot(const QString &folder)
+{
+    if (!QFileInfo(folder).isDir()) {
+        throw Failure(ExitStatus::Usage, QStringLiteral("no such folder: %1").arg(Console::printable(folder)));
+    }
+    qputenv("JOV_ROOT", QFile::encodeName(QDir(folder).absolutePath()));
+}
+
 ExitStatus verify(const Arguments &arguments)
 {
-    return ExitStatus(runVerify(arguments.operands()));
+    if (!arguments.operands().isEmpty()) {
+        moveRoot(arguments.operands().constFirst());
+    }
+    const TerminalReport report = checkTerminal();
+    Console::write(arguments.wantsJson() ? QString::fromUtf8(jsonOf(report)) : textOf(report, Console::hasColour()));
+    return report.errors() > 0 ? ExitStatus::Failed : ExitStatus::Done;
 }
 
 } // namespace
@@ -23,7 +43,7 @@ CommandList verifyCommands()
     command.examples = QStringList{QStringLiteral("jovctl verify"), QStringLiteral("jovctl verify build/rootfs"),
                                    QStringLiteral("jovctl verify --json build/rootfs")};
     command.options = QList<QCommandLineOption>{jsonOption()};
-    command.parsesItself = true;
+    command.most = 1;
     command.run = verify;
     return {command};
 }

@@ -1,6 +1,6 @@
 #include "Spelling.h"
 
-#include <QVector>
+#include "EditDistance.h"
 
 #include <cstdlib>
 
@@ -11,30 +11,6 @@ constexpr int longestWord = 64; // nobody mistypes a longer name by two letters 
 int tolerance(int length)
 {
     return length <= 2 ? 0 : length <= 5 ? 1 : 2;
-}
-
-// Optimal string alignment: neighbours that were swapped count once.
-int distance(const QString &a, const QString &b)
-{
-    const int width = b.size() + 1;
-    QVector<int> table((a.size() + 1) * width);
-    const auto cell = [&](int row, int column) -> int & { return table[row * width + column]; };
-    for (int row = 0; row <= a.size(); ++row) {
-        for (int column = 0; column < width; ++column) {
-            if (row == 0 || column == 0) {
-                cell(row, column) = row + column;
-                continue;
-            }
-            const bool same = a.at(row - 1) == b.at(column - 1);
-            int best = qMin(qMin(cell(row - 1, column), cell(row, column - 1)) + 1,
-                            cell(row - 1, column - 1) + (same ? 0 : 1));
-            if (row > 1 && column > 1 && a.at(row - 1) == b.at(column - 2) && a.at(row - 2) == b.at(column - 1)) {
-                best = qMin(best, cell(row - 2, column - 2) + 1);
-            }
-            cell(row, column) = best;
-        }
-    }
-    return cell(a.size(), width - 1);
 }
 
 // What is the same at both ends counts nothing, and most candidates are told from that alone.
@@ -53,8 +29,8 @@ int distanceInside(const QString &lower, const QString &candidate)
     if (head + tail == shorter) {
         return qMax(lower.size(), candidate.size()) - shorter;
     }
-    return distance(lower.mid(head, lower.size() - head - tail),
-                    candidate.mid(head, candidate.size() - head - tail).toLower());
+    return editDistance(lower.mid(head, lower.size() - head - tail),
+                        candidate.mid(head, candidate.size() - head - tail).toLower());
 }
 
 } // namespace
