@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QSocketNotifier>
 
+#include <cerrno>
+
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -53,7 +55,7 @@ void KeeperLink::close()
     ::close(m_socket);
     m_socket = -1;
     int status = 0;
-    waitpid(m_keeper, &status, 0);
+    while (waitpid(m_keeper, &status, 0) < 0 && errno == EINTR) { }
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
         clearAwayMyself(); // it was killed while it did so
     }

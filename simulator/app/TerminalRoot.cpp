@@ -46,22 +46,22 @@ QString copyTree(const QString &from, const QString &to)
 /// The stand-ins' own folder lies two levels above each of them.
 const char announcingScript[] = R"(#!/bin/sh
 # Stands in for the terminal's own command: tells the simulator what was asked for, and does nothing else.
-root=$(cd "$(dirname "$0")/%1" && pwd) || exit 1
-line=%2
+root=$(cd "$(dirname "$0")/%upwards" && pwd) || exit 1
+line="$(date +%s%3N)	%name"
 for word in "$@"; do
     line="$line	$word"
 done
-printf '%s\n' "$line" >>"$root%3"
-%4
+printf '%s\n' "$line" >>"$root%file"
+%further
 )";
 
 QByteArray script(const char *upwards, const char *name, const char *further)
 {
     return QByteArray(announcingScript)
-        .replace("%1", upwards)
-        .replace("%2", name)
-        .replace("%3", Announcement::file.toUtf8())
-        .replace("%4", further);
+        .replace("%upwards", upwards)
+        .replace("%name", name)
+        .replace("%file", Announcement::file.toUtf8())
+        .replace("%further", further);
 }
 
 } // namespace
@@ -116,7 +116,8 @@ QString TerminalRoot::lay(const QString &terminal)
     if (!m_laidBefore) {
         fault = copyTree(folder, m_path);
     }
-    for (const auto &part : {&TerminalRoot::writeStandIns, &TerminalRoot::writeBusConfig, &TerminalRoot::adjustLog}) {
+    for (const auto &part : {&TerminalRoot::writeStandIns, &TerminalRoot::writeBusConfig, &TerminalRoot::adjustLog,
+                             &TerminalRoot::makeRequests}) {
         if (fault.isEmpty()) {
             fault = (this->*part)();
         }
@@ -193,6 +194,14 @@ QString TerminalRoot::writeBusConfig() const
     return writeFile(busConfig(), privateBusConfiguration(QStringLiteral("unix:path=") + busSocket()), false);
 }
 
+QString TerminalRoot::makeRequests() const
+{
+    QFile file(requests());
+    return file.open(QIODevice::WriteOnly | QIODevice::Append)
+        ? QString()
+        : QStringLiteral("%1 cannot be written: %2").arg(file.fileName(), file.errorString());
+}
+
 /// Complaints are read in the log: it must go to a file.
 QString TerminalRoot::adjustLog() const
 {
@@ -203,7 +212,5 @@ QString TerminalRoot::adjustLog() const
     if (written && !parameters.value(section, file).startsWith(QLatin1Char('/'))) {
         written = parameters.setValue(section, file, QStringLiteral("/var/log/ApplicationManager.log"));
     }
-    QFile requestFile(requests());
-    written = written && requestFile.open(QIODevice::WriteOnly | QIODevice::Append);
     return written ? QString() : QStringLiteral("%1 cannot be written").arg(at("/etc/JovApplication/platform.ini"));
 }

@@ -38,6 +38,7 @@ private:
     [[nodiscard]] QString writeStandIns() const;
     [[nodiscard]] QString writeBusConfig() const;
     [[nodiscard]] QString adjustLog() const;
+    [[nodiscard]] QString makeRequests() const;
 
     QString m_path;
     bool m_kept = false;
