@@ -8,6 +8,7 @@
 #include <QDir>
 
 #include <csignal>
+#include <limits>
 
 #include <sys/wait.h>
 
@@ -19,6 +20,7 @@ const QString bus = QStringLiteral("bus");
 const QString daemonProcess = QStringLiteral("daemon");
 const QString subject = QStringLiteral("simulator");
 
+constexpr int longestTimeout = std::numeric_limits<int>::max() / 1000; // s: what a timer can wait
 constexpr int busInterval = 10; // ms
 constexpr int busTriesAllowed = 1000;
 constexpr int rebootDelay = 300; // ms: what the supervisor does before it is asked to stop is seen as it happens
@@ -48,7 +50,7 @@ Simulator::Simulator(const Options &options, const TerminalRoot &root, KeeperLin
     }
     m_busTimer.setInterval(busInterval);
     m_bootLimit.setSingleShot(true);
-    m_bootLimit.setInterval(options.timeout * 1000);
+    m_bootLimit.setInterval(qMin(options.timeout, longestTimeout) * 1000);
     m_stopLimit.setSingleShot(true);
     connectParts();
 }
