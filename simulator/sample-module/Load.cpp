@@ -14,7 +14,7 @@ constexpr int chatterInterval = 20; // ms: fifty lines a second on either stream
 Load::Load(const Behaviour &behaviour)
     : m_behaviour(behaviour)
 {
-    connect(&m_leak, &QTimer::timeout, this, [this] { take(m_behaviour.leakKbPerSecond / leaksPerSecond); });
+    connect(&m_leak, &QTimer::timeout, this, &Load::leak);
     connect(&m_chatter, &QTimer::timeout, this, [this] {
         std::fprintf(stdout, "%s says something\n", qPrintable(m_behaviour.moduleName));
         std::fflush(stdout);
@@ -39,6 +39,15 @@ void Load::begin()
         // A timer without interval turns the loop as fast as it can, and events still get through.
         m_busy.start(0);
     }
+}
+
+// Over the seconds exactly what was asked for, also where it is no multiple of the parts of a second.
+void Load::leak()
+{
+    const qint64 perSecond = m_behaviour.leakKbPerSecond;
+    const qint64 before = perSecond * m_leaks / leaksPerSecond;
+    ++m_leaks;
+    take(int(perSecond * m_leaks / leaksPerSecond - before));
 }
 
 void Load::take(int kilobytes)

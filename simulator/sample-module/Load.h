@@ -24,10 +24,12 @@ public:
 private:
     using Kilobyte = std::array<char, 1024>;
 
+    void leak();
     void take(int kilobytes);
 
     const Behaviour &m_behaviour;
     QTimer m_leak;
+    qint64 m_leaks = 0; ///< how often it has leaked
     QTimer m_chatter;
     QTimer m_busy;
     std::vector<std::unique_ptr<Kilobyte[]>> m_taken;
