@@ -123,8 +123,6 @@ bool Module::launch()
     }
     const QString directory = JovRoot::rooted(ModulePaths::moduleDirectory());
     ++m_run;
-    m_killedOnStop = false;
-    m_ownKill = false;
     m_startTimer.restart();
     ChildProcess::Command command;
     command.program = directory + name;
@@ -316,6 +314,8 @@ void Module::slot_crashed()
         return;
     }
     Log::emergency("Terminal will reboot now: %1 crashed", name);
+    // A kill after a stop's time-out is answered like any other crash: slot_finished() has cleared the flag by the time
+    // that it tells of it. Set is what finds who calls this slot between the kill and the end of the process.
     if (m_killedOnStop) {
         m_killedOnStop = false;
         if (QFile::exists(JovRoot::rooted(QStringLiteral("/data/core/core.%1").arg(name)))) {

@@ -83,8 +83,8 @@ private:
     std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one
     quint64 m_run = 0; ///< counts launches
     bool m_startPending = false; ///< a start waits for the previous process to be reaped
-    bool m_killedOnStop = false; ///< killed after a stop's time-out
-    bool m_ownKill = false; ///< killed otherwise by stop()
+    bool m_killedOnStop = false; ///< killed after a stop's time-out, and not ended yet
+    bool m_ownKill = false; ///< killed otherwise by stop(), and not ended yet
 };
 
 #endif
