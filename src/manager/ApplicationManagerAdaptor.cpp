@@ -58,17 +58,14 @@ Result ApplicationManagerAdaptor::forward(const char *method, const char *result
     if (isRefused(method)) {
         return Result();
     }
-    bool invoked = false;
     if constexpr (std::is_void_v<Result>) {
-        invoked = QMetaObject::invokeMethod(parent(), method, QArgument<Arguments>(typeName(arguments), arguments)...);
-        if (!invoked) {
+        if (!QMetaObject::invokeMethod(parent(), method, QArgument<Arguments>(typeName(arguments), arguments)...)) {
             forwardingFailed(method);
         }
     } else {
         Result result = Result();
-        invoked = QMetaObject::invokeMethod(parent(), method, QReturnArgument<Result>(resultType, result),
-                                            QArgument<Arguments>(typeName(arguments), arguments)...);
-        if (!invoked) {
+        if (!QMetaObject::invokeMethod(parent(), method, QReturnArgument<Result>(resultType, result),
+                                       QArgument<Arguments>(typeName(arguments), arguments)...)) {
             forwardingFailed(method);
         }
         return result;
