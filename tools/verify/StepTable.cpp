@@ -166,11 +166,10 @@ QString StepTable::whatBecomesOfTheOrder() const
     return result;
 }
 
-// Every listing walk of a chain is bounded: what links it has is what the file made of them.
 QList<const InitStep *> StepTable::chain() const
 {
     QList<const InitStep *> steps;
-    for (const InitStep *step = m_chain.firstStep; step && steps.size() <= m_listed.size(); step = step->getNext()) {
+    for (const InitStep *step = m_chain.firstStep; step; step = step->getNext()) {
         steps << step;
     }
     return steps;
@@ -179,7 +178,7 @@ QList<const InitStep *> StepTable::chain() const
 QStringList StepTable::stopOrder() const
 {
     QStringList order;
-    for (const InitStep *step = m_chain.last(); step && order.size() <= m_listed.size(); step = step->getPrev()) {
+    for (const InitStep *step = m_chain.last(); step; step = step->getPrev()) {
         order << text(*step);
     }
     return order;
