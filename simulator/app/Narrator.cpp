@@ -165,10 +165,11 @@ void Narrator::readFiles()
     for (const QString &line : logLines) {
         complaint(line);
     }
-    const quint64 lastRequest = clockOf(QFileInfo(m_root.requests()).lastModified());
     const QStringList requests = m_requests.take();
     for (const QString &line : requests) {
-        m_happenings << Happening{lastRequest, [this, line, lastRequest] { requested(line, lastRequest); }};
+        QStringList words = line.split(QLatin1Char('\t'));
+        const quint64 time = clockOf(QDateTime::fromMSecsSinceEpoch(words.takeFirst().toLongLong()));
+        m_happenings << Happening{time, [this, words, time] { requested(words, time); }};
     }
 }
 
@@ -300,15 +301,14 @@ void Narrator::complaint(const QString &logLine)
     }
 }
 
-void Narrator::requested(const QString &line, quint64 time)
+void Narrator::requested(const QStringList &words, quint64 time)
 {
-    const QStringList words = line.split(QLatin1Char('\t'));
-    const QString &who = words.constFirst();
+    const QString who = words.value(0);
     const auto told = [this, time](const QString &subject, const QString &text) {
         m_display.event(qint64(time - m_begin), subject, text, Colour::Busy);
     };
     if (is(who, "jpg2fb")) {
-        told(QStringLiteral("screen"), QStringLiteral("shows %1").arg(QFileInfo(words.constLast()).fileName()));
+        told(QStringLiteral("screen"), QStringLiteral("shows %1").arg(QFileInfo(words.value(words.size() - 1)).fileName()));
         return;
     }
     tellOfArchive(time);
@@ -320,8 +320,10 @@ void Narrator::requested(const QString &line, quint64 time)
 
 void Narrator::tellOfArchive(quint64 time)
 {
+    constexpr quint64 fileClockTick = 10000; // how far behind the file system's clock may be
     const QFileInfo archive(m_root.at("/log/log.var.tar.gz"));
-    if (m_endedUnasked > 0 && archive.exists() && clockOf(archive.lastModified()) >= m_endedUnasked) {
+    if (m_endedUnasked > 0 && archive.exists()
+        && clockOf(archive.lastModified()) + fileClockTick >= m_endedUnasked) {
         m_display.event(qint64(time - m_begin), QStringLiteral("logs"),
                         QStringLiteral("archived: %1, %2 bytes").arg(archive.filePath()).arg(archive.size()),
                         Colour::Busy);

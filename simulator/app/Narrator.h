@@ -72,7 +72,7 @@ private:
     void moduleEntry(const TimelineEntry &entry);
     void stepEntry(const TimelineEntry &entry);
     void complaint(const QString &logLine);
-    void requested(const QString &line, quint64 time);
+    void requested(const QStringList &words, quint64 time);
     void tellOfArchive(quint64 time);
     void add(quint64 time, const QString &subject, const QString &text, Colour colour);
     void checkComplete(const QString &step);

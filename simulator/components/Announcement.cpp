@@ -2,16 +2,17 @@
 
 #include "JovRoot.h"
 
+#include <QDateTime>
 #include <QFile>
 
 bool Announcement::announce(const QStringList &words)
 {
-    QString line;
+    QString line = QString::number(QDateTime::currentMSecsSinceEpoch());
     for (const QString &word : words) {
-        line += QString(word).replace(QLatin1Char('\t'), QLatin1Char(' ')).replace(QLatin1Char('\n'), QLatin1Char(' '))
-            + QLatin1Char('\t');
+        line += QLatin1Char('\t')
+            + QString(word).replace(QLatin1Char('\t'), QLatin1Char(' ')).replace(QLatin1Char('\n'), QLatin1Char(' '));
     }
-    line.replace(line.size() - 1, 1, QLatin1Char('\n'));
+    line += QLatin1Char('\n');
     QFile requests(JovRoot::rooted(file));
     // Unbuffered: one write, which the kernel does not mix with those of others.
     return requests.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)
