@@ -202,7 +202,7 @@ private Q_SLOTS:
             "debug checkMandatorySettings succeed");
         row("will reboot", "\nSettingsManager one", QVariant(true), 1, "Reboot in progress",
             "[AppMgr.init_step] interrupted because stopping");
-        row("ends meanwhile", "\nSettingsManager one --exit-after=200", silent, 1, "SettingsManager crashed",
+        row("ends meanwhile", "\nSettingsManager one", silent, 1, "SettingsManager crashed",
             "error SettingsManager crashed");
     }
 
@@ -217,6 +217,8 @@ private Q_SLOTS:
         connect(&terminal, &Terminal::event, this, [&](const QString &name) {
             if (name == "checkMandatorySettings"_s && reboot.isValid()) {
                 terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, reboot}});
+            } else if (name == "checkMandatorySettings"_s) {
+                terminal.notify("stop_module_SettingsManager"_s);
             }
         });
         QCOMPARE(terminal.startDaemon(), status);
