@@ -308,7 +308,8 @@ void Narrator::requested(const QStringList &words, quint64 time)
         m_display.event(qint64(time - m_begin), subject, text, Colour::Busy);
     };
     if (is(who, "jpg2fb")) {
-        told(QStringLiteral("screen"), QStringLiteral("shows %1").arg(QFileInfo(words.value(words.size() - 1)).fileName()));
+        told(QStringLiteral("screen"),
+             QStringLiteral("shows %1").arg(QFileInfo(words.value(words.size() - 1)).fileName()));
         return;
     }
     tellOfArchive(time);
@@ -322,8 +323,7 @@ void Narrator::tellOfArchive(quint64 time)
 {
     constexpr quint64 fileClockTick = 10000; // how far behind the file system's clock may be
     const QFileInfo archive(m_root.at("/log/log.var.tar.gz"));
-    if (m_endedUnasked > 0 && archive.exists()
-        && clockOf(archive.lastModified()) + fileClockTick >= m_endedUnasked) {
+    if (m_endedUnasked > 0 && archive.exists() && clockOf(archive.lastModified()) + fileClockTick >= m_endedUnasked) {
         m_display.event(qint64(time - m_begin), QStringLiteral("logs"),
                         QStringLiteral("archived: %1, %2 bytes").arg(archive.filePath()).arg(archive.size()),
                         Colour::Busy);
