@@ -9,6 +9,7 @@
 #include "Supervisor.h"
 
 #include <QElapsedTimer>
+#include <QVector>
 
 #include <limits>
 
@@ -116,17 +117,31 @@ bool InitStep::canStart(const Module &node) const
 
 int InitStep::stopAll(bool recursive)
 {
-    qint64 count = recursive && m_next ? m_next->stopAll(true) : 0;
+    // The last one first. Not by recursion: a file can list tens of thousands, and stops wait inside each other.
+    QVector<InitStep *> steps{this};
+    while (recursive && steps.constLast()->m_next) {
+        steps.append(steps.constLast()->m_next);
+    }
+    qint64 count = 0;
+    for (auto step = steps.crbegin(); step != steps.crend(); ++step) {
+        count += (*step)->stopForest();
+    }
+    return saturated(count);
+}
+
+qint64 InitStep::stopForest()
+{
     Log::debug("[InitStep] StoppingAll init step %1", m_name);
     QElapsedTimer timer;
     timer.start();
     StopWalk walk;
+    qint64 count = 0;
     for (Module *root : qAsConst(roots)) {
         Log::debug("root Elem %1", root->getName());
         count += walk.stop(*root);
     }
     Log::info("[InitStep] step %1 stopped in %2 ms", m_name, timer.elapsed());
-    return saturated(count);
+    return count;
 }
 
 bool InitStep::stopApplication(const QString &name, bool withDependents)

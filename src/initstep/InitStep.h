@@ -63,6 +63,8 @@ public:
     QList<Module *> roots;
 
 private:
+    qint64 stopForest();
+
     const QString m_name;
     const int m_value;
     const bool m_showHomepage;
