@@ -6,6 +6,7 @@
 
 #include <cstdio>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 void writePidFile(const std::string &path)
@@ -14,7 +15,11 @@ void writePidFile(const std::string &path)
     if (file.exists()) {
         file.remove();
     }
-    if (!file.open(QIODevice::WriteOnly)) {
+    // The daemon's own mask lets everybody write, and whoever had it open by then could go on writing.
+    const mode_t ownMask = umask(S_IWGRP | S_IWOTH);
+    const bool isOpen = file.open(QIODevice::WriteOnly);
+    umask(ownMask);
+    if (!isOpen) {
         std::printf("PID opening error  : %s", file.errorString().toLocal8Bit().constData());
         std::fflush(stdout);
         return;
