@@ -1,4 +1,5 @@
 #include "Boot.h"
+#include "BusExchange.h"
 #include "ProcessTime.h"
 #include "Sections.h"
 #include "Statistics.h"
@@ -51,6 +52,7 @@ void measureList(const Programs &programs, const Boot &boot, Table &table, int r
     const QString name = QStringLiteral("calls");
     {
         const QDBusConnection bus = QDBusConnection::connectToBus(boot.address(), name);
+        exchangeWithBus(bus);
         while (call(bus, bareList).type() != QDBusMessage::ReplyMessage && server.state() != QProcess::NotRunning) {
             QThread::msleep(5);
         }

@@ -1,3 +1,4 @@
+#include "BusExchange.h"
 #include "Setting.h"
 #include "Terminal.h"
 
@@ -178,8 +179,9 @@ private:
     void vanish()
     {
         const QString name = "vanishing"_s;
-        QDBusConnection::connectToBus(m_terminal->bus.address(), name)
-            .asyncCall(Terminal::message(any(words("restart stopAll startAll"))));
+        const QDBusConnection connection = QDBusConnection::connectToBus(m_terminal->bus.address(), name);
+        exchangeWithBus(connection);
+        connection.asyncCall(Terminal::message(any(words("restart stopAll startAll"))));
         QDBusConnection::disconnectFromBus(name);
     }
 

@@ -1,6 +1,7 @@
 #ifndef COMPONENT_H
 #define COMPONENT_H
 
+#include "BusExchange.h"
 #include "JovApplication.h"
 #include "JovException.h"
 #include "JovModule.h"
@@ -66,7 +67,9 @@ public:
     explicit Peer(const PrivateBus &bus)
         : m_name("peer-%1"_s.arg(reinterpret_cast<quintptr>(this)))
         , connection(QDBusConnection::connectToBus(bus.address(), m_name))
-    { }
+    {
+        exchangeWithBus(connection);
+    }
     ~Peer() { QDBusConnection::disconnectFromBus(m_name); }
 
     QDBusPendingCall send(const QString &method, const QVariantList &arguments = {})

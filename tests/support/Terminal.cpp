@@ -1,6 +1,7 @@
 #include "Terminal.h"
 
 #include "ApplicationConfig.h"
+#include "BusExchange.h"
 #include "BusNames.h"
 
 #include <QDBusReply>
@@ -191,9 +192,10 @@ void Terminal::reconnect()
         QDBusConnection::disconnectFromBus(m_connectionName);
     }
     m_connectionName = "test-%1"_s.arg(++count);
-    QDBusConnection::connectToBus(bus.address(), m_connectionName)
-        .connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), this,
-                 SLOT(eventReceived(QString, QVariantMap)));
+    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), m_connectionName);
+    exchangeWithBus(connection);
+    connection.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), this,
+                       SLOT(eventReceived(QString, QVariantMap)));
 }
 
 void Terminal::eventReceived(const QString &name, const QVariantMap &arguments)
