@@ -82,16 +82,8 @@ void MemoryWatchdog::checkMemory()
     m_monitoringTimer.stop();
     m_outOfMemoryModules.clear();
     const qint64 totalMemory = m_reader.totalMemory();
-    // The request to reboot may let others run, who may clear the catalogue: no iterator and no record is kept over it.
-    const QStringList names = watchedModules();
-    const quint64 cancellations = m_cancellations;
-    for (const QString &name : names) {
-        ApplicationRecord *record = m_catalogue.find(name);
-        if (record && !checkModule(*record, totalMemory)) {
-            return;
-        }
-        if (m_cancellations != cancellations) {
-            m_outOfMemoryModules.clear();
+    for (const auto &entry : m_catalogue.applicationMap) {
+        if (entry.second && entry.second->getMaxMemory() > 0 && !checkModule(*entry.second, totalMemory)) {
             return;
         }
     }
@@ -104,17 +96,6 @@ void MemoryWatchdog::checkMemory()
     } else if (m_monitoring) {
         m_monitoringTimer.start();
     }
-}
-
-QStringList MemoryWatchdog::watchedModules() const
-{
-    QStringList names;
-    for (const auto &entry : m_catalogue.applicationMap) {
-        if (entry.second && entry.second->getMaxMemory() > 0) {
-            names.append(entry.first);
-        }
-    }
-    return names;
 }
 
 bool MemoryWatchdog::checkModule(ApplicationRecord &record, qint64 totalMemory)
@@ -138,9 +119,7 @@ bool MemoryWatchdog::checkModule(ApplicationRecord &record, qint64 totalMemory)
     if (retriesExhausted(record) && requestReboot()) {
         return false;
     }
-    if (!m_outOfMemoryModules.contains(name)) {
-        m_outOfMemoryModules.append(name);
-    }
+    m_outOfMemoryModules.append(name);
     return true;
 }
 

@@ -65,7 +65,6 @@ public Q_SLOTS:
     void restartOutOfMemoryModules();
 
 private:
-    [[nodiscard]] QStringList watchedModules() const;
     /// False when the terminal goes down.
     [[nodiscard]] bool checkModule(ApplicationRecord &record, qint64 totalMemory);
     [[nodiscard]] bool retriesExhausted(ApplicationRecord &record) const;

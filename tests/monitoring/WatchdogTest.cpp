@@ -193,14 +193,6 @@ private Q_SLOTS:
         setUsage("b"_s, 101, 100);
         m_watchdog->checkMemory();
         QTRY_COMPARE(m_supervisor.calls, QStringList("stop a"_s));
-        m_watchdog->setMonitoringWatchRetry(1);
-        m_supervisor.answer = [this] {
-            m_watchdog->cancel();
-            return QDBusMessage();
-        };
-        m_watchdog->checkMemory();
-        QTest::qWait(50);
-        QCOMPARE(m_supervisor.calls, QStringList({"stop a"_s, rebootCall}));
     }
 
     void startsDoNotNest()
