@@ -87,6 +87,7 @@ bool BusLink::takeName()
     }
     m_wantsName = true;
     m_hasName = true;
+    m_errorText.clear();
     return true;
 }
 
