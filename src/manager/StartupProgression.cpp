@@ -66,7 +66,8 @@ void StartupProgression::begin()
 
 void StartupProgression::goTo(int stepNum)
 {
-    if (!m_underWay) {
+    // A pass that a restart interrupted is under way, too: the boot sequence does not repeat its events.
+    if (!m_underWay && !m_interruptedTarget) {
         m_underWay = true;
         drive(stepNum);
         m_underWay = false;
@@ -150,10 +151,12 @@ qint64 StartupProgression::following(int number, int target) const
 void StartupProgression::interrupted(int target)
 {
     Log::debug("[AppMgr.init_step] interrupted because stopping");
-    m_manager.unsubscribeEvent(initStepEvent, &m_manager, SLOT(slot_init_step(int)));
     if (m_manager.restartPending()) {
-        m_interruptedTarget = qMax(target, m_held.value_or(target));
-    } else if (m_manager.mandatorySettings().hasFailed()) {
+        m_interruptedTarget = target;
+        return;
+    }
+    m_manager.unsubscribeEvent(initStepEvent, &m_manager, SLOT(slot_init_step(int)));
+    if (m_manager.mandatorySettings().hasFailed()) {
         // The boot script must learn of it, or it would wait for ever.
         m_manager.killFather();
     }
@@ -178,9 +181,6 @@ void StartupProgression::resumeAfterRestart()
     const int target = *m_interruptedTarget;
     m_interruptedTarget.reset();
     m_underWay = true;
-    if (!m_byItself) {
-        m_manager.subscribeEvent(initStepEvent, &m_manager, SLOT(slot_init_step(int)));
-    }
     if (pass(m_currentStep, target)) {
         passDone(target);
         if (const std::optional<int> next = nextTarget()) {

@@ -17,7 +17,7 @@ class InitStepChain;
  *
  * One pass runs at a time: an event that arrives meanwhile is held until it ends, so that no step starts before the one
  * below it is done, and the current step never goes back. A pass that a restart interrupts goes on after it, from the
- * number that it had reached. A stop interrupts it for good.
+ * number that it had reached, and events are held until then. A stop interrupts it for good.
  */
 class StartupProgression
 {

@@ -225,6 +225,19 @@ private Q_SLOTS:
         QVERIFY(std::is_sorted(infra.begin(), infra.end()));
     }
 
+    // The boot sequence does not repeat its event.
+    void initStepDuringRestart()
+    {
+        Terminal terminal("step one 1\nstep two 2\nA one --ready-after=200\nB two");
+        terminal.root.write("/tmp/step"_s, "1");
+        terminal.start();
+        QVERIFY(terminal.waitForLog("PID of :A"_s));
+        terminal.sendAsync("restart"_s);
+        QTRY_COMPARE(terminal.logCount("PID of :A"_s), 2);
+        terminal.notify("init_step"_s, {{"stepNum"_s, 2}});
+        QVERIFY(terminal.waitForLog("initStepDone: 2"_s));
+    }
+
     // The stop walk does not get to a step that was linked in front; the start that waits there must not hold the
     // restart.
     void restartPastUnreachableStart()
