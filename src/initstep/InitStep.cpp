@@ -3,6 +3,7 @@
 #include "ApplicationRecord.h"
 #include "Forest.h"
 #include "Log.h"
+#include "Saturated.h"
 #include "StartWalk.h"
 #include "StopWalk.h"
 #include "SupervisionObserver.h"
@@ -10,17 +11,6 @@
 
 #include <QElapsedTimer>
 #include <QVector>
-
-#include <limits>
-
-namespace {
-
-int saturated(qint64 count)
-{
-    return int(qMin<qint64>(count, std::numeric_limits<int>::max()));
-}
-
-} // namespace
 
 InitStep::InitStep(const QString &name, int value, bool showHomepage, Supervisor &supervisor)
     : m_name(name)

@@ -3,8 +3,7 @@
 #include "ApplicationManager.h"
 #include "JovProcess.h"
 #include "Log.h"
-
-#include <limits>
+#include "Saturated.h"
 
 int ApplicationManager::startAll()
 {
@@ -19,7 +18,7 @@ int ApplicationManager::startAll()
         }
         count += step->startAll(false);
     }
-    return int(qMin<qint64>(count, std::numeric_limits<int>::max()));
+    return saturated(count);
 }
 
 int ApplicationManager::stopAll()

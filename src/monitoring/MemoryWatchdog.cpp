@@ -6,23 +6,17 @@
 #include "Log.h"
 #include "MemoryLimit.h"
 #include "RetryPolicy.h"
+#include "Saturated.h"
 #include "Supervisor.h"
 
 #include <QScopedValueRollback>
 
-#include <limits>
 #include <memory>
 #include <utility>
 
 namespace {
 
 constexpr int retryPeriodPerMinute = 1000; // seconds for which a restart is remembered, for each minute of the delay
-
-int saturated(qint64 value)
-{
-    constexpr qint64 largest = std::numeric_limits<int>::max();
-    return int(qBound(-largest, value, largest));
-}
 
 QString joined(const QStringList &names)
 {

@@ -2,21 +2,16 @@
 
 #include "Log.h"
 #include "ProcParser.h"
+#include "Saturated.h"
 
 #include <QFile>
 
 #include <cerrno>
 #include <ctime>
-#include <limits>
 
 namespace {
 
 constexpr double ticksPerSecond = 100.0;
-
-int saturated(qint64 figure)
-{
-    return int(qMin<qint64>(figure, std::numeric_limits<int>::max()));
-}
 
 // Signals arrive all the time (a child has ended); against a point in time they do not shorten the sleep.
 void sleepFor(std::chrono::milliseconds period)
