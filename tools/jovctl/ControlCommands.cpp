@@ -79,8 +79,10 @@ bool stopOne(const BusClient &client, const QString &name)
     }
     module = findModule(after, name);
     const bool isStopped = module && module->isStopped();
-    if (isStopped && isAsked && module->launchedAt > module->exitedAt) {
-        // The daemon replies before it has seen the end of a process that it had to kill.
+    // The daemon can reply before it has seen the end of a process that it had to kill.
+    const bool isKilled =
+        isStopped && isAsked && (module->launchedAt > module->exitedAt || module->status == QLatin1String("SIGKILL"));
+    if (isKilled) {
         Console::complain(QStringLiteral("%1 did not end in time and was killed: that counts as a crash")
                               .arg(Console::printable(name)));
     } else if (isStopped) {
