@@ -64,6 +64,8 @@ private Q_SLOTS:
         row("none", QByteArray(), "default=5", "default", "");
         row("one at the default's place", steps("a=5"), "a=5", "a", "Two steps with same value [5]");
         row("own default", steps("default=3 b=4"), "default=3 b=4", "b", "");
+        row("own default refused", steps("a=1 b=6 default=6"), "a=1 b=6 default=7", "default",
+            "Two steps with same value [6]");
         row("between", steps("a=1 b=9 c=4"), "a=1 c=4 b=9 default=10", "default", "");
         row("between, and then out of reach", steps("a=1 b=9 c=5 d=3"), "a=1 c=5 b=9 default=10", "default", "");
         row("below the head", steps("b=5 a=1"), "a=1 b=5", "a", "Two steps with same value [5]");
@@ -144,6 +146,9 @@ private Q_SLOTS:
         QStringList foundSons;
         for (const auto &[name, node] : step.nodes) {
             const Application::Map below = node->getSons();
+            QCOMPARE(step.canStart(*node), node->getParents().isEmpty());
+            QCOMPARE(m_root.log().filter("Cannot be started: %1 because of "_s.arg(name)).size(),
+                     node->getParents().size());
             if (!below.isEmpty()) {
                 foundSons << name + u':' + QStringList(below.keys()).join(u',');
             }
