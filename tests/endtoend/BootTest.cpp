@@ -65,6 +65,7 @@ private Q_SLOTS:
         terminal.start();
         QVERIFY(terminal.waitForStates(states));
         QCOMPARE(terminal.end(SIGTERM), 0);
+        QVERIFY(terminal.logCount("waitState() method - timeout : 2000"_s) > 0);
         QTEST(launched(terminal), "started");
         QTEST(namesAfter(terminal, "Trying to stop module "_s), "stopped");
     }
@@ -189,6 +190,10 @@ private Q_SLOTS:
         const QStringList infra = terminal.events().filter("init_step_infra"_s);
         QCOMPARE(infra.size(), 6);
         QVERIFY(std::is_sorted(infra.begin(), infra.end()));
+        // From step 5 on it takes no orders.
+        QVERIFY(terminal.waitForLog("initStepDone: 8"_s));
+        terminal.notify("init_step"_s, {{"stepNum"_s, 50}});
+        QCOMPARE(terminal.call("getStepInfra"_s), "8"_s);
     }
 
     void mandatorySettings_data()
@@ -214,9 +219,15 @@ private Q_SLOTS:
         QFETCH(QString, message);
         QFETCH(QString, line);
         Terminal terminal("step one 1\nstep five 5\nA one\nB five"_s + settingsManager);
+        // A boot script may have been started with the report blocked.
+        sigset_t report;
+        sigemptyset(&report);
+        sigaddset(&report, SIGUSR2);
+        sigprocmask(SIG_BLOCK, &report, nullptr);
         connect(&terminal, &Terminal::event, this, [&](const QString &name) {
             if (name == "checkMandatorySettings"_s && reboot.isValid()) {
                 terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, reboot}});
+                terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, true}});
             } else if (name == "checkMandatorySettings"_s) {
                 terminal.notify("stop_module_SettingsManager"_s);
             }
@@ -229,32 +240,27 @@ private Q_SLOTS:
         }
         QCOMPARE(terminal.logCount("PID of :B"_s), status == 0 ? 1 : 0);
         QCOMPARE(terminal.end(SIGTERM), 0);
+        QCOMPARE(terminal.logCount("debug checkMandatorySettingsSuccess"_s), reboot.isValid() ? 1 : 0);
     }
 
     void presentation_data()
     {
-        columns<QString, QString, bool, bool>("arguments", "parameter", "sent", "up");
-        row("in time", "--presentation-after=50", "", false, true);
-        row("never", "", "", false, false);
-        row("too early", "--ready-after=200", "", true, false);
-        row("late, without the timer", "--presentation-after=700", "no_webapp_timer=0", false, true);
+        columns<QString, QString, bool>("arguments", "parameter", "up");
+        row("in time", "--presentation-after=50", "", true);
+        row("never", "", "", false);
+        row("late, without the timer", "--presentation-after=700", "no_webapp_timer=0", true);
     }
 
     void presentation()
     {
         QFETCH(QString, arguments);
         QFETCH(QString, parameter);
-        QFETCH(bool, sent);
         QFETCH(bool, up);
         Terminal terminal("step home 7 home\nJovWebClient home "_s + arguments);
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         const QString ini = "/etc/JovApplication/platform.ini"_s;
         terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\n" + parameter.toUtf8());
         terminal.start();
-        if (sent) {
-            QVERIFY(terminal.waitForStates("JovWebClient:STARTING"_s));
-            terminal.notify("presentationReady"_s);
-        }
         if (up) {
             QVERIFY(terminal.waitForEvent("end_of_init"_s));
             QVERIFY(terminal.waitForStates("JovWebClient:RUNNING"_s));

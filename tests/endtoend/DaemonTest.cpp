@@ -80,11 +80,13 @@ private Q_SLOTS:
         Terminal terminal("step one 1\nA one");
         const QString path = terminal.root.path("/pid"_s);
         terminal.root.write("/pid"_s, "4711 and much more");
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        QFile old(path);
+        QVERIFY(old.open(QIODevice::ReadOnly));
         QCOMPARE(terminal.startDaemon({"--pidFile="_s + path}), 0);
         QCOMPARE(terminal.output(),
                  "PID File : " + path.toLocal8Bit() + "\nSignal SIGUSR1 intercepted : Presentation ready \n");
         QCOMPARE(terminal.root.read("/pid"_s), QByteArray::number(terminal.pid()) + '\n');
+        QVERIFY2(old.readAll().endsWith("more"), "whoever has the old one open has nothing of the new one");
         struct stat file = {};
         QCOMPARE(stat(QFile::encodeName(path).constData(), &file), 0);
         QCOMPARE(int(file.st_mode & 0777), 0644);
