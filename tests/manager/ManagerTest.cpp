@@ -99,6 +99,7 @@ private Q_SLOTS:
         MemoryWatchdog watchdog(supervisor, catalogue, ProcReader());
         watchdog.setMonitoringWatchDelay(1);
         watchdog.setMonitoringWatchRetry(2);
+        watchdog.startMonitoring();
         Setting setting;
         setting.setId(id);
         setting.setValue(value);

@@ -133,8 +133,9 @@ private Q_SLOTS:
 
     void signalsDoNotShortenTheMeasurement()
     {
+        static const QByteArray ended = QFile::encodeName(m_root.path("/7/stat"_s));
         struct sigaction action = {};
-        action.sa_handler = [](int) {};
+        action.sa_handler = [](int) { ::unlink(ended.constData()); };
         ::sigaction(SIGALRM, &action, nullptr);
         const itimerval often = {{0, 5000}, {0, 5000}};
         ::setitimer(ITIMER_REAL, &often, nullptr);
@@ -142,10 +143,13 @@ private Q_SLOTS:
         timer.start();
         const double usage = ProcReader().getCpuUsage(ownPid, std::chrono::milliseconds(100));
         const qint64 elapsed = timer.elapsed();
+        m_root.write("/7/stat"_s, statText("sh", 30));
+        const double usageOfEnded = ProcReader(m_root.path()).getCpuUsage("7"_s, std::chrono::milliseconds(100));
         const itimerval never = {};
         ::setitimer(ITIMER_REAL, &never, nullptr);
         QVERIFY(elapsed >= 100);
         QVERIFY2(usage >= 0 && usage < 0.5, qPrintable(QString::number(usage)));
+        QCOMPARE(usageOfEnded, 0.0);
     }
 
 private:

@@ -161,9 +161,7 @@ private Q_SLOTS:
             m_watchdog->startMonitoring();
         };
         m_watchdog->startMonitoring();
-        QTRY_COMPARE(m_supervisor.calls.size(), 3);
-        QCOMPARE(m_supervisor.calls, QStringList({"stop a"_s, "stop b"_s, "startAll"_s}));
-        QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
+        QTRY_COMPARE(m_supervisor.calls, QStringList({"stop a"_s, "stop b"_s, "startAll"_s}));
         QCOMPARE(m_root.log().last(), "error checkMemory: Modules (a, b) use too much memory"_s);
         QTest::qWait(50);
         QCOMPARE(m_supervisor.calls.size(), 3);
@@ -173,6 +171,7 @@ private Q_SLOTS:
     {
         setUsage("gone"_s, 101, 100);
         setUsage("removed"_s, 101, 100);
+        m_watchdog->checkMemory();
         m_watchdog->checkMemory();
         m_catalogue.find("gone"_s)->setID("0"_s);
         m_catalogue.applicationMap.erase("removed"_s);
