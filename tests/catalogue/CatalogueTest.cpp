@@ -165,6 +165,7 @@ private Q_SLOTS:
         bytes("too large", "<c>" + QByteArray(1024 * 1024 - 6, 'x') + "</c>", Result::NotParsable);
         link("nothing", "", Result::Missing);
         link("dangling link", "nowhere", Result::Missing);
+        link("below a file", "other/file", Result::Missing);
         link("link to itself", "config.xml", Result::NotReadable);
         link("folder", "/", Result::NotReadable);
         link("device", "/dev/zero", Result::NotReadable);
