@@ -7,7 +7,6 @@
 
 #include <csignal>
 
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 /// What the platform makes of the root prefix, of platform.ini, and of shell commands.
@@ -68,7 +67,6 @@ private Q_SLOTS:
         row("percent", QByteArray("[a%20b]\nk%20=100%\n"), "a b", "k =100%");
         row("blank", QByteArray("[a b]\nk=1\n"), "a b", "k=1");
         row("general", QByteArray("[General]\nk=1\n[m]\nx=2\n"), "General", "k=1");
-        row("other section", QByteArray("[m]\nx=1\n"), "n", "");
         row("no section", QByteArray("[m]\nx=1\n"), "", "");
         row("prefix of another", QByteArray("[Gate2]\nx=1\n"), "Gate", "");
     }
@@ -87,15 +85,6 @@ private Q_SLOTS:
         QString value = "untouched"_s;
         QCOMPARE(settings_get_param("missing"_s, value), -1);
         QCOMPARE(value, "untouched"_s);
-    }
-
-    void fifoDoesNotBlock()
-    {
-        const QString ini = m_root.path("/etc/JovApplication/platform.ini"_s);
-        QFile::remove(ini);
-        QCOMPARE(mkfifo(qPrintable(ini), 0600), 0);
-        QVERIFY(settings_get_section("platform"_s).isEmpty());
-        QFile::remove(ini);
     }
 
     void commandHasDefaultSignals()

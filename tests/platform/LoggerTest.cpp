@@ -127,12 +127,18 @@ private Q_SLOTS:
         dup2(file, STDERR_FILENO);
         LogSink sink(place.isEmpty() ? QString() : m_root.path(place));
         sink.write(JovLogger::Error, "one"_s);
+        const bool mendable = place.startsWith("/missing"_s);
+        if (mendable) {
+            m_root.write(place, QByteArray());
+            sink.write(JovLogger::Error, "into the file"_s);
+            QDir(m_root.path("/missing"_s)).removeRecursively();
+        }
         sink.write(JovLogger::Error, "two"_s);
         dup2(saved, STDERR_FILENO);
         close(saved);
         close(file);
         const QByteArray content = m_root.read("/stderr"_s);
-        QCOMPARE(content.count(" error cannot write the log file"), place.isEmpty() ? 0 : 1);
+        QCOMPARE(content.count(" error cannot write the log file"), place.isEmpty() ? 0 : mendable ? 2 : 1);
         QVERIFY(content.contains(" error one\n") && content.endsWith(" error two\n"));
     }
 
