@@ -21,30 +21,45 @@ constexpr int longestName = 32; ///< characters
 constexpr double narrowestBar = 2;
 constexpr int narrowestTick = 90;
 
-const char styles[] =
-    "  <style>\n"
-    "    svg { --paper: #ffffff; --ink: #1d2733; --faint: #5d6b7a; --grid: #dfe4ea; --band: #f3f5f8;\n"
-    "          --bar: #7ba7d9; --critical: #d9642b; --failed: #b3261e; --home: #2e7d4f; }\n"
-    "    @media (prefers-color-scheme: dark) {\n"
-    "      svg { --paper: #14181d; --ink: #e6ebf0; --faint: #9aa7b4; --grid: #2c343d; --band: #1c2229;\n"
-    "            --bar: #4f7fb5; --critical: #f08a4b; --failed: #ff6b5e; --home: #6fcf97; }\n"
-    "    }\n"
-    "    @media print {\n"
-    "      svg { --paper: #ffffff; --ink: #000000; --faint: #444444; --grid: #cccccc; --band: #f0f0f0;\n"
-    "            --bar: #7ba7d9; --critical: #d9642b; --failed: #b3261e; --home: #2e7d4f;\n"
-    "            print-color-adjust: exact; -webkit-print-color-adjust: exact; }\n"
-    "    }\n"
-    "    text { font: 12px 'DejaVu Sans Mono', 'Liberation Mono', Menlo, Consolas, monospace; fill: var(--ink);\n"
-    "           paint-order: stroke; stroke: var(--paper); stroke-width: 3px; }\n"
-    "    .title { font-size: 18px; font-weight: bold; }\n"
-    "    .faint { fill: var(--faint); }\n"
-    "    .step { font-weight: bold; }\n"
-    "    .paper { fill: var(--paper); } .band { fill: var(--band); }\n"
-    "    .grid { stroke: var(--grid); stroke-width: 1; } .home { stroke: var(--home); stroke-width: 1.5; "
-    "stroke-dasharray: 4 3; }\n"
-    "    .bar { fill: var(--bar); } .critical { fill: var(--critical); } .span { fill: var(--faint); }\n"
-    "    .failed { fill: none; stroke: var(--failed); stroke-width: 1.5; stroke-dasharray: 3 2; }\n"
-    "  </style>\n";
+struct Palette
+{
+    const char *paper, *ink, *faint, *grid, *band, *bar, *critical, *failed, *home;
+};
+
+constexpr Palette onLight{"#ffffff", "#1d2733", "#5d6b7a", "#dfe4ea", "#f3f5f8",
+                          "#7ba7d9", "#d9642b", "#b3261e", "#2e7d4f"};
+constexpr Palette onDark{"#14181d", "#e6ebf0", "#9aa7b4", "#2c343d", "#1c2229",
+                         "#4f7fb5", "#f08a4b", "#ff6b5e", "#6fcf97"};
+constexpr Palette onPaper{"#ffffff", "#000000", "#444444", "#cccccc", "#f0f0f0",
+                          "#7ba7d9", "#d9642b", "#b3261e", "#2e7d4f"};
+
+// Each rule has its colour as it is: many viewers know no variables, and paint black what they cannot read.
+QString colours(const Palette &palette)
+{
+    return QStringLiteral(
+               "    .paper { fill: %1; } text { fill: %2; stroke: %1; } .grid { stroke: %4; } .band { fill: %5; }\n"
+               "    .bar { fill: %6; } .critical { fill: %7; } .faint, .span { fill: %3; }\n"
+               "    .failed { stroke: %8; } .home { stroke: %9; }\n")
+        .arg(QLatin1String(palette.paper), QLatin1String(palette.ink), QLatin1String(palette.faint),
+             QLatin1String(palette.grid), QLatin1String(palette.band), QLatin1String(palette.bar),
+             QLatin1String(palette.critical), QLatin1String(palette.failed), QLatin1String(palette.home));
+}
+
+QString styles()
+{
+    return QStringLiteral("  <style>\n") + colours(onLight)
+        + QStringLiteral("    @media (prefers-color-scheme: dark) {\n") + colours(onDark)
+        + QStringLiteral("    }\n    @media print {\n"
+                         "    svg { print-color-adjust: exact; -webkit-print-color-adjust: exact; }\n")
+        + colours(onPaper)
+        + QStringLiteral("    }\n"
+                         "    text { font: 12px 'DejaVu Sans Mono', 'Liberation Mono', Menlo, Consolas, monospace;\n"
+                         "           paint-order: stroke; stroke-width: 3px; }\n"
+                         "    .title { font-size: 18px; font-weight: bold; } .step { font-weight: bold; }\n"
+                         "    .grid { stroke-width: 1; } .home { stroke-width: 1.5; stroke-dasharray: 4 3; }\n"
+                         "    .failed { fill: none; stroke-width: 1.5; stroke-dasharray: 3 2; }\n"
+                         "  </style>\n");
+}
 
 QString number(double value)
 {
@@ -88,7 +103,7 @@ public:
                                       "height=\"%2\" role=\"img\">\n")
                            .arg(width)
                            .arg(height);
-        head += QStringLiteral("  <title>%1</title>\n").arg(escaped(title(host))) + QLatin1String(styles)
+        head += QStringLiteral("  <title>%1</title>\n").arg(escaped(title(host))) + styles()
             + QStringLiteral("  <rect class=\"paper\" width=\"%1\" height=\"%2\"/>\n").arg(width).arg(height);
         drawHead(host);
         drawSteps();
