@@ -33,9 +33,9 @@ void checkRecord(const ApplicationRecord &record)
 void compareWithCheck(const ApplicationRecord &record)
 {
     const Place place{configPath(ApplicationType::Module, record.getName()), 0, record.getName()};
-    const XmlFile file = readXmlFile(place.file, QStringLiteral("config"));
+    const XmlFile file = readXmlFile(place.file);
     Findings findings;
-    const QDomElement root =
+    const XmlElement root =
         XmlElements::rootOf(file, QStringLiteral("config"), place, QStringLiteral("left out"), findings);
     require((file.result == XmlFile::Result::Ok) == (record.getStatus() == ConfigStatus::ok),
             "two readings of a file differ");

@@ -3,8 +3,6 @@
 #include "ModulePaths.h"
 #include "XmlFile.h"
 
-#include <QDomElement>
-
 namespace {
 
 struct Config
@@ -31,34 +29,34 @@ QString statusOf(XmlFile::Result result)
     return ConfigStatus::notParsable;
 }
 
-QString textOf(const QDomElement &root, const QString &tag, const QString &fallback)
+QString textOf(const XmlElement &root, const QString &tag, const QString &fallback)
 {
-    const QDomElement element = root.firstChildElement(tag);
+    const XmlElement element = root.firstChildElement(tag);
     return element.isNull() ? fallback : element.text();
 }
 
 // From the first element of the tag on, every sibling counts, whatever its own tag.
 template <typename Visit>
-void forEachFrom(const QDomElement &parent, const QString &tag, Visit visit)
+void forEachFrom(const XmlElement &parent, const QString &tag, Visit visit)
 {
-    for (QDomElement element = parent.firstChildElement(tag); !element.isNull();
+    for (XmlElement element = parent.firstChildElement(tag); !element.isNull();
          element = element.nextSiblingElement()) {
         visit(element);
     }
 }
 
-QStringList listOf(const QDomElement &parent, const QString &tag)
+QStringList listOf(const XmlElement &parent, const QString &tag)
 {
     QStringList list;
-    forEachFrom(parent, tag, [&list](const QDomElement &element) { list.append(element.text()); });
+    forEachFrom(parent, tag, [&list](const XmlElement &element) { list.append(element.text()); });
     return list;
 }
 
 // The last match wins.
-int ceilingOf(const QDomElement &maxMemory, const QString &ddrSize)
+int ceilingOf(const XmlElement &maxMemory, const QString &ddrSize)
 {
     int ceiling = 0;
-    forEachFrom(maxMemory, QStringLiteral("DDRSz"), [&](const QDomElement &element) {
+    forEachFrom(maxMemory, QStringLiteral("DDRSz"), [&](const XmlElement &element) {
         const QString criteria = element.attribute(QStringLiteral("criteria"));
         if (!criteria.isEmpty() && criteria == ddrSize) {
             ceiling = element.text().toInt();
@@ -67,7 +65,7 @@ int ceilingOf(const QDomElement &maxMemory, const QString &ddrSize)
     return ceiling;
 }
 
-Config configOf(const QDomElement &root, const QString &ddrSize)
+Config configOf(const XmlElement &root, const QString &ddrSize)
 {
     Config config;
     config.description = textOf(root, QStringLiteral("description"), config.description);
@@ -89,10 +87,10 @@ QString configPath(ApplicationType type, const QString &name)
 
 void readConfig(ApplicationRecord &record, const QString &ddrSize)
 {
-    const XmlFile file = readXmlFile(configPath(record.getType(), record.getName()), QStringLiteral("config"));
-    const QDomElement root = file.document.documentElement();
+    const XmlFile file = readXmlFile(configPath(record.getType(), record.getName()));
+    const XmlElement root = file.document.documentElement();
     // A foreign document is not an error: it says nothing about this application.
-    const Config config = root.nodeName() == QLatin1String("config") ? configOf(root, ddrSize) : Config();
+    const Config config = root.tagName() == QLatin1String("config") ? configOf(root, ddrSize) : Config();
     record.setStatus(statusOf(file.result));
     record.setSettingsDeployed(false);
     record.setDescription(config.description);

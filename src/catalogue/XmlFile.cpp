@@ -62,32 +62,9 @@ int expansionLimit(int fileSize)
     return qMin(maxReferenceSize, maxExpandedSize / (fileSize / shortestReference + 1));
 }
 
-// QDomDocument builds and frees its tree by recursion, and expands what it is told to: look before it does.
-XmlFile check(const QByteArray &bytes)
-{
-    QXmlStreamReader reader(bytes);
-    reader.setNamespaceProcessing(false);
-    reader.setEntityExpansionLimit(expansionLimit(bytes.size()));
-    int depth = 0;
-    while (!reader.atEnd()) {
-        const QXmlStreamReader::TokenType token = reader.readNext();
-        if (token == QXmlStreamReader::StartElement && ++depth > maxDepth) {
-            return failure(XmlFile::Result::NotParsable, QStringLiteral("elements are nested too deeply"),
-                           int(reader.lineNumber()));
-        }
-        if (token == QXmlStreamReader::EndElement) {
-            --depth;
-        }
-    }
-    if (reader.hasError()) {
-        return failure(XmlFile::Result::NotParsable, reader.errorString(), int(reader.lineNumber()));
-    }
-    return failure(XmlFile::Result::Ok, QString());
-}
-
 } // namespace
 
-XmlFile readXmlFile(const QString &path, const QString &documentName)
+XmlFile readXmlFile(const QString &path)
 {
     QByteArray bytes;
     int error = 0;
@@ -101,15 +78,14 @@ XmlFile readXmlFile(const QString &path, const QString &documentName)
     if (!excess.isEmpty()) {
         return failure(XmlFile::Result::NotParsable, excess);
     }
-    XmlFile file = check(bytes);
-    if (file.result != XmlFile::Result::Ok) {
-        return file;
+    QXmlStreamReader reader(bytes);
+    reader.setNamespaceProcessing(false);
+    reader.setEntityExpansionLimit(expansionLimit(bytes.size()));
+    XmlFile file;
+    file.document.read(reader, maxDepth);
+    if (reader.hasError()) {
+        return failure(XmlFile::Result::NotParsable, reader.errorString(), int(reader.lineNumber()));
     }
-    file.document = QDomDocument(documentName);
-    QString message;
-    int line = 0;
-    if (!file.document.setContent(xmlWithShortReferences(bytes), &message, &line)) {
-        return failure(XmlFile::Result::NotParsable, message, line);
-    }
+    file.result = XmlFile::Result::Ok;
     return file;
 }

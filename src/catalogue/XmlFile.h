@@ -1,7 +1,8 @@
 #ifndef XML_FILE_H
 #define XML_FILE_H
 
-#include <QDomDocument>
+#include "XmlDocument.h"
+
 #include <QString>
 
 /**
@@ -15,12 +16,12 @@ struct XmlFile
     enum class Result { Ok, Missing, NotReadable, NotParsable };
 
     Result result = Result::Missing;
-    QDomDocument document; ///< Empty unless result is Ok.
+    XmlDocument document; ///< Empty unless result is Ok.
     QString error; ///< What is wrong, for people; empty when Ok.
     int line = 0; ///< Where, for NotParsable; 0 when the file as a whole is meant.
 };
 
-/// Reads `path`, which the caller has put under the root prefix, into a document of the given name.
-[[nodiscard]] XmlFile readXmlFile(const QString &path, const QString &documentName);
+/// Reads `path`, which the caller has put under the root prefix.
+[[nodiscard]] XmlFile readXmlFile(const QString &path);
 
 #endif

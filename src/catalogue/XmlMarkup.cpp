@@ -29,27 +29,6 @@ int countAttributes(const QByteArray &text, int start, int end)
     return attributes;
 }
 
-// The last byte of the comment, CDATA section or instruction that begins at `start`; `start` when none does.
-int verbatimEnd(const QByteArray &text, int start)
-{
-    const struct
-    {
-        const char *opening;
-        const char *closing;
-    } kinds[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
-    for (const auto &kind : kinds) {
-        if (qstrncmp(text.constData() + start, kind.opening, qstrlen(kind.opening)) == 0) {
-            return qMax(start, text.indexOf(kind.closing, start));
-        }
-    }
-    return start;
-}
-
-QByteArray reference(ushort half)
-{
-    return "&#x" + QByteArray::number(half, 16) + ';';
-}
-
 } // namespace
 
 QString xmlMarkupExcess(const QByteArray &text)
@@ -71,33 +50,4 @@ QString xmlMarkupExcess(const QByteArray &text)
         }
     }
     return declarations > maxDeclarations ? QStringLiteral("too many declarations") : QString();
-}
-
-QByteArray xmlWithShortReferences(const QByteArray &text)
-{
-    QByteArray result;
-    int copied = 0;
-    for (int i = 0; i < text.size(); ++i) {
-        if (text.at(i) == '<') {
-            i = verbatimEnd(text, i);
-        }
-        if (text.at(i) != '&') {
-            continue;
-        }
-        const int end = text.indexOf(';', i);
-        if (end < 0) {
-            break;
-        }
-        const QByteArray name = text.mid(i + 1, end - i - 1);
-        const bool hexadecimal = name.startsWith("#x");
-        const uint character =
-            name.startsWith('#') ? name.mid(hexadecimal ? 2 : 1).toUInt(nullptr, hexadecimal ? 16 : 10) : 0;
-        if (QChar::requiresSurrogates(character)) {
-            result += text.mid(copied, i - copied) + reference(QChar::highSurrogate(character))
-                + reference(QChar::lowSurrogate(character));
-            copied = end + 1;
-        }
-        i = end;
-    }
-    return result + text.mid(copied);
 }

@@ -6,8 +6,6 @@
 #include "ModulePaths.h"
 #include "XmlFile.h"
 
-#include <QDomElement>
-
 #include <limits>
 
 namespace {
@@ -17,10 +15,10 @@ const QString defaultStep = QStringLiteral("default");
 /// The lowest value of a step that the daemon reaches by itself.
 constexpr int firstOwnStep = 5;
 
-bool readSteps(InitStepChain &chain, const QDomElement &root)
+bool readSteps(InitStepChain &chain, const XmlElement &root)
 {
     bool hasDefault = false;
-    for (QDomElement element = root.firstChildElement(QStringLiteral("step")); !element.isNull();
+    for (XmlElement element = root.firstChildElement(QStringLiteral("step")); !element.isNull();
          element = element.nextSiblingElement(QStringLiteral("step"))) {
         if (!element.hasAttribute(QStringLiteral("name")) || !element.hasAttribute(QStringLiteral("value"))) {
             continue;
@@ -49,7 +47,7 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
     chain.clearInitSteps();
     const QString path = JovRoot::rooted(ModulePaths::configDirectory() + moduleName + QStringLiteral("/initStep.xml"));
     Log::debug("InitStep File %1", path);
-    const XmlFile file = readXmlFile(path, QStringLiteral("initStep"));
+    const XmlFile file = readXmlFile(path);
     switch (file.result) {
     case XmlFile::Result::Missing:
         Log::warning("[parse InitStep] File %1 does not exist", path);
@@ -63,8 +61,8 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
     case XmlFile::Result::Ok:
         break;
     }
-    const QDomElement root = file.document.documentElement();
-    if (root.nodeName() != QLatin1String("initStep")) {
+    const XmlElement root = file.document.documentElement();
+    if (root.tagName() != QLatin1String("initStep")) {
         return false;
     }
     if (!readSteps(chain, root)) {

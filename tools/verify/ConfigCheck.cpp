@@ -29,11 +29,11 @@ QString listOf(const QString &item)
     return item == dependency ? dependencies : item == argument ? extraArgs : item == ceiling ? maxMemory : QString();
 }
 
-void checkRoot(const QDomElement &root, const Place &place, Findings &findings)
+void checkRoot(const XmlElement &root, const Place &place, Findings &findings)
 {
     const QStringList known{description, initStep, maxMemory, dependencies, extraArgs};
     QStringList seen;
-    for (QDomElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
         if (known.contains(name) && seen.contains(name)) {
             findings.warning(place.at(child.lineNumber()), QStringLiteral("a second %1 is passed over").arg(tag(name)),
@@ -50,20 +50,20 @@ void checkRoot(const QDomElement &root, const Place &place, Findings &findings)
 }
 
 /// The lines of what the daemon takes from a list: from the first `item` on every element counts, whatever its name.
-QVector<int> checkList(const QDomElement &list, const QString &item, const Place &place, Findings &findings)
+QVector<int> checkList(const XmlElement &list, const QString &item, const Place &place, Findings &findings)
 {
     QVector<int> lines;
-    const QDomElement first = list.firstChildElement(item);
+    const XmlElement first = list.firstChildElement(item);
     if (first.isNull()) {
         XmlElements::checkSpelling(list, {item}, place, findings);
         return lines;
     }
-    for (QDomElement child = list.firstChildElement(); child != first; child = child.nextSiblingElement()) {
+    for (XmlElement child = list.firstChildElement(); child.tagName() != item; child = child.nextSiblingElement()) {
         findings.warning(place.at(child.lineNumber()),
                          QStringLiteral("%1 before the first %2 is passed over").arg(tag(child.tagName()), tag(item)),
                          QStringLiteral("write %1, or take it out").arg(tag(item)));
     }
-    for (QDomElement child = first; !child.isNull(); child = child.nextSiblingElement()) {
+    for (XmlElement child = first; !child.isNull(); child = child.nextSiblingElement()) {
         lines << child.lineNumber();
         if (child.tagName() != item) {
             findings.warning(place.at(child.lineNumber()),
@@ -74,7 +74,7 @@ QVector<int> checkList(const QDomElement &list, const QString &item, const Place
     return lines;
 }
 
-void checkCeiling(const QDomElement &element, const Place &place, Findings &findings)
+void checkCeiling(const XmlElement &element, const Place &place, Findings &findings)
 {
     XmlElements::checkAttributes(element, {criteria}, place, findings);
     const Place here = place.at(element.lineNumber());
@@ -98,14 +98,14 @@ void checkCeiling(const QDomElement &element, const Place &place, Findings &find
     }
 }
 
-void checkCeilings(const QDomElement &parent, const QString &ddrSize, const Place &place, Findings &findings)
+void checkCeilings(const XmlElement &parent, const QString &ddrSize, const Place &place, Findings &findings)
 {
     if (parent.isNull()) {
         return;
     }
     QStringList sizes;
     const QVector<int> lines = checkList(parent, ceiling, place, findings);
-    for (QDomElement child = parent.firstChildElement(ceiling); !child.isNull(); child = child.nextSiblingElement()) {
+    for (XmlElement child = parent.firstChildElement(ceiling); !child.isNull(); child = child.nextSiblingElement()) {
         const QString size = child.attribute(criteria);
         if (!size.isEmpty() && sizes.contains(size)) {
             findings.warning(place.at(child.lineNumber()),
@@ -129,13 +129,13 @@ void checkCeilings(const QDomElement &parent, const QString &ddrSize, const Plac
 
 } // namespace
 
-ConfigLines checkConfig(const QDomElement &root, const QString &ddrSize, const Place &place, Findings &findings)
+ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings)
 {
     checkRoot(root, place, findings);
     checkCeilings(root.firstChildElement(maxMemory), ddrSize, place, findings);
     checkList(root.firstChildElement(extraArgs), argument, place, findings);
     ConfigLines lines;
-    lines.initStep = qMax(0, root.firstChildElement(initStep).lineNumber());
+    lines.initStep = root.firstChildElement(initStep).lineNumber();
     lines.dependencies = checkList(root.firstChildElement(dependencies), dependency, place, findings);
     return lines;
 }

@@ -2,8 +2,8 @@
 #define CONFIG_CHECK_H
 
 #include "Findings.h"
+#include "XmlDocument.h"
 
-#include <QDomElement>
 #include <QVector>
 
 /// One module's config.xml as XML: where its parts stand, and what in it the daemon passes over or takes otherwise than
@@ -16,6 +16,6 @@ struct ConfigLines
 };
 
 /// `ddrSize` is the text of the terminal's memory size, which picks a ceiling.
-ConfigLines checkConfig(const QDomElement &root, const QString &ddrSize, const Place &place, Findings &findings);
+ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings);
 
 #endif

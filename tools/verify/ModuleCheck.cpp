@@ -63,7 +63,7 @@ void checkPlacement(const InstalledModule &module, const StepTable &steps, Findi
 void checkConfigFile(InstalledModule &module, const QStringList &orphans, const QString &ddrSize, Findings &findings)
 {
     const QString name = module.record->getName();
-    const XmlFile file = readXmlFile(module.config.file, QStringLiteral("config"));
+    const XmlFile file = readXmlFile(module.config.file);
     if (file.result == XmlFile::Result::Missing) {
         findings.warning(
             module.config,
@@ -72,7 +72,7 @@ void checkConfigFile(InstalledModule &module, const QStringList &orphans, const 
             QStringLiteral("write one%1").arg(Spelling::hint(name, orphans)));
         return;
     }
-    const QDomElement root = XmlElements::rootOf(
+    const XmlElement root = XmlElements::rootOf(
         file, QStringLiteral("config"), module.config,
         QStringLiteral("the module starts in the step 'default', without dependencies, arguments and ceiling"),
         findings);

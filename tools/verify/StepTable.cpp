@@ -32,15 +32,15 @@ QString text(const InitStep &step)
 bool StepTable::read(Findings &findings)
 {
     m_place.file = JovRoot::rooted(ModulePaths::configDirectory() + managerName + QStringLiteral("/initStep.xml"));
-    const XmlFile file = readXmlFile(m_place.file, QStringLiteral("initStep"));
-    const QDomElement root = XmlElements::rootOf(file, QStringLiteral("initStep"), m_place,
-                                                 QStringLiteral("the daemon does not start"), findings);
+    const XmlFile file = readXmlFile(m_place.file);
+    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("initStep"), m_place,
+                                                QStringLiteral("the daemon does not start"), findings);
     if (root.isNull() || !parseInitStep(m_chain, managerName)) {
         return false;
     }
     const QString step = QStringLiteral("step");
     XmlElements::checkSpelling(root, {step}, m_place, findings);
-    for (QDomElement element = root.firstChildElement(step); !element.isNull();
+    for (XmlElement element = root.firstChildElement(step); !element.isNull();
          element = element.nextSiblingElement(step)) {
         readEntry(element, findings);
     }
@@ -50,7 +50,7 @@ bool StepTable::read(Findings &findings)
     return true;
 }
 
-void StepTable::readEntry(const QDomElement &element, Findings &findings)
+void StepTable::readEntry(const XmlElement &element, Findings &findings)
 {
     const QString name = QStringLiteral("name");
     const QString value = QStringLiteral("value");

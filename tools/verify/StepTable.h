@@ -4,8 +4,8 @@
 #include "Findings.h"
 #include "InitStepChain.h"
 #include "NoSupervisor.h"
+#include "XmlDocument.h"
 
-#include <QDomElement>
 #include <QStringList>
 #include <QVector>
 
@@ -41,7 +41,7 @@ public:
     [[nodiscard]] const Place &place() const { return m_place; }
 
 private:
-    void readEntry(const QDomElement &element, Findings &findings);
+    void readEntry(const XmlElement &element, Findings &findings);
     [[nodiscard]] bool isDuplicate(const Listed &entry, Findings &findings) const;
     void checkOrder(Findings &findings) const;
     void checkStop(Findings &findings) const;

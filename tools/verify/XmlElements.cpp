@@ -10,8 +10,8 @@ QString XmlElements::tag(const QString &name)
     return QLatin1Char('<') + name + QLatin1Char('>');
 }
 
-QDomElement XmlElements::rootOf(const XmlFile &file, const QString &rootName, const Place &place,
-                                const QString &consequence, Findings &findings)
+XmlElement XmlElements::rootOf(const XmlFile &file, const QString &rootName, const Place &place,
+                               const QString &consequence, Findings &findings)
 {
     switch (file.result) {
     case XmlFile::Result::Missing:
@@ -29,21 +29,21 @@ QDomElement XmlElements::rootOf(const XmlFile &file, const QString &rootName, co
     case XmlFile::Result::Ok:
         break;
     }
-    const QDomElement root = file.document.documentElement();
-    if (root.nodeName() != rootName) {
+    const XmlElement root = file.document.documentElement();
+    if (root.tagName() != rootName) {
         findings.error(place.at(root.lineNumber()),
-                       QStringLiteral("the root element is %1: %2").arg(tag(root.nodeName()), consequence),
+                       QStringLiteral("the root element is %1: %2").arg(tag(root.tagName()), consequence),
                        QStringLiteral("the root element must be %1").arg(tag(rootName)));
         return {};
     }
     return root;
 }
 
-void XmlElements::checkSpelling(const QDomElement &parent, const QStringList &known, const Place &place,
+void XmlElements::checkSpelling(const XmlElement &parent, const QStringList &known, const Place &place,
                                 Findings &findings)
 {
     QSet<QString> told;
-    for (QDomElement child = parent.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (XmlElement child = parent.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
         if (known.contains(name) || told.contains(name)) {
             continue;
@@ -58,13 +58,13 @@ void XmlElements::checkSpelling(const QDomElement &parent, const QStringList &kn
     }
 }
 
-void XmlElements::checkAttributes(const QDomElement &element, const QStringList &known, const Place &place,
+void XmlElements::checkAttributes(const XmlElement &element, const QStringList &known, const Place &place,
                                   Findings &findings)
 {
-    const QDomNamedNodeMap attributes = element.attributes();
+    const QXmlStreamAttributes attributes = element.attributes();
     QStringList names;
-    for (int i = 0; i < attributes.size(); ++i) {
-        names << attributes.item(i).nodeName();
+    for (const QXmlStreamAttribute &attribute : attributes) {
+        names << attribute.qualifiedName().toString();
     }
     names.sort();
     for (const QString &name : qAsConst(names)) {

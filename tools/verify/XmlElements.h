@@ -2,8 +2,8 @@
 #define XML_ELEMENTS_H
 
 #include "Findings.h"
+#include "XmlDocument.h"
 
-#include <QDomElement>
 #include <QStringList>
 
 struct XmlFile;
@@ -16,14 +16,14 @@ namespace XmlElements {
 
 /// The document element; null, with the fault told, when the file cannot be used or its root has another name than
 /// `rootName`. `consequence` tells what the daemon does then.
-[[nodiscard]] QDomElement rootOf(const XmlFile &file, const QString &rootName, const Place &place,
-                                 const QString &consequence, Findings &findings);
+[[nodiscard]] XmlElement rootOf(const XmlFile &file, const QString &rootName, const Place &place,
+                                const QString &consequence, Findings &findings);
 
 /// Warns of children that are not among `known` but look like one of them misspelt, each spelling once.
-void checkSpelling(const QDomElement &parent, const QStringList &known, const Place &place, Findings &findings);
+void checkSpelling(const XmlElement &parent, const QStringList &known, const Place &place, Findings &findings);
 
 /// The same for attributes.
-void checkAttributes(const QDomElement &element, const QStringList &known, const Place &place, Findings &findings);
+void checkAttributes(const XmlElement &element, const QStringList &known, const Place &place, Findings &findings);
 
 } // namespace XmlElements
 
