@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTemporaryFile>
 #include <QThread>
 
@@ -35,25 +36,50 @@ qint64 processorTime(qint64 pid)
     return sum;
 }
 
+/// What a process shares with nobody, in kB.
 struct Memory
 {
-    qint64 kept = 0; ///< heap, stacks, relocated tables: nobody else has them, and they cannot be dropped
-    qint64 text = 0; ///< pages of the program's file, which the kernel can drop at any time and a second process shares
+    qint64 changed = 0; ///< heap, stacks, relocated tables
+    qint64 program = 0; ///< unchanged pages of its own file
+    qint64 libraries = 0; ///< unchanged pages of all other files
+
+    [[nodiscard]] qint64 total() const { return changed + program + libraries; }
 };
 
-/// What the process shares with nobody at the moment, in kB.
-Memory privateMemory(qint64 pid)
+/// The file of a mapping, empty when it has none, by its line in /proc/PID/maps or smaps.
+QByteArray mappedFile(const QByteArray &line)
 {
+    return line.simplified().split(' ').value(5);
+}
+
+/// What would be private if nobody but the bus used the same libraries. This program does, and how much of them a
+/// terminal's modules use is theirs to say.
+Memory privateMemory(qint64 pid, qint64 bus)
+{
+    const QByteArray process = "/proc/" + QByteArray::number(pid);
     // Pages of a file that was just built would count as changed by the process until they are written.
-    const int program = open(QByteArray("/proc/" + QByteArray::number(pid) + "/exe").constData(), O_RDONLY | O_CLOEXEC);
-    fsync(program);
-    close(program);
+    const int file = open((process + "/exe").constData(), O_RDONLY | O_CLOEXEC);
+    fsync(file);
+    close(file);
+    QSet<QByteArray> common;
+    const QList<QByteArray> mappings = contents(QStringLiteral("/proc/%1/maps").arg(bus)).split('\n');
+    for (const QByteArray &line : mappings) {
+        common.insert(mappedFile(line));
+    }
+    const QByteArray program = QFile::symLinkTarget(QString::fromLatin1(process + "/exe")).toLocal8Bit();
     Memory memory;
-    const QList<QByteArray> lines = contents(QStringLiteral("/proc/%1/smaps_rollup").arg(pid)).split('\n');
+    QByteArray mapped;
+    const QList<QByteArray> lines = contents(QString::fromLatin1(process + "/smaps")).split('\n');
     for (const QByteArray &line : lines) {
+        const QByteArray key = line.left(line.indexOf(' '));
         const qint64 size = line.simplified().split(' ').value(1).toLongLong();
-        memory.kept += line.startsWith("Private_Dirty:") ? size : 0;
-        memory.text += line.startsWith("Private_Clean:") ? size : 0;
+        if (!key.endsWith(':')) {
+            mapped = mappedFile(line);
+        } else if (key == "Private_Dirty:") {
+            memory.changed += size;
+        } else if ((key == "Private_Clean:" || key == "Shared_Clean:") && !common.contains(mapped)) {
+            (mapped == program ? memory.program : memory.libraries) += size;
+        }
     }
     return memory;
 }
@@ -92,14 +118,14 @@ struct Rest
     Memory memory;
 };
 
-Rest watch(qint64 pid, int seconds)
+Rest watch(qint64 pid, const PrivateBus &bus, int seconds)
 {
     // What the boot left to do is done by now.
     QThread::sleep(1);
     const qint64 before = processorTime(pid);
     QThread::sleep(ulong(seconds));
     const qint64 after = processorTime(pid);
-    return {double(after - before) / 1e6, systemCalls(pid, seconds), privateMemory(pid)};
+    return {double(after - before) / 1e6, systemCalls(pid, seconds), privateMemory(pid, bus.processId())};
 }
 
 Rest watchBoot(Boot::By by, const Programs &programs, int seconds)
@@ -107,7 +133,7 @@ Rest watchBoot(Boot::By by, const Programs &programs, int seconds)
     const Terminal terminal(programs.tinyModule);
     const QStringList names = terminal.addChain(100);
     const Boot boot(by, programs, terminal, names);
-    return watch(boot.supervisor(), seconds);
+    return watch(boot.supervisor(), boot.bus(), seconds);
 }
 
 /// The daemon in the middle of the start of a module that never gets ready.
@@ -126,7 +152,7 @@ Rest watchWaiting(const Programs &programs, int seconds)
         QThread::msleep(5);
         QCoreApplication::processEvents();
     }
-    const Rest rest = watch(daemon.processId(), seconds);
+    const Rest rest = watch(daemon.processId(), bus, seconds);
     daemon.kill();
     daemon.waitForFinished();
     return rest;
@@ -137,7 +163,7 @@ QString orNone(int calls)
     return calls < 0 ? QStringLiteral("no strace") : QString::number(calls);
 }
 
-void printRest(const Rest &daemon, const Rest &floor, const Rest &waiting, int seconds)
+void printRest(const Rest &daemon, const Memory &inForeground, const Rest &floor, const Rest &waiting, int seconds)
 {
     Table table(QStringLiteral("At rest for %1 s, 100 modules running").arg(seconds),
                 {QStringLiteral("of"), QStringLiteral("daemon"), QStringLiteral("floor"), QStringLiteral("ratio"),
@@ -149,6 +175,9 @@ void printRest(const Rest &daemon, const Rest &floor, const Rest &waiting, int s
         const double ratio = double(ours) / double(bare);
         table.add({of, QString::number(ours), QString::number(bare), figure(ratio), figure(1.2), within(ratio, 1.2)});
     };
+    const auto addPart = [&](const QString &of, qint64 Memory::*part) {
+        table.add({of, QString::number(daemon.memory.*part), QString::number(floor.memory.*part)});
+    };
     addNothing(QStringLiteral("system calls"), orNone(daemon.calls), orNone(floor.calls), daemon.calls == 0);
     addNothing(QStringLiteral("processor time, ms"), figure(daemon.processorMilliseconds, 3),
                figure(floor.processorMilliseconds, 3), daemon.processorMilliseconds == 0);
@@ -156,9 +185,11 @@ void printRest(const Rest &daemon, const Rest &floor, const Rest &waiting, int s
                waiting.calls == 0);
     addNothing(QStringLiteral("processor time while a start waits, ms"), figure(waiting.processorMilliseconds, 3),
                QString(), waiting.processorMilliseconds == 0);
-    addMemory(QStringLiteral("private memory, kB"), daemon.memory.kept, floor.memory.kept);
-    addMemory(QStringLiteral("the same with program text, kB"), daemon.memory.kept + daemon.memory.text,
-              floor.memory.kept + floor.memory.text);
+    addMemory(QStringLiteral("private memory, kB"), daemon.memory.total(), floor.memory.total());
+    addMemory(QStringLiteral("of it changed pages"), daemon.memory.changed, floor.memory.changed);
+    addPart(QStringLiteral("of it the program's file"), &Memory::program);
+    addPart(QStringLiteral("of it libraries"), &Memory::libraries);
+    addMemory(QStringLiteral("private memory with --nodaemon, kB"), inForeground.total(), floor.memory.total());
     table.print();
 }
 
@@ -168,5 +199,6 @@ void measureRest(const Programs &programs, int seconds)
 {
     const Rest daemon = watchBoot(Boot::By::Daemon, programs, seconds);
     const Rest floor = watchBoot(Boot::By::Floor, programs, seconds);
-    printRest(daemon, floor, watchWaiting(programs, seconds), seconds);
+    const Rest inForeground = watchBoot(Boot::By::DaemonInForeground, programs, 1);
+    printRest(daemon, inForeground.memory, floor, watchWaiting(programs, seconds), seconds);
 }

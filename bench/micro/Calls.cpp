@@ -51,7 +51,7 @@ void measureList(const Programs &programs, const Boot &boot, Table &table, int r
     server.start(programs.listServer, QStringList());
     const QString name = QStringLiteral("calls");
     {
-        const QDBusConnection bus = QDBusConnection::connectToBus(boot.address(), name);
+        const QDBusConnection bus = QDBusConnection::connectToBus(boot.bus().address(), name);
         exchangeWithBus(bus);
         while (call(bus, bareList).type() != QDBusMessage::ReplyMessage && server.state() != QProcess::NotRunning) {
             QThread::msleep(5);
@@ -76,7 +76,7 @@ void measureList(const Programs &programs, const Boot &boot, Table &table, int r
 
 void measureCommand(const Programs &programs, const Boot &boot, Table &table, int repetitions)
 {
-    const QStringList busctl{QStringLiteral("--address=") + boot.address(),
+    const QStringList busctl{QStringLiteral("--address=") + boot.bus().address(),
                              QStringLiteral("call"),
                              daemonList.service,
                              daemonList.object,

@@ -69,15 +69,18 @@ Boot::Boot(By by, const Programs &programs, const Terminal &terminal, const QStr
     m_clock.start();
     m_process.setStandardErrorFile(QProcess::nullDevice());
     m_process.setStandardOutputFile(QProcess::nullDevice());
-    if (by == By::Daemon) {
+    switch (by) {
+    case By::Daemon:
         bootByDaemon(programs.daemon, terminal);
-    } else {
-        // In a session of its own, as the daemon is: the kernel shares the processors out among sessions.
-        m_process.start(QStringLiteral("setsid"), QStringList{programs.floor, terminal.moduleDirectory()} + names);
-        m_process.waitForStarted();
-        m_pid = m_process.processId();
-        waitUntil([this] { return m_lastAt >= 0; });
+        break;
+    case By::DaemonInForeground:
+        bootInForeground({programs.daemon, QStringLiteral("--nodaemon")});
+        break;
+    case By::Floor:
+        bootInForeground(QStringList{programs.floor, terminal.moduleDirectory()} + names);
+        break;
     }
+    waitUntil([this] { return m_lastAt >= 0; });
 }
 
 Boot::~Boot()
@@ -116,7 +119,14 @@ void Boot::bootByDaemon(const QString &program, const Terminal &terminal)
     if (m_process.exitCode() != 0 || m_pid <= 0) {
         qFatal("the daemon does not come up: status %d, see %s", m_process.exitCode(), qPrintable(terminal.logFile()));
     }
-    waitUntil([this] { return m_lastAt >= 0; });
+}
+
+/// In a session of its own, as the daemon in the background is: the kernel shares the processors out among sessions.
+void Boot::bootInForeground(const QStringList &command)
+{
+    m_process.start(QStringLiteral("setsid"), command);
+    m_process.waitForStarted();
+    m_pid = m_process.processId();
 }
 
 /// The loop turns meanwhile, so that an announcement is stamped when it arrives.

@@ -36,7 +36,7 @@ class Boot : public QObject
     Q_OBJECT
 
 public:
-    enum class By { Daemon, Floor };
+    enum class By { Daemon, DaemonInForeground, Floor };
 
     Boot(By by, const Programs &programs, const Terminal &terminal, const QStringList &names);
     ~Boot() override;
@@ -45,7 +45,7 @@ public:
     [[nodiscard]] double perModule() const;
     /// The process that supervises the modules.
     [[nodiscard]] qint64 supervisor() const { return m_pid; }
-    [[nodiscard]] QString address() const { return m_bus->address(); }
+    [[nodiscard]] const PrivateBus &bus() const { return *m_bus; }
 
     static void becomeSubreaper();
 
@@ -55,6 +55,7 @@ private Q_SLOTS:
 private:
     void subscribe(const QString &event);
     void bootByDaemon(const QString &program, const Terminal &terminal);
+    void bootInForeground(const QStringList &command);
     static void waitUntil(const std::function<bool()> &reached);
 
     std::unique_ptr<PrivateBus> m_bus = std::make_unique<PrivateBus>();

@@ -26,6 +26,7 @@ public:
     void start();
     void stop();
     [[nodiscard]] QString address() const;
+    [[nodiscard]] qint64 processId() const { return m_daemon.processId(); }
 
 private:
     [[nodiscard]] QString configurationFile() const;
