@@ -16,6 +16,12 @@ endfunction()
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES C CXX)
 
+# With both, the linker gives the program copies of Qt's own variables, and the daemon waits for ever without a word.
+if(CMAKE_INTERPROCEDURAL_OPTIMIZATION OR "${CMAKE_CXX_FLAGS} ${CMAKE_EXE_LINKER_FLAGS}" MATCHES "-flto")
+    message(FATAL_ERROR "Qt 5 does not stand link-time optimisation in a position-independent program: build without -flto "
+        "(of a Debian package: DEB_BUILD_MAINT_OPTIONS=optimize=-lto)")
+endif()
+
 # The daemon shares a small flash and a small memory with the platform. Its time goes by in the kernel and on the bus:
 # what -O3 or -O2 add to -Os is size alone.
 if(CMAKE_CXX_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
