@@ -52,6 +52,16 @@ QByteArray mappedFile(const QByteArray &line)
     return line.simplified().split(' ').value(5);
 }
 
+QSet<QByteArray> mappedFiles(qint64 pid)
+{
+    QSet<QByteArray> files;
+    const QList<QByteArray> lines = contents(QStringLiteral("/proc/%1/maps").arg(pid)).split('\n');
+    for (const QByteArray &line : lines) {
+        files.insert(mappedFile(line));
+    }
+    return files;
+}
+
 /// What would be private if nobody but the bus used the same libraries. This program does, and how much of them a
 /// terminal's modules use is theirs to say.
 Memory privateMemory(qint64 pid, qint64 bus)
@@ -61,11 +71,7 @@ Memory privateMemory(qint64 pid, qint64 bus)
     const int file = open((process + "/exe").constData(), O_RDONLY | O_CLOEXEC);
     fsync(file);
     close(file);
-    QSet<QByteArray> common;
-    const QList<QByteArray> mappings = contents(QStringLiteral("/proc/%1/maps").arg(bus)).split('\n');
-    for (const QByteArray &line : mappings) {
-        common.insert(mappedFile(line));
-    }
+    const QSet<QByteArray> common = mappedFiles(bus);
     const QByteArray program = QFile::symLinkTarget(QString::fromLatin1(process + "/exe")).toLocal8Bit();
     Memory memory;
     QByteArray mapped;
