@@ -87,7 +87,7 @@ void XmlDocument::read(QXmlStreamReader &reader, int maxDepth)
     }
 }
 
-XmlElement XmlDocument::documentElement() const
+XmlElement XmlDocument::documentElement() const &
 {
     return m_elements.isEmpty() ? XmlElement() : XmlElement(this, 0);
 }

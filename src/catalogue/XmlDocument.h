@@ -44,7 +44,8 @@ public:
     /// Reads on to the end or to an error, which the reader then has. Elements nested deeper than `maxDepth` are one.
     void read(QXmlStreamReader &reader, int maxDepth);
     /// Null before a file is read.
-    [[nodiscard]] XmlElement documentElement() const;
+    [[nodiscard]] XmlElement documentElement() const &;
+    XmlElement documentElement() const && = delete; // It would outlive the document.
 
 private:
     friend class XmlElement;
