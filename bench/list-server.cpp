@@ -2,7 +2,7 @@
 //
 //     bench-list-server     takes the name com.velmora.Jovara.BareList and reads the list from the daemon once
 
-#include "ApplicationConfig.h"
+#include <jov/ApplicationConfig.h>
 
 #include <QCoreApplication>
 #include <QDBusConnection>

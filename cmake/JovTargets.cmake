@@ -28,15 +28,23 @@ if(JOV_FUZZ)
     target_link_options(jov_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# jov_library(NAME source...): a static library whose headers stand beside its sources.
+# jov_library(NAME source...): a static library. Its headers are included by folder and name: "catalogue/XmlFile.h".
 function(jov_library name)
     add_library(${name} STATIC ${ARGN})
-    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>)
+    get_filename_component(room ${CMAKE_CURRENT_SOURCE_DIR} DIRECTORY)
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${room}>)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:jov_options>)
 endfunction()
 
 # jov_executable(NAME source...)
 function(jov_executable name)
     add_executable(${name} ${ARGN})
+    get_filename_component(room ${CMAKE_CURRENT_SOURCE_DIR} DIRECTORY)
+    target_include_directories(${name} PRIVATE ${room})
     target_link_libraries(${name} PRIVATE jov_options)
 endfunction()
+
+# Programs that nobody runs by hand are not in bin/: jov_programs_in(FOLDER) puts those of this directory into build/P/FOLDER.
+macro(jov_programs_in folder)
+    set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${folder})
+endmacro()

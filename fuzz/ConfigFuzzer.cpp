@@ -1,8 +1,8 @@
-#include "ConfigCheck.h"
-#include "ConfigReader.h"
 #include "FuzzRoot.h"
-#include "XmlElements.h"
-#include "XmlFile.h"
+#include "catalogue/ConfigReader.h"
+#include "catalogue/XmlFile.h"
+#include "verify/ConfigCheck.h"
+#include "verify/XmlElements.h"
 
 namespace {
 

@@ -1,9 +1,10 @@
-#include "BusNames.h"
 #include "BusValue.h"
-#include "EventBus.h"
-#include "EventValue.h"
 #include "FuzzRoot.h"
 #include "Wire.h"
+#include "core/EventBus.h"
+#include "core/EventValue.h"
+
+#include <jov/BusNames.h>
 
 #include <QCoreApplication>
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "FuzzRoot.h"
 
-#include "JovLogger.h"
+#include <jov/JovLogger.h>
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "FuzzRoot.h"
-#include "InitStepFile.h"
-#include "StepTable.h"
+#include "initstep/InitStepFile.h"
+#include "verify/StepTable.h"
 
 namespace {
 

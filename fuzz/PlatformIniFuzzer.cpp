@@ -1,7 +1,8 @@
 #include "FuzzRoot.h"
-#include "PlatformIni.h"
-#include "PlatformLogger.h"
-#include "SettingsParam.h"
+#include "logger/PlatformLogger.h"
+#include "root/PlatformIni.h"
+
+#include <jov/SettingsParam.h>
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "FuzzInput.h"
 #include "FuzzRoot.h"
-#include "ProcParser.h"
+#include "monitoring/ProcParser.h"
 
 #include <QList>
 

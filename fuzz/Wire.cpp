@@ -1,8 +1,9 @@
 #include "Wire.h"
 
-#include "BusNames.h"
 #include "FuzzRoot.h"
-#include "JovRoot.h"
+
+#include <jov/BusNames.h>
+#include <jov/JovRoot.h>
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

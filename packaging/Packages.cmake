@@ -7,7 +7,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL daemon dev simulator)
+set(CPACK_COMPONENTS_ALL daemon jovctl dev simulator)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -37,12 +37,9 @@ set(CPACK_DEBIAN_DAEMON_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/prerm ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
 
-if(TARGET jovctl)
-    list(APPEND CPACK_COMPONENTS_ALL jovctl)
-    package(jovctl jovctl admin "" "operator's command for a terminal's supervisor"
-        "Shows the modules of a terminal with their states and dependencies, starts\nand stops them, and checks configuration files before they are installed.")
-    set(CPACK_DEBIAN_JOVCTL_PACKAGE_SUGGESTS applicationmanager)
-endif()
+package(jovctl jovctl admin "" "operator's command for a terminal's supervisor"
+    "Shows the modules of a terminal with their states and dependencies, starts\nand stops them, and checks configuration files before they are installed.")
+set(CPACK_DEBIAN_JOVCTL_PACKAGE_SUGGESTS applicationmanager)
 
 package(dev libjov-dev libdevel "qtbase5-dev" "libraries for writing modules of a terminal"
     "Headers, static libraries and CMake package of the component platform:\nbus names, events, remote calls, settings and logging.")

@@ -1,7 +1,7 @@
-#include "Resting.h"
+#include "boot/Resting.h"
 
-#include "Boot.h"
-#include "Table.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -134,19 +134,19 @@ Rest watch(qint64 pid, const PrivateBus &bus, int seconds)
     return {double(after - before) / 1e6, systemCalls(pid, seconds), privateMemory(pid, bus.processId())};
 }
 
-Rest watchBoot(Boot::By by, const Programs &programs, int seconds)
+Rest watchBoot(MeasuredBoot::By by, const Programs &programs, int seconds)
 {
-    const Terminal terminal(programs.tinyModule);
+    const BenchTerminal terminal(programs.tinyModule);
     const QStringList names = terminal.addChain(100);
-    const Boot boot(by, programs, terminal, names);
+    const MeasuredBoot boot(by, programs, terminal, names);
     return watch(boot.supervisor(), boot.bus(), seconds);
 }
 
 /// The daemon in the middle of the start of a module that never gets ready.
 Rest watchWaiting(const Programs &programs, int seconds)
 {
-    const Terminal terminal(programs.tinyModule);
-    Terminal::Module module;
+    const BenchTerminal terminal(programs.tinyModule);
+    BenchTerminal::Module module;
     module.name = QStringLiteral("mute");
     module.arguments.append(QStringLiteral("--mute"));
     terminal.add(module);
@@ -171,9 +171,9 @@ QString orNone(int calls)
 
 void printRest(const Rest &daemon, const Memory &inForeground, const Rest &floor, const Rest &waiting, int seconds)
 {
-    Table table(QStringLiteral("At rest for %1 s, 100 modules running").arg(seconds),
-                {QStringLiteral("of"), QStringLiteral("daemon"), QStringLiteral("floor"), QStringLiteral("ratio"),
-                 QStringLiteral("at most"), QStringLiteral("met")});
+    FigureTable table(QStringLiteral("At rest for %1 s, 100 modules running").arg(seconds),
+                      {QStringLiteral("of"), QStringLiteral("daemon"), QStringLiteral("floor"), QStringLiteral("ratio"),
+                       QStringLiteral("at most"), QStringLiteral("met")});
     const auto addNothing = [&table](const QString &of, const QString &ours, const QString &bare, bool none) {
         table.add({of, ours, bare, QString(), QStringLiteral("0"), within(none ? 0 : 1, 0)});
     };
@@ -203,8 +203,8 @@ void printRest(const Rest &daemon, const Memory &inForeground, const Rest &floor
 
 void measureRest(const Programs &programs, int seconds)
 {
-    const Rest daemon = watchBoot(Boot::By::Daemon, programs, seconds);
-    const Rest floor = watchBoot(Boot::By::Floor, programs, seconds);
-    const Rest inForeground = watchBoot(Boot::By::DaemonInForeground, programs, 1);
+    const Rest daemon = watchBoot(MeasuredBoot::By::Daemon, programs, seconds);
+    const Rest floor = watchBoot(MeasuredBoot::By::Floor, programs, seconds);
+    const Rest inForeground = watchBoot(MeasuredBoot::By::DaemonInForeground, programs, 1);
     printRest(daemon, inForeground.memory, floor, watchWaiting(programs, seconds), seconds);
 }

@@ -1,10 +1,10 @@
 // Boots terminals of modules that are ready at once, by the daemon and by the bare loop in turns, and prints what each
 // took, and what the supervisor of a hundred modules costs when nothing happens.
 
-#include "Boot.h"
-#include "Resting.h"
-#include "Statistics.h"
-#include "Table.h"
+#include "boot/Resting.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
+#include "rig/Statistics.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -28,7 +28,7 @@ struct Outcome
     Pairs pairs;
 };
 
-QStringList layOut(const Terminal &terminal, const Case &of)
+QStringList layOut(const BenchTerminal &terminal, const Case &of)
 {
     return of.shape == Shape::Chain ? terminal.addChain(of.modules) : terminal.addIndependent(of.modules);
 }
@@ -36,24 +36,24 @@ QStringList layOut(const Terminal &terminal, const Case &of)
 /// One more pair; which of the two comes first changes, since the second finds a warmer machine.
 void measure(const Programs &programs, Outcome &outcome, const QString &otherDaemon = QString())
 {
-    const auto one = [&](Boot::By by) {
-        const Terminal terminal(programs.tinyModule);
+    const auto one = [&](MeasuredBoot::By by) {
+        const BenchTerminal terminal(programs.tinyModule);
         const QStringList names = layOut(terminal, outcome.of);
-        if (by == Boot::By::Floor && !otherDaemon.isEmpty()) {
+        if (by == MeasuredBoot::By::Floor && !otherDaemon.isEmpty()) {
             Programs others = programs;
             others.daemon = otherDaemon;
-            return Boot(Boot::By::Daemon, others, terminal, names).perModule();
+            return MeasuredBoot(MeasuredBoot::By::Daemon, others, terminal, names).perModule();
         }
-        return Boot(by, programs, terminal, names).perModule();
+        return MeasuredBoot(by, programs, terminal, names).perModule();
     };
     double daemon = 0;
     double floor = 0;
     if (outcome.pairs.ours.size() % 2 == 0) {
-        daemon = one(Boot::By::Daemon);
-        floor = one(Boot::By::Floor);
+        daemon = one(MeasuredBoot::By::Daemon);
+        floor = one(MeasuredBoot::By::Floor);
     } else {
-        floor = one(Boot::By::Floor);
-        daemon = one(Boot::By::Daemon);
+        floor = one(MeasuredBoot::By::Floor);
+        daemon = one(MeasuredBoot::By::Daemon);
     }
     outcome.pairs.add(daemon, floor);
 }
@@ -85,9 +85,9 @@ void measureBoots(const Programs &programs, int repetitions)
             measure(programs, outcome);
         }
     }
-    Table table(QStringLiteral("Boot, milliseconds per module (medians of %1, in turns)").arg(repetitions),
-                {QStringLiteral("modules"), QStringLiteral("daemon"), QStringLiteral("floor"), QStringLiteral("ratio"),
-                 QStringLiteral("at most"), QStringLiteral("met")});
+    FigureTable table(QStringLiteral("Boot, milliseconds per module (medians of %1, in turns)").arg(repetitions),
+                      {QStringLiteral("modules"), QStringLiteral("daemon"), QStringLiteral("floor"),
+                       QStringLiteral("ratio"), QStringLiteral("at most"), QStringLiteral("met")});
     for (const Outcome &outcome : qAsConst(outcomes)) {
         const double most = outcome.of.mostRatio;
         const double ratio = outcome.pairs.ratio();
@@ -126,7 +126,7 @@ int main(int argc, char **argv)
     parser.addOptions({repetitions, seconds, daemon, only, against});
     parser.process(application);
 
-    Boot::becomeSubreaper();
+    MeasuredBoot::becomeSubreaper();
     const Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
     const int times = parser.value(repetitions).toInt();
     if (parser.isSet(only)) {

@@ -1,9 +1,9 @@
-#include "Boot.h"
-#include "BusExchange.h"
-#include "ProcessTime.h"
-#include "Sections.h"
-#include "Statistics.h"
-#include "Table.h"
+#include "core/BusExchange.h"
+#include "micro/Sections.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
+#include "rig/ProcessTime.h"
+#include "rig/Statistics.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -45,7 +45,7 @@ double milliseconds(const QDBusConnection &bus, const Callee &callee)
     return time;
 }
 
-void measureList(const Programs &programs, const Boot &boot, Table &table, int repetitions)
+void measureList(const Programs &programs, const MeasuredBoot &boot, FigureTable &table, int repetitions)
 {
     QProcess server;
     server.start(programs.listServer, QStringList());
@@ -74,7 +74,7 @@ void measureList(const Programs &programs, const Boot &boot, Table &table, int r
     server.waitForFinished();
 }
 
-void measureCommand(const Programs &programs, const Boot &boot, Table &table, int repetitions)
+void measureCommand(const Programs &programs, const MeasuredBoot &boot, FigureTable &table, int repetitions)
 {
     const QStringList busctl{QStringLiteral("--address=") + boot.bus().address(),
                              QStringLiteral("call"),
@@ -96,11 +96,11 @@ void measureCommand(const Programs &programs, const Boot &boot, Table &table, in
 
 } // namespace
 
-void Sections::calls(const Programs &programs, Table &table, int repetitions)
+void Sections::calls(const Programs &programs, FigureTable &table, int repetitions)
 {
-    const Terminal terminal(programs.tinyModule);
+    const BenchTerminal terminal(programs.tinyModule);
     const QStringList names = terminal.addChain(100);
-    const Boot boot(Boot::By::Daemon, programs, terminal, names);
+    const MeasuredBoot boot(MeasuredBoot::By::Daemon, programs, terminal, names);
     measureList(programs, boot, table, repetitions * 20);
     if (QFileInfo::exists(programs.command)) {
         measureCommand(programs, boot, table, repetitions);

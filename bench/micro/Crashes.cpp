@@ -1,7 +1,7 @@
-#include "Boot.h"
-#include "Sections.h"
-#include "Statistics.h"
-#include "Table.h"
+#include "micro/Sections.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
+#include "rig/Statistics.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -17,13 +17,13 @@ namespace {
 
 constexpr int longestDetection = 5000;
 
-QByteArray readLog(const Terminal &terminal)
+QByteArray readLog(const BenchTerminal &terminal)
 {
     QFile log(terminal.logFile());
     return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
 }
 
-pid_t pidOf(const Terminal &terminal, const QString &name)
+pid_t pidOf(const BenchTerminal &terminal, const QString &name)
 {
     const QRegularExpression line(QStringLiteral("PID of :%1 : (\\d+)").arg(name));
     return pid_t(line.match(QString::fromUtf8(readLog(terminal))).captured(1).toInt());
@@ -32,9 +32,9 @@ pid_t pidOf(const Terminal &terminal, const QString &name)
 /// Milliseconds from the kill of one of the modules to the daemon's line.
 double detection(const Programs &programs)
 {
-    const Terminal terminal(programs.tinyModule);
+    const BenchTerminal terminal(programs.tinyModule);
     const QStringList names = terminal.addChain(10);
-    const Boot boot(Boot::By::Daemon, programs, terminal, names);
+    const MeasuredBoot boot(MeasuredBoot::By::Daemon, programs, terminal, names);
     const pid_t victim = pidOf(terminal, names.at(5));
     const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     inotify_add_watch(watch, QFile::encodeName(terminal.logFile()).constData(), IN_MODIFY);
@@ -61,7 +61,7 @@ double detection(const Programs &programs)
 
 } // namespace
 
-void Sections::crashes(const Programs &programs, Table &table, int repetitions)
+void Sections::crashes(const Programs &programs, FigureTable &table, int repetitions)
 {
     QVector<double> times;
     for (int i = 0; i < repetitions; ++i) {

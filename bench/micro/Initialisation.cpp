@@ -1,8 +1,8 @@
-#include "Boot.h"
-#include "ProcessTime.h"
-#include "Sections.h"
-#include "Statistics.h"
-#include "Table.h"
+#include "micro/Sections.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
+#include "rig/ProcessTime.h"
+#include "rig/Statistics.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -15,7 +15,7 @@ namespace {
 constexpr int longestInit = 60000;
 
 /// The milliseconds of "Init done", from a daemon that reads everything and starts nothing.
-double initTime(const Programs &programs, const Terminal &terminal)
+double initTime(const Programs &programs, const BenchTerminal &terminal)
 {
     const PrivateBus bus;
     QFile step(terminal.path(QStringLiteral("/tmp/step")));
@@ -49,14 +49,14 @@ double initTime(const Programs &programs, const Terminal &terminal)
 }
 
 /// Ten steps of a hundred modules each, which depend on up to three others of their step.
-void layThousand(const Terminal &terminal)
+void layThousand(const BenchTerminal &terminal)
 {
     QStringList steps;
     for (int s = 0; s < 10; ++s) {
         steps.append(QStringLiteral("step%1").arg(s));
         QStringList names;
         for (int i = 0; i < 100; ++i) {
-            Terminal::Module module;
+            BenchTerminal::Module module;
             module.name = QStringLiteral("s%1m%2").arg(s).arg(i, 3, 10, QLatin1Char('0'));
             module.step = steps.last();
             for (const int back : {1, 7, 20}) {
@@ -72,10 +72,10 @@ void layThousand(const Terminal &terminal)
 }
 
 /// Rungs of two that both hang below the one before and both hold up the next: 2^rungs ways from end to end.
-void layLadder(const Terminal &terminal, int rungs)
+void layLadder(const BenchTerminal &terminal, int rungs)
 {
     const auto add = [&](const QString &name, const QStringList &dependencies) {
-        Terminal::Module module;
+        BenchTerminal::Module module;
         module.name = name;
         module.dependencies = dependencies;
         terminal.add(module);
@@ -93,7 +93,7 @@ void layLadder(const Terminal &terminal, int rungs)
     }
 }
 
-double medianInit(const Programs &programs, const Terminal &terminal, int repetitions)
+double medianInit(const Programs &programs, const BenchTerminal &terminal, int repetitions)
 {
     QVector<double> times;
     for (int i = 0; i < repetitions; ++i) {
@@ -102,7 +102,7 @@ double medianInit(const Programs &programs, const Terminal &terminal, int repeti
     return median(times);
 }
 
-void measureVerify(const Programs &programs, const Terminal &terminal, Table &table, int repetitions)
+void measureVerify(const Programs &programs, const BenchTerminal &terminal, FigureTable &table, int repetitions)
 {
     QVector<double> times;
     for (int i = 0; i < repetitions; ++i) {
@@ -115,10 +115,10 @@ void measureVerify(const Programs &programs, const Terminal &terminal, Table &ta
 
 } // namespace
 
-void Sections::initialisation(const Programs &programs, Table &table, int repetitions)
+void Sections::initialisation(const Programs &programs, FigureTable &table, int repetitions)
 {
     {
-        const Terminal terminal(programs.tinyModule);
+        const BenchTerminal terminal(programs.tinyModule);
         layThousand(terminal);
         const double time = medianInit(programs, terminal, repetitions);
         table.add({QStringLiteral("init() with 1,000 modules in 10 steps, ms"), figure(time, 0), QStringLiteral("300"),
@@ -127,7 +127,7 @@ void Sections::initialisation(const Programs &programs, Table &table, int repeti
             measureVerify(programs, terminal, table, repetitions);
         }
     }
-    const Terminal terminal(programs.tinyModule);
+    const BenchTerminal terminal(programs.tinyModule);
     layLadder(terminal, 24);
     // 2^24 branches would take seconds.
     const double time = medianInit(programs, terminal, repetitions);

@@ -1,11 +1,11 @@
-#include "ApplicationManager.h"
-#include "Boot.h"
-#include "Catalogue.h"
-#include "MemoryWatchdog.h"
-#include "ProcReader.h"
-#include "Sections.h"
-#include "Statistics.h"
-#include "Table.h"
+#include "catalogue/Catalogue.h"
+#include "manager/ApplicationManager.h"
+#include "micro/Sections.h"
+#include "monitoring/MemoryWatchdog.h"
+#include "monitoring/ProcReader.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
+#include "rig/Statistics.h"
 
 #include <QElapsedTimer>
 
@@ -31,11 +31,11 @@ double milliseconds(Work work)
 }
 
 /// A catalogue of so many modules with a ceiling that none reaches.
-QStringList fill(Catalogue &catalogue, const Terminal &terminal, int count)
+QStringList fill(Catalogue &catalogue, const BenchTerminal &terminal, int count)
 {
     QStringList names;
     for (int i = 0; i < count; ++i) {
-        Terminal::Module module;
+        BenchTerminal::Module module;
         module.name = QStringLiteral("watched%1").arg(i);
         module.maxMemory = 90;
         terminal.add(module);
@@ -61,7 +61,7 @@ double checkTime(Catalogue &catalogue, int repetitions)
 
 double checkRunning(const Programs &programs, int count, int repetitions)
 {
-    const Terminal terminal(programs.tinyModule);
+    const BenchTerminal terminal(programs.tinyModule);
     Catalogue catalogue;
     const QStringList names = fill(catalogue, terminal, count);
     std::vector<std::unique_ptr<QProcess>> processes;
@@ -81,7 +81,7 @@ double checkRunning(const Programs &programs, int count, int repetitions)
 
 double checkStopped(const Programs &programs, int count, int repetitions)
 {
-    const Terminal terminal(programs.tinyModule);
+    const BenchTerminal terminal(programs.tinyModule);
     Catalogue catalogue;
     fill(catalogue, terminal, count);
     return checkTime(catalogue, repetitions);
@@ -130,7 +130,7 @@ qint64 bareRead(const QByteArray &path)
     return size;
 }
 
-void measureMappings(Table &table, int repetitions)
+void measureMappings(FigureTable &table, int repetitions)
 {
     const pid_t pid = forkWithMappings(10000);
     const QString text = QString::number(pid);
@@ -156,7 +156,7 @@ void measureMappings(Table &table, int repetitions)
 
 } // namespace
 
-void Sections::monitoring(const Programs &programs, Table &table, int repetitions)
+void Sections::monitoring(const Programs &programs, FigureTable &table, int repetitions)
 {
     const double running = checkRunning(programs, 100, repetitions);
     const double twice = checkRunning(programs, 200, repetitions);

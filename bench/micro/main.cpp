@@ -1,8 +1,8 @@
 // Measures the daemon's single operations against what they may take, or against the least that the same can take.
 
-#include "Boot.h"
-#include "Sections.h"
-#include "Table.h"
+#include "micro/Sections.h"
+#include "rig/FigureTable.h"
+#include "rig/MeasuredBoot.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -20,11 +20,12 @@ int main(int argc, char **argv)
     parser.addOptions({repetitions, daemon});
     parser.process(application);
 
-    Boot::becomeSubreaper();
+    MeasuredBoot::becomeSubreaper();
     const Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
     const int times = qMax(1, parser.value(repetitions).toInt());
-    Table table(QStringLiteral("Single operations (medians of %1)").arg(times),
-                {QStringLiteral("what"), QStringLiteral("measured"), QStringLiteral("at most"), QStringLiteral("met")});
+    FigureTable table(
+        QStringLiteral("Single operations (medians of %1)").arg(times),
+        {QStringLiteral("what"), QStringLiteral("measured"), QStringLiteral("at most"), QStringLiteral("met")});
     Sections::initialisation(programs, table, times);
     Sections::monitoring(programs, table, times);
     Sections::calls(programs, table, times);

@@ -1,4 +1,4 @@
-#include "ProcessTime.h"
+#include "rig/ProcessTime.h"
 
 #include <QElapsedTimer>
 #include <QProcess>

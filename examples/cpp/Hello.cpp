@@ -1,6 +1,6 @@
 #include "Hello.h"
 
-#include "Log.h"
+#include <jov/Log.h>
 
 // The module's name, the file in /usr/lib/JovApplication/ and the folder of its config.xml are one text.
 Hello::Hello()

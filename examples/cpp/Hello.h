@@ -1,7 +1,7 @@
 #ifndef HELLO_H
 #define HELLO_H
 
-#include "JovModule.h"
+#include <jov/JovModule.h>
 
 /// A module that starts, says that it is ready, greets whoever calls, and ends when it is asked to.
 class Hello : public JovModule

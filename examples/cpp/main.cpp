@@ -1,5 +1,6 @@
 #include "Hello.h"
-#include "JovApplication.h"
+
+#include <jov/JovApplication.h>
 
 int main(int argc, char **argv)
 {

@@ -1,4 +1,4 @@
-#include "ApplicationConfig.h"
+#include <jov/ApplicationConfig.h>
 
 #include <QDBusMetaType>
 

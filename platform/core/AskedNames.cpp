@@ -1,4 +1,4 @@
-#include "AskedNames.h"
+#include "core/AskedNames.h"
 
 #include <QEvent>
 #include <QObject>

@@ -1,4 +1,4 @@
-#include "BusExchange.h"
+#include "core/BusExchange.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,8 +1,9 @@
-#include "BusLink.h"
+#include "core/BusLink.h"
 
-#include "BusExchange.h"
-#include "BusNames.h"
-#include "Log.h"
+#include "core/BusExchange.h"
+
+#include <jov/BusNames.h>
+#include <jov/Log.h>
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>

@@ -1,4 +1,4 @@
-#include "BusNames.h"
+#include <jov/BusNames.h>
 
 #include <algorithm>
 

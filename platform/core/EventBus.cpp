@@ -1,8 +1,9 @@
-#include "EventBus.h"
+#include "core/EventBus.h"
 
-#include "BusNames.h"
-#include "EventValue.h"
-#include "Log.h"
+#include "core/EventValue.h"
+
+#include <jov/BusNames.h>
+#include <jov/Log.h>
 
 #include <QDBusArgument>
 

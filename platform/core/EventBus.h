@@ -1,8 +1,8 @@
 #ifndef EVENT_BUS_H
 #define EVENT_BUS_H
 
-#include "BusLink.h"
-#include "EventSubscriptions.h"
+#include "core/BusLink.h"
+#include "core/EventSubscriptions.h"
 
 #include <QDBusMessage>
 #include <QObject>

@@ -1,7 +1,8 @@
-#include "EventSlot.h"
+#include "core/EventSlot.h"
 
-#include "EventValue.h"
-#include "Log.h"
+#include "core/EventValue.h"
+
+#include <jov/Log.h>
 
 std::optional<EventSlot> EventSlot::find(const QObject *receiver, const char *slot)
 {

@@ -1,7 +1,7 @@
 #ifndef EVENT_SLOT_H
 #define EVENT_SLOT_H
 
-#include "JovEvent.h"
+#include <jov/JovEvent.h>
 
 #include <QMetaMethod>
 

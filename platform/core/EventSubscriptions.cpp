@@ -1,6 +1,6 @@
-#include "EventSubscriptions.h"
+#include "core/EventSubscriptions.h"
 
-#include "JovException.h"
+#include <jov/JovException.h>
 
 #include <QPointer>
 

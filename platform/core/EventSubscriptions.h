@@ -1,7 +1,7 @@
 #ifndef EVENT_SUBSCRIPTIONS_H
 #define EVENT_SUBSCRIPTIONS_H
 
-#include "EventSlot.h"
+#include "core/EventSlot.h"
 
 #include <QHash>
 #include <QObject>

@@ -1,4 +1,4 @@
-#include "EventValue.h"
+#include "core/EventValue.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>

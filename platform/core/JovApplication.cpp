@@ -1,11 +1,11 @@
-#include "JovApplication.h"
+#include "core/AskedNames.h"
+#include "core/EventBus.h"
+#include "root/PlatformIni.h"
 
-#include "AskedNames.h"
-#include "EventBus.h"
-#include "JovException.h"
-#include "JovModule.h"
-#include "Log.h"
-#include "PlatformIni.h"
+#include <jov/JovApplication.h>
+#include <jov/JovException.h>
+#include <jov/JovModule.h>
+#include <jov/Log.h>
 
 #include <QThread>
 

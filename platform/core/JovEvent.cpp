@@ -1,4 +1,4 @@
-#include "JovEvent.h"
+#include <jov/JovEvent.h>
 
 JovEvent::JovEvent(const QString &name, const QVariantMap &arguments)
     : m_name(name)

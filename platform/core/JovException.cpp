@@ -1,6 +1,5 @@
-#include "JovException.h"
-
-#include "Log.h"
+#include <jov/JovException.h>
+#include <jov/Log.h>
 
 #include <memory>
 

@@ -1,10 +1,10 @@
-#include "JovModule.h"
+#include "core/EventBus.h"
 
-#include "BusNames.h"
-#include "EventBus.h"
-#include "JovApplication.h"
-#include "JovException.h"
-#include "SettingsParam.h"
+#include <jov/BusNames.h>
+#include <jov/JovApplication.h>
+#include <jov/JovException.h>
+#include <jov/JovModule.h>
+#include <jov/SettingsParam.h>
 
 #include <QDBusError>
 

@@ -1,6 +1,5 @@
-#include "JovProcess.h"
-
-#include "JovRoot.h"
+#include <jov/JovProcess.h>
+#include <jov/JovRoot.h>
 
 #include <QByteArray>
 #include <QFile>

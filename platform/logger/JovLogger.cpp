@@ -1,6 +1,7 @@
-#include "JovRoot.h"
-#include "PlatformIni.h"
-#include "PlatformLogger.h"
+#include "logger/PlatformLogger.h"
+#include "root/PlatformIni.h"
+
+#include <jov/JovRoot.h>
 
 #include <QtGlobal>
 

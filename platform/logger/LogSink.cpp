@@ -1,6 +1,6 @@
-#include "LogSink.h"
+#include "logger/LogSink.h"
 
-#include "JovLogger.h"
+#include <jov/JovLogger.h>
 
 #include <QFile>
 

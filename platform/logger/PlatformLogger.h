@@ -1,8 +1,9 @@
 #ifndef PLATFORM_LOGGER_H
 #define PLATFORM_LOGGER_H
 
-#include "JovLogger.h"
-#include "LogSink.h"
+#include "logger/LogSink.h"
+
+#include <jov/JovLogger.h>
 
 #include <atomic>
 

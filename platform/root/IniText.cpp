@@ -1,4 +1,4 @@
-#include "IniText.h"
+#include "root/IniText.h"
 
 #include <cctype>
 

@@ -1,4 +1,4 @@
-#include "JovRoot.h"
+#include <jov/JovRoot.h>
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,8 @@
-#include "PlatformIni.h"
+#include "root/PlatformIni.h"
 
-#include "IniText.h"
-#include "JovRoot.h"
+#include "root/IniText.h"
+
+#include <jov/JovRoot.h>
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "Setting.h"
+#include <jov/Setting.h>
 
 #include <QDBusMetaType>
 

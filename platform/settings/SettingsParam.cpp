@@ -1,6 +1,6 @@
-#include "SettingsParam.h"
+#include "root/PlatformIni.h"
 
-#include "PlatformIni.h"
+#include <jov/SettingsParam.h>
 
 int settings_get_param(const QString &name, QString &value)
 {

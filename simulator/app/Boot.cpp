@@ -1,4 +1,4 @@
-#include "Boot.h"
+#include "app/Boot.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
 #ifndef BOOT_H
 #define BOOT_H
 
-#include "Records.h"
+#include "client/Records.h"
 
 #include <QHash>
 

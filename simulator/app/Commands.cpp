@@ -1,11 +1,11 @@
-#include "Commands.h"
+#include "app/Commands.h"
 
-#include "Installation.h"
-#include "Narrator.h"
-#include "Prompt.h"
-#include "SettingsFile.h"
-#include "TerminalBus.h"
-#include "TerminalRoot.h"
+#include "app/Installation.h"
+#include "app/Narrator.h"
+#include "app/Prompt.h"
+#include "app/TerminalBus.h"
+#include "app/TerminalRoot.h"
+#include "components/SettingsFile.h"
 
 #include <csignal>
 

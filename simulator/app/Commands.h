@@ -1,7 +1,7 @@
 #ifndef COMMANDS_H
 #define COMMANDS_H
 
-#include "Display.h"
+#include "app/Display.h"
 
 #include <QObject>
 #include <QProcess>

@@ -1,4 +1,4 @@
-#include "Descendants.h"
+#include "app/Descendants.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,6 +1,6 @@
-#include "Display.h"
+#include "app/Display.h"
 
-#include "TextWidth.h"
+#include "client/TextWidth.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #ifndef DISPLAY_H
 #define DISPLAY_H
 
-#include "Console.h"
+#include "client/Console.h"
 
 #include <QString>
 

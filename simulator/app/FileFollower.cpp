@@ -1,4 +1,4 @@
-#include "FileFollower.h"
+#include "app/FileFollower.h"
 
 FileFollower::FileFollower()
 {

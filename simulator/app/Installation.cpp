@@ -1,4 +1,4 @@
-#include "Installation.h"
+#include "app/Installation.h"
 
 #include <QCoreApplication>
 #include <QDir>

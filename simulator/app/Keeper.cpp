@@ -1,6 +1,6 @@
-#include "Keeper.h"
+#include "app/Keeper.h"
 
-#include "Descendants.h"
+#include "app/Descendants.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 #ifndef KEEPER_H
 #define KEEPER_H
 
-#include "KeeperMessage.h"
+#include "app/KeeperMessage.h"
 
 #include <map>
 #include <string>

@@ -1,7 +1,7 @@
-#include "KeeperLink.h"
+#include "app/KeeperLink.h"
 
-#include "Descendants.h"
-#include "Keeper.h"
+#include "app/Descendants.h"
+#include "app/Keeper.h"
 
 #include <QDir>
 #include <QFile>

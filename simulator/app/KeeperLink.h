@@ -1,7 +1,7 @@
 #ifndef KEEPER_LINK_H
 #define KEEPER_LINK_H
 
-#include "KeeperMessage.h"
+#include "app/KeeperMessage.h"
 
 #include <QObject>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "KeeperMessage.h"
+#include "app/KeeperMessage.h"
 
 #include <array>
 #include <cerrno>

@@ -1,9 +1,9 @@
-#include "Narrator.h"
+#include "app/Narrator.h"
 
-#include "DaemonWatch.h"
-#include "TerminalBus.h"
-#include "TerminalRoot.h"
-#include "Units.h"
+#include "app/TerminalBus.h"
+#include "app/TerminalRoot.h"
+#include "client/DaemonWatch.h"
+#include "client/Units.h"
 
 #include <QFileInfo>
 #include <QSet>

@@ -1,9 +1,9 @@
 #ifndef NARRATOR_H
 #define NARRATOR_H
 
-#include "Boot.h"
-#include "Display.h"
-#include "FileFollower.h"
+#include "app/Boot.h"
+#include "app/Display.h"
+#include "app/FileFollower.h"
 
 #include <QDateTime>
 #include <QObject>

@@ -1,4 +1,4 @@
-#include "Prompt.h"
+#include "app/Prompt.h"
 
 #include <array>
 

@@ -1,9 +1,9 @@
-#include "Simulator.h"
+#include "app/Simulator.h"
 
-#include "Installation.h"
-#include "KeeperLink.h"
-#include "Summary.h"
-#include "TerminalRoot.h"
+#include "app/Installation.h"
+#include "app/KeeperLink.h"
+#include "app/Summary.h"
+#include "app/TerminalRoot.h"
 
 #include <QDir>
 
@@ -37,7 +37,7 @@ QString describe(int waitStatus)
 
 } // namespace
 
-Simulator::Simulator(const Options &options, const TerminalRoot &root, KeeperLink &keeper)
+Simulator::Simulator(const SimulatorOptions &options, const TerminalRoot &root, KeeperLink &keeper)
     : m_options(options)
     , m_root(root)
     , m_keeper(keeper)

@@ -1,12 +1,12 @@
 #ifndef SIMULATOR_H
 #define SIMULATOR_H
 
-#include "Commands.h"
-#include "Display.h"
-#include "Narrator.h"
-#include "Options.h"
-#include "Prompt.h"
-#include "TerminalBus.h"
+#include "app/Commands.h"
+#include "app/Display.h"
+#include "app/Narrator.h"
+#include "app/Prompt.h"
+#include "app/SimulatorOptions.h"
+#include "app/TerminalBus.h"
 
 #include <QObject>
 #include <QTimer>
@@ -28,7 +28,7 @@ class Simulator : public QObject
     Q_OBJECT
 
 public:
-    Simulator(const Options &options, const TerminalRoot &root, KeeperLink &keeper);
+    Simulator(const SimulatorOptions &options, const TerminalRoot &root, KeeperLink &keeper);
 
     void begin();
     void interrupt();
@@ -55,7 +55,7 @@ private:
     void killDaemon();
     void fail(const QString &text, int status = 1);
 
-    const Options m_options;
+    const SimulatorOptions m_options;
     const TerminalRoot &m_root;
     KeeperLink &m_keeper;
     Display m_display;

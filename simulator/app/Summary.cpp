@@ -1,7 +1,7 @@
-#include "Summary.h"
+#include "app/Summary.h"
 
-#include "BootTables.h"
-#include "Units.h"
+#include "client/BootTables.h"
+#include "client/Units.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #ifndef SUMMARY_H
 #define SUMMARY_H
 
-#include "Boot.h"
-#include "Display.h"
+#include "app/Boot.h"
+#include "app/Display.h"
 
 /// What the simulator shows when a boot is over.
 namespace Summary {

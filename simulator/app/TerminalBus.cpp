@@ -1,8 +1,9 @@
-#include "TerminalBus.h"
+#include "app/TerminalBus.h"
 
-#include "BusClient.h"
-#include "BusExchange.h"
-#include "BusNames.h"
+#include "client/BusClient.h"
+#include "core/BusExchange.h"
+
+#include <jov/BusNames.h>
 
 #include <QDBusPendingCallWatcher>
 #include <QTimer>

@@ -1,9 +1,9 @@
-#include "TerminalRoot.h"
+#include "app/TerminalRoot.h"
 
-#include "Announcement.h"
-#include "Installation.h"
-#include "PrivateBus.h"
-#include "SettingsFile.h"
+#include "app/Installation.h"
+#include "bus/PrivateBus.h"
+#include "components/Announcement.h"
+#include "components/SettingsFile.h"
 
 #include <QDir>
 #include <QFile>

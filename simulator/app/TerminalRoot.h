@@ -18,7 +18,7 @@ public:
     /// Makes or takes the folder. `wanted` is the one to keep; empty for a temporary one. Both answer with what is
     /// wrong, and with nothing when all is well.
     [[nodiscard]] QString open(const QString &wanted);
-    /// Lays the files of the terminal `terminal` into it (see Options), unless they stand there already.
+    /// Lays the files of the terminal `terminal` into it (see SimulatorOptions), unless they stand there already.
     [[nodiscard]] QString lay(const QString &terminal);
 
     [[nodiscard]] QString path() const { return m_path; }

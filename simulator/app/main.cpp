@@ -1,8 +1,8 @@
-#include "Interrupt.h"
-#include "KeeperLink.h"
-#include "Options.h"
-#include "Simulator.h"
-#include "TerminalRoot.h"
+#include "app/KeeperLink.h"
+#include "app/Simulator.h"
+#include "app/SimulatorOptions.h"
+#include "app/TerminalRoot.h"
+#include "client/Interrupt.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -25,12 +25,12 @@ int complain(const QString &text)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    const Options options = Options::parse(QCoreApplication::arguments());
-    if (options.outcome == Options::Outcome::ShowHelp) {
+    const SimulatorOptions options = SimulatorOptions::parse(QCoreApplication::arguments());
+    if (options.outcome == SimulatorOptions::Outcome::ShowHelp) {
         std::fputs(qPrintable(options.text), stdout);
         return 0;
     }
-    if (options.outcome == Options::Outcome::Wrong) {
+    if (options.outcome == SimulatorOptions::Outcome::Wrong) {
         return complain(options.text + QStringLiteral("; --help lists the options"));
     }
 

@@ -1,4 +1,4 @@
-#include "PrivateBus.h"
+#include "bus/PrivateBus.h"
 
 #include <QFile>
 

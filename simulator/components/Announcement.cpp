@@ -1,6 +1,6 @@
-#include "Announcement.h"
+#include "components/Announcement.h"
 
-#include "JovRoot.h"
+#include <jov/JovRoot.h>
 
 #include <QDateTime>
 #include <QFile>

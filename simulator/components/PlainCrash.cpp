@@ -1,4 +1,4 @@
-#include "PlainCrash.h"
+#include "components/PlainCrash.h"
 
 #include <csignal>
 #include <initializer_list>

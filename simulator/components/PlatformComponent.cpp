@@ -1,7 +1,8 @@
-#include "PlatformComponent.h"
+#include "components/PlatformComponent.h"
 
-#include "Announcement.h"
-#include "Log.h"
+#include "components/Announcement.h"
+
+#include <jov/Log.h>
 
 PlatformComponent::PlatformComponent()
     : StandIn(QStringLiteral("Platform"))

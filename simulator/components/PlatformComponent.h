@@ -1,7 +1,7 @@
 #ifndef PLATFORM_COMPONENT_H
 #define PLATFORM_COMPONENT_H
 
-#include "StandIn.h"
+#include "components/StandIn.h"
 
 /**
  * Stands in for the component "Platform", which everybody asks when the terminal is to be rebooted. Off the terminal

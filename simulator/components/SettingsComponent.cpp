@@ -1,7 +1,7 @@
-#include "SettingsComponent.h"
+#include "components/SettingsComponent.h"
 
-#include "Log.h"
-#include "Setting.h"
+#include <jov/Log.h>
+#include <jov/Setting.h>
 
 #include <QFileInfo>
 

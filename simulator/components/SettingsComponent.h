@@ -1,8 +1,8 @@
 #ifndef SETTINGS_COMPONENT_H
 #define SETTINGS_COMPONENT_H
 
-#include "SettingsFile.h"
-#include "StandIn.h"
+#include "components/SettingsFile.h"
+#include "components/StandIn.h"
 
 #include <QFileSystemWatcher>
 #include <QMap>

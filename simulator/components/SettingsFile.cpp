@@ -1,6 +1,6 @@
-#include "SettingsFile.h"
+#include "components/SettingsFile.h"
 
-#include "JovRoot.h"
+#include <jov/JovRoot.h>
 
 #include <QFile>
 #include <QSaveFile>

@@ -1,4 +1,4 @@
-#include "StandIn.h"
+#include "components/StandIn.h"
 
 bool StandIn::init()
 {

@@ -1,7 +1,7 @@
 #ifndef STAND_IN_H
 #define STAND_IN_H
 
-#include "JovModule.h"
+#include <jov/JovModule.h>
 
 /// What the stand-ins have in common with every module: they say when they are ready and end when they are asked to.
 class StandIn : public JovModule

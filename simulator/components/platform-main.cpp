@@ -1,6 +1,7 @@
-#include "JovApplication.h"
-#include "PlainCrash.h"
-#include "PlatformComponent.h"
+#include "components/PlainCrash.h"
+#include "components/PlatformComponent.h"
+
+#include <jov/JovApplication.h>
 
 int main(int argc, char **argv)
 {

@@ -1,6 +1,7 @@
-#include "JovApplication.h"
-#include "PlainCrash.h"
-#include "SettingsComponent.h"
+#include "components/PlainCrash.h"
+#include "components/SettingsComponent.h"
+
+#include <jov/JovApplication.h>
 
 int main(int argc, char **argv)
 {

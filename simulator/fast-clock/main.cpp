@@ -1,4 +1,4 @@
-#include "RunManager.h"
+#include "daemon/RunManager.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "Behaviour.h"
+#include "sample-module/Behaviour.h"
 
 #include <csignal>
 #include <cstdio>

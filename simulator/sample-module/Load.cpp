@@ -1,4 +1,4 @@
-#include "Load.h"
+#include "sample-module/Load.h"
 
 #include <csignal>
 #include <cstdio>

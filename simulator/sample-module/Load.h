@@ -1,7 +1,7 @@
 #ifndef LOAD_H
 #define LOAD_H
 
-#include "Behaviour.h"
+#include "sample-module/Behaviour.h"
 
 #include <QObject>
 #include <QTimer>

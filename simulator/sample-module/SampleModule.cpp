@@ -1,4 +1,4 @@
-#include "SampleModule.h"
+#include "sample-module/SampleModule.h"
 
 #include <QTimer>
 

@@ -1,9 +1,10 @@
 #ifndef SAMPLE_MODULE_H
 #define SAMPLE_MODULE_H
 
-#include "Behaviour.h"
-#include "JovModule.h"
-#include "Load.h"
+#include "sample-module/Behaviour.h"
+#include "sample-module/Load.h"
+
+#include <jov/JovModule.h>
 
 /**
  * A module as the supervisor knows it: it announces "end_of_init_NAME" when it is ready and ends itself on

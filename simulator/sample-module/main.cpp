@@ -1,7 +1,8 @@
-#include "Behaviour.h"
-#include "JovApplication.h"
-#include "PlainCrash.h"
-#include "SampleModule.h"
+#include "components/PlainCrash.h"
+#include "sample-module/Behaviour.h"
+#include "sample-module/SampleModule.h"
+
+#include <jov/JovApplication.h>
 
 #include <cstdio>
 

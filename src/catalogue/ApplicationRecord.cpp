@@ -1,4 +1,4 @@
-#include "ApplicationRecord.h"
+#include "catalogue/ApplicationRecord.h"
 
 QString ApplicationRecord::toString() const
 {

@@ -1,7 +1,7 @@
 #ifndef APPLICATION_RECORD_H
 #define APPLICATION_RECORD_H
 
-#include "ApplicationConfig.h"
+#include <jov/ApplicationConfig.h>
 
 #include <QDateTime>
 #include <QList>

@@ -1,8 +1,9 @@
-#include "Catalogue.h"
+#include "catalogue/Catalogue.h"
 
-#include "ConfigReader.h"
-#include "Log.h"
-#include "ModulePaths.h"
+#include "catalogue/ConfigReader.h"
+#include "catalogue/ModulePaths.h"
+
+#include <jov/Log.h>
 
 #include <QDir>
 

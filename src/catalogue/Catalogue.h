@@ -1,7 +1,7 @@
 #ifndef CATALOGUE_H
 #define CATALOGUE_H
 
-#include "ApplicationRecord.h"
+#include "catalogue/ApplicationRecord.h"
 
 #include <QString>
 

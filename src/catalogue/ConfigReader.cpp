@@ -1,7 +1,7 @@
-#include "ConfigReader.h"
+#include "catalogue/ConfigReader.h"
 
-#include "ModulePaths.h"
-#include "XmlFile.h"
+#include "catalogue/ModulePaths.h"
+#include "catalogue/XmlFile.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #ifndef CONFIG_READER_H
 #define CONFIG_READER_H
 
-#include "ApplicationRecord.h"
+#include "catalogue/ApplicationRecord.h"
 
 #include <QString>
 

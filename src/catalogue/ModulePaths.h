@@ -1,7 +1,7 @@
 #ifndef MODULE_PATHS_H
 #define MODULE_PATHS_H
 
-#include "JovRoot.h"
+#include <jov/JovRoot.h>
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "XmlDocument.h"
+#include "catalogue/XmlDocument.h"
 
 #include <QXmlStreamReader>
 

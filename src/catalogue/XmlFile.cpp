@@ -1,6 +1,6 @@
-#include "XmlFile.h"
+#include "catalogue/XmlFile.h"
 
-#include "XmlMarkup.h"
+#include "catalogue/XmlMarkup.h"
 
 #include <QFile>
 #include <QXmlStreamReader>

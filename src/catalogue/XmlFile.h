@@ -1,7 +1,7 @@
 #ifndef XML_FILE_H
 #define XML_FILE_H
 
-#include "XmlDocument.h"
+#include "catalogue/XmlDocument.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "XmlMarkup.h"
+#include "catalogue/XmlMarkup.h"
 
 namespace {
 

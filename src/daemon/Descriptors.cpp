@@ -1,4 +1,4 @@
-#include "Descriptors.h"
+#include "daemon/Descriptors.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "Options.h"
+#include "daemon/Options.h"
 
 #include <cstdio>
 #include <string_view>

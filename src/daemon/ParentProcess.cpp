@@ -1,4 +1,4 @@
-#include "ParentProcess.h"
+#include "daemon/ParentProcess.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "PidFile.h"
+#include "daemon/PidFile.h"
 
 #include <QByteArray>
 #include <QFile>

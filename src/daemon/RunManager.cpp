@@ -1,12 +1,13 @@
-#include "RunManager.h"
+#include "daemon/RunManager.h"
 
-#include "ChildProcess.h"
-#include "Descriptors.h"
-#include "JovApplication.h"
-#include "Options.h"
-#include "ParentProcess.h"
-#include "PidFile.h"
-#include "SignalHandOver.h"
+#include "daemon/Descriptors.h"
+#include "daemon/Options.h"
+#include "daemon/ParentProcess.h"
+#include "daemon/PidFile.h"
+#include "daemon/SignalHandOver.h"
+#include "module/ChildProcess.h"
+
+#include <jov/JovApplication.h>
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 #ifndef RUN_MANAGER_H
 #define RUN_MANAGER_H
 
-#include "ApplicationManager.h"
+#include "manager/ApplicationManager.h"
 
 #include <sys/types.h>
 

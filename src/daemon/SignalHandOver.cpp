@@ -1,6 +1,6 @@
-#include "SignalHandOver.h"
+#include "daemon/SignalHandOver.h"
 
-#include "ApplicationManager.h"
+#include "manager/ApplicationManager.h"
 
 #include <QSocketNotifier>
 

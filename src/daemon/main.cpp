@@ -1,4 +1,4 @@
-#include "RunManager.h"
+#include "daemon/RunManager.h"
 
 int main(int argc, char **argv)
 {

@@ -1,8 +1,9 @@
-#include "Forest.h"
+#include "initstep/Forest.h"
 
-#include "ApplicationRecord.h"
-#include "InitStep.h"
-#include "Log.h"
+#include "catalogue/ApplicationRecord.h"
+#include "initstep/InitStep.h"
+
+#include <jov/Log.h>
 
 #include <QVector>
 

@@ -1,13 +1,14 @@
-#include "InitStep.h"
+#include "initstep/InitStep.h"
 
-#include "ApplicationRecord.h"
-#include "Forest.h"
-#include "Log.h"
-#include "Saturated.h"
-#include "StartWalk.h"
-#include "StopWalk.h"
-#include "SupervisionObserver.h"
-#include "Supervisor.h"
+#include "catalogue/ApplicationRecord.h"
+#include "catalogue/Saturated.h"
+#include "initstep/Forest.h"
+#include "initstep/StartWalk.h"
+#include "initstep/StopWalk.h"
+#include "supervision/SupervisionObserver.h"
+#include "supervision/Supervisor.h"
+
+#include <jov/Log.h>
 
 #include <QElapsedTimer>
 #include <QVector>

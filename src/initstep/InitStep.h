@@ -1,7 +1,7 @@
 #ifndef INIT_STEP_H
 #define INIT_STEP_H
 
-#include "Module.h"
+#include "module/Module.h"
 
 #include <QList>
 #include <QMap>

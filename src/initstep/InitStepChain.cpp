@@ -1,6 +1,6 @@
-#include "InitStepChain.h"
+#include "initstep/InitStepChain.h"
 
-#include "Log.h"
+#include <jov/Log.h>
 
 #include <algorithm>
 

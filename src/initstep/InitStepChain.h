@@ -1,7 +1,7 @@
 #ifndef INIT_STEP_CHAIN_H
 #define INIT_STEP_CHAIN_H
 
-#include "InitStep.h"
+#include "initstep/InitStep.h"
 
 #include <memory>
 #include <vector>

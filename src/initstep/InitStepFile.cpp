@@ -1,10 +1,11 @@
-#include "InitStepFile.h"
+#include "initstep/InitStepFile.h"
 
-#include "InitStepChain.h"
-#include "JovRoot.h"
-#include "Log.h"
-#include "ModulePaths.h"
-#include "XmlFile.h"
+#include "catalogue/ModulePaths.h"
+#include "catalogue/XmlFile.h"
+#include "initstep/InitStepChain.h"
+
+#include <jov/JovRoot.h>
+#include <jov/Log.h>
 
 #include <limits>
 

@@ -1,9 +1,10 @@
-#include "StartWalk.h"
+#include "initstep/StartWalk.h"
 
-#include "ApplicationConfig.h"
-#include "InitStep.h"
-#include "Log.h"
-#include "Supervisor.h"
+#include "initstep/InitStep.h"
+#include "supervision/Supervisor.h"
+
+#include <jov/ApplicationConfig.h>
+#include <jov/Log.h>
 
 namespace {
 

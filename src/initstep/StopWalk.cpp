@@ -1,7 +1,8 @@
-#include "StopWalk.h"
+#include "initstep/StopWalk.h"
 
-#include "ApplicationConfig.h"
-#include "Module.h"
+#include "module/Module.h"
+
+#include <jov/ApplicationConfig.h>
 
 qint64 StopWalk::stop(Module &node)
 {

@@ -1,10 +1,11 @@
-#include "ApplicationManager.h"
+#include "manager/ApplicationManager.h"
 
-#include "ApplicationManagerAdaptor.h"
-#include "InitStepFile.h"
-#include "Inspection.h"
-#include "Log.h"
-#include "SettingsParam.h"
+#include "initstep/InitStepFile.h"
+#include "manager/ApplicationManagerAdaptor.h"
+#include "manager/Inspection.h"
+
+#include <jov/Log.h>
+#include <jov/SettingsParam.h>
 
 #include <atomic>
 

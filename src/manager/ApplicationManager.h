@@ -1,20 +1,21 @@
 #ifndef APPLICATION_MANAGER_H
 #define APPLICATION_MANAGER_H
 
-#include "Catalogue.h"
-#include "InitStepChain.h"
-#include "Journal.h"
-#include "ManagerTiming.h"
-#include "MandatorySettings.h"
-#include "MemoryWatchdog.h"
-#include "ParentReport.h"
-#include "ProcReader.h"
-#include "RestartControl.h"
-#include "Setting.h"
-#include "SettingsAccess.h"
-#include "StartupProgression.h"
-#include "SupervisingComponent.h"
-#include "WaitLoop.h"
+#include "catalogue/Catalogue.h"
+#include "initstep/InitStepChain.h"
+#include "manager/Journal.h"
+#include "manager/ManagerTiming.h"
+#include "manager/MandatorySettings.h"
+#include "manager/ParentReport.h"
+#include "manager/RestartControl.h"
+#include "manager/SettingsAccess.h"
+#include "manager/StartupProgression.h"
+#include "manager/SupervisingComponent.h"
+#include "monitoring/MemoryWatchdog.h"
+#include "monitoring/ProcReader.h"
+#include "supervision/WaitLoop.h"
+
+#include <jov/Setting.h>
 
 #include <QElapsedTimer>
 

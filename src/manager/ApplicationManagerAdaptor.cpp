@@ -1,8 +1,9 @@
-#include "ApplicationManagerAdaptor.h"
+#include "manager/ApplicationManagerAdaptor.h"
 
-#include "ApplicationManager.h"
-#include "JovException.h"
-#include "Log.h"
+#include "manager/ApplicationManager.h"
+
+#include <jov/JovException.h>
+#include <jov/Log.h>
 
 #include <QHash>
 

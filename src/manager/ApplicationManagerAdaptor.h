@@ -1,8 +1,8 @@
 #ifndef APPLICATION_MANAGER_ADAPTOR_H
 #define APPLICATION_MANAGER_ADAPTOR_H
 
-#include "ApplicationConfig.h"
-#include "Setting.h"
+#include <jov/ApplicationConfig.h>
+#include <jov/Setting.h>
 
 #include <QDBusAbstractAdaptor>
 

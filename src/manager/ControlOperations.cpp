@@ -1,9 +1,10 @@
 // The operations that start and stop: slots of the facade, reached from the bus, from events and from the parts.
 
-#include "ApplicationManager.h"
-#include "JovProcess.h"
-#include "Log.h"
-#include "Saturated.h"
+#include "catalogue/Saturated.h"
+#include "manager/ApplicationManager.h"
+
+#include <jov/JovProcess.h>
+#include <jov/Log.h>
 
 int ApplicationManager::startAll()
 {

@@ -1,7 +1,8 @@
-#include "Inspection.h"
+#include "manager/Inspection.h"
 
-#include "ApplicationManager.h"
-#include "Log.h"
+#include "manager/ApplicationManager.h"
+
+#include <jov/Log.h>
 
 #include <QDBusMetaType>
 

@@ -1,6 +1,6 @@
-#include "Journal.h"
+#include "manager/Journal.h"
 
-#include "ModuleState.h"
+#include "initstep/ModuleState.h"
 
 #include <ctime>
 

@@ -1,8 +1,8 @@
 #ifndef JOURNAL_H
 #define JOURNAL_H
 
-#include "SupervisionObserver.h"
-#include "Timeline.h"
+#include "manager/Timeline.h"
+#include "supervision/SupervisionObserver.h"
 
 #include <QHash>
 #include <QObject>

@@ -1,8 +1,9 @@
-#include "MandatorySettings.h"
+#include "manager/MandatorySettings.h"
 
-#include "ApplicationManager.h"
-#include "Log.h"
-#include "WaitLoop.h"
+#include "manager/ApplicationManager.h"
+#include "supervision/WaitLoop.h"
+
+#include <jov/Log.h>
 
 namespace {
 

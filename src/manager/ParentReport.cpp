@@ -1,6 +1,6 @@
-#include "ParentReport.h"
+#include "manager/ParentReport.h"
 
-#include "Log.h"
+#include <jov/Log.h>
 
 #include <csignal>
 

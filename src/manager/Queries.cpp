@@ -1,8 +1,9 @@
 // The operations that answer questions, and those that hand over to the watchdog: slots of the facade.
 
-#include "ApplicationManager.h"
-#include "ApplicationMemory.h"
-#include "Log.h"
+#include "manager/ApplicationManager.h"
+#include "monitoring/ApplicationMemory.h"
+
+#include <jov/Log.h>
 
 int ApplicationManager::getStepInfra()
 {

@@ -1,8 +1,9 @@
-#include "RestartControl.h"
+#include "manager/RestartControl.h"
 
-#include "ApplicationManager.h"
-#include "Log.h"
-#include "WaitLoop.h"
+#include "manager/ApplicationManager.h"
+#include "supervision/WaitLoop.h"
+
+#include <jov/Log.h>
 
 namespace {
 

@@ -1,11 +1,12 @@
-#include "SettingsAccess.h"
+#include "manager/SettingsAccess.h"
 
-#include "EventValue.h"
-#include "JovException.h"
-#include "Log.h"
-#include "MemoryWatchdog.h"
-#include "Setting.h"
-#include "Supervisor.h"
+#include "core/EventValue.h"
+#include "monitoring/MemoryWatchdog.h"
+#include "supervision/Supervisor.h"
+
+#include <jov/JovException.h>
+#include <jov/Log.h>
+#include <jov/Setting.h>
 
 #include <QDBusMessage>
 

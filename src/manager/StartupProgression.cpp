@@ -1,9 +1,10 @@
-#include "StartupProgression.h"
+#include "manager/StartupProgression.h"
 
-#include "ApplicationManager.h"
-#include "InitStepChain.h"
-#include "JovRoot.h"
-#include "Log.h"
+#include "initstep/InitStepChain.h"
+#include "manager/ApplicationManager.h"
+
+#include <jov/JovRoot.h>
+#include <jov/Log.h>
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,8 +1,9 @@
 #ifndef SUPERVISING_COMPONENT_H
 #define SUPERVISING_COMPONENT_H
 
-#include "JovModule.h"
-#include "Supervisor.h"
+#include "supervision/Supervisor.h"
+
+#include <jov/JovModule.h>
 
 /// A component of the platform whose place on the bus is the supervisor's too.
 class SupervisingComponent : public JovModule, public Supervisor

@@ -1,4 +1,4 @@
-#include "Timeline.h"
+#include "manager/Timeline.h"
 
 #include <algorithm>
 

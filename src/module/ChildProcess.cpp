@@ -1,7 +1,7 @@
-#include "ChildProcess.h"
+#include "module/ChildProcess.h"
 
-#include "ChildReaper.h"
-#include "Spawn.h"
+#include "module/ChildReaper.h"
+#include "module/Spawn.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
-#include "ChildReaper.h"
+#include "module/ChildReaper.h"
 
-#include "ChildProcess.h"
+#include "module/ChildProcess.h"
 
 #include <QSocketNotifier>
 

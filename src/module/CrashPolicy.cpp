@@ -1,9 +1,10 @@
-#include "CrashPolicy.h"
+#include "module/CrashPolicy.h"
 
-#include "JovProcess.h"
-#include "JovRoot.h"
-#include "Log.h"
-#include "Supervisor.h"
+#include "supervision/Supervisor.h"
+
+#include <jov/JovProcess.h>
+#include <jov/JovRoot.h>
+#include <jov/Log.h>
 
 namespace {
 

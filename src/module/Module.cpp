@@ -1,14 +1,15 @@
-#include "Module.h"
+#include "module/Module.h"
 
-#include "ApplicationRecord.h"
-#include "CrashPolicy.h"
-#include "JovProcess.h"
-#include "JovRoot.h"
-#include "Log.h"
-#include "ModulePaths.h"
-#include "SupervisionObserver.h"
-#include "Supervisor.h"
-#include "WaitLoop.h"
+#include "catalogue/ApplicationRecord.h"
+#include "catalogue/ModulePaths.h"
+#include "module/CrashPolicy.h"
+#include "supervision/SupervisionObserver.h"
+#include "supervision/Supervisor.h"
+#include "supervision/WaitLoop.h"
+
+#include <jov/JovProcess.h>
+#include <jov/JovRoot.h>
+#include <jov/Log.h>
 
 #include <QFile>
 

@@ -1,9 +1,9 @@
 #ifndef MODULE_H
 #define MODULE_H
 
-#include "Application.h"
-#include "ChildProcess.h"
-#include "ModuleState.h"
+#include "initstep/ModuleState.h"
+#include "module/Application.h"
+#include "module/ChildProcess.h"
 
 #include <QElapsedTimer>
 #include <QTimer>

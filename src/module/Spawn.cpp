@@ -1,4 +1,4 @@
-#include "Spawn.h"
+#include "module/Spawn.h"
 
 #include <csignal>
 

@@ -1,9 +1,10 @@
-#include "ApplicationMemory.h"
+#include "monitoring/ApplicationMemory.h"
 
-#include "Catalogue.h"
-#include "Log.h"
-#include "MemoryLimit.h"
-#include "ProcReader.h"
+#include "catalogue/Catalogue.h"
+#include "monitoring/MemoryLimit.h"
+#include "monitoring/ProcReader.h"
+
+#include <jov/Log.h>
 
 qint64 virtualSize(const Catalogue &catalogue, const ProcReader &reader, const QString &name)
 {

@@ -1,13 +1,14 @@
-#include "MemoryWatchdog.h"
+#include "monitoring/MemoryWatchdog.h"
 
-#include "ApplicationMemory.h"
-#include "Catalogue.h"
-#include "JovException.h"
-#include "Log.h"
-#include "MemoryLimit.h"
-#include "RetryPolicy.h"
-#include "Saturated.h"
-#include "Supervisor.h"
+#include "catalogue/Catalogue.h"
+#include "catalogue/Saturated.h"
+#include "monitoring/ApplicationMemory.h"
+#include "monitoring/MemoryLimit.h"
+#include "monitoring/RetryPolicy.h"
+#include "supervision/Supervisor.h"
+
+#include <jov/JovException.h>
+#include <jov/Log.h>
 
 #include <QScopedValueRollback>
 

@@ -1,7 +1,7 @@
 #ifndef MEMORY_WATCHDOG_H
 #define MEMORY_WATCHDOG_H
 
-#include "ProcReader.h"
+#include "monitoring/ProcReader.h"
 
 #include <QDateTime>
 #include <QObject>

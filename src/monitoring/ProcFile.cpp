@@ -1,4 +1,4 @@
-#include "ProcFile.h"
+#include "monitoring/ProcFile.h"
 
 #include <QList>
 

@@ -1,4 +1,4 @@
-#include "ProcParser.h"
+#include "monitoring/ProcParser.h"
 
 #include <QList>
 

@@ -1,8 +1,9 @@
-#include "ProcReader.h"
+#include "monitoring/ProcReader.h"
 
-#include "Log.h"
-#include "ProcParser.h"
-#include "Saturated.h"
+#include "catalogue/Saturated.h"
+#include "monitoring/ProcParser.h"
+
+#include <jov/Log.h>
 
 #include <QFile>
 

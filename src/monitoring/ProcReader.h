@@ -1,7 +1,7 @@
 #ifndef PROC_READER_H
 #define PROC_READER_H
 
-#include "ProcFile.h"
+#include "monitoring/ProcFile.h"
 
 #include <QString>
 

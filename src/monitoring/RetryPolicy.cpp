@@ -1,7 +1,8 @@
-#include "RetryPolicy.h"
+#include "monitoring/RetryPolicy.h"
 
-#include "ApplicationRecord.h"
-#include "Log.h"
+#include "catalogue/ApplicationRecord.h"
+
+#include <jov/Log.h>
 
 namespace {
 

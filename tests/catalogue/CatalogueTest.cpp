@@ -1,10 +1,10 @@
-#include "Catalogue.h"
+#include "catalogue/Catalogue.h"
 
-#include "ConfigReader.h"
-#include "DataTable.h"
-#include "ModulePaths.h"
-#include "RootDir.h"
-#include "XmlFile.h"
+#include "catalogue/ConfigReader.h"
+#include "catalogue/ModulePaths.h"
+#include "catalogue/XmlFile.h"
+#include "support/DataTable.h"
+#include "support/RootDir.h"
 
 #include <QDir>
 

@@ -1,6 +1,6 @@
-#include "Options.h"
+#include "daemon/Options.h"
 
-#include "DataTable.h"
+#include "support/DataTable.h"
 
 #include <vector>
 

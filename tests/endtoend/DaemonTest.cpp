@@ -1,6 +1,7 @@
-#include "BusNames.h"
-#include "DataTable.h"
-#include "Terminal.h"
+#include "support/DataTable.h"
+#include "support/Terminal.h"
+
+#include <jov/BusNames.h>
 
 #include <QDBusConnectionInterface>
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "Terminal.h"
+#include "support/Terminal.h"
 
 #include <QElapsedTimer>
 #include <QTest>

@@ -1,6 +1,7 @@
-#include "BusExchange.h"
-#include "Setting.h"
-#include "Terminal.h"
+#include "core/BusExchange.h"
+#include "support/Terminal.h"
+
+#include <jov/Setting.h>
 
 #include <QCommandLineParser>
 #include <QDBusPendingReply>

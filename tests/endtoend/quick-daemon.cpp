@@ -1,4 +1,4 @@
-#include "RunManager.h"
+#include "daemon/RunManager.h"
 
 /// The daemon, with a shorter patience for its modules, so that a test need not wait for half a minute.
 int main(int argc, char **argv)

@@ -1,5 +1,6 @@
-#include "BusNames.h"
-#include "Terminal.h"
+#include "support/Terminal.h"
+
+#include <jov/BusNames.h>
 
 #include <QDBusReply>
 #include <QStandardPaths>

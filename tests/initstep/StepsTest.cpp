@@ -1,9 +1,9 @@
-#include "ApplicationRecord.h"
-#include "DataTable.h"
-#include "FakeSupervisor.h"
-#include "InitStepChain.h"
-#include "InitStepFile.h"
-#include "RootDir.h"
+#include "catalogue/ApplicationRecord.h"
+#include "initstep/InitStepChain.h"
+#include "initstep/InitStepFile.h"
+#include "support/DataTable.h"
+#include "support/FakeSupervisor.h"
+#include "support/RootDir.h"
 
 #include <ctime>
 #include <limits>

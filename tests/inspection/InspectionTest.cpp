@@ -1,8 +1,8 @@
-#include "Inspection.h"
+#include "manager/Inspection.h"
 
-#include "BusClient.h"
-#include "Terminal.h"
-#include "Timeline.h"
+#include "client/BusClient.h"
+#include "manager/Timeline.h"
+#include "support/Terminal.h"
 
 #include <QDBusMetaType>
 #include <QDBusReply>

@@ -1,13 +1,14 @@
-#include "Catalogue.h"
-#include "DataTable.h"
-#include "FakeSupervisor.h"
-#include "JovException.h"
-#include "MemoryWatchdog.h"
-#include "ParentReport.h"
-#include "ProcReader.h"
-#include "RootDir.h"
-#include "Setting.h"
-#include "SettingsAccess.h"
+#include "catalogue/Catalogue.h"
+#include "manager/ParentReport.h"
+#include "manager/SettingsAccess.h"
+#include "monitoring/MemoryWatchdog.h"
+#include "monitoring/ProcReader.h"
+#include "support/DataTable.h"
+#include "support/FakeSupervisor.h"
+#include "support/RootDir.h"
+
+#include <jov/JovException.h>
+#include <jov/Setting.h>
 
 #include <QDBusVariant>
 

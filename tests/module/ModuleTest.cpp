@@ -1,9 +1,9 @@
-#include "Module.h"
+#include "module/Module.h"
 
-#include "ApplicationRecord.h"
-#include "DataTable.h"
-#include "FakeSupervisor.h"
-#include "RootDir.h"
+#include "catalogue/ApplicationRecord.h"
+#include "support/DataTable.h"
+#include "support/FakeSupervisor.h"
+#include "support/RootDir.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,7 +1,7 @@
-#include "DataTable.h"
-#include "ProcParser.h"
-#include "ProcReader.h"
-#include "RootDir.h"
+#include "monitoring/ProcParser.h"
+#include "monitoring/ProcReader.h"
+#include "support/DataTable.h"
+#include "support/RootDir.h"
 
 #include <QElapsedTimer>
 

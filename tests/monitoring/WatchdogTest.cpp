@@ -1,12 +1,13 @@
-#include "ApplicationMemory.h"
-#include "Catalogue.h"
-#include "DataTable.h"
-#include "FakeSupervisor.h"
-#include "JovException.h"
-#include "MemoryLimit.h"
-#include "MemoryWatchdog.h"
-#include "RetryPolicy.h"
-#include "RootDir.h"
+#include "catalogue/Catalogue.h"
+#include "monitoring/ApplicationMemory.h"
+#include "monitoring/MemoryLimit.h"
+#include "monitoring/MemoryWatchdog.h"
+#include "monitoring/RetryPolicy.h"
+#include "support/DataTable.h"
+#include "support/FakeSupervisor.h"
+#include "support/RootDir.h"
+
+#include <jov/JovException.h>
 
 #include <stdexcept>
 

@@ -1,12 +1,13 @@
 #ifndef COMPONENT_H
 #define COMPONENT_H
 
-#include "BusExchange.h"
-#include "JovApplication.h"
-#include "JovException.h"
-#include "JovModule.h"
-#include "PrivateBus.h"
-#include "RootDir.h"
+#include "bus/PrivateBus.h"
+#include "core/BusExchange.h"
+#include "support/RootDir.h"
+
+#include <jov/JovApplication.h>
+#include <jov/JovException.h>
+#include <jov/JovModule.h>
 
 #include <QDBusConnection>
 #include <QDBusPendingReply>

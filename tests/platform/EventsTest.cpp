@@ -1,6 +1,7 @@
-#include "ApplicationConfig.h"
-#include "Component.h"
-#include "DataTable.h"
+#include "platform/Component.h"
+#include "support/DataTable.h"
+
+#include <jov/ApplicationConfig.h>
 
 #include <QDBusObjectPath>
 #include <QDBusReply>

@@ -1,9 +1,10 @@
-#include "DataTable.h"
-#include "JovProcess.h"
-#include "JovRoot.h"
-#include "RootDir.h"
-#include "Setting.h"
-#include "SettingsParam.h"
+#include "support/DataTable.h"
+#include "support/RootDir.h"
+
+#include <jov/JovProcess.h>
+#include <jov/JovRoot.h>
+#include <jov/Setting.h>
+#include <jov/SettingsParam.h>
 
 #include <csignal>
 

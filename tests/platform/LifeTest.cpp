@@ -1,6 +1,7 @@
-#include "Component.h"
-#include "DataTable.h"
-#include "JovLogger.h"
+#include "platform/Component.h"
+#include "support/DataTable.h"
+
+#include <jov/JovLogger.h>
 
 #include <QEventLoop>
 #include <QTimer>

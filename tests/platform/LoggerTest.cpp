@@ -1,7 +1,8 @@
-#include "DataTable.h"
-#include "Log.h"
-#include "PlatformLogger.h"
-#include "RootDir.h"
+#include "logger/PlatformLogger.h"
+#include "support/DataTable.h"
+#include "support/RootDir.h"
+
+#include <jov/Log.h>
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "DataTable.h"
-#include "Processes.h"
-#include "RootDir.h"
+#include "support/DataTable.h"
+#include "support/Processes.h"
+#include "support/RootDir.h"
 
 #include <QDir>
 #include <QProcess>

@@ -1,7 +1,7 @@
 #ifndef DATA_TABLE_H
 #define DATA_TABLE_H
 
-#include "Text.h"
+#include "support/Text.h"
 
 #include <QFile>
 #include <QMap>

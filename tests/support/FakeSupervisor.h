@@ -1,7 +1,7 @@
 #ifndef FAKE_SUPERVISOR_H
 #define FAKE_SUPERVISOR_H
 
-#include "NoSupervisor.h"
+#include "verify/NoSupervisor.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "Processes.h"
+#include "support/Processes.h"
 
 #include <csignal>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #ifndef PROCESSES_H
 #define PROCESSES_H
 
-#include "Text.h"
+#include "support/Text.h"
 
 #include <QList>
 #include <QMap>

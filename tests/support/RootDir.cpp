@@ -1,4 +1,4 @@
-#include "RootDir.h"
+#include "support/RootDir.h"
 
 #include <QDir>
 #include <QFile>

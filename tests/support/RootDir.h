@@ -1,7 +1,7 @@
 #ifndef ROOT_DIR_H
 #define ROOT_DIR_H
 
-#include "Text.h"
+#include "support/Text.h"
 
 #include <QByteArray>
 #include <QStringList>

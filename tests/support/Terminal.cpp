@@ -1,8 +1,9 @@
-#include "Terminal.h"
+#include "support/Terminal.h"
 
-#include "ApplicationConfig.h"
-#include "BusExchange.h"
-#include "BusNames.h"
+#include "core/BusExchange.h"
+
+#include <jov/ApplicationConfig.h>
+#include <jov/BusNames.h>
 
 #include <QDBusReply>
 #include <QFile>

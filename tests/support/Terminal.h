@@ -1,9 +1,9 @@
 #ifndef TERMINAL_H
 #define TERMINAL_H
 
-#include "PrivateBus.h"
-#include "Processes.h"
-#include "RootDir.h"
+#include "bus/PrivateBus.h"
+#include "support/Processes.h"
+#include "support/RootDir.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

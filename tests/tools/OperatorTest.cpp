@@ -1,5 +1,5 @@
-#include "DataTable.h"
-#include "Terminal.h"
+#include "support/DataTable.h"
+#include "support/Terminal.h"
 
 #include <QElapsedTimer>
 #include <QJsonDocument>

@@ -1,10 +1,10 @@
-#include "BootAnalysis.h"
-#include "BootChart.h"
-#include "DataTable.h"
-#include "NearMiss.h"
-#include "ProcessUsage.h"
-#include "TextWidth.h"
-#include "Units.h"
+#include "client/BootAnalysis.h"
+#include "client/NearMiss.h"
+#include "client/TextWidth.h"
+#include "client/Units.h"
+#include "jovctl/BootChart.h"
+#include "jovctl/ProcessUsage.h"
+#include "support/DataTable.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

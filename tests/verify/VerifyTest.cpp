@@ -1,8 +1,8 @@
-#include "CommandTable.h"
-#include "DataTable.h"
-#include "Report.h"
-#include "RootDir.h"
-#include "TerminalCheck.h"
+#include "jovctl/CommandTable.h"
+#include "support/DataTable.h"
+#include "support/RootDir.h"
+#include "verify/Report.h"
+#include "verify/TerminalCheck.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "BootAnalysis.h"
+#include "client/BootAnalysis.h"
 
 #include <QHash>
 #include <QMap>

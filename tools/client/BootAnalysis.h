@@ -1,7 +1,7 @@
 #ifndef BOOT_ANALYSIS_H
 #define BOOT_ANALYSIS_H
 
-#include "Records.h"
+#include "client/Records.h"
 
 /// One module in a start-up. All times count from the start-up's begin, in microseconds.
 struct BootModule

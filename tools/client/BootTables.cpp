@@ -1,6 +1,6 @@
-#include "BootTables.h"
+#include "client/BootTables.h"
 
-#include "Units.h"
+#include "client/Units.h"
 
 Table::Cell durationCell(quint64 microseconds)
 {

@@ -1,8 +1,8 @@
 #ifndef BOOT_TABLES_H
 #define BOOT_TABLES_H
 
-#include "BootAnalysis.h"
-#include "Table.h"
+#include "client/BootAnalysis.h"
+#include "client/Table.h"
 
 /// A row for each step of the start-up.
 [[nodiscard]] Table stepTable(const BootRecord &record);

@@ -1,10 +1,10 @@
-#include "BusClient.h"
+#include "client/BusClient.h"
 
-#include "BusExchange.h"
-#include "Console.h"
-#include "Failure.h"
-#include "NearMiss.h"
-#include "WaitNotice.h"
+#include "client/Console.h"
+#include "client/Failure.h"
+#include "client/NearMiss.h"
+#include "client/WaitNotice.h"
+#include "core/BusExchange.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>

@@ -1,7 +1,7 @@
 #ifndef BUS_CLIENT_H
 #define BUS_CLIENT_H
 
-#include "Records.h"
+#include "client/Records.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,4 +1,4 @@
-#include "Console.h"
+#include "client/Console.h"
 
 #include <clocale>
 #include <cstdio>

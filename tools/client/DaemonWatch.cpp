@@ -1,6 +1,6 @@
-#include "DaemonWatch.h"
+#include "client/DaemonWatch.h"
 
-#include "BusClient.h"
+#include "client/BusClient.h"
 
 #include <QDBusPendingCallWatcher>
 

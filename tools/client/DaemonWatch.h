@@ -1,7 +1,7 @@
 #ifndef DAEMON_WATCH_H
 #define DAEMON_WATCH_H
 
-#include "Records.h"
+#include "client/Records.h"
 
 #include <QDBusConnection>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "EditDistance.h"
+#include "client/EditDistance.h"
 
 #include <QString>
 #include <QVector>

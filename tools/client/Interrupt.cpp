@@ -1,4 +1,4 @@
-#include "Interrupt.h"
+#include "client/Interrupt.h"
 
 #include <csignal>
 

@@ -1,6 +1,6 @@
-#include "NearMiss.h"
+#include "client/NearMiss.h"
 
-#include "EditDistance.h"
+#include "client/EditDistance.h"
 
 #include <QMultiMap>
 

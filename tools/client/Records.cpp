@@ -1,4 +1,4 @@
-#include "Records.h"
+#include "client/Records.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>

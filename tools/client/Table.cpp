@@ -1,6 +1,6 @@
-#include "Table.h"
+#include "client/Table.h"
 
-#include "TextWidth.h"
+#include "client/TextWidth.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

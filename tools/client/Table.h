@@ -1,7 +1,7 @@
 #ifndef TABLE_H
 #define TABLE_H
 
-#include "Console.h"
+#include "client/Console.h"
 
 #include <QJsonValue>
 #include <QList>

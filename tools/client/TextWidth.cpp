@@ -1,4 +1,4 @@
-#include "TextWidth.h"
+#include "client/TextWidth.h"
 
 #include <QChar>
 

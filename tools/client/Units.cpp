@@ -1,4 +1,4 @@
-#include "Units.h"
+#include "client/Units.h"
 
 #include <ctime>
 

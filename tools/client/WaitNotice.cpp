@@ -1,8 +1,8 @@
-#include "WaitNotice.h"
+#include "client/WaitNotice.h"
 
-#include "BusClient.h"
-#include "Console.h"
-#include "Failure.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "client/Failure.h"
 
 namespace {
 

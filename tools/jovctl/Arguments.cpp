@@ -1,7 +1,7 @@
-#include "Arguments.h"
+#include "jovctl/Arguments.h"
 
-#include "Command.h"
-#include "Console.h"
+#include "client/Console.h"
+#include "jovctl/Command.h"
 
 #include <QCommandLineParser>
 

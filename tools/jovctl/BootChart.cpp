@@ -1,8 +1,8 @@
-#include "BootChart.h"
+#include "jovctl/BootChart.h"
 
-#include "Console.h"
-#include "TextWidth.h"
-#include "Units.h"
+#include "client/Console.h"
+#include "client/TextWidth.h"
+#include "client/Units.h"
 
 #include <cmath>
 

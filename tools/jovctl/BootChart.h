@@ -1,7 +1,7 @@
 #ifndef BOOT_CHART_H
 #define BOOT_CHART_H
 
-#include "BootAnalysis.h"
+#include "client/BootAnalysis.h"
 
 /**
  * The start-up as a picture: a standalone SVG document with a row for each module, grouped by step, over a common time

@@ -1,9 +1,9 @@
-#include "BootAnalysis.h"
-#include "BootChart.h"
-#include "BootTables.h"
-#include "BusClient.h"
-#include "Command.h"
-#include "Units.h"
+#include "client/BootAnalysis.h"
+#include "client/BootTables.h"
+#include "client/BusClient.h"
+#include "client/Units.h"
+#include "jovctl/BootChart.h"
+#include "jovctl/Command.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

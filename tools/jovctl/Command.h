@@ -1,8 +1,8 @@
 #ifndef COMMAND_H
 #define COMMAND_H
 
-#include "Arguments.h"
-#include "Failure.h"
+#include "client/Failure.h"
+#include "jovctl/Arguments.h"
 
 #include <QCommandLineOption>
 #include <QList>

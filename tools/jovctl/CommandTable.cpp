@@ -1,7 +1,7 @@
-#include "CommandTable.h"
+#include "jovctl/CommandTable.h"
 
-#include "Console.h"
-#include "NearMiss.h"
+#include "client/Console.h"
+#include "client/NearMiss.h"
 
 #include <QCoreApplication>
 

@@ -1,7 +1,7 @@
 #ifndef COMMAND_TABLE_H
 #define COMMAND_TABLE_H
 
-#include "Command.h"
+#include "jovctl/Command.h"
 
 /// All subcommands, in the order of the help.
 [[nodiscard]] CommandList allCommands();

@@ -1,10 +1,10 @@
 // start, stop and restart of single modules. What is reported is how the modules are afterwards: the daemon's reply
 // tells no more than that it tried.
 
-#include "BusClient.h"
-#include "Command.h"
-#include "Console.h"
-#include "Units.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "client/Units.h"
+#include "jovctl/Command.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "BusClient.h"
-#include "Command.h"
-#include "Table.h"
-#include "Units.h"
+#include "client/BusClient.h"
+#include "client/Table.h"
+#include "client/Units.h"
+#include "jovctl/Command.h"
 
 #include <QJsonArray>
 

@@ -1,7 +1,7 @@
-#include "BusClient.h"
-#include "Command.h"
-#include "Console.h"
-#include "ProcessUsage.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "jovctl/Command.h"
+#include "jovctl/ProcessUsage.h"
 
 #include <functional>
 

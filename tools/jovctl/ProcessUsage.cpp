@@ -1,4 +1,4 @@
-#include "ProcessUsage.h"
+#include "jovctl/ProcessUsage.h"
 
 #include <QFile>
 #include <QList>

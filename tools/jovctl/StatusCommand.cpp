@@ -1,7 +1,7 @@
-#include "BusClient.h"
-#include "Command.h"
-#include "Console.h"
-#include "Units.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "client/Units.h"
+#include "jovctl/Command.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,9 +1,9 @@
-#include "BusClient.h"
-#include "Command.h"
-#include "Interrupt.h"
-#include "ProcessUsage.h"
-#include "Table.h"
-#include "Units.h"
+#include "client/BusClient.h"
+#include "client/Interrupt.h"
+#include "client/Table.h"
+#include "client/Units.h"
+#include "jovctl/Command.h"
+#include "jovctl/ProcessUsage.h"
 
 #include <QCoreApplication>
 #include <QHash>

@@ -1,6 +1,6 @@
-#include "BusClient.h"
-#include "Command.h"
-#include "Console.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "jovctl/Command.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

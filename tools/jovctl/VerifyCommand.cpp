@@ -1,7 +1,7 @@
-#include "Command.h"
-#include "Console.h"
-#include "Report.h"
-#include "TerminalCheck.h"
+#include "client/Console.h"
+#include "jovctl/Command.h"
+#include "verify/Report.h"
+#include "verify/TerminalCheck.h"
 
 #include <QDir>
 #include <QFile>

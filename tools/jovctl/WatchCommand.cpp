@@ -1,8 +1,8 @@
-#include "BusClient.h"
-#include "Command.h"
-#include "Console.h"
-#include "DaemonWatch.h"
-#include "Interrupt.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "client/DaemonWatch.h"
+#include "client/Interrupt.h"
+#include "jovctl/Command.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

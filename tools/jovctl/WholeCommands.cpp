@@ -1,11 +1,11 @@
 // What concerns all modules at once. As with single modules, the state afterwards is what is reported.
 
-#include "BusClient.h"
-#include "Command.h"
-#include "Console.h"
-#include "Failure.h"
-#include "Units.h"
-#include "WaitNotice.h"
+#include "client/BusClient.h"
+#include "client/Console.h"
+#include "client/Failure.h"
+#include "client/Units.h"
+#include "client/WaitNotice.h"
+#include "jovctl/Command.h"
 
 #include <QSet>
 #include <QThread>

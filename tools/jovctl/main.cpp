@@ -1,4 +1,4 @@
-#include "CommandTable.h"
+#include "jovctl/CommandTable.h"
 
 #include <QCoreApplication>
 

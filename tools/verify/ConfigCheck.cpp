@@ -1,6 +1,6 @@
-#include "ConfigCheck.h"
+#include "verify/ConfigCheck.h"
 
-#include "XmlElements.h"
+#include "verify/XmlElements.h"
 
 #include <QStringList>
 

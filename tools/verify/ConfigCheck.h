@@ -1,8 +1,8 @@
 #ifndef CONFIG_CHECK_H
 #define CONFIG_CHECK_H
 
-#include "Findings.h"
-#include "XmlDocument.h"
+#include "catalogue/XmlDocument.h"
+#include "verify/Findings.h"
 
 #include <QVector>
 

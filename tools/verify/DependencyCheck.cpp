@@ -1,8 +1,8 @@
-#include "DependencyCheck.h"
+#include "verify/DependencyCheck.h"
 
-#include "ApplicationRecord.h"
-#include "InitStep.h"
-#include "Spelling.h"
+#include "catalogue/ApplicationRecord.h"
+#include "initstep/InitStep.h"
+#include "verify/Spelling.h"
 
 #include <QHash>
 #include <QVector>

@@ -1,4 +1,4 @@
-#include "Findings.h"
+#include "verify/Findings.h"
 
 #include <QStringList>
 

@@ -1,12 +1,12 @@
-#include "ModuleCheck.h"
+#include "verify/ModuleCheck.h"
 
-#include "Catalogue.h"
-#include "ConfigReader.h"
-#include "ModulePaths.h"
-#include "Spelling.h"
-#include "StepTable.h"
-#include "XmlElements.h"
-#include "XmlFile.h"
+#include "catalogue/Catalogue.h"
+#include "catalogue/ConfigReader.h"
+#include "catalogue/ModulePaths.h"
+#include "catalogue/XmlFile.h"
+#include "verify/Spelling.h"
+#include "verify/StepTable.h"
+#include "verify/XmlElements.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
 #ifndef MODULE_CHECK_H
 #define MODULE_CHECK_H
 
-#include "ConfigCheck.h"
-#include "Findings.h"
+#include "verify/ConfigCheck.h"
+#include "verify/Findings.h"
 
 #include <QMap>
 #include <QStringList>

@@ -1,9 +1,9 @@
 #ifndef NO_SUPERVISOR_H
 #define NO_SUPERVISOR_H
 
-#include "SupervisionObserver.h"
-#include "Supervisor.h"
-#include "WaitLoop.h"
+#include "supervision/SupervisionObserver.h"
+#include "supervision/Supervisor.h"
+#include "supervision/WaitLoop.h"
 
 /// Stands behind a chain of steps that is only looked at: nothing starts, nothing is sent, and every answer says no.
 class NoSupervisor : public Supervisor

@@ -1,9 +1,10 @@
-#include "ProgramCheck.h"
+#include "verify/ProgramCheck.h"
 
-#include "BusNames.h"
-#include "JovRoot.h"
-#include "ModulePaths.h"
-#include "ProgramFile.h"
+#include "catalogue/ModulePaths.h"
+#include "verify/ProgramFile.h"
+
+#include <jov/BusNames.h>
+#include <jov/JovRoot.h>
 
 #include <QDir>
 #include <QMap>

@@ -1,7 +1,7 @@
 #ifndef PROGRAM_CHECK_H
 #define PROGRAM_CHECK_H
 
-#include "Findings.h"
+#include "verify/Findings.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "ProgramFile.h"
+#include "verify/ProgramFile.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
-#include "Report.h"
+#include "verify/Report.h"
 
-#include "TerminalCheck.h"
+#include "verify/TerminalCheck.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

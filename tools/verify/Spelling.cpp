@@ -1,6 +1,6 @@
-#include "Spelling.h"
+#include "verify/Spelling.h"
 
-#include "EditDistance.h"
+#include "client/EditDistance.h"
 
 #include <cstdlib>
 

@@ -1,11 +1,12 @@
-#include "StepTable.h"
+#include "verify/StepTable.h"
 
-#include "ConfigReader.h"
-#include "InitStepFile.h"
-#include "JovRoot.h"
-#include "ModulePaths.h"
-#include "XmlElements.h"
-#include "XmlFile.h"
+#include "catalogue/ConfigReader.h"
+#include "catalogue/ModulePaths.h"
+#include "catalogue/XmlFile.h"
+#include "initstep/InitStepFile.h"
+#include "verify/XmlElements.h"
+
+#include <jov/JovRoot.h>
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 #ifndef STEP_TABLE_H
 #define STEP_TABLE_H
 
-#include "Findings.h"
-#include "InitStepChain.h"
-#include "NoSupervisor.h"
-#include "XmlDocument.h"
+#include "catalogue/XmlDocument.h"
+#include "initstep/InitStepChain.h"
+#include "verify/Findings.h"
+#include "verify/NoSupervisor.h"
 
 #include <QStringList>
 #include <QVector>

@@ -1,13 +1,14 @@
-#include "TerminalCheck.h"
+#include "verify/TerminalCheck.h"
 
-#include "Catalogue.h"
-#include "DependencyCheck.h"
-#include "InitStep.h"
-#include "JovLogger.h"
-#include "ModulePaths.h"
-#include "PlatformIni.h"
-#include "ProgramCheck.h"
-#include "StepTable.h"
+#include "catalogue/Catalogue.h"
+#include "catalogue/ModulePaths.h"
+#include "initstep/InitStep.h"
+#include "root/PlatformIni.h"
+#include "verify/DependencyCheck.h"
+#include "verify/ProgramCheck.h"
+#include "verify/StepTable.h"
+
+#include <jov/JovLogger.h>
 
 #include <algorithm>
 

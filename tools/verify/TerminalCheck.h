@@ -1,7 +1,7 @@
 #ifndef TERMINAL_CHECK_H
 #define TERMINAL_CHECK_H
 
-#include "Findings.h"
+#include "verify/Findings.h"
 
 /// What a set of files is, and what is wrong with it.
 struct TerminalReport

@@ -1,7 +1,7 @@
-#include "XmlElements.h"
+#include "verify/XmlElements.h"
 
-#include "Spelling.h"
-#include "XmlFile.h"
+#include "catalogue/XmlFile.h"
+#include "verify/Spelling.h"
 
 #include <QSet>
 

@@ -1,8 +1,8 @@
 #ifndef XML_ELEMENTS_H
 #define XML_ELEMENTS_H
 
-#include "Findings.h"
-#include "XmlDocument.h"
+#include "catalogue/XmlDocument.h"
+#include "verify/Findings.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
-#include "Application.h"
+#include "module/Application.h"
 
-#include "ApplicationConfig.h"
+#include <jov/ApplicationConfig.h>
 
 namespace {
 

@@ -1,7 +1,7 @@
 #ifndef JOV_MODULE_H
 #define JOV_MODULE_H
 
-#include "JovEvent.h"
+#include <jov/JovEvent.h>
 
 #include <QDBusConnection>
 #include <QDBusContext>

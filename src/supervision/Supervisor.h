@@ -1,7 +1,7 @@
 #ifndef SUPERVISOR_H
 #define SUPERVISOR_H
 
-#include "JovEvent.h"
+#include <jov/JovEvent.h>
 
 #include <QDBusMessage>
 #include <QMap>

@@ -1,11 +1,11 @@
-#ifndef OPTIONS_H
-#define OPTIONS_H
+#ifndef SIMULATOR_OPTIONS_H
+#define SIMULATOR_OPTIONS_H
 
 #include <QString>
 #include <QStringList>
 
 /// What the simulator is asked to do on its command line.
-struct Options
+struct SimulatorOptions
 {
     QString terminal; ///< a folder, or the name of one that comes with the simulator; empty for the usual one
     QString root; ///< empty for a temporary one that is removed in the end
@@ -19,7 +19,7 @@ struct Options
     Outcome outcome = Outcome::Go;
     QString text; ///< the help, or what is wrong
 
-    [[nodiscard]] static Options parse(const QStringList &arguments);
+    [[nodiscard]] static SimulatorOptions parse(const QStringList &arguments);
 };
 
 #endif

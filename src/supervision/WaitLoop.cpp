@@ -1,4 +1,4 @@
-#include "WaitLoop.h"
+#include "supervision/WaitLoop.h"
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>

@@ -1,15 +1,15 @@
-#ifndef TABLE_H
-#define TABLE_H
+#ifndef FIGURE_TABLE_H
+#define FIGURE_TABLE_H
 
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
 /// A table for standard output, readable there and as Markdown. The first column is text, the others are figures.
-class Table
+class FigureTable
 {
 public:
-    Table(const QString &title, const QStringList &headers);
+    FigureTable(const QString &title, const QStringList &headers);
 
     void add(const QStringList &row) { m_rows.append(row); }
     void print() const;

@@ -1,7 +1,7 @@
 #ifndef JOV_LOG_H
 #define JOV_LOG_H
 
-#include "JovLogger.h"
+#include <jov/JovLogger.h>
 
 #include <type_traits>
 

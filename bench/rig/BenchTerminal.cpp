@@ -1,4 +1,4 @@
-#include "Terminal.h"
+#include "rig/BenchTerminal.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,7 +14,7 @@ QString numbered(int number)
 
 } // namespace
 
-Terminal::Terminal(const QString &moduleProgram)
+BenchTerminal::BenchTerminal(const QString &moduleProgram)
     : m_moduleProgram(moduleProgram)
 {
     qputenv("JOV_ROOT", QFile::encodeName(m_root.path()));
@@ -27,12 +27,12 @@ Terminal::Terminal(const QString &moduleProgram)
     setSteps({onlyStep});
 }
 
-Terminal::~Terminal()
+BenchTerminal::~BenchTerminal()
 {
     qunsetenv("JOV_ROOT");
 }
 
-void Terminal::write(const QString &below, const QString &text) const
+void BenchTerminal::write(const QString &below, const QString &text) const
 {
     const QString whole = path(below);
     QDir().mkpath(whole.left(whole.lastIndexOf(QLatin1Char('/'))));
@@ -42,7 +42,7 @@ void Terminal::write(const QString &below, const QString &text) const
     }
 }
 
-void Terminal::setSteps(const QStringList &names) const
+void BenchTerminal::setSteps(const QStringList &names) const
 {
     QString text = QStringLiteral("<initStep>\n");
     for (int i = 0; i < names.size(); ++i) {
@@ -54,7 +54,7 @@ void Terminal::setSteps(const QStringList &names) const
           text + QStringLiteral("</initStep>\n"));
 }
 
-void Terminal::add(const Module &module) const
+void BenchTerminal::add(const Module &module) const
 {
     QString text =
         QStringLiteral("<config>\n  <initStep>%1</initStep>\n").arg(module.step.isEmpty() ? onlyStep : module.step);
@@ -80,7 +80,7 @@ void Terminal::add(const Module &module) const
     QFile::link(m_moduleProgram, moduleDirectory() + module.name);
 }
 
-QStringList Terminal::addChain(int count) const
+QStringList BenchTerminal::addChain(int count) const
 {
     QStringList names;
     for (int i = 1; i <= count; ++i) {
@@ -95,7 +95,7 @@ QStringList Terminal::addChain(int count) const
     return names;
 }
 
-QStringList Terminal::addIndependent(int count) const
+QStringList BenchTerminal::addIndependent(int count) const
 {
     QStringList names;
     for (int i = 1; i <= count; ++i) {

@@ -1,4 +1,4 @@
-#include "Options.h"
+#include "app/SimulatorOptions.h"
 
 #include <QCommandLineParser>
 
@@ -15,7 +15,7 @@ const char description[] = "Boots a whole terminal on this computer: a private b
                            "unasked under --once, or the supervisor ended badly; 2 wrong use, or the\n"
                            "terminal's files cannot be laid.";
 
-void readNumber(const QCommandLineParser &parser, const QString &name, int &number, Options &options)
+void readNumber(const QCommandLineParser &parser, const QString &name, int &number, SimulatorOptions &options)
 {
     if (!parser.isSet(name)) {
         return;
@@ -26,13 +26,13 @@ void readNumber(const QCommandLineParser &parser, const QString &name, int &numb
         number = value;
         return;
     }
-    options.outcome = Options::Outcome::Wrong;
+    options.outcome = SimulatorOptions::Outcome::Wrong;
     options.text = QStringLiteral("--%1 takes a number above 0, not '%2'").arg(name, parser.value(name));
 }
 
 } // namespace
 
-Options Options::parse(const QStringList &arguments)
+SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
 {
     const QString terminal = QStringLiteral("terminal");
     const QString root = QStringLiteral("root");
@@ -63,7 +63,7 @@ Options Options::parse(const QStringList &arguments)
         {minute, QStringLiteral("Let a minute of the memory watchdog take so long."), QStringLiteral("MS")},
     });
 
-    Options options;
+    SimulatorOptions options;
     if (!parser.parse(arguments)) {
         options.outcome = Outcome::Wrong;
         options.text = parser.errorText();

@@ -1,4 +1,4 @@
-#include "Boot.h"
+#include "rig/MeasuredBoot.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -59,7 +59,7 @@ Programs Programs::beside(const QString &program, const QString &daemon)
             directory + QStringLiteral("bench-list-server"), directory + QStringLiteral("jovctl")};
 }
 
-Boot::Boot(By by, const Programs &programs, const Terminal &terminal, const QStringList &names)
+MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names)
     : m_connectionName(newConnectionName())
     , m_last(endOfInit(names.last()))
     , m_starts(names.size() - 1)
@@ -83,7 +83,7 @@ Boot::Boot(By by, const Programs &programs, const Terminal &terminal, const QStr
     waitUntil([this] { return m_lastAt >= 0; });
 }
 
-Boot::~Boot()
+MeasuredBoot::~MeasuredBoot()
 {
     if (m_pid > 0) {
         kill(pid_t(m_pid), SIGKILL);
@@ -95,7 +95,7 @@ Boot::~Boot()
     reapAll();
 }
 
-void Boot::subscribe(const QString &event)
+void MeasuredBoot::subscribe(const QString &event)
 {
     QDBusConnection connection = QDBusConnection::connectToBus(m_bus->address(), m_connectionName);
     if (!connection.connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
@@ -106,7 +106,7 @@ void Boot::subscribe(const QString &event)
 }
 
 /// As on a terminal: in the background and quiet. The process that is started ends when the start-up has.
-void Boot::bootByDaemon(const QString &program, const Terminal &terminal)
+void MeasuredBoot::bootByDaemon(const QString &program, const BenchTerminal &terminal)
 {
     const QString pidFile = terminal.path(QStringLiteral("/tmp/pid"));
     QFile::remove(pidFile);
@@ -122,7 +122,7 @@ void Boot::bootByDaemon(const QString &program, const Terminal &terminal)
 }
 
 /// In a session of its own, as the daemon in the background is: the kernel shares the processors out among sessions.
-void Boot::bootInForeground(const QStringList &command)
+void MeasuredBoot::bootInForeground(const QStringList &command)
 {
     m_process.start(QStringLiteral("setsid"), command);
     m_process.waitForStarted();
@@ -130,7 +130,7 @@ void Boot::bootInForeground(const QStringList &command)
 }
 
 /// The loop turns meanwhile, so that an announcement is stamped when it arrives.
-void Boot::waitUntil(const std::function<bool()> &reached)
+void MeasuredBoot::waitUntil(const std::function<bool()> &reached)
 {
     QTimer limit;
     limit.setSingleShot(true);
@@ -143,18 +143,18 @@ void Boot::waitUntil(const std::function<bool()> &reached)
     }
 }
 
-void Boot::announced(const QDBusMessage &message)
+void MeasuredBoot::announced(const QDBusMessage &message)
 {
     const bool isLast = message.arguments().value(0).toString() == m_last;
     (isLast ? m_lastAt : m_firstAt) = m_clock.nsecsElapsed();
 }
 
-double Boot::perModule() const
+double MeasuredBoot::perModule() const
 {
     return double(m_lastAt - m_firstAt) / 1e6 / m_starts;
 }
 
-void Boot::becomeSubreaper()
+void MeasuredBoot::becomeSubreaper()
 {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
 }

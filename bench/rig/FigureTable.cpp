@@ -1,13 +1,13 @@
-#include "Table.h"
+#include "rig/FigureTable.h"
 
 #include <cstdio>
 
-Table::Table(const QString &title, const QStringList &headers)
+FigureTable::FigureTable(const QString &title, const QStringList &headers)
     : m_title(title)
     , m_rows{headers}
 { }
 
-void Table::print() const
+void FigureTable::print() const
 {
     const int columns = m_rows.first().size();
     QVector<int> widths(columns, 3);

@@ -1,8 +1,8 @@
-#ifndef BOOT_H
-#define BOOT_H
+#ifndef MEASURED_BOOT_H
+#define MEASURED_BOOT_H
 
-#include "PrivateBus.h"
-#include "Terminal.h"
+#include "bus/PrivateBus.h"
+#include "rig/BenchTerminal.h"
 
 #include <QDBusMessage>
 #include <QElapsedTimer>
@@ -31,15 +31,15 @@ struct Programs
  * The constructor returns when the last module has announced itself; with the object everything ends. The caller is to
  * be the subreaper of what it starts (becomeSubreaper()), so that nothing is left behind unseen.
  */
-class Boot : public QObject
+class MeasuredBoot : public QObject
 {
     Q_OBJECT
 
 public:
     enum class By { Daemon, DaemonInForeground, Floor };
 
-    Boot(By by, const Programs &programs, const Terminal &terminal, const QStringList &names);
-    ~Boot() override;
+    MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names);
+    ~MeasuredBoot() override;
 
     /// From the first announcement to the last, in milliseconds, by the number of starts between them.
     [[nodiscard]] double perModule() const;
@@ -54,7 +54,7 @@ private Q_SLOTS:
 
 private:
     void subscribe(const QString &event);
-    void bootByDaemon(const QString &program, const Terminal &terminal);
+    void bootByDaemon(const QString &program, const BenchTerminal &terminal);
     void bootInForeground(const QStringList &command);
     static void waitUntil(const std::function<bool()> &reached);
 

@@ -1,5 +1,5 @@
-#ifndef TERMINAL_H
-#define TERMINAL_H
+#ifndef BENCH_TERMINAL_H
+#define BENCH_TERMINAL_H
 
 #include <QString>
 #include <QStringList>
@@ -9,13 +9,13 @@
  * A terminal's files under a temporary root, which is JOV_ROOT for whatever is started while the object lives. All of
  * its modules are links to one program. The daemon logs into a file at level 6, as a terminal does.
  */
-class Terminal
+class BenchTerminal
 {
 public:
-    explicit Terminal(const QString &moduleProgram);
-    ~Terminal();
-    Terminal(const Terminal &) = delete;
-    Terminal &operator=(const Terminal &) = delete;
+    explicit BenchTerminal(const QString &moduleProgram);
+    ~BenchTerminal();
+    BenchTerminal(const BenchTerminal &) = delete;
+    BenchTerminal &operator=(const BenchTerminal &) = delete;
 
     /// Steps of these names, with the values 1, 2, ..., the last of which shows the home page.
     void setSteps(const QStringList &names) const;
