@@ -1,0 +1,51 @@
+#ifndef EVENTS_H
+#define EVENTS_H
+
+#include <QLatin1String>
+#include <QString>
+
+/// The events between the supervisor, its modules and the platform, and the names of their arguments.
+namespace Events {
+
+/// A module is ready. It comes from the module.
+[[nodiscard]] inline QString endOfInitOf(const QString &module)
+{
+    return QLatin1String("end_of_init_") + module;
+}
+
+/// The module is asked to end.
+[[nodiscard]] inline QString stopOf(const QString &module)
+{
+    return QLatin1String("stop_module_") + module;
+}
+
+/// The presentation of the web client is on the screen.
+inline constexpr QLatin1String presentationReady("presentationReady");
+
+/// The step that shows the home page has been started.
+inline constexpr QLatin1String endOfInit("end_of_init");
+/// The boot sequence continues the start-up, up to the step of an int.
+inline constexpr QLatin1String initStep("init_step");
+inline constexpr QLatin1String stepNum("stepNum");
+/// The start-up has reached the number of an int.
+inline constexpr QLatin1String initStepInfra("init_step_infra");
+inline constexpr QLatin1String numStep("num_step");
+
+/// What the terminal shows while it starts: a text.
+inline constexpr QLatin1String initMessage("init_message");
+inline constexpr QLatin1String message("message");
+inline constexpr QLatin1String showPopup("SHOW_POPUP_EVENT");
+inline constexpr QLatin1String text("text");
+
+/// The settings manager is asked for its check, and answers whether (a bool) it is about to reboot the terminal.
+inline constexpr QLatin1String checkMandatorySettings("checkMandatorySettings");
+inline constexpr QLatin1String mandatorySettingsChecked("checkMandatorySettingsSuccess");
+inline constexpr QLatin1String reboot("reboot");
+
+/// The platform holds back restarts that modules ask for, and lets them through again.
+inline constexpr QLatin1String lockReboot("PLTF_LOCK_REBOOT");
+inline constexpr QLatin1String unlockReboot("PLTF_UNLOCK_REBOOT");
+
+} // namespace Events
+
+#endif
