@@ -23,7 +23,7 @@ void checkRecord(const ApplicationRecord &record)
     require(!record.getInitStep().isEmpty() || isUsable, "no step after a file that cannot be used");
     require(
         isUsable
-            || (record.getDependencies().isEmpty() && record.getExtraArgs().isEmpty() && record.getMaxMemory() == 0),
+            || (record.getDependencies().isEmpty() && record.getExtraArgs().isEmpty() && !record.getMaxMemory().isSet()),
         "values of a file that cannot be used");
     require(lengthOf(record.getDependencies()) + lengthOf(record.getExtraArgs()) <= mostText, "texts grow");
     require(!record.toString().isEmpty(), "a record without a text");

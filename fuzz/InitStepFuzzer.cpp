@@ -43,8 +43,7 @@ void compareWithCheck(const InitStepChain &chain)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     FuzzRoot::write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"), data, size);
-    NoSupervisor supervisor;
-    InitStepChain chain(supervisor);
+    InitStepChain chain;
     const bool parsed = parseInitStep(chain, QStringLiteral("ApplicationManager"));
     require(parsed == (chain.firstStep != nullptr), "steps of a file that cannot be used, or none of one that can");
     walkChain(chain);

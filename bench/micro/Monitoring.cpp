@@ -1,5 +1,5 @@
 #include "catalogue/Catalogue.h"
-#include "manager/ApplicationManager.h"
+#include "manager/ComponentBus.h"
 #include "micro/Sections.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/ProcReader.h"
@@ -47,8 +47,14 @@ QStringList fill(Catalogue &catalogue, const BenchTerminal &terminal, int count)
 
 double checkTime(Catalogue &catalogue, int repetitions)
 {
-    ApplicationManager supervisor{ApplicationManager::Timing()};
-    MemoryWatchdog watchdog(supervisor, catalogue, ProcReader());
+    struct NoOrders : RestartOrders
+    {
+        bool stopModuleAlone(const QString & /*name*/) override { return false; }
+        int startAll() override { return 0; }
+    } orders;
+    JovModule component(QStringLiteral("Bench"));
+    ComponentBus bus(component);
+    MemoryWatchdog watchdog(bus, orders, catalogue, ProcReader());
     QVector<double> times;
     for (int i = 0; i < repetitions; ++i) {
         times.append(milliseconds([&] { watchdog.checkMemory(); }));

@@ -15,7 +15,7 @@ constexpr char option[] = "--minute=";
 /// an hour.
 int main(int argc, char **argv)
 {
-    ApplicationManager::Timing timing;
+    ManagerTiming timing;
     for (int i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], option, sizeof option - 1) == 0) {
             const long minute = std::strtol(argv[i] + sizeof option - 1, nullptr, 10);

@@ -1,6 +1,9 @@
 #ifndef APPLICATION_RECORD_H
 #define APPLICATION_RECORD_H
 
+#include "contract/MemoryCeiling.h"
+#include "contract/ModuleState.h"
+
 #include <jov/ApplicationConfig.h>
 
 #include <QDateTime>
@@ -37,9 +40,15 @@ public:
     [[nodiscard]] bool getNeedUpgrade() const { return m_needUpgrade; }
     void setNeedUpgrade(bool needUpgrade) { m_needUpgrade = needUpgrade; }
 
-    /// 0 or less: no limit; below 100: per cent of the device's memory; else kB.
-    [[nodiscard]] int getMaxMemory() const { return m_maxMemory; }
-    void setMaxMemory(int maxMemory) { m_maxMemory = maxMemory; }
+    [[nodiscard]] MemoryCeiling getMaxMemory() const { return m_maxMemory; }
+    void setMaxMemory(MemoryCeiling maxMemory) { m_maxMemory = maxMemory; }
+
+    /// The state, whose text is what travels.
+    [[nodiscard]] ModuleState getModuleState() const { return m_moduleState; }
+    void setModuleState(ModuleState state);
+
+    /// In decimal; empty when it does not run.
+    [[nodiscard]] QString processId() const;
 
     /// When the watchdog restarted it, oldest first.
     [[nodiscard]] QList<QDateTime> getRestartTimes() const { return m_restartTimes; }
@@ -55,7 +64,8 @@ private:
     QStringList m_dependencies;
     QString m_initStep;
     bool m_needUpgrade = false;
-    int m_maxMemory = 0;
+    MemoryCeiling m_maxMemory;
+    ModuleState m_moduleState = ModuleState::None;
     QList<QDateTime> m_restartTimes;
 };
 

@@ -2,6 +2,7 @@
 
 #include "catalogue/ConfigReader.h"
 #include "catalogue/ModulePaths.h"
+#include "contract/Steps.h"
 
 #include <jov/Log.h>
 
@@ -21,7 +22,7 @@ void logNewApplication(const ApplicationRecord &record)
 // A module without a usable description is started all the same, in the default step.
 void useDefaults(ApplicationRecord &record)
 {
-    record.setInitStep(defaultInitStep);
+    record.setInitStep(Steps::defaultName);
     record.setDescription(QStringLiteral("Default Description : Error in config.xml parsing :") + record.getStatus());
     Log::error("%1 %2 (%3) added to list", kindLabel, record.getName(), record.getInitStep());
 }
@@ -97,8 +98,7 @@ ApplicationRecord *Catalogue::find(const QString &name) const
 QString Catalogue::getApplicationID(const QString &name) const
 {
     const ApplicationRecord *record = find(name);
-    const QString id = record ? record->getID() : QString();
-    return id == QLatin1String("0") ? QString() : id;
+    return record ? record->processId() : QString();
 }
 
 ListApplicationConfig Catalogue::getModulesList() const

@@ -2,14 +2,15 @@
 
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
+#include "contract/Steps.h"
 
 namespace {
 
 struct Config
 {
     QString description;
-    QString initStep = defaultInitStep;
-    int maxMemory = 0;
+    QString initStep = Steps::defaultName;
+    MemoryCeiling maxMemory;
     QStringList dependencies;
     QStringList extraArgs;
 };
@@ -53,13 +54,13 @@ QStringList listOf(const XmlElement &parent, const QString &tag)
 }
 
 // The last match wins.
-int ceilingOf(const XmlElement &maxMemory, const QString &ddrSize)
+MemoryCeiling ceilingOf(const XmlElement &maxMemory, const QString &ddrSize)
 {
-    int ceiling = 0;
+    MemoryCeiling ceiling;
     forEachFrom(maxMemory, QStringLiteral("DDRSz"), [&](const XmlElement &element) {
         const QString criteria = element.attribute(QStringLiteral("criteria"));
         if (!criteria.isEmpty() && criteria == ddrSize) {
-            ceiling = element.text().toInt();
+            ceiling = MemoryCeiling(element.text().toInt());
         }
     });
     return ceiling;

@@ -13,9 +13,6 @@ inline const QString notReadable = QStringLiteral("CONFIG_FILE_NOT_READABLE");
 inline const QString notParsable = QStringLiteral("CONFIG_FILE_NOT_PARSABLE");
 } // namespace ConfigStatus
 
-/// The step of an application that names none, or none that can be read.
-inline const QString defaultInitStep = QStringLiteral("default");
-
 /// Where the configuration of the application `name` stands, root prefix included.
 [[nodiscard]] QString configPath(ApplicationType type, const QString &name);
 

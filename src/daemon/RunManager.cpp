@@ -5,32 +5,27 @@
 #include "daemon/ParentProcess.h"
 #include "daemon/PidFile.h"
 #include "daemon/SignalHandOver.h"
+#include "manager/ApplicationManager.h"
 #include "module/ChildProcess.h"
 
 #include <jov/JovApplication.h>
 
 #include <cstdio>
 
-int runManager(int argc, char **argv, pid_t parent, bool debugMode, const ApplicationManager::Timing &timing)
+int runManager(int argc, char **argv, pid_t parent, bool debugMode, const ManagerTiming &timing)
 {
     ChildProcess::raiseDescriptorLimit();
     JovApplication application(argc, argv);
-    ApplicationManager::create(timing);
-    ApplicationManager &manager = ApplicationManager::instance();
+    ApplicationManager manager(timing);
     manager.setDebugMode(debugMode);
     manager.setParent(parent);
-    int result = 0;
-    {
-        SignalHandOver signalHandOver(parent == 0);
-        QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
-        QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
-        result = application.exec();
-    }
-    ApplicationManager::destroy();
-    return result;
+    SignalHandOver signalHandOver(parent == 0);
+    QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
+    QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
+    return application.exec();
 }
 
-int runDaemon(int argc, char **argv, const ApplicationManager::Timing &timing)
+int runDaemon(int argc, char **argv, const ManagerTiming &timing)
 {
     holdStandardStreams();
     const Options options = Options::parse(argc, argv);

@@ -1,6 +1,6 @@
 #include "daemon/SignalHandOver.h"
 
-#include "manager/ApplicationManager.h"
+#include "supervision/SupervisionState.h"
 
 #include <QSocketNotifier>
 
@@ -62,7 +62,7 @@ void handle(int signal)
             writeLine("Signal Hangup intercepted\n");
         } else {
             writeLine("Signal Terminate intercepted\n");
-            ApplicationManager::noteTermination();
+            SupervisionState::noteTermination();
             order = 'T';
         }
         const ssize_t written = write(writeEnd, &order, 1);

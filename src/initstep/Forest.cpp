@@ -91,7 +91,7 @@ Module &Forest::node(const QString &name)
 {
     std::unique_ptr<Module> &slot = m_step.nodes[name];
     if (!slot) {
-        slot = std::make_unique<Module>(m_step.applications.value(name), m_supervisor);
+        slot = std::make_unique<Module>(m_step.applications.value(name), m_context);
     }
     return *slot;
 }

@@ -7,7 +7,7 @@
 
 class InitStep;
 class Module;
-class Supervisor;
+struct ModuleContext;
 
 /**
  * Arranges one step's modules into its dependency forest.
@@ -21,9 +21,9 @@ class Supervisor;
 class Forest
 {
 public:
-    Forest(InitStep &step, Supervisor &supervisor)
+    Forest(InitStep &step, const ModuleContext &context)
         : m_step(step)
-        , m_supervisor(supervisor)
+        , m_context(context)
     { }
 
     /// False, with an error line, when a dependency is missing in the step or dependencies form a cycle.
@@ -45,7 +45,7 @@ private:
     [[nodiscard]] QStringList path() const;
 
     InitStep &m_step;
-    Supervisor &m_supervisor;
+    const ModuleContext &m_context;
     QList<Level> m_path;
     QSet<QString> m_onPath;
     QSet<QString> m_done;

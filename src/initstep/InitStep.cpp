@@ -6,18 +6,17 @@
 #include "initstep/StartWalk.h"
 #include "initstep/StopWalk.h"
 #include "supervision/SupervisionObserver.h"
-#include "supervision/Supervisor.h"
+#include "supervision/SupervisionState.h"
 
 #include <jov/Log.h>
 
 #include <QElapsedTimer>
 #include <QVector>
 
-InitStep::InitStep(const QString &name, int value, bool showHomepage, Supervisor &supervisor)
+InitStep::InitStep(const QString &name, int value, bool showHomepage)
     : m_name(name)
     , m_value(value)
     , m_showHomepage(showHomepage)
-    , m_supervisor(supervisor)
 {
     Log::debug("[InitStep]Add step '%1'", name);
 }
@@ -34,47 +33,44 @@ void InitStep::insertApplication(ApplicationRecord *record)
     }
 }
 
-bool InitStep::buildTree()
+bool InitStep::buildTree(const ModuleContext &context)
 {
     Log::debug("building %1 tree with %2", m_name, [this] { return applications.keys().join(QLatin1Char(';')); });
-    if (!Forest(*this, m_supervisor).build()) {
+    if (!Forest(*this, context).build()) {
         return false;
     }
     Log::debug("[InitStep] building %1 tree modules OK", m_name);
     return true;
 }
 
-int InitStep::startAll(bool recursive)
+int InitStep::startAll(const StartContext &context)
 {
     Log::debug("[InitStep] StartingAll init step %1", m_name);
     QElapsedTimer timer;
     timer.start();
     if (m_showHomepage) {
-        m_supervisor.homepageStarting();
+        context.homePage.starting();
     }
-    m_supervisor.observer().noteStepStarted(m_name);
-    StartWalk walk(*this, m_supervisor);
+    context.observer.noteStepStarted(m_name);
+    StartWalk walk(*this, context.state);
     qint64 count = 0;
     for (Module *root : qAsConst(roots)) {
         Log::debug("root Elem %1", root->getName());
-        if (m_supervisor.startFailed()) {
+        if (context.state.startFailed()) {
             break;
         }
         count += walk.start(*root);
     }
-    if (m_supervisor.startFailed()) {
+    if (context.state.startFailed()) {
         Log::debug("[initStep.start all] interrupted because stopping");
         return saturated(count);
     }
     if (m_showHomepage) {
         Log::debug("[InitStep] Show homepage");
-        m_supervisor.endOfInit();
+        context.homePage.started();
     }
     Log::info("[InitStep] step %1 started in %2", m_name, timer.elapsed());
-    m_supervisor.observer().noteStepDone(m_name, m_value);
-    if (recursive && m_next) {
-        count += m_next->startAll(true);
-    }
+    context.observer.noteStepDone(m_name, m_value);
     return saturated(count);
 }
 

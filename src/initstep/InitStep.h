@@ -11,7 +11,28 @@
 #include <memory>
 
 class ApplicationRecord;
-class Supervisor;
+class SupervisionObserver;
+class SupervisionState;
+
+/// What follows the start of the step that shows the home page.
+class HomePage
+{
+public:
+    virtual ~HomePage() = default;
+
+    /// The step is about to start.
+    virtual void starting() = 0;
+    /// The step has been started.
+    virtual void started() = 0;
+};
+
+/// What a start of a step asks, and whom it reports to.
+struct StartContext
+{
+    const SupervisionState &state;
+    SupervisionObserver &observer;
+    HomePage &homePage;
+};
 
 /**
  * One step of the start-up: the modules that start together, as a forest by dependency. A module without dependencies
@@ -30,7 +51,7 @@ class Supervisor;
 class InitStep
 {
 public:
-    InitStep(const QString &name, int value, bool showHomepage, Supervisor &supervisor);
+    InitStep(const QString &name, int value, bool showHomepage);
     ~InitStep();
     InitStep(const InitStep &) = delete;
     InitStep &operator=(const InitStep &) = delete;
@@ -46,9 +67,9 @@ public:
     /// Takes a native module in, in the place of an earlier record of its name; web applications are ignored.
     void insertApplication(ApplicationRecord *record);
     /// Arranges the applications into the forest. False, with the reason logged, on a missing dependency or a cycle.
-    [[nodiscard]] bool buildTree();
+    [[nodiscard]] bool buildTree(const ModuleContext &context);
 
-    int startAll(bool recursive);
+    int startAll(const StartContext &context);
     bool startApplication(const QString &name);
     int stopAll(bool recursive);
     /// With dependents: the following steps and everything below the module are stopped first.
@@ -68,7 +89,6 @@ private:
     const QString m_name;
     const int m_value;
     const bool m_showHomepage;
-    Supervisor &m_supervisor;
     InitStep *m_prev = nullptr;
     InitStep *m_next = nullptr;
 };

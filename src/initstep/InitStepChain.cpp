@@ -15,7 +15,7 @@ InitStep *InitStepChain::addStep(const QString &name, int value, bool showHomepa
         Log::warning("INIT Step : Two steps with same value [%1]", value);
         return nullptr;
     }
-    auto step = std::make_unique<InitStep>(name, value, showHomepage, m_supervisor);
+    auto step = std::make_unique<InitStep>(name, value, showHomepage);
     if (!integrate(*step)) {
         step.reset();
         Log::warning("step %1 has not been integrated in chainned list", name);

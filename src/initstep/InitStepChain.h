@@ -16,9 +16,7 @@
 class InitStepChain
 {
 public:
-    explicit InitStepChain(Supervisor &supervisor)
-        : m_supervisor(supervisor)
-    { }
+    InitStepChain() = default;
     ~InitStepChain() { release(); }
     InitStepChain(const InitStepChain &) = delete;
     InitStepChain &operator=(const InitStepChain &) = delete;
@@ -42,7 +40,6 @@ private:
     bool insertBetween(InitStep &step);
     void release();
 
-    Supervisor &m_supervisor;
     std::vector<std::unique_ptr<InitStep>> m_steps;
 };
 

@@ -2,6 +2,7 @@
 
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
+#include "contract/Steps.h"
 #include "initstep/InitStepChain.h"
 
 #include <jov/JovRoot.h>
@@ -10,11 +11,6 @@
 #include <limits>
 
 namespace {
-
-const QString defaultStep = QStringLiteral("default");
-
-/// The lowest value of a step that the daemon reaches by itself.
-constexpr int firstOwnStep = 5;
 
 bool readSteps(InitStepChain &chain, const XmlElement &root)
 {
@@ -27,15 +23,15 @@ bool readSteps(InitStepChain &chain, const XmlElement &root)
         const QString name = element.attribute(QStringLiteral("name"));
         const int value = element.attribute(QStringLiteral("value")).toInt();
         const bool showHomepage = element.attribute(QStringLiteral("show_homepage")) == QLatin1String("true");
-        hasDefault |= chain.addStep(name, value, showHomepage) && name == defaultStep;
+        hasDefault |= chain.addStep(name, value, showHomepage) && name == Steps::defaultName;
     }
     return hasDefault;
 }
 
 int defaultStepValue(const InitStepChain &chain)
 {
-    if (!chain.lastStep || chain.lastStep->getValue() < firstOwnStep) {
-        return firstOwnStep;
+    if (!chain.lastStep || chain.lastStep->getValue() < Steps::firstOwn) {
+        return Steps::firstOwn;
     }
     const int last = chain.lastStep->getValue();
     return last == std::numeric_limits<int>::max() ? last : last + 1;
@@ -67,7 +63,7 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
         return false;
     }
     if (!readSteps(chain, root)) {
-        chain.addStep(defaultStep, defaultStepValue(chain), false);
+        chain.addStep(Steps::defaultName, defaultStepValue(chain), false);
     }
     return true;
 }

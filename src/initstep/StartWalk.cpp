@@ -1,9 +1,8 @@
 #include "initstep/StartWalk.h"
 
 #include "initstep/InitStep.h"
-#include "supervision/Supervisor.h"
+#include "supervision/SupervisionState.h"
 
-#include <jov/ApplicationConfig.h>
 #include <jov/Log.h>
 
 namespace {
@@ -15,12 +14,11 @@ constexpr qint64 countCeiling = qint64(1) << 40;
 
 qint64 StartWalk::start(Module &node)
 {
-    if (m_supervisor.startFailed()) {
+    if (m_state.startFailed()) {
         Log::debug("[initStep.recursivestart] interrupted because stopping");
         return 0;
     }
-    const bool isModule = node.getApplicationConfig()->getType() == ApplicationType::Module;
-    if (node.getState() == ModuleState::Running || !isModule) {
+    if (node.getState() == ModuleState::Running || !node.isModule()) {
         const auto visit = m_visits.constFind(&node);
         if (visit != m_visits.cend() && visit->started == m_started) {
             return visit->count;
@@ -41,7 +39,7 @@ qint64 StartWalk::startSons(Module &node)
     qint64 count = 0;
     const Application::Map sons = node.getSons();
     for (Application *son : sons) {
-        if (m_supervisor.startFailed()) {
+        if (m_state.startFailed()) {
             Log::debug("[initStep.recursivestart son] interrupted because stopping");
             return count;
         }

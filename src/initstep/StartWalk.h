@@ -5,7 +5,7 @@
 
 class InitStep;
 class Module;
-class Supervisor;
+class SupervisionState;
 
 /**
  * One start of a step's forest.
@@ -17,9 +17,9 @@ class Supervisor;
 class StartWalk
 {
 public:
-    StartWalk(InitStep &step, Supervisor &supervisor)
+    StartWalk(InitStep &step, const SupervisionState &state)
         : m_step(step)
-        , m_supervisor(supervisor)
+        , m_state(state)
     { }
 
     /// Starts the node, if it does not run yet, and what hangs below it. Returns the count (see InitStep).
@@ -35,7 +35,7 @@ private:
     qint64 startSons(Module &node);
 
     InitStep &m_step;
-    Supervisor &m_supervisor;
+    const SupervisionState &m_state;
     QHash<const Module *, Visit> m_visits;
     quint64 m_started = 0; ///< modules that this walk has brought up
 };

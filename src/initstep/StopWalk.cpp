@@ -2,8 +2,6 @@
 
 #include "module/Module.h"
 
-#include <jov/ApplicationConfig.h>
-
 qint64 StopWalk::stop(Module &node)
 {
     qint64 count = 0;
@@ -14,8 +12,7 @@ qint64 StopWalk::stop(Module &node)
             count += stop(static_cast<Module &>(*son));
         }
     }
-    const bool isModule = node.getApplicationConfig()->getType() == ApplicationType::Module;
-    if (isModule && node.getState() != ModuleState::Stopped && node.stop()) {
+    if (node.isModule() && node.getState() != ModuleState::Stopped && node.stop()) {
         ++count;
     }
     return count;

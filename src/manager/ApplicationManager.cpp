@@ -1,68 +1,33 @@
 #include "manager/ApplicationManager.h"
 
-#include "initstep/InitStepFile.h"
+#include "contract/Components.h"
+#include "contract/Events.h"
 #include "manager/ApplicationManagerAdaptor.h"
 #include "manager/Inspection.h"
+#include "manager/StepFile.h"
+#include "monitoring/ApplicationMemory.h"
 
+#include <jov/JovProcess.h>
+#include <jov/JovRoot.h>
 #include <jov/Log.h>
-#include <jov/SettingsParam.h>
 
-#include <atomic>
-
-namespace {
-
-const QString lockEvent = QStringLiteral("PLTF_LOCK_REBOOT");
-const QString unlockEvent = QStringLiteral("PLTF_UNLOCK_REBOOT");
-const QString presentationReadyEvent = QStringLiteral("presentationReady");
-
-std::unique_ptr<ApplicationManager> &singleton()
-{
-    static std::unique_ptr<ApplicationManager> manager;
-    return manager;
-}
-
-std::atomic<bool> terminationTaken{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a signal handler");
-
-} // namespace
-
-ApplicationManager::ApplicationManager(const Timing &timing)
-    : SupervisingComponent(QStringLiteral("ApplicationManager"))
-    , m_timing(timing)
-    , m_steps(*this)
-    , m_watchdog(*this, m_catalogue, m_procReader, timing.watchdog)
-    , m_settings(*this, m_watchdog)
-    , m_restarts(*this)
-    , m_mandatorySettings(*this)
-    , m_progression(*this, m_steps)
+ApplicationManager::ApplicationManager(const ManagerTiming &timing)
+    : JovModule(Components::applicationManager)
+    , m_state(timing.module)
+    , m_bus(*this)
+    , m_control(m_state, m_inventory, m_journal, m_startContext)
+    , m_watchdog(m_bus, m_control, m_inventory.catalogue(), m_procReader, timing.watchdog)
+    , m_settings(m_bus, m_watchdog)
+    , m_endOfInit(m_state, m_bus, m_journal, m_settings, m_watchdog)
+    , m_startContext{m_state, m_journal, m_endOfInit}
+    , m_mandatorySettings(m_state, m_bus, m_inventory.catalogue())
+    , m_progression(m_state, m_bus, m_inventory.steps(), m_startContext, m_mandatorySettings, m_parentReport)
+    , m_restarts(m_state, *this)
 { }
 
 ApplicationManager::~ApplicationManager()
 {
     clearAllLists();
-}
-
-ApplicationManager &ApplicationManager::instance()
-{
-    if (!singleton()) {
-        create(Timing());
-    }
-    return *singleton();
-}
-
-void ApplicationManager::create(const Timing &timing)
-{
-    singleton() = std::make_unique<ApplicationManager>(timing);
-}
-
-void ApplicationManager::destroy()
-{
-    singleton().reset();
-}
-
-void ApplicationManager::noteTermination() noexcept
-{
-    terminationTaken.store(true);
 }
 
 bool ApplicationManager::check()
@@ -88,21 +53,18 @@ bool ApplicationManager::init()
     Log::debug("init");
     m_timer.restart();
     m_restarts.reset();
-    QString ddrSize;
-    if (settings_get_param(QStringLiteral("FAB_HW_DDRSIZE"), ddrSize) >= 0 && !ddrSize.isEmpty()) {
-        m_ddrSize = ddrSize;
-    }
+    m_inventory.readMemorySize();
     if (!buildAll()) {
         return false;
     }
     registerDBusApplicationConfig();
     registerDBusSetting();
-    subscribeEvent(lockEvent, this, SLOT(pltfLockReboot(JovEvent)));
-    if (!subscribeEvent(unlockEvent, this, SLOT(pltfUnlockReboot(JovEvent)))) {
+    subscribeEvent(Events::lockReboot, this, SLOT(pltfLockReboot(JovEvent)));
+    if (!subscribeEvent(Events::unlockReboot, this, SLOT(pltfUnlockReboot(JovEvent)))) {
         Log::debug("Application manager Erreur subcribe event PLTF_UNLOCK_REBOOT");
     }
-    m_adaptor = new ApplicationManagerAdaptor(this);
-    Inspection::create(*this);
+    new ApplicationManagerAdaptor(this, m_state.waits());
+    Inspection::create(this, m_state, m_inventory, m_journal, m_progression);
     m_initialised = true;
     Log::info("Init done in %1 ms", m_timer.elapsed());
     return true;
@@ -111,7 +73,7 @@ bool ApplicationManager::init()
 bool ApplicationManager::init_step()
 {
     Log::debug("run");
-    m_progression.begin();
+    m_progression.begin(readStepFile(JovRoot::rooted(QStringLiteral("/tmp/step"))));
     return true;
 }
 
@@ -119,112 +81,171 @@ bool ApplicationManager::stop()
 {
     m_timer.restart();
     Log::debug("stop");
-    unsubscribeEvent(lockEvent, this, SLOT(pltfLockReboot(JovEvent)));
-    unsubscribeEvent(unlockEvent, this, SLOT(pltfUnlockReboot(JovEvent)));
-    m_startFailed = true;
+    unsubscribeEvent(Events::lockReboot, this, SLOT(pltfLockReboot(JovEvent)));
+    unsubscribeEvent(Events::unlockReboot, this, SLOT(pltfUnlockReboot(JovEvent)));
+    m_state.failStart();
     m_watchdog.cancel();
     stopAll();
     // Where frames of walks are still on the stack the destructor does it, after they have returned with the loop.
-    if (m_waits.depth() == 0) {
+    if (m_state.waits().depth() == 0) {
         clearAllLists();
     }
     return true;
 }
 
-/// A new start: nothing has failed, nothing is checked yet.
 void ApplicationManager::beginStart()
 {
-    m_startFailed = false;
-    m_initInProgress = true;
-    m_remoteDisplayArmed = false;
+    m_state.beginStart();
     m_mandatorySettings.reset();
     m_journal.noteStart(m_initialised);
 }
 
-void ApplicationManager::resumeProgression()
-{
-    m_progression.resumeAfterRestart();
-}
-
 bool ApplicationManager::buildAll()
 {
-    if (!parseInitStep(m_steps, getModuleName())) {
-        return false;
+    return m_inventory.build(getModuleName(), {m_state, m_bus, m_journal, *this});
+}
+
+void ApplicationManager::restart()
+{
+    Log::debug("restart");
+    // Before init() has read the files there is nothing that a restart could bring up to date.
+    if (m_initialised && !isExiting()) {
+        m_restarts.request(RestartControl::Kind::Rebuild);
     }
-    const auto place = [this](ApplicationRecord &record) {
-        if (InitStep *step = m_steps.getStepByName(record.getInitStep())) {
-            step->insertApplication(&record);
-        } else {
-            Log::warning("Module %1 : step '%2' does not exist, not started", record.getName(), record.getInitStep());
-        }
-    };
-    if (!m_catalogue.scanApplications(ApplicationType::Module, m_ddrSize, place)) {
-        return false;
+}
+
+void ApplicationManager::stopManager()
+{
+    Log::debug("stopManager");
+    m_state.failStart();
+    m_state.setEnding();
+    exit();
+}
+
+void ApplicationManager::restartApp()
+{
+    m_restarts.requestUnlessLocked(m_progression.currentStep());
+}
+
+void ApplicationManager::pltfLockReboot(const JovEvent & /*event*/)
+{
+    Log::debug("ApplicationManager: pltfLockReboot : received event : PLTF_LOCK_REBOOT");
+    m_restarts.lock();
+}
+
+void ApplicationManager::pltfUnlockReboot(const JovEvent & /*event*/)
+{
+    // The line names the lock operation in both cases: field tools match it.
+    Log::debug("ApplicationManager: pltfLockReboot : received event : PLTF_UNLOCK_REBOOT");
+    m_restarts.unlock(m_progression.currentStep());
+}
+
+int ApplicationManager::startAll()
+{
+    return m_control.startAll();
+}
+
+int ApplicationManager::stopAll()
+{
+    return m_control.stopAll();
+}
+
+bool ApplicationManager::startModule(const QString &moduleName)
+{
+    return m_control.startModule(moduleName);
+}
+
+bool ApplicationManager::stopModule(const QString &moduleName)
+{
+    return m_control.stopModule(moduleName);
+}
+
+void ApplicationManager::restartModule(const QString &moduleName)
+{
+    m_control.restartModule(moduleName);
+}
+
+void ApplicationManager::restartModule(const QStringList &moduleList)
+{
+    m_control.restartModules(moduleList);
+}
+
+void ApplicationManager::restartPresentation()
+{
+    Log::debug("restartPresentation");
+    Log::warning("Method restartPresentation is only accessible for host simulator");
+}
+
+void ApplicationManager::setAdminPasswd(const QString &cmdLine)
+{
+    Log::debug("setAdminPasswd %1", cmdLine);
+    const QByteArray command = cmdLine.toLatin1();
+    Log::warning("%1", QString::fromLatin1(command));
+    qor_system(command);
+}
+
+int ApplicationManager::getStepInfra()
+{
+    return m_state.initInProgress() ? m_progression.currentStep() : -1;
+}
+
+ListApplicationConfig ApplicationManager::getApplicationsForSettingsDeployment()
+{
+    return m_inventory.catalogue().getApplicationsForSettingsDeployment(m_ownRecord);
+}
+
+ListApplicationConfig ApplicationManager::getModulesList()
+{
+    return m_inventory.catalogue().getModulesList();
+}
+
+QString ApplicationManager::getModulesListInString()
+{
+    return m_inventory.catalogue().getModulesListInString();
+}
+
+ListApplicationConfig ApplicationManager::getApplicationsList()
+{
+    return m_inventory.catalogue().getApplicationsList();
+}
+
+QString ApplicationManager::getApplicationsListInString()
+{
+    return m_inventory.catalogue().getApplicationsListInString();
+}
+
+int ApplicationManager::getMemoryUsage(const QString &moduleName, const QString &file, const QString &memmory)
+{
+    Log::debug("getMemoryUsage %1", moduleName);
+    return m_procReader.getMemoryUsage(m_inventory.catalogue().getApplicationID(moduleName), file, memmory);
+}
+
+int ApplicationManager::getFreeMemory()
+{
+    return m_procReader.getFreeMemory();
+}
+
+int ApplicationManager::getTotalMemory()
+{
+    return m_procReader.getTotalMemory();
+}
+
+double ApplicationManager::getCpuUsage(const QString &moduleName)
+{
+    // Each measurement holds up the end for two seconds, and calls can be queued.
+    if (m_state.isEnding()) {
+        return 0;
     }
-    for (InitStep *step = m_steps.firstStep; step; step = step->getNext()) {
-        if (!step->buildTree()) {
-            Log::warning("Error while building %1 tree", step->getName());
-            return false;
-        }
-    }
-    return true;
+    return m_procReader.getCpuUsage(m_inventory.catalogue().getApplicationID(moduleName));
 }
 
-void ApplicationManager::clearAllLists()
+bool ApplicationManager::enoughMemory()
 {
-    Log::debug("Clear all lists");
-    m_steps.clearInitSteps();
-    m_catalogue.clearApplications();
+    return ::enoughMemory(m_inventory.catalogue(), m_procReader);
 }
 
-bool ApplicationManager::startFailed() const
+ListSetting ApplicationManager::monitoringSettingsChanged(const Setting &setting)
 {
-    return m_startFailed || terminationTaken.load();
-}
-
-void ApplicationManager::rebootRequested()
-{
-    m_startFailed = true;
-    m_initInProgress = false;
-}
-
-bool ApplicationManager::isEnding() const
-{
-    return isExiting() || terminationTaken.load();
-}
-
-bool ApplicationManager::startsRefused() const
-{
-    return isEnding() || restartPending() || m_stopWalks > 0;
-}
-
-void ApplicationManager::init_message(const QString &message)
-{
-    notifyEvent(QStringLiteral("init_message"), {{QStringLiteral("message"), message}});
-}
-
-void ApplicationManager::endOfInit()
-{
-    notifyEvent(QStringLiteral("end_of_init"), QVariantMap());
-    if (m_initInProgress) {
-        getMonitoringSettings();
-    }
-    m_initInProgress = false;
-    m_journal.noteEndOfInit();
-    startMonitoring();
-}
-
-void ApplicationManager::homepageStarting()
-{
-    // Here the presentation side of the start-up begins: a remote display may announce itself from now on.
-    subscribeEvent(presentationReadyEvent, this, SLOT(remoteDisplayPresentationready(JovEvent)));
-}
-
-void ApplicationManager::remoteDisplayPresentationready(const JovEvent &)
-{
-    if (m_remoteDisplayArmed) {
-        endOfInit();
-    } else {
-        unsubscribeEvent(presentationReadyEvent, this, SLOT(remoteDisplayPresentationready(JovEvent)));
-    }
+    m_settings.monitoringSettingsChanged(setting);
+    return {};
 }

@@ -1,8 +1,9 @@
 #include "manager/ApplicationManagerAdaptor.h"
 
-#include "manager/ApplicationManager.h"
+#include "supervision/WaitLoop.h"
 
 #include <jov/JovException.h>
+#include <jov/JovModule.h>
 #include <jov/Log.h>
 
 #include <QHash>
@@ -47,8 +48,10 @@ const char *typeName(const Setting &)
 
 } // namespace
 
-ApplicationManagerAdaptor::ApplicationManagerAdaptor(ApplicationManager *manager)
+ApplicationManagerAdaptor::ApplicationManagerAdaptor(JovModule *manager, const WaitLoop &waits)
     : QDBusAbstractAdaptor(manager)
+    , m_manager(*manager)
+    , m_waits(waits)
 {
     setAutoRelaySignals(true);
 }
@@ -60,12 +63,12 @@ Result ApplicationManagerAdaptor::forward(const char *method, const char *result
         return Result();
     }
     if constexpr (std::is_void_v<Result>) {
-        if (!QMetaObject::invokeMethod(parent(), method, QArgument<Arguments>(typeName(arguments), arguments)...)) {
+        if (!QMetaObject::invokeMethod(&m_manager, method, QArgument<Arguments>(typeName(arguments), arguments)...)) {
             forwardingFailed(method);
         }
     } else {
         Result result = Result();
-        if (!QMetaObject::invokeMethod(parent(), method, QReturnArgument<Result>(resultType, result),
+        if (!QMetaObject::invokeMethod(&m_manager, method, QReturnArgument<Result>(resultType, result),
                                        QArgument<Arguments>(typeName(arguments), arguments)...)) {
             forwardingFailed(method);
         }
@@ -75,27 +78,25 @@ Result ApplicationManagerAdaptor::forward(const char *method, const char *result
 
 bool ApplicationManagerAdaptor::isRefused(const char *method)
 {
-    auto *manager = static_cast<ApplicationManager *>(parent());
     const int limit = mostNested(method);
-    if (manager->waits().depth() < limit) {
+    if (m_waits.depth() < limit) {
         return false;
     }
     const QString text = QStringLiteral("%1 refused: %2 operations are still under way, try again when they have ended")
                              .arg(QLatin1String(method))
                              .arg(limit);
     Log::warning("%1", text);
-    manager->failBusCall(text);
+    m_manager.failBusCall(text);
     return true;
 }
 
 void ApplicationManagerAdaptor::forwardingFailed(const char *method)
 {
-    auto *manager = static_cast<ApplicationManager *>(parent());
     const QString text = QStringLiteral("Adaptor::invokeMethod failed: %1").arg(QLatin1String(method));
     qDebug("Adaptor::invokeMethod failed: %s", method);
     // The caller's reply goes out first: past QtDBus it would be too late.
-    manager->failBusCall(text);
-    throw new JovException(manager, JovException::InvocationFailed, text);
+    m_manager.failBusCall(text);
+    throw new JovException(&m_manager, JovException::InvocationFailed, text);
 }
 
 ListApplicationConfig ApplicationManagerAdaptor::getApplicationsForSettingsDeployment()

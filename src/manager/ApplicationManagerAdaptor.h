@@ -6,7 +6,8 @@
 
 #include <QDBusAbstractAdaptor>
 
-class ApplicationManager;
+class JovModule;
+class WaitLoop;
 
 /**
  * The control interface on the bus: each method is forwarded by name to the manager's slot of the same name and its
@@ -105,7 +106,8 @@ class ApplicationManagerAdaptor : public QDBusAbstractAdaptor
     // clang-format on
 
 public:
-    explicit ApplicationManagerAdaptor(ApplicationManager *manager);
+    /// `manager` becomes the owner; `waits` are those of its operations.
+    ApplicationManagerAdaptor(JovModule *manager, const WaitLoop &waits);
 
 public Q_SLOTS:
     ListApplicationConfig getApplicationsForSettingsDeployment();
@@ -138,6 +140,9 @@ private:
     Result forward(const char *method, const char *resultType, const Arguments &...arguments);
     bool isRefused(const char *method);
     void forwardingFailed(const char *method);
+
+    JovModule &m_manager;
+    const WaitLoop &m_waits;
 };
 
 #endif

@@ -1,10 +1,16 @@
 #include "manager/Inspection.h"
 
-#include "manager/ApplicationManager.h"
+#include "contract/InspectionNames.h"
+#include "manager/Inventory.h"
+#include "manager/Journal.h"
+#include "manager/StartupProgression.h"
+#include "supervision/SupervisionState.h"
 
 #include <jov/Log.h>
 
 #include <QDBusMetaType>
+
+namespace Key = Inspect::Key;
 
 namespace {
 
@@ -19,7 +25,7 @@ public:
 
     int qt_metacall(QMetaObject::Call call, int id, void **arguments) override
     {
-        static const int logLevel = staticMetaObject.indexOfProperty("LogLevel");
+        static const int logLevel = staticMetaObject.indexOfProperty(Inspect::logLevel.latin1());
         if (call == QMetaObject::WriteProperty && id == logLevel && !isLogLevel(*static_cast<int *>(arguments[0]))) {
             *static_cast<int *>(arguments[2]) = 0;
         }
@@ -38,51 +44,59 @@ QStringList dependents(const InitStep *step, const QString &name)
 
 QVariantMap describe(const ApplicationRecord &record, const InitStep *step, const Journal::ModuleHistory &history)
 {
-    return {{QStringLiteral("Name"), record.getName()},
-            {QStringLiteral("Step"), record.getInitStep()},
-            {QStringLiteral("State"), record.getState()},
-            {QStringLiteral("Status"), record.getStatus()},
-            {QStringLiteral("Pid"), record.getID().toUInt()},
-            {QStringLiteral("Starts"), history.starts},
-            {QStringLiteral("MaxMemory"), record.getMaxMemory()},
-            {QStringLiteral("ExitCode"), history.exitCode},
-            {QStringLiteral("Dependencies"), record.getDependencies()},
-            {QStringLiteral("Dependents"), dependents(step, record.getName())},
-            {QStringLiteral("LaunchedAt"), history.launchedAt},
-            {QStringLiteral("ReadyAt"), history.readyAt},
-            {QStringLiteral("ExitedAt"), history.exitedAt}};
+    return {{Key::name, record.getName()},
+            {Key::step, record.getInitStep()},
+            {Key::state, record.getState()},
+            {Key::status, record.getStatus()},
+            {Key::pid, record.getID().toUInt()},
+            {Key::starts, history.starts},
+            {Key::maxMemory, record.getMaxMemory().figure()},
+            {Key::exitCode, history.exitCode},
+            {Key::dependencies, record.getDependencies()},
+            {Key::dependents, dependents(step, record.getName())},
+            {Key::launchedAt, history.launchedAt},
+            {Key::readyAt, history.readyAt},
+            {Key::exitedAt, history.exitedAt}};
 }
 
 } // namespace
 
-Inspection::Inspection(ApplicationManager &manager)
-    : QDBusAbstractAdaptor(&manager)
-    , m_manager(manager)
+Inspection::Inspection(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
+                       const StartupProgression &progression)
+    : QDBusAbstractAdaptor(manager)
+    , m_state(state)
+    , m_inventory(inventory)
+    , m_journal(journal)
+    , m_progression(progression)
 {
     qDBusRegisterMetaType<ListOfMaps>();
-    connect(&manager.journal(), &Journal::moduleStateChanged, this, &Inspection::ModuleStateChanged);
-    connect(&manager.journal(), &Journal::stepDone, this,
+    connect(&journal, &Journal::moduleStateChanged, this,
+            [this](const QString &name, ModuleState oldState, ModuleState newState) {
+                Q_EMIT ModuleStateChanged(name, stateText(oldState), stateText(newState));
+            });
+    connect(&journal, &Journal::stepDone, this,
             [this](const QString &name, int value) { Q_EMIT StepDone(value, name); });
 }
 
-void Inspection::create(ApplicationManager &manager)
+void Inspection::create(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
+                        const StartupProgression &progression)
 {
-    new CheckedInspection(manager);
+    new CheckedInspection(manager, state, inventory, journal, progression);
 }
 
 int Inspection::currentStep() const
 {
-    return m_manager.currentStep();
+    return m_progression.currentStep();
 }
 
 bool Inspection::startFailed() const
 {
-    return m_manager.startFailed();
+    return m_state.startFailed();
 }
 
 bool Inspection::initInProgress() const
 {
-    return m_manager.initInProgress();
+    return m_state.initInProgress();
 }
 
 int Inspection::logLevel() const
@@ -103,10 +117,10 @@ void Inspection::setLogLevel(int level)
 ListOfMaps Inspection::ListModules() const
 {
     ListOfMaps modules;
-    for (const auto &[name, record] : m_manager.catalogue().applicationMap) {
+    for (const auto &[name, record] : m_inventory.catalogue().applicationMap) {
         if (record) {
-            const InitStep *step = m_manager.steps().getStepByName(record->getInitStep());
-            modules << describe(*record, step, m_manager.journal().module(name));
+            const InitStep *step = m_inventory.steps().getStepByName(record->getInitStep());
+            modules << describe(*record, step, m_journal.module(name));
         }
     }
     return modules;
@@ -115,14 +129,14 @@ ListOfMaps Inspection::ListModules() const
 ListOfMaps Inspection::ListSteps() const
 {
     ListOfMaps steps;
-    for (const InitStep *step = m_manager.steps().firstStep; step; step = step->getNext()) {
-        const Journal::StepHistory history = m_manager.journal().step(step->getName());
-        steps << QVariantMap{{QStringLiteral("Name"), step->getName()},
-                             {QStringLiteral("Value"), step->getValue()},
-                             {QStringLiteral("ShowHomepage"), step->getShowHomepage()},
-                             {QStringLiteral("Modules"), QStringList(step->applications.keys())},
-                             {QStringLiteral("StartedAt"), history.startedAt},
-                             {QStringLiteral("DoneAt"), history.doneAt}};
+    for (const InitStep *step = m_inventory.steps().firstStep; step; step = step->getNext()) {
+        const Journal::StepHistory history = m_journal.step(step->getName());
+        steps << QVariantMap{{Key::name, step->getName()},
+                             {Key::value, step->getValue()},
+                             {Key::showHomepage, step->getShowHomepage()},
+                             {Key::modules, QStringList(step->applications.keys())},
+                             {Key::startedAt, history.startedAt},
+                             {Key::doneAt, history.doneAt}};
     }
     return steps;
 }
@@ -130,10 +144,8 @@ ListOfMaps Inspection::ListSteps() const
 ListOfMaps Inspection::GetTimeline() const
 {
     ListOfMaps entries;
-    for (const Timeline::Entry &entry : m_manager.journal().timeline().entries()) {
-        entries << QVariantMap{{QStringLiteral("Time"), entry.time},
-                               {QStringLiteral("Event"), entry.event},
-                               {QStringLiteral("Name"), entry.name}};
+    for (const Timeline::Entry &entry : m_journal.timeline().entries()) {
+        entries << QVariantMap{{Key::time, entry.time}, {Key::event, entry.event}, {Key::name, entry.name}};
     }
     return entries;
 }

@@ -5,7 +5,10 @@
 #include <QList>
 #include <QVariantMap>
 
-class ApplicationManager;
+class Inventory;
+class Journal;
+class StartupProgression;
+class SupervisionState;
 
 using ListOfMaps = QList<QVariantMap>;
 Q_DECLARE_METATYPE(ListOfMaps)
@@ -69,7 +72,9 @@ class Inspection : public QDBusAbstractAdaptor
     Q_PROPERTY(int LogLevel READ logLevel WRITE setLogLevel)
 
 public:
-    static void create(ApplicationManager &manager);
+    /// `manager` becomes the owner.
+    static void create(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
+                       const StartupProgression &progression);
 
     [[nodiscard]] static bool isLogLevel(int level) { return level >= 0 && level <= 7; }
 
@@ -90,10 +95,14 @@ Q_SIGNALS:
     void StepDone(int value, const QString &name);
 
 protected:
-    explicit Inspection(ApplicationManager &manager);
+    Inspection(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
+               const StartupProgression &progression);
 
 private:
-    ApplicationManager &m_manager;
+    const SupervisionState &m_state;
+    Inventory &m_inventory;
+    const Journal &m_journal;
+    const StartupProgression &m_progression;
 };
 
 #endif

@@ -1,6 +1,6 @@
 #include "manager/Journal.h"
 
-#include "initstep/ModuleState.h"
+#include "contract/InspectionNames.h"
 
 #include <ctime>
 
@@ -22,15 +22,15 @@ quint64 Journal::add(const QString &event, const QString &name)
     return time;
 }
 
-void Journal::noteState(const QString &name, const QString &oldState, const QString &newState)
+void Journal::noteState(const QString &name, ModuleState oldState, ModuleState newState)
 {
     ModuleHistory &history = m_modules[name];
-    const QString before = oldState.isEmpty() ? history.state : oldState;
+    const ModuleState before = oldState == ModuleState::None ? history.state : oldState;
     history.state = newState;
-    if (before.isEmpty() || before == newState) {
+    if (before == ModuleState::None || before == newState) {
         return;
     }
-    const quint64 time = add(newState, name);
+    const quint64 time = add(stateText(newState), name);
     if (newState == ModuleState::Running) {
         history.readyAt = time;
     }
@@ -40,42 +40,42 @@ void Journal::noteState(const QString &name, const QString &oldState, const QStr
 void Journal::noteLaunch(const QString &name)
 {
     ModuleHistory &history = m_modules[name];
-    history.launchedAt = add(QStringLiteral("launched"), name);
+    history.launchedAt = add(Inspect::Happened::launched, name);
     ++history.starts;
 }
 
 void Journal::noteExit(const QString &name, int exitCode)
 {
     ModuleHistory &history = m_modules[name];
-    history.exitedAt = add(QStringLiteral("exited"), name);
+    history.exitedAt = add(Inspect::Happened::exited, name);
     history.exitCode = exitCode;
 }
 
 void Journal::noteStepStarted(const QString &name)
 {
-    m_steps[name].startedAt = add(QStringLiteral("step_started"), name);
+    m_steps[name].startedAt = add(Inspect::Happened::stepStarted, name);
 }
 
 void Journal::noteStepDone(const QString &name, int value)
 {
-    m_steps[name].doneAt = add(QStringLiteral("step_done"), name);
+    m_steps[name].doneAt = add(Inspect::Happened::stepDone, name);
     Q_EMIT stepDone(name, value);
 }
 
 void Journal::noteStart(bool again)
 {
     m_timeline.beginStartUp();
-    add(again ? QStringLiteral("restart") : QStringLiteral("start"));
+    add(again ? Inspect::Happened::restart : Inspect::Happened::start);
 }
 
 void Journal::noteEndOfInit()
 {
-    add(QStringLiteral("end_of_init"));
+    add(Inspect::Happened::endOfInit);
     m_timeline.endStartUp();
 }
 
 void Journal::noteStopAll()
 {
     m_timeline.endStartUp();
-    add(QStringLiteral("stop_all"));
+    add(Inspect::Happened::stopAll);
 }

@@ -22,7 +22,7 @@ class Journal : public QObject, public SupervisionObserver
 public:
     struct ModuleHistory
     {
-        QString state;
+        ModuleState state = ModuleState::None;
         quint64 launchedAt = 0;
         quint64 readyAt = 0;
         quint64 exitedAt = 0;
@@ -36,7 +36,7 @@ public:
         quint64 doneAt = 0;
     };
 
-    void noteState(const QString &name, const QString &oldState, const QString &newState) override;
+    void noteState(const QString &name, ModuleState oldState, ModuleState newState) override;
     void noteLaunch(const QString &name) override;
     void noteExit(const QString &name, int exitCode) override;
     void noteStepStarted(const QString &name) override;
@@ -50,7 +50,7 @@ public:
     [[nodiscard]] const Timeline &timeline() const { return m_timeline; }
 
 Q_SIGNALS:
-    void moduleStateChanged(const QString &name, const QString &oldState, const QString &newState);
+    void moduleStateChanged(const QString &name, ModuleState oldState, ModuleState newState);
     void stepDone(const QString &name, int value);
 
 private:

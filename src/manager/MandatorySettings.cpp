@@ -1,14 +1,18 @@
 #include "manager/MandatorySettings.h"
 
-#include "manager/ApplicationManager.h"
-#include "supervision/WaitLoop.h"
+#include "catalogue/Catalogue.h"
+#include "contract/Components.h"
+#include "contract/Events.h"
+#include "supervision/BusAccess.h"
+#include "supervision/SupervisionState.h"
 
+#include <jov/JovEvent.h>
 #include <jov/Log.h>
 
 namespace {
 
-const QString settingsManager = QStringLiteral("SettingsManager");
-const QString successEvent = QStringLiteral("checkMandatorySettingsSuccess");
+const char *const answerSlot = SLOT(checkMandatorySettingsSuccess(JovEvent));
+const QString crashedMessage = QStringLiteral("SettingsManager crashed");
 
 } // namespace
 
@@ -21,57 +25,60 @@ void MandatorySettings::reset()
 
 bool MandatorySettings::isRunning() const
 {
-    const ApplicationRecord *record = m_manager.catalogue().find(settingsManager);
-    return record && record->getState() == ModuleState::Running;
+    const ApplicationRecord *record = m_catalogue.find(Components::settingsManager);
+    return record && record->getModuleState() == ModuleState::Running;
 }
 
 void MandatorySettings::check()
 {
     m_done = true;
     // The look-up leaves an empty entry; every loop over the catalogue skips those.
-    if (!m_manager.catalogue().applicationMap[settingsManager]) {
+    if (!m_catalogue.applicationMap[Components::settingsManager]) {
         Log::error("SettingsManager not in list : no mandatory settings check");
         return;
     }
     if (!isRunning()) {
         Log::error("SettingsManager not started : no mandatory settings check");
-        settingsManagerGone();
+        fail(crashedMessage);
         return;
     }
     Log::debug("checkMandatorySettings");
-    m_manager.init_message(QStringLiteral("Checking mandatory settings"));
-    m_manager.subscribeEvent(successEvent, &m_manager, SLOT(checkMandatorySettingsSuccess(JovEvent)));
-    m_manager.notifyEvent(QStringLiteral("checkMandatorySettings"), QVariantMap());
+    init_message(QStringLiteral("Checking mandatory settings"));
+    m_bus.subscribeEvent(Events::mandatorySettingsChecked, this, answerSlot);
+    m_bus.notifyEvent(Events::checkMandatorySettings);
     const WaitLoop::Outcome outcome =
-        m_manager.waits().waitUntil([this] { return m_answered || m_manager.startFailed() || !isRunning(); });
-    if (outcome == WaitLoop::Outcome::Released || m_manager.startFailed()) {
+        m_state.waits().waitUntil([this] { return m_answered || m_state.startFailed() || !isRunning(); });
+    if (outcome == WaitLoop::Outcome::Released || m_state.startFailed()) {
         Log::debug("checkMandatorySettings interrupted (stopping)");
     } else if (!m_answered) {
         Log::error("SettingsManager crashed");
-        settingsManagerGone();
+        fail(crashedMessage);
     } else {
         Log::debug("checkMandatorySettings succeed");
     }
 }
 
-void MandatorySettings::settingsManagerGone()
+void MandatorySettings::checkMandatorySettingsSuccess(const JovEvent &event)
 {
-    m_manager.init_message(QStringLiteral("SettingsManager crashed"));
-    m_failed = true;
-    m_manager.failStart();
-}
-
-void MandatorySettings::answered(const JovEvent &event)
-{
-    m_manager.unsubscribeEvent(successEvent, &m_manager, SLOT(checkMandatorySettingsSuccess(JovEvent)));
-    const bool reboot = event.getArgument(QStringLiteral("reboot")).toBool();
+    m_bus.unsubscribeEvent(Events::mandatorySettingsChecked, this, answerSlot);
+    const bool reboot = event.getArgument(Events::reboot).toBool();
     Log::debug("checkMandatorySettingsSuccess");
     if (reboot) {
-        m_manager.init_message(QStringLiteral("Reboot in progress"));
-        m_failed = true;
-        m_manager.failStart();
+        fail(QStringLiteral("Reboot in progress"));
     } else {
-        m_manager.init_message(QStringLiteral("Mandatory settings checked"));
+        init_message(QStringLiteral("Mandatory settings checked"));
     }
     m_answered = true;
+}
+
+void MandatorySettings::fail(const QString &message)
+{
+    init_message(message);
+    m_failed = true;
+    m_state.failStart();
+}
+
+void MandatorySettings::init_message(const QString &message)
+{
+    m_bus.notifyEvent(Events::initMessage, {{Events::message, message}});
 }

@@ -1,22 +1,16 @@
 #include "manager/RestartControl.h"
 
-#include "manager/ApplicationManager.h"
-#include "supervision/WaitLoop.h"
+#include "contract/Steps.h"
+#include "supervision/SupervisionState.h"
 
 #include <jov/Log.h>
 
-namespace {
-
-/// Before this step a restart by the modules is dropped: the start-up itself is still under way.
-constexpr int firstRestartableStep = 5;
-
-} // namespace
-
-RestartControl::RestartControl(ApplicationManager &manager)
-    : m_manager(manager)
+RestartControl::RestartControl(SupervisionState &state, RestartSteps &steps)
+    : m_state(state)
+    , m_steps(steps)
 {
     // Queued: the frame of the wait that ends, and the walk around it, return first.
-    connect(&manager.waits(), &WaitLoop::idle, this, &RestartControl::proceed, Qt::QueuedConnection);
+    connect(&state.waits(), &WaitLoop::idle, this, &RestartControl::proceed, Qt::QueuedConnection);
 }
 
 void RestartControl::reset()
@@ -27,28 +21,30 @@ void RestartControl::reset()
 
 void RestartControl::request(Kind kind)
 {
-    if (m_manager.isExiting()) {
+    if (m_state.isEnding()) {
         return;
     }
     m_pending = qMax(m_pending, kind);
+    m_state.setRestartPending(true);
     if (m_requesting) {
         // Its stop is on the stack already, and what follows it will do for this request too.
         return;
     }
     m_requesting = true;
-    m_manager.stopAll();
+    m_steps.stopEverything();
     m_requesting = false;
     proceed();
 }
 
 void RestartControl::proceed()
 {
-    if (m_pending == Kind::None || m_requesting || m_manager.waits().depth() > 0) {
+    if (m_pending == Kind::None || m_requesting || m_state.waits().depth() > 0) {
         return;
     }
     const Kind kind = m_pending;
     m_pending = Kind::None;
-    if (!m_manager.isExiting()) {
+    m_state.setRestartPending(false);
+    if (!m_state.isEnding()) {
         startAgain(kind);
     }
 }
@@ -56,16 +52,16 @@ void RestartControl::proceed()
 void RestartControl::startAgain(Kind kind)
 {
     if (kind == Kind::Rebuild) {
-        m_manager.clearAllLists();
+        m_steps.clearAllLists();
     }
-    m_manager.beginStart();
-    if (kind == Kind::Rebuild && !m_manager.buildAll()) {
-        m_manager.stopManager();
+    m_steps.beginStart();
+    if (kind == Kind::Rebuild && !m_steps.buildAll()) {
+        m_steps.endDaemon();
         return;
     }
-    m_manager.startAll();
-    if (!isPending()) {
-        m_manager.resumeProgression();
+    m_steps.startEverything();
+    if (m_pending == Kind::None) {
+        m_steps.resumeProgression();
     }
 }
 
@@ -74,10 +70,17 @@ void RestartControl::requestUnlessLocked(int currentStep)
     Log::debug("Applicative restart Lock : %1 Step :%2", m_locked, currentStep);
     if (m_locked) {
         m_heldBack = true;
-    } else if (currentStep >= firstRestartableStep) {
+    } else if (currentStep >= Steps::firstOwn) {
         Log::debug("Applicative restart");
-        QMetaObject::invokeMethod(&m_manager, "_restartAll", Qt::QueuedConnection);
+        // Queued: the caller has its reply before anything is stopped.
+        QMetaObject::invokeMethod(this, &RestartControl::_restartAll, Qt::QueuedConnection);
     }
+}
+
+void RestartControl::_restartAll()
+{
+    Log::debug("Call of _restartAll() by restartApp()");
+    request(Kind::StartAgain);
 }
 
 void RestartControl::unlock(int currentStep)

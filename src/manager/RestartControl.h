@@ -3,7 +3,25 @@
 
 #include <QObject>
 
-class ApplicationManager;
+class SupervisionState;
+
+/// What a restart consists of, in this order.
+class RestartSteps
+{
+public:
+    virtual ~RestartSteps() = default;
+
+    virtual void stopEverything() = 0;
+    virtual void clearAllLists() = 0;
+    /// A new start: nothing has failed, nothing is checked yet.
+    virtual void beginStart() = 0;
+    /// False when the files cannot be used: the daemon then ends.
+    [[nodiscard]] virtual bool buildAll() = 0;
+    virtual void startEverything() = 0;
+    /// The start-up goes on where the stop has interrupted it.
+    virtual void resumeProgression() = 0;
+    virtual void endDaemon() = 0;
+};
 
 /**
  * Full restarts, and the reboot lock that can hold one back.
@@ -25,12 +43,10 @@ public:
     /// What to do after the stop, the thorough one last: it covers the other.
     enum class Kind { None, StartAgain, Rebuild };
 
-    explicit RestartControl(ApplicationManager &manager);
+    RestartControl(SupervisionState &state, RestartSteps &steps);
 
     /// Stops everything, then starts again. When this returns it is done, or, where it had to be put off, accepted.
     void request(Kind kind);
-    /// A restart has been asked for and has not begun to start again yet.
-    [[nodiscard]] bool isPending() const { return m_pending != Kind::None; }
 
     /// A restart that the lock may hold back, and that is dropped before step 5.
     void requestUnlessLocked(int currentStep);
@@ -39,10 +55,12 @@ public:
     void reset();
 
 private:
+    void _restartAll();
     void proceed();
     void startAgain(Kind kind);
 
-    ApplicationManager &m_manager;
+    SupervisionState &m_state;
+    RestartSteps &m_steps;
     Kind m_pending = Kind::None;
     bool m_requesting = false; ///< the stop of a request is on the stack
     bool m_locked = false; ///< the platform holds restarts back

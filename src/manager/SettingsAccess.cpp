@@ -1,8 +1,9 @@
 #include "manager/SettingsAccess.h"
 
+#include "contract/Components.h"
 #include "core/EventValue.h"
 #include "monitoring/MemoryWatchdog.h"
-#include "supervision/Supervisor.h"
+#include "supervision/BusAccess.h"
 
 #include <jov/JovException.h>
 #include <jov/Log.h>
@@ -13,9 +14,6 @@
 #include <memory>
 
 namespace {
-
-const QString delaySetting = QStringLiteral("MonitoringWatchDelay");
-const QString retrySetting = QStringLiteral("MonitoringWatchRetry");
 
 int figureOf(const Setting &setting)
 {
@@ -29,7 +27,7 @@ QString SettingsAccess::getSettingValue(const QString &id) const
     Log::debug("getSettingValue %1", id);
     try {
         const QDBusMessage reply =
-            m_supervisor.syncRemoteCall(QStringLiteral("SettingsManager"), QStringLiteral("getSettingValue"), {id});
+            m_bus.syncRemoteCall(Components::settingsManager, Components::getSettingValueMethod, {id});
         if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
             return Setting::UNDEFINEDVALUE;
         }
@@ -47,14 +45,14 @@ QString SettingsAccess::getSettingValue(const QString &id) const
 void SettingsAccess::getMonitoringSettings()
 {
     Log::debug("getMonitoringSettings");
-    const QString delay = getSettingValue(delaySetting);
-    const QString retry = getSettingValue(retrySetting);
+    const QString delay = getSettingValue(Components::watchDelaySetting);
+    const QString retry = getSettingValue(Components::watchRetrySetting);
     // Both lines name the delay, and the first begins as it does: field tools match these texts.
     if (delay == Setting::UNDEFINEDVALUE) {
-        Log::error("sgetMonitoringSettings setting %1 is undefined", delaySetting);
+        Log::error("sgetMonitoringSettings setting %1 is undefined", Components::watchDelaySetting);
     }
     if (retry == Setting::UNDEFINEDVALUE) {
-        Log::error("getMonitoringSettings setting %1 is undefined", delaySetting);
+        Log::error("getMonitoringSettings setting %1 is undefined", Components::watchDelaySetting);
     }
     Log::debug("getMonitoringSettings delay=%1 retry=%2", delay, retry);
     m_watchdog.setMonitoringWatchDelay(delay.toInt());
@@ -64,10 +62,10 @@ void SettingsAccess::getMonitoringSettings()
 void SettingsAccess::monitoringSettingsChanged(const Setting &setting)
 {
     const int figure = figureOf(setting);
-    if (setting.getId() == delaySetting) {
+    if (setting.getId() == Components::watchDelaySetting) {
         m_watchdog.setMonitoringWatchDelay(figure);
         Log::debug("new monitoringWatchDelay value=%1", figure);
-    } else if (setting.getId() == retrySetting) {
+    } else if (setting.getId() == Components::watchRetrySetting) {
         m_watchdog.setMonitoringWatchRetry(figure);
         Log::debug("new monitoringWatchRetry value=%1", figure);
     }

@@ -3,9 +3,9 @@
 
 #include <QString>
 
+class BusAccess;
 class MemoryWatchdog;
 class Setting;
-class Supervisor;
 
 /**
  * The settings of the terminal, as the settings manager hands them out, and the two that steer the memory watchdog:
@@ -15,8 +15,8 @@ class Supervisor;
 class SettingsAccess
 {
 public:
-    SettingsAccess(Supervisor &supervisor, MemoryWatchdog &watchdog)
-        : m_supervisor(supervisor)
+    SettingsAccess(BusAccess &bus, MemoryWatchdog &watchdog)
+        : m_bus(bus)
         , m_watchdog(watchdog)
     { }
 
@@ -28,7 +28,7 @@ public:
     void monitoringSettingsChanged(const Setting &setting);
 
 private:
-    Supervisor &m_supervisor;
+    BusAccess &m_bus;
     MemoryWatchdog &m_watchdog;
 };
 

@@ -1,71 +1,39 @@
 #include "manager/StartupProgression.h"
 
+#include "contract/Events.h"
+#include "contract/Steps.h"
 #include "initstep/InitStepChain.h"
-#include "manager/ApplicationManager.h"
+#include "manager/MandatorySettings.h"
+#include "manager/ParentReport.h"
+#include "supervision/BusAccess.h"
+#include "supervision/SupervisionState.h"
 
-#include <jov/JovRoot.h>
 #include <jov/Log.h>
-
-#include <QFile>
-#include <QFileInfo>
 
 namespace {
 
-constexpr int allSteps = 999;
-constexpr int longestLine = 4096; // bytes
 /// Numbers up to this one are announced to the platform, whether a step carries them or not.
 constexpr int lastAnnounced = 6;
-/// From here on the progression needs no events any more.
-constexpr int firstOwnStep = 5;
-/// A gap between two steps that is wider is passed over at once instead of number by number.
+/// A gap between two steps that is wider is skipped at once instead of number by number.
 constexpr int widestGap = 10000;
 
-const QString initStepEvent = QStringLiteral("init_step");
+const char *const initStepSlot = SLOT(slot_init_step(int));
 
-void tellNotManaged(int stepNum, int currentStep)
+void logNotManaged(int stepNum, int currentStep)
 {
     Log::debug("InitStep: %1 (current=%2) not managed", stepNum, currentStep);
 }
 
 } // namespace
 
-int readStepFile(const QString &path)
-{
-    const QFileInfo info(path);
-    if (!info.exists()) {
-        Log::warning("No Step file");
-        return allSteps;
-    }
-    QFile file(path);
-    if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
-        Log::warning("Step file Not readable");
-        return allSteps;
-    }
-    // Two more: readLine() counts a NUL behind the text.
-    QByteArray line = file.readLine(longestLine + 2);
-    if (line.endsWith('\n')) {
-        line.chop(1);
-    }
-    // The text ends at a NUL byte.
-    line.truncate(int(qstrlen(line.constData())));
-    if (line.size() > longestLine) {
-        Log::warning("Step file Not readable");
-        return allSteps;
-    }
-    const QString text = QString::fromLocal8Bit(line);
-    Log::debug("Step file ==> %1", text);
-    return text.trimmed().toInt();
-}
-
-void StartupProgression::begin()
+void StartupProgression::begin(int target)
 {
     m_currentStep = 0;
-    const int target = readStepFile(JovRoot::rooted(QStringLiteral("/tmp/step")));
-    m_manager.subscribeEvent(initStepEvent, &m_manager, SLOT(slot_init_step(int)));
-    m_manager.slot_init_step(target);
+    m_bus.subscribeEvent(Events::initStep, this, initStepSlot);
+    slot_init_step(target);
 }
 
-void StartupProgression::goTo(int stepNum)
+void StartupProgression::slot_init_step(int stepNum)
 {
     // A pass that a restart interrupted is under way, too: the boot sequence does not repeat its events.
     if (!m_underWay && !m_interruptedTarget) {
@@ -75,7 +43,7 @@ void StartupProgression::goTo(int stepNum)
     } else if (stepNum > m_currentStep) {
         m_held = qMax(m_held.value_or(stepNum), stepNum);
     } else {
-        tellNotManaged(stepNum, m_currentStep);
+        logNotManaged(stepNum, m_currentStep);
     }
 }
 
@@ -83,7 +51,7 @@ void StartupProgression::drive(int stepNum)
 {
     for (std::optional<int> target = stepNum; target; target = nextTarget()) {
         if (*target <= m_currentStep) {
-            tellNotManaged(*target, m_currentStep);
+            logNotManaged(*target, m_currentStep);
             continue;
         }
         const InitStep *last = m_steps.last();
@@ -117,32 +85,32 @@ bool StartupProgression::pass(int from, int target)
         const int n = int(number);
         m_currentStep = n;
         if (n <= lastAnnounced) {
-            m_manager.notifyEvent(QStringLiteral("init_step_infra"), {{QStringLiteral("num_step"), n}});
+            m_bus.notifyEvent(Events::initStepInfra, {{Events::numStep, n}});
         }
-        if (m_manager.startFailed()) {
+        if (m_state.startFailed()) {
             interrupted(target);
             return false;
         }
-        if (!m_manager.mandatorySettings().isDone() && n >= firstOwnStep) {
-            m_manager.mandatorySettings().check();
+        if (!m_mandatorySettings.isDone() && n >= Steps::firstOwn) {
+            m_mandatorySettings.check();
         }
         if (InitStep *step = m_steps.getStepByValue(n)) {
-            step->startAll(false);
+            step->startAll(m_context);
             Log::debug("initStepDone: %1", n);
         }
     }
     // A restart can have interrupted the very last step of the pass.
-    if (m_manager.restartPending()) {
+    if (m_state.restartPending()) {
         interrupted(target);
         return false;
     }
     return true;
 }
 
-/// The number after this one: numbers that nobody can notice are passed over at once, were there two milliards of them.
+/// The number after this one: numbers that nobody can notice are skipped at once, even two billion of them.
 qint64 StartupProgression::following(int number, int target) const
 {
-    if (number < lastAnnounced || m_manager.startFailed()) {
+    if (number < lastAnnounced || m_state.startFailed()) {
         return qint64(number) + 1;
     }
     const InitStep *above = m_steps.getStepAbove(number);
@@ -152,14 +120,14 @@ qint64 StartupProgression::following(int number, int target) const
 void StartupProgression::interrupted(int target)
 {
     Log::debug("[AppMgr.init_step] interrupted because stopping");
-    if (m_manager.restartPending()) {
+    if (m_state.restartPending()) {
         m_interruptedTarget = target;
         return;
     }
-    m_manager.unsubscribeEvent(initStepEvent, &m_manager, SLOT(slot_init_step(int)));
-    if (m_manager.mandatorySettings().hasFailed()) {
+    m_bus.unsubscribeEvent(Events::initStep, this, initStepSlot);
+    if (m_mandatorySettings.hasFailed()) {
         // The boot script must learn of it, or it would wait for ever.
-        m_manager.killFather();
+        report();
     }
     m_held.reset();
 }
@@ -167,10 +135,10 @@ void StartupProgression::interrupted(int target)
 void StartupProgression::passDone(int target)
 {
     m_currentStep = target;
-    m_manager.killFather();
-    if (target >= firstOwnStep && !m_byItself) {
+    report();
+    if (target >= Steps::firstOwn && !m_byItself) {
         m_byItself = true;
-        m_manager.unsubscribeEvent(initStepEvent, &m_manager, SLOT(slot_init_step(int)));
+        m_bus.unsubscribeEvent(Events::initStep, this, initStepSlot);
     }
 }
 
@@ -189,4 +157,9 @@ void StartupProgression::resumeAfterRestart()
         }
     }
     m_underWay = false;
+}
+
+void StartupProgression::report()
+{
+    m_parentReport.send(m_state.startFailed());
 }

@@ -1,12 +1,16 @@
 #ifndef STARTUP_PROGRESSION_H
 #define STARTUP_PROGRESSION_H
 
-#include <QString>
+#include <QObject>
 
 #include <optional>
 
-class ApplicationManager;
+class BusAccess;
 class InitStepChain;
+class MandatorySettings;
+class ParentReport;
+class SupervisionState;
+struct StartContext;
 
 /**
  * The walk through the numbered steps of the start-up.
@@ -19,21 +23,31 @@ class InitStepChain;
  * below it is done, and the current step never goes back. A pass that a restart interrupts goes on after it, from the
  * number that it had reached, and events are held until then. A stop interrupts it for good.
  */
-class StartupProgression
+class StartupProgression : public QObject
 {
+    Q_OBJECT
+
 public:
-    StartupProgression(ApplicationManager &manager, InitStepChain &steps)
-        : m_manager(manager)
+    /// `context` is what the steps are started with.
+    StartupProgression(SupervisionState &state, BusAccess &bus, InitStepChain &steps, const StartContext &context,
+                       MandatorySettings &mandatorySettings, ParentReport &parentReport)
+        : m_state(state)
+        , m_bus(bus)
         , m_steps(steps)
+        , m_context(context)
+        , m_mandatorySettings(mandatorySettings)
+        , m_parentReport(parentReport)
     { }
 
-    /// Reads the step file and goes as far as it says.
-    void begin();
-    void goTo(int stepNum);
+    /// Goes as far as the step file says, and listens to the events from then on.
+    void begin(int target);
     void resumeAfterRestart();
 
     /// The number of the last step reached; 0 at first.
     [[nodiscard]] int currentStep() const { return m_currentStep; }
+
+public Q_SLOTS:
+    void slot_init_step(int stepNum);
 
 private:
     void drive(int stepNum);
@@ -42,21 +56,19 @@ private:
     [[nodiscard]] qint64 following(int number, int target) const;
     void interrupted(int target);
     void passDone(int target);
+    void report();
 
-    ApplicationManager &m_manager;
+    SupervisionState &m_state;
+    BusAccess &m_bus;
     InitStepChain &m_steps;
+    const StartContext &m_context;
+    MandatorySettings &m_mandatorySettings;
+    ParentReport &m_parentReport;
     int m_currentStep = 0;
     bool m_underWay = false;
     bool m_byItself = false; ///< step 5 has been reached
     std::optional<int> m_held; ///< the highest step asked for during the pass
     std::optional<int> m_interruptedTarget; ///< of the pass that a restart interrupted
 };
-
-/**
- * How far the step file `/tmp/step` (its first line, a decimal number) lets the start-up go at once: 0 when the line is
- * not a number; 999, that is through all steps, when there is no such file, it cannot be read, or its first line is
- * longer than 4,096 bytes. `path` is the file's path under the root prefix.
- */
-[[nodiscard]] int readStepFile(const QString &path);
 
 #endif

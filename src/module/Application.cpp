@@ -1,6 +1,6 @@
 #include "module/Application.h"
 
-#include <jov/ApplicationConfig.h>
+#include "catalogue/ApplicationRecord.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ void addTo(Application::Map &map, Application *node)
 
 } // namespace
 
-Application::Application(ApplicationConfig *record)
+Application::Application(ApplicationRecord *record)
     : config(record)
 { }
 
@@ -33,15 +33,20 @@ QString Application::getName() const
     return config ? config->getName() : QString();
 }
 
-QString Application::getState() const
+bool Application::isModule() const
 {
-    return config ? config->getState() : QString();
+    return config && config->getType() == ApplicationType::Module;
 }
 
-void Application::setState(const QString &state)
+ModuleState Application::getState() const
+{
+    return config ? config->getModuleState() : ModuleState::None;
+}
+
+void Application::setState(ModuleState state)
 {
     if (config) {
-        config->setState(state);
+        config->setModuleState(state);
     }
 }
 

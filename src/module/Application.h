@@ -1,10 +1,12 @@
 #ifndef APPLICATION_H
 #define APPLICATION_H
 
+#include "contract/ModuleState.h"
+
 #include <QMap>
 #include <QObject>
 
-class ApplicationConfig;
+class ApplicationRecord;
 
 /**
  * A node of a step's dependency forest: it binds one record of the catalogue to the nodes that it depends on
@@ -21,13 +23,14 @@ public:
     /// By name, so that siblings are always walked in ascending order.
     using Map = QMap<QString, Application *>;
 
-    explicit Application(ApplicationConfig *config);
+    explicit Application(ApplicationRecord *record);
     ~Application() override;
 
-    [[nodiscard]] ApplicationConfig *getApplicationConfig() const { return config; }
+    /// Whether it is a native module: web applications are never started.
+    [[nodiscard]] bool isModule() const;
     [[nodiscard]] QString getName() const;
-    [[nodiscard]] QString getState() const;
-    virtual void setState(const QString &state);
+    [[nodiscard]] ModuleState getState() const;
+    virtual void setState(ModuleState state);
     void setStatus(const QString &status);
     [[nodiscard]] int getExitCode() const { return exitCode; }
 
@@ -42,7 +45,7 @@ public:
 protected:
     Map parents;
     Map sons;
-    ApplicationConfig *config;
+    ApplicationRecord *config;
     int exitCode = 0;
 };
 

@@ -1,14 +1,14 @@
 #include "module/CrashPolicy.h"
 
-#include "supervision/Supervisor.h"
+#include "contract/Components.h"
+#include "supervision/BusAccess.h"
+#include "supervision/SupervisionState.h"
 
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
 #include <jov/Log.h>
 
 namespace {
-
-const QString webClient = QStringLiteral("JovWebClient");
 
 void archiveLogs()
 {
@@ -27,13 +27,13 @@ void showImage(const QString &image)
 
 CrashPolicy::Reaction CrashPolicy::reactionTo(const QString &moduleName)
 {
-    if (moduleName == QLatin1String("JovGate")) {
+    if (moduleName == Components::gate) {
         return {false, true, true, QStringLiteral("/usr/bin/JovApplication/jovgate_module_crash.jpg")};
     }
-    if (moduleName == webClient) {
+    if (moduleName == Components::webClient) {
         return {false, true, false, QStringLiteral("/usr/bin/JovApplication/jovwebclient_module_crash.jpg")};
     }
-    if (moduleName == QLatin1String("Platform")) {
+    if (moduleName == Components::platform) {
         return {true, false, false, QString()};
     }
     return {};
@@ -51,7 +51,7 @@ void CrashPolicy::apply(const QString &moduleName)
         rebootPlatformLocally();
     }
     if (reaction.stopWebClient) {
-        m_supervisor.stopModule(webClient);
+        m_context.orders.stopModule(Components::webClient);
     }
     if (!reaction.image.isEmpty()) {
         showImage(reaction.image);
@@ -60,9 +60,9 @@ void CrashPolicy::apply(const QString &moduleName)
 
 void CrashPolicy::requestPlatformReboot(const QString &reason)
 {
-    m_supervisor.asyncRemoteCall(QStringLiteral("Platform"), QStringLiteral("reboot"),
-                                 {1, true, QStringLiteral("ApplicationManager"), reason});
-    m_supervisor.rebootRequested();
+    m_context.bus.asyncRemoteCall(Components::platform, Components::rebootMethod,
+                                  {1, true, QString(Components::applicationManager), reason});
+    m_context.state.rebootRequested();
 }
 
 void CrashPolicy::rebootPlatformLocally()
@@ -71,5 +71,5 @@ void CrashPolicy::rebootPlatformLocally()
     const QString command = JovRoot::shellRooted(QStringLiteral("/sbin/reboot"))
         + QStringLiteral(" --soft --owner ApplicationManager --reason 'Platform crashed'");
     qor_system(command.toLocal8Bit());
-    m_supervisor.rebootRequested();
+    m_context.state.rebootRequested();
 }

@@ -1,9 +1,9 @@
 #ifndef CRASH_POLICY_H
 #define CRASH_POLICY_H
 
-#include <QString>
+#include "module/ModuleContext.h"
 
-class Supervisor;
+#include <QString>
 
 /**
  * What the terminal does when a module crashes outside a stop: it reboots. The two modules that own the screen leave a
@@ -24,8 +24,8 @@ public:
     };
     [[nodiscard]] static Reaction reactionTo(const QString &moduleName);
 
-    explicit CrashPolicy(Supervisor &supervisor)
-        : m_supervisor(supervisor)
+    explicit CrashPolicy(const ModuleContext &context)
+        : m_context(context)
     { }
 
     /// Carries the reaction out. Its shell commands block the event loop; their results do not matter any more.
@@ -35,7 +35,7 @@ private:
     void requestPlatformReboot(const QString &reason);
     void rebootPlatformLocally();
 
-    Supervisor &m_supervisor;
+    const ModuleContext m_context;
 };
 
 #endif

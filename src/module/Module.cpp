@@ -2,10 +2,12 @@
 
 #include "catalogue/ApplicationRecord.h"
 #include "catalogue/ModulePaths.h"
+#include "contract/Components.h"
+#include "contract/Events.h"
 #include "module/CrashPolicy.h"
+#include "supervision/BusAccess.h"
 #include "supervision/SupervisionObserver.h"
-#include "supervision/Supervisor.h"
-#include "supervision/WaitLoop.h"
+#include "supervision/SupervisionState.h"
 
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
@@ -13,18 +15,10 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <csignal>
 
-using namespace ModuleState;
-
 namespace {
-
-QString endOfInitEvent(const QString &name)
-{
-    return QStringLiteral("end_of_init_") + name;
-}
-
-const QString presentationReadyEvent = QStringLiteral("presentationReady");
 
 /// Industrial mode runs the terminal without its sound and its desk application.
 bool isLeftOutInIndustrialMode(const QString &name)
@@ -35,25 +29,24 @@ bool isLeftOutInIndustrialMode(const QString &name)
 
 } // namespace
 
-Module::Module(ApplicationRecord *record, Supervisor &supervisor)
+Module::Module(ApplicationRecord *record, const ModuleContext &context)
     : Application(record)
-    , m_supervisor(supervisor)
-    , m_record(record)
+    , m_context(context)
 {
     const QString name = getName();
-    if (!m_supervisor.subscribeEvent(endOfInitEvent(name), this, SLOT(slot_endOfInit()))) {
+    if (!m_context.bus.subscribeEvent(Events::endOfInitOf(name), this, SLOT(slot_endOfInit()))) {
         Log::error("[Module] constructor %1 cannot subscribe to end_of_init", name);
     }
     connect(this, &Module::sig_crashed, this, &Module::slot_crashed);
 
-    Module::setState(Stopped);
+    Module::setState(ModuleState::Stopped);
     if (isWebClient()) {
         m_webappTimer = std::make_unique<QTimer>();
         m_webappTimer->setSingleShot(true);
         m_webappTimer->setTimerType(Qt::PreciseTimer);
-        m_webappTimer->setInterval(m_supervisor.moduleLimits().presentation);
+        m_webappTimer->setInterval(m_context.state.limits().presentation);
         connect(m_webappTimer.get(), &QTimer::timeout, this, &Module::slot_webapp_timeout);
-        m_supervisor.subscribeEvent(presentationReadyEvent, this, SLOT(presentationReady()));
+        m_context.bus.subscribeEvent(Events::presentationReady, this, SLOT(presentationReady()));
     }
     setStatus(QStringLiteral("OK"));
 }
@@ -61,35 +54,36 @@ Module::Module(ApplicationRecord *record, Supervisor &supervisor)
 Module::~Module()
 {
     if (isWebClient()) {
-        m_supervisor.unsubscribeEvent(presentationReadyEvent, this, SLOT(presentationReady()));
+        m_context.bus.unsubscribeEvent(Events::presentationReady, this, SLOT(presentationReady()));
     }
-    m_supervisor.unsubscribeEvent(endOfInitEvent(getName()), this, SLOT(slot_endOfInit()));
+    m_context.bus.unsubscribeEvent(Events::endOfInitOf(getName()), this, SLOT(slot_endOfInit()));
 }
 
 bool Module::isWebClient() const
 {
-    return getName() == QLatin1String("JovWebClient");
+    return getName() == Components::webClient;
 }
 
-void Module::setState(const QString &state)
+void Module::setState(ModuleState state)
 {
-    const QString old = getState();
+    const ModuleState old = getState();
     Application::setState(state);
     if (old != state) {
-        m_supervisor.observer().noteState(getName(), old, state);
+        m_context.observer.noteState(getName(), old, state);
     }
 }
 
 bool Module::start()
 {
     const QString name = getName();
-    if (getState() != Stopped || m_startPending || m_supervisor.startsRefused() || !waitForPreviousProcess()) {
-        Log::error("[Module] start %1 ret false (state= %2)", name, getState());
+    if (getState() != ModuleState::Stopped || m_startPending || m_context.state.startsRefused()
+        || !waitForPreviousProcess()) {
+        Log::error("[Module] start %1 ret false (state= %2)", name, stateText(getState()));
         return false;
     }
-    m_supervisor.notifyEvent(QStringLiteral("init_message"),
-                             {{QStringLiteral("message"), QStringLiteral("Starting application %1").arg(name)}});
-    setState(Starting);
+    m_context.bus.notifyEvent(Events::initMessage,
+                              {{Events::message, QStringLiteral("Starting application %1").arg(name)}});
+    setState(ModuleState::Starting);
     if (!launch()) {
         return false;
     }
@@ -105,11 +99,11 @@ bool Module::waitForPreviousProcess()
         return true;
     }
     m_startPending = true;
-    const quint64 generation = m_supervisor.stopGeneration();
-    m_supervisor.waits().waitUntil(
-        [&] { return reaped() || !m_startPending || m_supervisor.stopGeneration() != generation; });
-    const bool goOn = m_startPending && reaped() && getState() == Stopped && !m_supervisor.startsRefused()
-        && m_supervisor.stopGeneration() == generation;
+    const quint64 generation = m_context.state.stopGeneration();
+    m_context.state.waits().waitUntil(
+        [&] { return reaped() || !m_startPending || m_context.state.stopGeneration() != generation; });
+    const bool goOn = m_startPending && reaped() && getState() == ModuleState::Stopped
+        && !m_context.state.startsRefused() && m_context.state.stopGeneration() == generation;
     m_startPending = false;
     return goOn;
 }
@@ -127,9 +121,9 @@ bool Module::launch()
     m_startTimer.restart();
     ChildProcess::Command command;
     command.program = directory + name;
-    command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + m_record->getExtraArgs();
+    command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + config->getExtraArgs();
     command.workingDirectory = directory;
-    command.quiet = !m_supervisor.debugMode();
+    command.quiet = !m_context.state.debugMode();
     if (!m_process.start(command)) {
         Log::warning("[Module] launch error :%1 exec : %2", m_process.errorString(), command.program);
         return false;
@@ -137,7 +131,7 @@ bool Module::launch()
     const qint64 pid = m_process.processId();
     Log::info("[Module] PID of :%1 : %2", name, pid);
     config->setID(QString::number(pid));
-    m_supervisor.observer().noteLaunch(name);
+    m_context.observer.noteLaunch(name);
     return true;
 }
 
@@ -145,65 +139,67 @@ bool Module::waitUntilStarted()
 {
     const QString name = getName();
     const quint64 run = m_run;
-    const bool settled = waitState({Running, Stopped}, -1);
+    const bool settled = waitState({ModuleState::Running, ModuleState::Stopped}, -1);
     if (m_run != run) {
-        Log::error("[Module] start %1 ret false [stopped] state= %2)", name, Stopped);
+        Log::error("[Module] start %1 ret false [stopped] state= %2)", name, stateText(ModuleState::Stopped));
         return false;
     }
     if (!settled) {
-        Log::error("[Module] start %1 ret false [timeout kill] state= %2)", name, getState());
+        Log::error("[Module] start %1 ret false [timeout kill] state= %2)", name, stateText(getState()));
         killAsOurOwnDoing();
-        setState(Stopped);
+        setState(ModuleState::Stopped);
         return false;
     }
-    if (getState() == Stopped) {
-        Log::error("[Module] start %1 ret false [stopped] state= %2)", name, getState());
+    if (getState() == ModuleState::Stopped) {
+        Log::error("[Module] start %1 ret false [stopped] state= %2)", name, stateText(getState()));
         return false;
     }
-    Log::debug("[Module] start %1 ret true state= %2)", name, getState());
+    Log::debug("[Module] start %1 ret true state= %2)", name, stateText(getState()));
     return true;
 }
 
-bool Module::waitState(const QStringList &states, int timeout)
+bool Module::waitState(std::initializer_list<ModuleState> states, int timeout)
 {
     Log::debug("waitState() method - timeout : %1", timeout);
     const quint64 run = m_run;
-    const quint64 generation = m_supervisor.stopGeneration();
+    const quint64 generation = m_context.state.stopGeneration();
     const bool unlimited = timeout < 0;
-    const auto reached = [&] { return m_run != run || states.contains(getState()); };
+    const auto isReached = [&](ModuleState state) { return state == getState(); };
+    const auto reached = [&] { return m_run != run || std::any_of(states.begin(), states.end(), isReached); };
     // Only a wait without a limit is given up by a stop of everything: the others end in time by themselves.
-    const auto released = [&] { return unlimited && m_supervisor.stopGeneration() != generation; };
-    const WaitLoop::Outcome outcome = m_supervisor.waits().waitUntil([&] { return reached() || released(); }, timeout);
+    const auto released = [&] { return unlimited && m_context.state.stopGeneration() != generation; };
+    const WaitLoop::Outcome outcome =
+        m_context.state.waits().waitUntil([&] { return reached() || released(); }, timeout);
     return outcome == WaitLoop::Outcome::Reached && reached();
 }
 
 bool Module::stop()
 {
     const QString name = getName();
-    const QString state = getState();
-    if (state != Running && state != WebClientStarted) {
+    const ModuleState state = getState();
+    if (state != ModuleState::Running && state != ModuleState::WebClientStarted) {
         killAsOurOwnDoing();
-        Log::error("[Module] stopped %1 ret false [during start] (state= %2)", name, state);
-        setState(Stopped);
+        Log::error("[Module] stopped %1 ret false [during start] (state= %2)", name, stateText(state));
+        setState(ModuleState::Stopped);
         return false;
     }
-    setState(Stopping);
+    setState(ModuleState::Stopping);
     m_startTimer.restart();
     const quint64 run = m_run;
     Log::info("Trying to stop module %1", name);
-    m_supervisor.notifyEvent(QStringLiteral("stop_module_") + name);
+    m_context.bus.notifyEvent(Events::stopOf(name));
     if (!m_process.isRunning()) {
         // Somebody else's announcement had made it "RUNNING": there is nothing that could end.
-        setState(Stopped);
+        setState(ModuleState::Stopped);
     }
-    const ModuleLimits &limits = m_supervisor.moduleLimits();
-    const int limit = m_supervisor.startFailed() ? limits.stopWithEverything : limits.stop;
-    const bool stopped = waitState({Stopped}, limit) || m_run != run;
+    const ModuleLimits &limits = m_context.state.limits();
+    const int limit = m_context.state.startFailed() ? limits.stopWithEverything : limits.stop;
+    const bool stopped = waitState({ModuleState::Stopped}, limit) || m_run != run;
     if (!stopped) {
         m_killedOnStop = m_process.isRunning();
         m_process.kill();
-        Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", name, getState());
-        setState(Stopped);
+        Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", name, stateText(getState()));
+        setState(ModuleState::Stopped);
     }
     Log::info("[Module] stop %1 done in %2 ms", name, m_startTimer.elapsed());
     return stopped;
@@ -224,10 +220,10 @@ void Module::slot_endOfInit()
     Log::debug("[Module] end of init %1 received(start done in %2 ms)", name,
                m_startTimer.isValid() ? m_startTimer.elapsed() : 0);
     if (!isWebClient()) {
-        setState(Running);
+        setState(ModuleState::Running);
         return;
     }
-    if (m_supervisor.getParameters().contains(QStringLiteral("no_webapp_timer"))) {
+    if (m_context.bus.getParameters().contains(QStringLiteral("no_webapp_timer"))) {
         Log::debug("no webapp timer");
     } else {
         Log::debug("Starting webapp timer");
@@ -236,32 +232,32 @@ void Module::slot_endOfInit()
             m_webappTimer->start();
         }
     }
-    setState(WebClientStarted);
+    setState(ModuleState::WebClientStarted);
 }
 
 void Module::presentationReady()
 {
     Log::debug("presentationReady() method");
-    if (getState() != WebClientStarted) {
+    if (getState() != ModuleState::WebClientStarted) {
         return;
     }
     if (m_webappTimer && m_webappTimer->isActive()) {
         Log::debug("Remove webapp timer");
         m_webappTimer->stop();
     }
-    setState(Running);
+    setState(ModuleState::Running);
 }
 
 void Module::slot_webapp_timeout()
 {
     Log::debug("Webapp timer triggered");
-    if (getState() != WebClientStarted) {
+    if (getState() != ModuleState::WebClientStarted) {
         return;
     }
     Log::error("Webapp timeout : Failed to receive presentationReady event");
     stop();
-    if (m_supervisor.initInProgress()) {
-        m_supervisor.stopManager();
+    if (m_context.state.initInProgress()) {
+        m_context.orders.stopManager();
     }
 }
 
@@ -274,12 +270,12 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
     }
     if (code == 127 && !crashed) {
         Log::error("[Module] process %1 stopped because of bad libs", name);
-        m_supervisor.notifyEvent(
-            QStringLiteral("SHOW_POPUP_EVENT"),
-            {{QStringLiteral("text"), QStringLiteral("%1 stopped because of bad libs, will reset").arg(name)}});
+        m_context.bus.notifyEvent(
+            Events::showPopup,
+            {{Events::text, QStringLiteral("%1 stopped because of bad libs, will reset").arg(name)}});
     }
-    const QString state = getState();
-    if (crashed && state == Stopping) {
+    const ModuleState state = getState();
+    if (crashed && state == ModuleState::Stopping) {
         Log::debug("[Module] Forgive crash in STOPPING state for %1", name);
         crashed = false;
     }
@@ -291,12 +287,12 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
     if (config) {
         config->setID(QStringLiteral("0"));
     }
-    Log::debug("[Module] Process %1 in state %2 finished ret=%3 ; %4", name, state, code,
+    Log::debug("[Module] Process %1 in state %2 finished ret=%3 ; %4", name, stateText(state), code,
                crashed ? QLatin1String("Crashed") : QLatin1String("Normal"));
     exitCode = code;
     setStatus(getExitCodeInString(code));
-    m_supervisor.observer().noteExit(name, code);
-    setState(Stopped);
+    m_context.observer.noteExit(name, code);
+    setState(ModuleState::Stopped);
     if (crashed) {
         Q_EMIT sig_crashed();
     }
@@ -310,7 +306,7 @@ void Module::slot_error(QProcess::ProcessError error)
 void Module::slot_crashed()
 {
     const QString name = getName();
-    if (m_supervisor.startFailed()) {
+    if (m_context.state.startFailed()) {
         Log::info("Module %1 crashed during ApplicationManager::stop", name);
         return;
     }
@@ -324,5 +320,5 @@ void Module::slot_crashed()
         }
         return;
     }
-    CrashPolicy(m_supervisor).apply(name);
+    CrashPolicy(m_context).apply(name);
 }

@@ -1,17 +1,15 @@
 #ifndef MODULE_H
 #define MODULE_H
 
-#include "initstep/ModuleState.h"
 #include "module/Application.h"
 #include "module/ChildProcess.h"
+#include "module/ModuleContext.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
 
+#include <initializer_list>
 #include <memory>
-
-class ApplicationRecord;
-class Supervisor;
 
 /**
  * One supervised native process. The step owns the Module, the Module owns the process, the catalogue owns the record
@@ -44,7 +42,7 @@ class Module : public Application, private ChildProcess::Listener
     Q_OBJECT
 
 public:
-    Module(ApplicationRecord *record, Supervisor &supervisor);
+    Module(ApplicationRecord *record, const ModuleContext &context);
     /// A process that still runs is killed, not asked.
     ~Module() override;
 
@@ -53,7 +51,7 @@ public:
     /// Asks the process to end, kills it when it does not. False when it had to be killed.
     bool stop();
 
-    void setState(const QString &state) override;
+    void setState(ModuleState state) override;
 
 public Q_SLOTS:
     void slot_endOfInit();
@@ -73,11 +71,10 @@ private:
     bool waitForPreviousProcess();
     bool launch();
     bool waitUntilStarted();
-    bool waitState(const QStringList &states, int timeout);
+    bool waitState(std::initializer_list<ModuleState> states, int timeout);
     void killAsOurOwnDoing();
 
-    Supervisor &m_supervisor;
-    const ApplicationRecord *m_record;
+    const ModuleContext m_context;
     ChildProcess m_process{*this};
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
     std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one

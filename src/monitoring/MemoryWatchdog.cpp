@@ -2,10 +2,10 @@
 
 #include "catalogue/Catalogue.h"
 #include "catalogue/Saturated.h"
+#include "contract/Components.h"
 #include "monitoring/ApplicationMemory.h"
-#include "monitoring/MemoryLimit.h"
 #include "monitoring/RetryPolicy.h"
-#include "supervision/Supervisor.h"
+#include "supervision/BusAccess.h"
 
 #include <jov/JovException.h>
 #include <jov/Log.h>
@@ -26,12 +26,10 @@ QString joined(const QStringList &names)
 
 } // namespace
 
-MemoryWatchdog::MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, const ProcReader &reader)
-    : MemoryWatchdog(supervisor, catalogue, reader, Timing())
-{ }
-
-MemoryWatchdog::MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, const ProcReader &reader, Timing timing)
-    : m_supervisor(supervisor)
+MemoryWatchdog::MemoryWatchdog(BusAccess &bus, RestartOrders &orders, Catalogue &catalogue, const ProcReader &reader,
+                               WatchdogTiming timing)
+    : m_bus(bus)
+    , m_orders(orders)
     , m_catalogue(catalogue)
     , m_reader(reader)
     , m_timing(std::move(timing))
@@ -78,7 +76,7 @@ void MemoryWatchdog::checkMemory()
     m_outOfMemoryModules.clear();
     const qint64 totalMemory = m_reader.totalMemory();
     for (const auto &entry : m_catalogue.applicationMap) {
-        if (entry.second && entry.second->getMaxMemory() > 0 && !checkModule(*entry.second, totalMemory)) {
+        if (entry.second && entry.second->getMaxMemory().isSet() && !checkModule(*entry.second, totalMemory)) {
             return;
         }
     }
@@ -96,17 +94,16 @@ void MemoryWatchdog::checkMemory()
 bool MemoryWatchdog::checkModule(ApplicationRecord &record, qint64 totalMemory)
 {
     const QString name = record.getName();
-    const int limit = record.getMaxMemory();
-    const qint64 used = virtualSize(m_catalogue, m_reader, name);
-    const qint64 percentage = MemoryLimit::percentage(used, totalMemory);
+    const MemoryCeiling ceiling = record.getMaxMemory();
+    const qint64 used = virtualSize(record, m_reader);
     const auto detail = [&] {
         return QStringLiteral("VmSize=%1 MemTotal=%2 MaxMem=%3 percentage=%4")
             .arg(used)
             .arg(totalMemory)
-            .arg(limit)
-            .arg(percentage);
+            .arg(ceiling.figure())
+            .arg(MemoryCeiling::percentage(used, totalMemory));
     };
-    if (!MemoryLimit::exceeded(limit, used, percentage)) {
+    if (!ceiling.isExceeded(used, totalMemory)) {
         Log::debug("checkMemory module %1 OK (%2)", name, detail);
         return true;
     }
@@ -126,11 +123,10 @@ bool MemoryWatchdog::retriesExhausted(ApplicationRecord &record) const
 
 bool MemoryWatchdog::requestReboot() const
 {
-    const QVariantList arguments = {1, false, QStringLiteral("ApplicationManager"),
+    const QVariantList arguments = {1, false, QString(Components::applicationManager),
                                     QStringLiteral("Too much faulty applications restart")};
     try {
-        const QDBusMessage reply =
-            m_supervisor.syncRemoteCall(QStringLiteral("Platform"), QStringLiteral("reboot"), arguments);
+        const QDBusMessage reply = m_bus.syncRemoteCall(Components::platform, Components::rebootMethod, arguments);
         if (reply.type() == QDBusMessage::ReplyMessage) {
             return true;
         }
@@ -153,7 +149,7 @@ void MemoryWatchdog::restartOutOfMemoryModules()
     Log::debug("Restarting modules %1", [&names] { return joined(names); });
     for (const QString &name : names) {
         if (m_cancellations == cancellations && m_catalogue.find(name)) {
-            m_supervisor.stopModuleAlone(name);
+            m_orders.stopModuleAlone(name);
         }
     }
     startStoppedModules(cancellations);
@@ -171,7 +167,7 @@ void MemoryWatchdog::startStoppedModules(quint64 cancellations)
     do {
         m_startAgain = false;
         if (m_cancellations == cancellations) {
-            m_supervisor.startAll();
+            m_orders.startAll();
         }
     } while (m_startAgain);
 }

@@ -2,18 +2,27 @@
 #define MEMORY_WATCHDOG_H
 
 #include "monitoring/ProcReader.h"
+#include "supervision/Timing.h"
 
-#include <QDateTime>
 #include <QObject>
 #include <QStringList>
 #include <QTimer>
 
-#include <chrono>
-#include <functional>
-
 class ApplicationRecord;
+class BusAccess;
 class Catalogue;
-class Supervisor;
+
+/// What the watchdog orders of the supervisor.
+class RestartOrders
+{
+public:
+    virtual ~RestartOrders() = default;
+
+    /// Its dependents keep running. False when no step holds it.
+    virtual bool stopModuleAlone(const QString &name) = 0;
+    /// Starts what does not run; the count is nobody's here.
+    virtual int startAll() = 0;
+};
 
 /**
  * Restarts modules that use more memory than their record allows, and asks for a reboot when that happens too often.
@@ -29,17 +38,9 @@ class MemoryWatchdog : public QObject
     Q_OBJECT
 
 public:
-    /// How long things take; tests and the simulator hand in shorter ones.
-    struct Timing
-    {
-        std::chrono::milliseconds minute = std::chrono::minutes(1);
-        std::chrono::milliseconds restartDelay = std::chrono::seconds(5);
-        std::function<QDateTime()> now = &QDateTime::currentDateTime;
-    };
-
-    /// Both references outlive the watchdog.
-    MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, const ProcReader &reader);
-    MemoryWatchdog(Supervisor &supervisor, Catalogue &catalogue, const ProcReader &reader, Timing timing);
+    /// All references outlive the watchdog.
+    MemoryWatchdog(BusAccess &bus, RestartOrders &orders, Catalogue &catalogue, const ProcReader &reader,
+                   WatchdogTiming timing = WatchdogTiming());
 
     /// Minutes between two checks; 0 or less: no checks.
     [[nodiscard]] int monitoringWatchDelay() const { return m_monitoringWatchDelay; }
@@ -71,10 +72,11 @@ private:
     [[nodiscard]] bool requestReboot() const;
     void startStoppedModules(quint64 cancellations);
 
-    Supervisor &m_supervisor;
+    BusAccess &m_bus;
+    RestartOrders &m_orders;
     Catalogue &m_catalogue;
     ProcReader m_reader;
-    Timing m_timing;
+    WatchdogTiming m_timing;
     QTimer m_monitoringTimer;
     QTimer m_restartTimer;
     QStringList m_outOfMemoryModules;

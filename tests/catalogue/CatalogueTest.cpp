@@ -108,7 +108,7 @@ private Q_SLOTS:
         record.setDependencies({"a"_s, "b"_s});
         record.setInitStep("net"_s);
         record.setNeedUpgrade(true);
-        record.setMaxMemory(-1);
+        record.setMaxMemory(MemoryCeiling(-1));
         QCOMPARE(record.toString(),
                  "ID:0 name:Gate type:0 status: state: description: settings_deployed:0 ov: or: "
                  "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:"_s);
@@ -133,12 +133,12 @@ private Q_SLOTS:
         const QStringList fields = {record.getStatus(),
                                     record.getInitStep(),
                                     record.getDescription(),
-                                    QString::number(record.getMaxMemory()),
+                                    QString::number(record.getMaxMemory().figure()),
                                     record.getDependencies().join(u';'),
                                     record.getExtraArgs().join(u';')};
         QTEST(fields.join(u'|') + u'\n', "expected");
         readConfig(record, QString());
-        QCOMPARE(record.getMaxMemory(), 0);
+        QVERIFY(!record.getMaxMemory().isSet());
     }
 
     void strangeFile_data()

@@ -3,7 +3,7 @@
 /// The daemon, with a shorter patience for its modules, so that a test need not wait for half a minute.
 int main(int argc, char **argv)
 {
-    ApplicationManager::Timing timing;
+    ManagerTiming timing;
     timing.module.stop = 600;
     timing.module.stopWithEverything = 300;
     timing.module.presentation = 500;

@@ -2,7 +2,7 @@
 #include "initstep/InitStepChain.h"
 #include "initstep/InitStepFile.h"
 #include "support/DataTable.h"
-#include "support/FakeSupervisor.h"
+#include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
 #include <ctime>
@@ -89,8 +89,7 @@ private Q_SLOTS:
         QFETCH(QString, line);
         m_root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s,
                      "<initStep>" + elements + "</initStep>");
-        FakeSupervisor supervisor;
-        InitStepChain steps(supervisor);
+        InitStepChain steps;
         QVERIFY(parseInitStep(steps, manager));
         QStringList found;
         for (const InitStep *step = steps.firstStep; step; step = step->getNext()) {
@@ -127,13 +126,13 @@ private Q_SLOTS:
         QFETCH(QString, modules);
         QFETCH(QString, roots);
         QFETCH(QString, line);
-        FakeSupervisor supervisor;
+        FakeSupervision supervision;
         std::vector<ApplicationRecord> records = recordsOf(modules);
-        InitStep step("s"_s, 1, false, supervisor);
+        InitStep step("s"_s, 1, false);
         for (ApplicationRecord &record : records) {
             step.insertApplication(&record);
         }
-        const bool built = step.buildTree();
+        const bool built = step.buildTree(supervision.moduleContext());
         QVERIFY(!m_root.log().filter(line).isEmpty());
         QCOMPARE(built, roots != "-"_s);
         if (!built) {
@@ -164,18 +163,18 @@ private Q_SLOTS:
     // Built and walked at once, though there are more branches than anybody could walk.
     void ladderIsQuick()
     {
-        FakeSupervisor supervisor;
+        FakeSupervision supervision;
         std::vector<ApplicationRecord> records = recordsOf(ladder(32));
-        InitStep step("s"_s, 1, false, supervisor);
+        InitStep step("s"_s, 1, false);
         for (ApplicationRecord &record : records) {
             step.insertApplication(&record);
         }
         const std::clock_t before = std::clock();
-        QVERIFY(step.buildTree());
+        QVERIFY(step.buildTree(supervision.moduleContext()));
         for (const auto &entry : step.nodes) {
             entry.second->setState(ModuleState::Running);
         }
-        QCOMPARE(step.startAll(false), std::numeric_limits<int>::max());
+        QCOMPARE(step.startAll(supervision.startContext), std::numeric_limits<int>::max());
         for (const auto &entry : step.nodes) {
             entry.second->setState(ModuleState::Stopping);
         }
@@ -186,11 +185,11 @@ private Q_SLOTS:
 
     void emptyEntries()
     {
-        FakeSupervisor supervisor;
-        InitStep step("s"_s, 1, false, supervisor);
+        FakeSupervision supervision;
+        InitStep step("s"_s, 1, false);
         QVERIFY(!step.startApplication("nobody"_s));
         QVERIFY(!step.stopApplication("nobody"_s, true));
-        QCOMPARE(step.startAll(true) + step.stopAll(true), 0);
+        QCOMPARE(step.startAll(supervision.startContext) + step.stopAll(true), 0);
     }
 
 private:

@@ -4,7 +4,7 @@
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/ProcReader.h"
 #include "support/DataTable.h"
-#include "support/FakeSupervisor.h"
+#include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
 #include <jov/JovException.h>
@@ -63,15 +63,15 @@ private Q_SLOTS:
     void settingsRead()
     {
         QFETCH(QVariantList, answers);
-        FakeSupervisor supervisor;
-        supervisor.answer = [&] { return replyOf(answers.takeFirst()); };
+        FakeSupervision supervision;
+        supervision.bus.answer = [&] { return replyOf(answers.takeFirst()); };
         Catalogue catalogue;
-        MemoryWatchdog watchdog(supervisor, catalogue, ProcReader());
-        SettingsAccess(supervisor, watchdog).getMonitoringSettings();
+        MemoryWatchdog watchdog(supervision.bus, supervision, catalogue, ProcReader());
+        SettingsAccess(supervision.bus, watchdog).getMonitoringSettings();
         QTEST(watchdog.monitoringWatchDelay(), "delay");
         QTEST(watchdog.monitoringWatchRetry(), "retry");
         QTEST(m_root.log().filter("error "_s), "errors");
-        QCOMPARE(supervisor.calls,
+        QCOMPARE(supervision.bus.calls,
                  (QStringList{"SettingsManager.getSettingValue,MonitoringWatchDelay"_s,
                               "SettingsManager.getSettingValue,MonitoringWatchRetry"_s}));
     }
@@ -95,9 +95,9 @@ private Q_SLOTS:
         QFETCH(QString, value);
         QFETCH(bool, defined);
         QFETCH(int, delay);
-        FakeSupervisor supervisor;
+        FakeSupervision supervision;
         Catalogue catalogue;
-        MemoryWatchdog watchdog(supervisor, catalogue, ProcReader());
+        MemoryWatchdog watchdog(supervision.bus, supervision, catalogue, ProcReader());
         watchdog.setMonitoringWatchDelay(1);
         watchdog.setMonitoringWatchRetry(2);
         watchdog.startMonitoring();
@@ -105,7 +105,7 @@ private Q_SLOTS:
         setting.setId(id);
         setting.setValue(value);
         setting.setDefined(defined);
-        SettingsAccess(supervisor, watchdog).monitoringSettingsChanged(setting);
+        SettingsAccess(supervision.bus, watchdog).monitoringSettingsChanged(setting);
         QCOMPARE(watchdog.monitoringWatchDelay(), delay);
         QTEST(watchdog.monitoringWatchRetry(), "retry");
         const qint64 period = delay > 0 ? qMin(60000 * qint64(delay), qint64(std::numeric_limits<int>::max())) : -1;

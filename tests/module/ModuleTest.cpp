@@ -2,7 +2,7 @@
 
 #include "catalogue/ApplicationRecord.h"
 #include "support/DataTable.h"
-#include "support/FakeSupervisor.h"
+#include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
 #include <QElapsedTimer>
@@ -17,34 +17,23 @@
 
 namespace {
 
-/// Keeps a short patience, and the events that a module sends.
-class ShortSupervisor : public FakeSupervisor
+ModuleLimits shortLimits()
+{
+    ModuleLimits limits;
+    limits.stop = 300;
+    limits.presentation = 100;
+    return limits;
+}
+
+/// Keeps a short patience, during a start-up.
+class ShortSupervision : public FakeSupervision
 {
 public:
-    ShortSupervisor()
+    ShortSupervision()
+        : FakeSupervision(shortLimits())
     {
-        m_limits.stop = 300;
-        m_limits.presentation = 100;
+        state.beginStart();
     }
-    [[nodiscard]] const ModuleLimits &moduleLimits() const override { return m_limits; }
-    [[nodiscard]] quint64 stopGeneration() const override { return generation; }
-    [[nodiscard]] bool initInProgress() const override { return true; }
-    [[nodiscard]] bool startsRefused() const override { return refused; }
-    void stopManager() override { calls << "stopManager"_s; }
-    bool notifyEvent(const QString &name, const QVariantMap &) override
-    {
-        events << name;
-        onEvent(name);
-        return true;
-    }
-
-    quint64 generation = 0;
-    bool refused = false;
-    QStringList events;
-    std::function<void(const QString &)> onEvent = [](const QString &) {};
-
-private:
-    ModuleLimits m_limits;
 };
 
 } // namespace
@@ -122,13 +111,13 @@ private Q_SLOTS:
 
     void missingProgram()
     {
-        ShortSupervisor supervisor;
+        ShortSupervision supervision;
         QVERIFY(QFile::remove(m_root.path("/usr/lib/JovApplication/M"_s)));
-        Module module(&m_record, supervisor);
-        supervisor.refused = true;
+        Module module(&m_record, supervision.moduleContext());
+        supervision.state.setRestartPending(true);
         QVERIFY(!module.start());
         QCOMPARE(module.getState(), ModuleState::Stopped);
-        supervisor.refused = false;
+        supervision.state.setRestartPending(false);
         QVERIFY(!module.start());
         QCOMPARE(module.getState(), ModuleState::Starting);
         QVERIFY(!module.start());
@@ -141,15 +130,15 @@ private Q_SLOTS:
     // The new process begins when the killed one has been reaped, and the old end is not taken for the new one's.
     void startAfterKill()
     {
-        ShortSupervisor supervisor;
-        Module module(&m_record, supervisor);
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
         QSignalSpy crashed(&module, &Module::sig_crashed);
         disconnect(&module, &Module::sig_crashed, &module, &Module::slot_crashed);
         pid_t first = 0;
         QTimer::singleShot(20, this, [&] {
             first = m_record.getID().toInt();
             QVERIFY(!module.stop());
-            supervisor.onEvent = [&](const QString &) { QTimer::singleShot(0, &module, &Module::slot_endOfInit); };
+            supervision.bus.onEvent = [&](const QString &) { QTimer::singleShot(0, &module, &Module::slot_endOfInit); };
             QVERIFY(module.start());
             // It is not our child any more, not even a dead one.
             QVERIFY(waitpid(first, nullptr, WNOHANG) == -1);
@@ -166,12 +155,12 @@ private Q_SLOTS:
 
     void startsOnlyOnce()
     {
-        ShortSupervisor supervisor;
-        Module module(&m_record, supervisor);
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
         QTimer::singleShot(0, &module, &Module::slot_endOfInit);
         QVERIFY(module.start());
         kill(m_record.getID().toInt(), SIGSTOP);
-        supervisor.onEvent = [&](const QString &event) {
+        supervision.bus.onEvent = [&](const QString &event) {
             if (event == "stop_module_M"_s) {
                 // The second stop kills it; both starts then wait for its end.
                 QTimer::singleShot(0, this, [&] {
@@ -184,14 +173,14 @@ private Q_SLOTS:
             }
         };
         module.stop();
-        QTRY_COMPARE(supervisor.events.count("init_message"_s), 2);
+        QTRY_COMPARE(supervision.bus.events.count("init_message Starting application M"_s), 2);
     }
 
     // Somebody else's announcement can make a module "RUNNING" that has no process.
     void nothingToStop()
     {
-        ShortSupervisor supervisor;
-        Module module(&m_record, supervisor);
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
         module.slot_endOfInit();
         QCOMPARE(module.getState(), ModuleState::Running);
         QVERIFY(module.stop());
@@ -201,9 +190,9 @@ private Q_SLOTS:
     // Only the first deadline counts, and after the presentation there is none.
     void presentationTimer()
     {
-        ShortSupervisor supervisor;
+        ShortSupervision supervision;
         m_record.setName("JovWebClient"_s);
-        Module module(&m_record, supervisor);
+        Module module(&m_record, supervision.moduleContext());
         module.setState(ModuleState::Starting);
         module.presentationReady();
         QCOMPARE(module.getState(), ModuleState::Starting);
@@ -213,14 +202,14 @@ private Q_SLOTS:
         module.presentationReady();
         QCOMPARE(module.getState(), ModuleState::Running);
         QTest::qWait(200);
-        QVERIFY(supervisor.calls.isEmpty());
+        QVERIFY(supervision.bus.calls.isEmpty());
         QTimer again;
-        again.callOnTimeout(&module, [&] { supervisor.calls.isEmpty() ? module.slot_endOfInit() : again.stop(); });
+        again.callOnTimeout(&module, [&] { supervision.bus.calls.isEmpty() ? module.slot_endOfInit() : again.stop(); });
         again.start(10);
-        QTRY_COMPARE(supervisor.calls, QStringList{"stopManager"_s});
+        QTRY_COMPARE(supervision.bus.calls, QStringList{"stopManager"_s});
         QCOMPARE(module.getState(), ModuleState::Stopped);
         module.slot_webapp_timeout();
-        QCOMPARE(supervisor.calls.size(), 1);
+        QCOMPARE(supervision.bus.calls.size(), 1);
     }
 
 private:

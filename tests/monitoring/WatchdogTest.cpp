@@ -1,10 +1,9 @@
 #include "catalogue/Catalogue.h"
 #include "monitoring/ApplicationMemory.h"
-#include "monitoring/MemoryLimit.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/RetryPolicy.h"
 #include "support/DataTable.h"
-#include "support/FakeSupervisor.h"
+#include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
 #include <jov/JovException.h>
@@ -29,15 +28,16 @@ private Q_SLOTS:
     void init()
     {
         m_catalogue.clearApplications();
-        m_supervisor.calls.clear();
-        m_supervisor.answer = [] { return QDBusMessage(); };
-        m_supervisor.onStop = m_supervisor.onStart = [] {};
+        m_supervision.bus.calls.clear();
+        m_supervision.bus.answer = [] { return QDBusMessage(); };
+        m_supervision.onStop = m_supervision.onStart = [] {};
         m_now = start;
-        MemoryWatchdog::Timing timing;
+        WatchdogTiming timing;
         timing.minute = std::chrono::milliseconds(10);
         timing.restartDelay = std::chrono::milliseconds(10);
         timing.now = [this] { return m_now; };
-        m_watchdog = std::make_unique<MemoryWatchdog>(m_supervisor, m_catalogue, ProcReader(m_root.path()), timing);
+        m_watchdog = std::make_unique<MemoryWatchdog>(m_supervision.bus, m_supervision, m_catalogue,
+                                                      ProcReader(m_root.path()), timing);
         m_watchdog->setMonitoringWatchDelay(1);
         m_root.keepLog(3);
     }
@@ -60,7 +60,7 @@ private Q_SLOTS:
         QFETCH(int, limit);
         QFETCH(qint64, used);
         QFETCH(qint64, total);
-        QTEST(MemoryLimit::exceeded(limit, used, MemoryLimit::percentage(used, total)), "exceeded");
+        QTEST(MemoryCeiling(limit).isExceeded(used, total), "exceeded");
     }
 
     void webClient()
@@ -119,7 +119,7 @@ private Q_SLOTS:
     {
         QFETCH(int, outcome);
         QFETCH(QString, error);
-        m_supervisor.answer = [outcome] {
+        m_supervision.bus.answer = [outcome] {
             if (outcome == 2) {
                 throw new JovException(nullptr, JovException::BusUnavailable, "no %1 bus"_s);
             }
@@ -134,17 +134,17 @@ private Q_SLOTS:
         m_watchdog->setMonitoringWatchRetry(1);
         m_watchdog->startMonitoring();
         m_watchdog->checkMemory();
-        QCOMPARE(m_supervisor.calls, QStringList(rebootCall));
+        QCOMPARE(m_supervision.bus.calls, QStringList(rebootCall));
         QCOMPARE(m_watchdog->remainingTime(), -1);
         QStringList expected = {
             "error checkMemory module leak Too much memory (VmSize=1001 MemTotal=1000000 MaxMem=1000 percentage=0)"_s};
         if (outcome != 0) {
             expected << error << "error checkMemory: Modules (leak) use too much memory"_s;
-            QTRY_COMPARE(m_supervisor.calls.size(), 3);
+            QTRY_COMPARE(m_supervision.bus.calls.size(), 3);
         } else {
             QTest::qWait(50);
         }
-        QCOMPARE(m_supervisor.calls.size(), outcome == 0 ? 1 : 3);
+        QCOMPARE(m_supervision.bus.calls.size(), outcome == 0 ? 1 : 3);
         QCOMPARE(m_root.log(), expected);
     }
 
@@ -156,16 +156,16 @@ private Q_SLOTS:
         setUsage("unwatched"_s, 990000, 0);
         QVERIFY(!m_catalogue.applicationMap["empty"_s]);
         m_watchdog->setMonitoringWatchRetry(5);
-        m_supervisor.onStart = [this] {
+        m_supervision.onStart = [this] {
             setUsage("a"_s, 10, 100);
             setUsage("b"_s, 10, 50);
             m_watchdog->startMonitoring();
         };
         m_watchdog->startMonitoring();
-        QTRY_COMPARE(m_supervisor.calls, QStringList({"stop a"_s, "stop b"_s, "startAll"_s}));
+        QTRY_COMPARE(m_supervision.bus.calls, QStringList({"stop a"_s, "stop b"_s, "startAll"_s}));
         QCOMPARE(m_root.log().last(), "error checkMemory: Modules (a, b) use too much memory"_s);
         QTest::qWait(50);
-        QCOMPARE(m_supervisor.calls.size(), 3);
+        QCOMPARE(m_supervision.bus.calls.size(), 3);
     }
 
     void restartsAlsoWhatHasEnded()
@@ -176,7 +176,7 @@ private Q_SLOTS:
         m_watchdog->checkMemory();
         m_catalogue.find("gone"_s)->setID("0"_s);
         m_catalogue.applicationMap.erase("removed"_s);
-        QTRY_COMPARE(m_supervisor.calls, QStringList({"stop gone"_s, "startAll"_s}));
+        QTRY_COMPARE(m_supervision.bus.calls, QStringList({"stop gone"_s, "startAll"_s}));
         QVERIFY(m_watchdog->outOfMemoryModules().isEmpty());
     }
 
@@ -187,12 +187,12 @@ private Q_SLOTS:
         m_watchdog->checkMemory();
         m_watchdog->cancel();
         QTest::qWait(50);
-        QCOMPARE(m_supervisor.calls, QStringList());
+        QCOMPARE(m_supervision.bus.calls, QStringList());
 
-        m_supervisor.onStop = [this] { m_watchdog->cancel(); };
+        m_supervision.onStop = [this] { m_watchdog->cancel(); };
         setUsage("b"_s, 101, 100);
         m_watchdog->checkMemory();
-        QTRY_COMPARE(m_supervisor.calls, QStringList("stop a"_s));
+        QTRY_COMPARE(m_supervision.bus.calls, QStringList("stop a"_s));
     }
 
     void startsDoNotNest()
@@ -200,9 +200,9 @@ private Q_SLOTS:
         setUsage("a"_s, 101, 100);
         int depth = 0;
         int deepest = 0;
-        m_supervisor.onStart = [&] {
+        m_supervision.onStart = [&] {
             deepest = qMax(deepest, ++depth);
-            for (int i = 0; i < 5 && m_supervisor.calls.count("stop a"_s) < 10; ++i) {
+            for (int i = 0; i < 5 && m_supervision.bus.calls.count("stop a"_s) < 10; ++i) {
                 m_watchdog->checkMemory();
                 m_watchdog->restartOutOfMemoryModules();
             }
@@ -211,8 +211,8 @@ private Q_SLOTS:
         m_watchdog->checkMemory();
         m_watchdog->restartOutOfMemoryModules();
         QCOMPARE(deepest, 1);
-        QCOMPARE(m_supervisor.calls.count("stop a"_s), 10);
-        QCOMPARE(m_supervisor.calls.last(), "startAll"_s);
+        QCOMPARE(m_supervision.bus.calls.count("stop a"_s), 10);
+        QCOMPARE(m_supervision.bus.calls.last(), "startAll"_s);
     }
 
 private:
@@ -224,12 +224,12 @@ private:
             record->setName(name);
             record->setID(QString::number(100 + m_catalogue.applicationMap.size()));
         }
-        record->setMaxMemory(limit);
+        record->setMaxMemory(MemoryCeiling(limit));
         m_root.write("/%1/status"_s.arg(record->getID()), "VmSize:\t" + QByteArray::number(vmSize) + " kB\n");
     }
 
     RootDir m_root;
-    FakeSupervisor m_supervisor;
+    FakeSupervision m_supervision;
     Catalogue m_catalogue;
     QDateTime m_now = start;
     std::unique_ptr<MemoryWatchdog> m_watchdog;

@@ -1,5 +1,6 @@
 #include "verify/StepTable.h"
 
+#include "contract/Steps.h"
 #include "catalogue/ConfigReader.h"
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
@@ -187,8 +188,8 @@ QStringList StepTable::stopOrder() const
 
 void StepTable::checkDefault(Findings &findings) const
 {
-    const InitStep *step = find(defaultInitStep);
-    if (!step && !listed(defaultInitStep)) {
+    const InitStep *step = find(Steps::defaultName);
+    if (!step && !listed(Steps::defaultName)) {
         findings.warning(
             m_place,
             QStringLiteral("no step 'default' can be added behind the last, its value is taken: modules that "
@@ -242,5 +243,5 @@ QStringList StepTable::names() const
     for (const Listed &entry : m_listed) {
         names << entry.name;
     }
-    return names << defaultInitStep;
+    return names << Steps::defaultName;
 }

@@ -4,7 +4,6 @@
 #include "catalogue/XmlDocument.h"
 #include "initstep/InitStepChain.h"
 #include "verify/Findings.h"
-#include "verify/NoSupervisor.h"
 
 #include <QStringList>
 #include <QVector>
@@ -51,8 +50,7 @@ private:
     [[nodiscard]] QStringList stopOrder() const;
     [[nodiscard]] QString whatBecomesOfTheOrder() const;
 
-    NoSupervisor m_supervisor;
-    InitStepChain m_chain{m_supervisor};
+    InitStepChain m_chain;
     Place m_place;
     QVector<Listed> m_listed;
 };

@@ -1,0 +1,73 @@
+#ifndef SUPERVISION_STATE_H
+#define SUPERVISION_STATE_H
+
+#include "supervision/Timing.h"
+#include "supervision/WaitLoop.h"
+
+#include <QtGlobal>
+
+/**
+ * The facts that all parts of the supervisor share: how far the start-up is, whether everything is to stop, how long
+ * things may take, and where they wait. The manager owns it, and it outlives every part.
+ *
+ * The stop flag (startFailed()) is set by everything that ends or interrupts a start: a stop of everything, the end of
+ * the daemon, a request for a reboot, failed mandatory settings, and a `SIGTERM` from the moment its handler ran. Only
+ * beginStart() clears it.
+ */
+class SupervisionState
+{
+public:
+    explicit SupervisionState(const ModuleLimits &limits = ModuleLimits())
+        : m_limits(limits)
+    { }
+
+    /// A `SIGTERM` was taken. Async-signal-safe; nothing takes it back.
+    static void noteTermination() noexcept;
+
+    /// The stop flag.
+    [[nodiscard]] bool startFailed() const;
+    void failStart() { m_startFailed = true; }
+    /// A start-up or a restart has not reached "end_of_init" yet.
+    [[nodiscard]] bool initInProgress() const { return m_initInProgress; }
+    void endInit() { m_initInProgress = false; }
+    /// A new start: nothing has failed yet.
+    void beginStart();
+    void rebootRequested();
+
+    /// Around a stop of everything. Stops can nest.
+    void beginStop();
+    void endStop() { --m_stops; }
+    /// Grows with every stop of everything: a start that began under a smaller number is to give up.
+    [[nodiscard]] quint64 stopGeneration() const { return m_stopGeneration; }
+
+    /// A restart was requested and has not begun to start again yet.
+    [[nodiscard]] bool restartPending() const { return m_restartPending; }
+    void setRestartPending(bool pending) { m_restartPending = pending; }
+
+    void setEnding() { m_ending = true; }
+    /// The daemon ends.
+    [[nodiscard]] bool isEnding() const;
+    /// Nothing may be started any more, or not before what is in progress has ended.
+    [[nodiscard]] bool startsRefused() const { return isEnding() || m_restartPending || m_stops > 0; }
+
+    /// Modules write to the daemon's own standard streams.
+    [[nodiscard]] bool debugMode() const { return m_debugMode; }
+    void setDebugMode(bool debugMode) { m_debugMode = debugMode; }
+
+    [[nodiscard]] const ModuleLimits &limits() const { return m_limits; }
+    /// Where starts, stops and checks wait.
+    [[nodiscard]] WaitLoop &waits() { return m_waits; }
+
+private:
+    const ModuleLimits m_limits;
+    WaitLoop m_waits;
+    quint64 m_stopGeneration = 0;
+    int m_stops = 0; ///< stops of everything that are on the stack
+    bool m_startFailed = false;
+    bool m_initInProgress = false;
+    bool m_restartPending = false;
+    bool m_ending = false;
+    bool m_debugMode = false;
+};
+
+#endif

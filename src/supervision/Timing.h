@@ -1,0 +1,32 @@
+#ifndef TIMING_H
+#define TIMING_H
+
+#include <QDateTime>
+
+#include <chrono>
+#include <functional>
+
+/// How long things may take with a module, in milliseconds.
+struct ModuleLimits
+{
+    int stop = 30000; ///< from the request to end to the kill
+    int stopWithEverything = 2000; ///< the same while the whole manager is stopping
+    int presentation = 45000; ///< from the web client's end of initialisation to its presentation
+};
+
+/// The clocks of the memory watchdog.
+struct WatchdogTiming
+{
+    std::chrono::milliseconds minute = std::chrono::minutes(1); ///< the unit of the delay between two checks
+    std::chrono::milliseconds restartDelay = std::chrono::seconds(5); ///< from a check to the restart of what it found
+    std::function<QDateTime()> now = &QDateTime::currentDateTime;
+};
+
+/// All durations of the supervisor; tests and the simulator hand in shorter ones.
+struct ManagerTiming
+{
+    ModuleLimits module;
+    WatchdogTiming watchdog;
+};
+
+#endif

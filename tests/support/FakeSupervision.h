@@ -1,0 +1,96 @@
+#ifndef FAKE_SUPERVISION_H
+#define FAKE_SUPERVISION_H
+
+#include "initstep/InitStep.h"
+#include "monitoring/MemoryWatchdog.h"
+#include "supervision/BusAccess.h"
+#include "supervision/SupervisionObserver.h"
+#include "supervision/SupervisionState.h"
+#include "support/Text.h"
+
+#include <QStringList>
+
+#include <functional>
+
+/// Writes down what is sent and subscribed to, and answers a remote call as the test says.
+class FakeBus : public BusAccess
+{
+public:
+    QStringList calls;
+    QStringList events; ///< "NAME" or "NAME VALUE" of the first argument
+    QStringList subscriptions;
+    std::function<QDBusMessage()> answer = [] { return QDBusMessage(); };
+    std::function<void(const QString &)> onEvent = [](const QString &) {};
+
+    bool subscribeEvent(const QString &name, QObject * /*receiver*/, const char * /*slot*/) override
+    {
+        subscriptions << name;
+        return true;
+    }
+    bool unsubscribeEvent(const QString &name, QObject * /*receiver*/, const char * /*slot*/) override
+    {
+        return subscriptions.removeOne(name);
+    }
+    bool notifyEvent(const QString &name, const QVariantMap &arguments) override
+    {
+        events << (name + u' ' + (arguments.isEmpty() ? QString() : arguments.first().toString())).trimmed();
+        onEvent(name);
+        return true;
+    }
+    QDBusMessage syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
+    {
+        asyncRemoteCall(component, method, arguments);
+        return answer();
+    }
+    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
+    {
+        QString call = component + u'.' + method;
+        for (const QVariant &argument : arguments) {
+            call += u',' + argument.toString();
+        }
+        calls << call;
+        return true;
+    }
+    [[nodiscard]] QMap<QString, QString> getParameters() const override { return {}; }
+};
+
+/// Everything that surrounds a part of the supervisor. Orders are written down among the calls of the bus.
+class FakeSupervision : public ModuleOrders, public RestartOrders, public HomePage
+{
+public:
+    explicit FakeSupervision(const ModuleLimits &limits = ModuleLimits())
+        : state(limits)
+    { }
+
+    SupervisionState state;
+    FakeBus bus;
+    SupervisionObserver observer;
+    std::function<void()> onStop = [] {};
+    std::function<void()> onStart = [] {};
+
+    [[nodiscard]] ModuleContext moduleContext() { return {state, bus, observer, *this}; }
+    const StartContext startContext{state, observer, *this};
+
+    void stopManager() override { bus.calls << "stopManager"_s; }
+    bool stopModule(const QString &name) override
+    {
+        bus.calls << "stopModule "_s + name;
+        return true;
+    }
+    bool stopModuleAlone(const QString &name) override
+    {
+        bus.calls << "stop "_s + name;
+        onStop();
+        return true;
+    }
+    int startAll() override
+    {
+        bus.calls << "startAll"_s;
+        onStart();
+        return 0;
+    }
+    void starting() override { bus.calls << "home page starts"_s; }
+    void started() override { bus.calls << "home page started"_s; }
+};
+
+#endif
