@@ -39,7 +39,7 @@ void MandatorySettings::check()
     }
     if (!isRunning()) {
         Log::error("SettingsManager not started : no mandatory settings check");
-        fail(crashedMessage);
+        failStart(crashedMessage);
         return;
     }
     Log::debug("checkMandatorySettings");
@@ -52,7 +52,7 @@ void MandatorySettings::check()
         Log::debug("checkMandatorySettings interrupted (stopping)");
     } else if (!m_answered) {
         Log::error("SettingsManager crashed");
-        fail(crashedMessage);
+        failStart(crashedMessage);
     } else {
         Log::debug("checkMandatorySettings succeed");
     }
@@ -64,14 +64,14 @@ void MandatorySettings::checkMandatorySettingsSuccess(const JovEvent &event)
     const bool reboot = event.getArgument(Events::reboot).toBool();
     Log::debug("checkMandatorySettingsSuccess");
     if (reboot) {
-        fail(QStringLiteral("Reboot in progress"));
+        failStart(QStringLiteral("Reboot in progress"));
     } else {
         init_message(QStringLiteral("Mandatory settings checked"));
     }
     m_answered = true;
 }
 
-void MandatorySettings::fail(const QString &message)
+void MandatorySettings::failStart(const QString &message)
 {
     init_message(message);
     m_failed = true;

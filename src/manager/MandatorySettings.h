@@ -40,7 +40,7 @@ public Q_SLOTS:
 
 private:
     [[nodiscard]] bool isRunning() const;
-    void fail(const QString &message);
+    void failStart(const QString &message);
     void init_message(const QString &message);
 
     SupervisionState &m_state;
