@@ -1,22 +1,22 @@
-# Shared by the scripts of this folder, which source it with bash -eu.
+# Shared by the scripts of this directory, which source it with bash -eu.
 
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# configure_and_build PRESET [TARGET...]: everything when no target is named. Says nothing unless it fails.
+# configure_and_build PRESET [TARGET...]: builds all targets by default. Prints nothing unless it fails.
 configure_and_build() {
     local preset=$1 log
     shift
     log=$(mktemp)
     if ! (cd "$project" && cmake --preset "$preset" && cmake --build "build/$preset" ${1:+--target "$@"}) >"$log" 2>&1; then
-        grep -v '^\[[0-9]*/[0-9]*\]' "$log" >&2 # all but what went well
+        grep -v '^\[[0-9]*/[0-9]*\]' "$log" >&2 # all but the successful steps
         rm -f "$log"
-        echo "The $preset build failed; what it said stands above." >&2
+        echo "The $preset build failed; its output is above." >&2
         return 1
     fi
     rm -f "$log"
 }
 
-# has_target PRESET TARGET: whether the configured build knows that target.
+# has_target PRESET TARGET: whether the configured build has that target.
 has_target() {
     local targets
     targets=$(cmake --build "$project/build/$1" --target help)
