@@ -136,9 +136,7 @@ private Q_SLOTS:
         const QString early = "Applicative restart Lock : false Step :3"_s;
         const QString late = "Applicative restart Lock : false Step :5"_s;
         row("too early", QByteArray("3"), QStringList{call, unlock}, 0, early);
-        row("held back, then too early", QByteArray("3"), QStringList{lock, call, unlock}, 0, early);
         row("at once", QByteArray("5"), QStringList{call}, 1, late);
-        row("held back", QByteArray("5"), QStringList{lock, call, call}, 0, "Applicative restart Lock : true Step :5");
         row("let go", QByteArray("5"), QStringList{lock, call, call, unlock, unlock}, 1,
             "ApplicationManager: call for suspending restartApp");
     }
@@ -168,29 +166,10 @@ private Q_SLOTS:
         QCOMPARE(terminal.logCount("Clear all lists"_s), 0);
     }
 
-    void restartsAreMerged()
-    {
-        Terminal terminal("step one 1\nA one --stop-after=100 --ready-after=100\nB one <A");
-        QVERIFY(terminal.boot());
-        QList<QDBusPendingCall> calls;
-        for (int i = 0; i < 8; ++i) {
-            calls << terminal.sendAsync(i % 3 > 0 ? "restartApp"_s : "restart"_s);
-            QTest::qWait(10);
-        }
-        for (QDBusPendingCall &call : calls) {
-            call.waitForFinished();
-            QVERIFY(!call.isError());
-        }
-        QVERIFY(terminal.waitForAll("RUNNING"_s));
-        QVERIFY(terminal.logCount("Clear all lists"_s) > 0 && terminal.logCount("Clear all lists"_s) <= 2);
-    }
-
     void restartDuringStart_data()
     {
         columns<QString, QString>("at", "method");
-        row("first step", "PID of :A", "restart");
         row("in the forest", "PID of :B", "restart");
-        row("last step", "PID of :Z", "restart");
         row("last step, lists kept", "PID of :Z", "restartApp");
         row("waiting for the settings", "Checking mandatory", "restart");
     }

@@ -1,0 +1,371 @@
+#include "catalogue/Catalogue.h"
+#include "contract/Components.h"
+#include "contract/Events.h"
+#include "initstep/InitStepChain.h"
+#include "manager/MandatorySettings.h"
+#include "manager/ParentReport.h"
+#include "manager/RestartControl.h"
+#include "manager/StartupProgression.h"
+#include "manager/StepFile.h"
+#include "support/DataTable.h"
+#include "support/FakeSupervision.h"
+#include "support/RootDir.h"
+
+#include <jov/JovEvent.h>
+
+#include <QTimer>
+
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace {
+
+/// Notes the steps that are started, and does what the test says in the middle of one.
+class StepObserver : public SupervisionObserver
+{
+public:
+    QStringList started;
+    std::function<void()> inStep; ///< for the next one
+
+    void noteStepStarted(const QString &step) override
+    {
+        started << step;
+        if (const auto act = std::exchange(inStep, nullptr)) {
+            act();
+        }
+    }
+};
+
+/// A progression over steps without modules, each named for its value.
+class StartUp : public FakeSupervision
+{
+public:
+    explicit StartUp(const std::vector<int> &values)
+    {
+        state.beginStart();
+        for (const int value : values) {
+            steps.addStep(QString::number(value), value, false);
+        }
+    }
+
+    StepObserver observed;
+    const StartContext context{state, observed, *this};
+    Catalogue catalogue;
+    InitStepChain steps;
+    ParentReport report;
+    MandatorySettings settings{state, bus, catalogue};
+    StartupProgression progression{state, bus, steps, context, settings, report};
+
+    /// "1 3": what was started; the numbers that were announced.
+    [[nodiscard]] QString startedSteps() const { return observed.started.join(u' '); }
+    [[nodiscard]] QString announced() const
+    {
+        return bus.events.filter("init_step_infra"_s).join(u' ').remove("init_step_infra "_s);
+    }
+};
+
+/// Writes a restart down, and does what the test says in its stop and its start.
+class Restarts : public FakeSupervision, public RestartSteps
+{
+public:
+    QStringList done;
+    std::function<void()> inStop = [] {};
+    bool canBuild = true;
+    RestartControl control{state, *this};
+
+    void stopEverything() override
+    {
+        done << "stop"_s;
+        inStop();
+    }
+    void clearAllLists() override { done << "clear"_s; }
+    void beginStart() override { done << "begin"_s; }
+    bool buildAll() override
+    {
+        done << "build"_s;
+        return canBuild;
+    }
+    void startEverything() override { done << "start"_s; }
+    void resumeProgression() override { done << "resume"_s; }
+    void endDaemon() override { done << "end"_s; }
+};
+
+const QString rebuilt = "stop clear begin build start resume"_s;
+const QString startedAgain = "stop begin start resume"_s;
+
+} // namespace
+
+class StartUpTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_root.keepLog(); }
+
+    void stepFile_data()
+    {
+        columns<QByteArray, int, QString>("content", "target", "line");
+        row("blanks around", QByteArray(" 3 \n7"), 3, "debug Step file ==>  3 ");
+        row("none", QByteArray(), 999, "warning No Step file");
+        row("NUL", QByteArray("1\0 9", 4), 1, "debug Step file ==> 1");
+        row("empty line", QByteArray("\n3"), 0, "debug Step file ==> ");
+        row("no number", QByteArray("2x"), 0, "debug Step file ==> 2x");
+        row("beyond", QByteArray("2147483648"), 0, "debug Step file ==> 2147483648");
+        row("longest line", QByteArray(4095, ' ') + "3\n", 3, "debug Step file ==> ");
+        row("longer line", QByteArray(4096, ' ') + "3\n", 999, "warning Step file Not readable");
+        row("line without end", QByteArray(2 << 20, ' '), 999, "warning Step file Not readable");
+        row("pipe", QByteArray("P"), 999, "warning Step file Not readable");
+        row("folder", QByteArray("F"), 999, "warning Step file Not readable");
+    }
+
+    void stepFile()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, line);
+        const QString name = "/step "_s + QString::fromLatin1(QTest::currentDataTag());
+        const QString path = m_root.path(name);
+        if (content == "P") {
+            QCOMPARE(mkfifo(path.toLatin1().constData(), 0600), 0);
+        } else if (content == "F") {
+            QCOMPARE(mkdir(path.toLatin1().constData(), 0700), 0);
+        } else if (!content.isNull()) {
+            m_root.write(name, content);
+        }
+        QTEST(readStepFile(path), "target");
+        QCOMPARE(m_root.log().filter(line).size(), 1);
+    }
+
+    void progression_data()
+    {
+        columns<int, QList<int>, QString, QString, int, QString>("target", "events", "started", "announced", "current",
+                                                                 "line");
+        using Ints = QList<int>;
+        row("held at once", 0, Ints(), "", "", 0, "InitStep: 0 (current=0) not managed");
+        row("held", 3, Ints(), "1 3", "1 2 3", 3, "InitStep: 3 (prev:0 max:8)");
+        row("below the current", 3, Ints{2}, "1 3", "1 2 3", 3, "InitStep: 2 (current=3) not managed");
+        row("the current", 3, Ints{3}, "1 3", "1 2 3", 3, "InitStep: 3 (current=3) not managed");
+        row("the next", 3, Ints{4}, "1 3", "1 2 3 4", 4, "InitStep: 4 (prev:3 max:8)");
+        row("the first of its own", 3, Ints{5}, "1 3 7 8", "1 2 3 4 5 6", 8, "InitStep: 8 (prev:7 max:8)");
+        row("smallest", 3, Ints{-2147483647 - 1}, "1 3", "1 2 3", 3, "InitStep: -2147483648 (current=3) not managed");
+        row("the last", 8, Ints{50}, "1 3 7 8", "1 2 3 4 5 6", 50, "InitStep: 50 (prev:8 max:8)");
+        row("all", 999, Ints(), "1 3 7 8", "1 2 3 4 5 6", 999, "InitStep: 999 (prev:0 max:8)");
+        row("greatest", 2147483647, Ints(), "1 3 7 8", "1 2 3 4 5 6", 2147483647, "initStepDone: 8");
+    }
+
+    void progression()
+    {
+        QFETCH(int, target);
+        QFETCH(QList<int>, events);
+        QFETCH(QString, line);
+        StartUp startUp({1, 3, 7, 8});
+        startUp.progression.begin(target);
+        for (const int event : events) {
+            startUp.progression.slot_init_step(event);
+        }
+        QTEST(startUp.startedSteps(), "started");
+        QTEST(startUp.announced(), "announced");
+        QTEST(startUp.progression.currentStep(), "current");
+        QCOMPARE(m_root.log().filter(line).size(), 1);
+        // Once it goes on by itself it no longer listens.
+        const bool listens = startUp.progression.currentStep() < 5;
+        QCOMPARE(startUp.bus.subscriptions.contains("init_step"_s), listens);
+        QCOMPARE(m_root.log().filter("no mandatory settings check"_s).size(), listens ? 0 : 1);
+    }
+
+    void duringAPass_data()
+    {
+        columns<QString, QString, QString, bool>("what", "started", "announced", "listens");
+        row("lower events are refused, the highest is held", "events", "1 3 7 8", "1 2 3 4 5 6", false);
+        row("a stop", "stop", "1", "1 2", false);
+        row("a restart", "restart", "1 1 3", "1 2 2 3", true);
+        row("a restart, and an event before it goes on", "restart event", "1 1 3 7 8", "1 2 2 3 4 5 6", false);
+    }
+
+    // In the first step of a pass to 3.
+    void duringAPass()
+    {
+        QFETCH(QString, what);
+        StartUp startUp({1, 3, 7, 8});
+        startUp.observed.inStep = [&] {
+            if (what == "events"_s) {
+                for (const int event : {1, 5, 4}) {
+                    startUp.progression.slot_init_step(event);
+                    QCOMPARE(startUp.progression.currentStep(), 1);
+                }
+            } else {
+                startUp.state.failStart();
+                startUp.state.setRestartPending(what.startsWith("restart"_s));
+            }
+        };
+        startUp.progression.begin(3);
+        if (what.startsWith("restart"_s)) {
+            startUp.state.setRestartPending(false);
+            startUp.state.beginStart();
+            startUp.steps.firstStep->startAll(startUp.context); // as a restart starts everything
+            if (what.endsWith("event"_s)) {
+                startUp.progression.slot_init_step(5);
+                QCOMPARE(startUp.progression.currentStep(), 2);
+            }
+            startUp.progression.resumeAfterRestart();
+        }
+        QTEST(startUp.startedSteps(), "started");
+        QTEST(startUp.announced(), "announced");
+        QTEST(startUp.bus.subscriptions.contains("init_step"_s), "listens");
+    }
+
+    // A step file lists tens of thousands, or one far away: the numbers between are skipped.
+    void wideGaps()
+    {
+        StartUp startUp({1, 5, 2000000000});
+        startUp.progression.begin(5);
+        QCOMPARE(startUp.startedSteps(), "1 5 2000000000"_s);
+        QVERIFY(m_root.log().size() < 100);
+    }
+
+    void mandatorySettings_data()
+    {
+        columns<QString, QString, QString, bool>("settingsManager", "messages", "line", "failed");
+        const QString asked = "Checking mandatory settings "_s;
+        row("not installed", "", "", "error SettingsManager not in list : no mandatory settings check", false);
+        row("not running", "STARTING", "SettingsManager crashed",
+            "error SettingsManager not started : no mandatory settings check", true);
+        row("checked", "answers no", asked + "Mandatory settings checked"_s, "checkMandatorySettings succeed", false);
+        row("reboots", "answers yes", asked + "Reboot in progress"_s, "checkMandatorySettings interrupted (stopping)",
+            true);
+        row("ends", "ends", asked + "SettingsManager crashed"_s, "error SettingsManager crashed", true);
+        row("stopped", "stops", "Checking mandatory settings", "checkMandatorySettings interrupted (stopping)", false);
+    }
+
+    void mandatorySettings()
+    {
+        QFETCH(QString, settingsManager);
+        QFETCH(QString, line);
+        QFETCH(bool, failed);
+        StartUp startUp({});
+        auto &record = startUp.catalogue.applicationMap[Components::settingsManager];
+        if (!settingsManager.isEmpty()) {
+            record = std::make_unique<ApplicationRecord>();
+            record->setModuleState(settingsManager == "STARTING"_s ? ModuleState::Starting : ModuleState::Running);
+        }
+        const auto react = [&] {
+            if (settingsManager.startsWith("answers"_s)) {
+                const bool reboot = settingsManager.endsWith("yes"_s);
+                startUp.settings.checkMandatorySettingsSuccess(JovEvent(QString(), {{Events::reboot, reboot}}));
+            } else if (settingsManager == "ends"_s) {
+                record->setModuleState(ModuleState::Stopped);
+            } else {
+                startUp.state.failStart();
+            }
+        };
+        startUp.bus.onEvent = [&](const QString &event) {
+            if (event == Events::checkMandatorySettings) {
+                QTimer::singleShot(0, &startUp.settings, react);
+            }
+        };
+        QVERIFY(!startUp.settings.isDone());
+        startUp.settings.check();
+        QVERIFY(startUp.settings.isDone());
+        QCOMPARE(startUp.settings.hasFailed(), failed);
+        QCOMPARE(startUp.state.startFailed(), failed || settingsManager == "stops"_s);
+        QTEST(startUp.bus.events.filter("init_message "_s).join(u' ').remove("init_message "_s), "messages");
+        QCOMPARE(m_root.log().filter(line).size(), 1);
+        QVERIFY(!settingsManager.startsWith("answers"_s) || startUp.bus.subscriptions.isEmpty());
+        startUp.settings.reset();
+        QVERIFY(!startUp.settings.isDone() && !startUp.settings.hasFailed());
+    }
+
+    void restart_data()
+    {
+        columns<QString, QString>("what", "done");
+        row("everything anew", "rebuild", rebuilt);
+        row("the same modules", "again", startedAgain);
+        row("files that cannot be used", "rebuild unusable", "stop clear begin build end");
+        row("requests during the stop, the thorough one wins", "again, in its stop: again rebuild again", rebuilt);
+        row("nothing stops the end", "rebuild ending", "");
+        row("the end comes during the stop", "rebuild, in its stop: ending", "stop");
+    }
+
+    void restart()
+    {
+        QFETCH(QString, what);
+        Restarts restarts;
+        const auto request = [&](const QString &words) {
+            for (const QString &word : words.split(u' ', Qt::SkipEmptyParts)) {
+                if (word == "ending"_s) {
+                    restarts.state.setEnding();
+                } else if (word == "unusable"_s) {
+                    restarts.canBuild = false;
+                } else {
+                    restarts.control.request(word == "rebuild"_s ? RestartControl::Kind::Rebuild
+                                                                 : RestartControl::Kind::StartAgain);
+                }
+            }
+        };
+        const QStringList parts = what.split(", in its stop: "_s);
+        restarts.inStop = [&] { request(parts.value(1)); };
+        // What changes the surroundings comes before what asks.
+        request(parts.at(0).section(u' ', 1));
+        restarts.done.clear();
+        request(parts.at(0).section(u' ', 0, 0));
+        QTEST(restarts.done.join(u' '), "done");
+        QVERIFY(!restarts.state.restartPending());
+    }
+
+    // Frames below hold nodes: the lists are cleared when they have returned, once for all requests.
+    void putOff()
+    {
+        Restarts restarts;
+        bool released = false;
+        QTimer::singleShot(0, &restarts.control, [&] {
+            restarts.control.request(RestartControl::Kind::Rebuild);
+            restarts.control.request(RestartControl::Kind::StartAgain);
+            QCOMPARE(restarts.done.join(u' '), "stop stop"_s);
+            QVERIFY(restarts.state.restartPending() && restarts.state.startsRefused());
+            released = true;
+        });
+        restarts.state.waits().waitUntil([&] { return released; });
+        QCOMPARE(restarts.done.size(), 2);
+        QTRY_COMPARE(restarts.done.join(u' '), "stop "_s + rebuilt);
+    }
+
+    void lock_data()
+    {
+        columns<int, QString, int>("step", "orders", "restarts");
+        row("too early", 4, "call", 0);
+        row("at once", 5, "call", 1);
+        row("held back", 5, "lock call call", 0);
+        row("let go", 5, "lock call call unlock unlock", 1);
+        row("let go, too early", 4, "lock call unlock", 0);
+        row("nothing to let go", 5, "lock unlock", 0);
+        row("forgotten with a new start", 5, "lock call reset unlock", 0);
+    }
+
+    void lock()
+    {
+        QFETCH(int, step);
+        QFETCH(QString, orders);
+        QFETCH(int, restarts);
+        Restarts restarted;
+        for (const QString &order : orders.split(u' ')) {
+            if (order == "call"_s) {
+                restarted.control.requestUnlessLocked(step);
+            } else if (order == "reset"_s) {
+                restarted.control.reset();
+            } else {
+                order == "lock"_s ? restarted.control.lock() : restarted.control.unlock(step);
+            }
+        }
+        QVERIFY2(restarted.done.isEmpty(), "the caller has its reply before anything is stopped");
+        QCoreApplication::processEvents();
+        QCOMPARE(restarted.done.count("stop"_s), restarts);
+        QCOMPARE(restarted.done.contains("clear"_s), false);
+    }
+
+private:
+    RootDir m_root;
+};
+
+QTEST_GUILESS_MAIN(StartUpTest)
+
+#include "StartUpTest.moc"
