@@ -12,8 +12,8 @@
 /**
  * The installed modules, by name, and the owner of their records.
  *
- * Empty at first; scanApplications() fills it anew each time, clearApplications() empties it, and between the two it
- * does not change: a module that is installed meanwhile is seen by the next scan. Every list comes in ascending order
+ * Empty at first; scanApplications() fills it again each time, clearApplications() empties it, and between the two it
+ * does not change: a module that is installed in between is seen by the next scan. Every list comes in ascending order
  * of name.
  *
  * A cleared record may still be pointed at by nodes: destroy those first.
@@ -25,7 +25,7 @@ public:
     /// Gives a record to the step in which it starts.
     using Place = std::function<void(ApplicationRecord &)>;
 
-    /// The index operator leaves an entry with nothing behind it; every loop skips those.
+    /// The index operator leaves an empty entry; every loop skips those.
     Map applicationMap;
 
     /**

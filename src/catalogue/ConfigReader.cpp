@@ -36,7 +36,7 @@ QString textOf(const XmlElement &root, const QString &tag, const QString &fallba
     return element.isNull() ? fallback : element.text();
 }
 
-// From the first element of the tag on, every sibling counts, whatever its own tag.
+// From the first element of the tag on, every sibling is used, whatever its own tag is.
 template <typename Visit>
 void forEachFrom(const XmlElement &parent, const QString &tag, Visit visit)
 {

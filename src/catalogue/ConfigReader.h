@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// The results of readConfig() as they stand in a record's status.
+/// The results of readConfig(), as a record's status holds them.
 namespace ConfigStatus {
 inline const QString ok = QStringLiteral("CONFIG_OK");
 inline const QString missing = QStringLiteral("NO_CONFIG_FILE");
@@ -13,7 +13,7 @@ inline const QString notReadable = QStringLiteral("CONFIG_FILE_NOT_READABLE");
 inline const QString notParsable = QStringLiteral("CONFIG_FILE_NOT_PARSABLE");
 } // namespace ConfigStatus
 
-/// Where the configuration of the application `name` stands, root prefix included.
+/// The path of the configuration of the application `name`, with the root prefix.
 [[nodiscard]] QString configPath(ApplicationType type, const QString &name);
 
 /**

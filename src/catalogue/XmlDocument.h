@@ -55,7 +55,7 @@ private:
         QXmlStreamAttributes attributes;
         int lineNumber;
         int parent; ///< Its index; -1 of the document element.
-        int end; ///< The index behind its last descendant.
+        int end; ///< The index after its last descendant.
         int textBegin; ///< In m_text.
         int textEnd;
     };

@@ -42,27 +42,30 @@ const char *helpText()
 {
     return R"(Usage: ApplicationManager [--nodaemon] [--debug] [--pidFile=PATH]
 
-Starts the modules of the terminal in the order of initStep.xml and by
-dependency, and supervises them.
+Starts the modules of the terminal in the order of initStep.xml and of their
+dependencies, and supervises them.
 
-  --nodaemon      stay in the foreground; Ctrl-C stops everything in order
-  --debug         keep the standard streams open, for the modules too
+  --nodaemon      stay in the foreground; Ctrl-C stops all modules in order
+  --debug         keep the standard streams open, also for the modules
   --pidFile=PATH  write the daemon's process id to PATH (not with --nodaemon)
-  --help          this text
+  --help          print this text
 
 Without --nodaemon the program waits until the start-up has ended:
-  exit status 0   the terminal is up
+  exit status 0   the start-up is complete; a module can still have failed
   exit status 1   the start-up failed
-  exit status 2   the daemon ended before it could tell: the log has the reason
+  exit status 2   the daemon ended before the start-up was complete; see the log
 
 Environment:
-  JOV_ROOT                 another root for every file but /proc and PATH
-  DBUS_SYSTEM_BUS_ADDRESS  another bus
+  JOV_ROOT                 prefix for every path except /proc and PATH
+  DBUS_SYSTEM_BUS_ADDRESS  address of another bus
   INDUSTRIAL_MODE          do not launch jovaudio and kelmmi
-  INDUSTRIAL_APPMODE       start modules without their dependencies
-Signals: SIGTERM stops everything and ends, SIGHUP reads all files anew and
-restarts; one of the two is taken, once.
+  INDUSTRIAL_APPMODE       start modules without waiting for their dependencies
 
-Try it in the foreground on a PC:  scripts/run-simulator
+Signals:
+  SIGTERM stops all modules and exits. SIGHUP stops all modules, reads the
+  configuration again and starts them. The daemon handles only the first signal
+  that it receives.
+
+To try it on a PC: scripts/run-simulator
 )";
 }

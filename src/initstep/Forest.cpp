@@ -70,7 +70,7 @@ bool Forest::enter(const QString &name)
     return true;
 }
 
-// All below the module is sound: its node and its links are made, and it need not be gone into again.
+// All chains from this module are valid: its node and its links are made, and it is not entered again.
 void Forest::leave()
 {
     const Level level = m_path.takeLast();
@@ -105,7 +105,7 @@ QStringList Forest::path() const
     return names;
 }
 
-// One line a branch, for whoever asked for the debug level; up to the first branch that fails.
+// One line a branch, up to the first branch that fails; only at the debug level.
 void Forest::logBranches(const QString &head) const
 {
     QStringList branch{head};

@@ -12,10 +12,10 @@ struct ModuleContext;
 /**
  * Arranges one step's modules into its dependency forest.
  *
- * Thought of as branches: each module of the step, in ascending order of name, heads all chains of dependencies down
- * from it; the first chain that leads to a missing module or back into itself fails the step. There can be
- * exponentially many chains, so they are not enumerated: each module is gone into once, and a module that was found
- * sound before cannot be part of a chain that fails. Work and memory are linear in modules and dependencies, and
+ * Each module of the step, in ascending order of name, is the head of all chains of dependencies that begin with it;
+ * the first chain that reaches a missing module or itself fails the step. There can be exponentially many chains, so
+ * they are not enumerated: each module is entered once, and a module that was found valid cannot be part of a chain
+ * that fails. Work and memory are linear in modules and dependencies, and
  * nothing recurses.
  */
 class Forest
@@ -34,7 +34,7 @@ private:
     {
         QString name;
         QStringList dependencies;
-        int next = 0; ///< the dependency to go into next
+        int next = 0; ///< the dependency to enter next
     };
 
     bool descend(const QString &head);
@@ -49,7 +49,7 @@ private:
     QList<Level> m_path;
     QSet<QString> m_onPath;
     QSet<QString> m_done;
-    QString m_failure; ///< why the head gone into last is not sound
+    QString m_failure; ///< why the last head is not valid
 };
 
 #endif

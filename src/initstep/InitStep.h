@@ -43,7 +43,7 @@ struct StartContext
  * A walk starts the roots in the order of `roots`, and below each node its sons in ascending order of name, a son only
  * when all its parents run. It ends at the next root or son once the stop flag is set. Stopping goes the other way
  * round, sons before parents, and always to the end. Both turn the event loop while they wait for a module: nodes are
- * safe meanwhile (nothing is cleared while a wait is on the stack), states are not.
+ * safe during a wait (nothing is cleared while a wait is on the stack), states are not.
  *
  * The counts are what the walks have always answered: a start counts each module started plus each son visited, a stop
  * each module that ended when asked. They saturate.

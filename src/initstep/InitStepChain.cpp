@@ -49,7 +49,8 @@ bool InitStepChain::integrate(InitStep &step)
     return true;
 }
 
-// The new step gets no link backwards here; a step without a predecessor counts as having one below every value.
+// The new step gets no link backwards here; a step without a predecessor is treated as if one with a lower value
+// preceded it.
 bool InitStepChain::insertBetween(InitStep &step)
 {
     const int value = step.getValue();
@@ -108,7 +109,7 @@ void InitStepChain::release()
 {
     firstStep = nullptr;
     lastStep = nullptr;
-    // They go in the order of the chain, whatever the file's was.
+    // In the order of the chain, which can differ from that of the file.
     std::sort(m_steps.begin(), m_steps.end(),
               [](const auto &one, const auto &other) { return one->getValue() < other->getValue(); });
     m_steps.clear();

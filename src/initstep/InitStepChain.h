@@ -27,7 +27,7 @@ public:
     [[nodiscard]] InitStep *getStepByValue(int value) const;
     /// The step of the smallest value above `value`; null when there is none.
     [[nodiscard]] InitStep *getStepAbove(int value) const;
-    /// The last step; the only one counts as the last.
+    /// The last step, or the only one.
     [[nodiscard]] InitStep *last() const { return lastStep ? lastStep : firstStep; }
     /// Destroys all steps with their forests. Nothing may be waiting inside one.
     void clearInitSteps();

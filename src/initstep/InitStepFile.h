@@ -13,7 +13,7 @@ class InitStepChain;
  *         <step name="desk" value="6" show_homepage="true"/>
  *     </initStep>
  *
- * Modules that name no step go into the step "default", which is added behind the last when the file has none.
+ * Modules that name no step go into the step "default", which is added after the last one when the file has none.
  * False, with the chain empty, when the file is missing, unreadable, not parsable or has another root element.
  */
 [[nodiscard]] bool parseInitStep(InitStepChain &chain, const QString &moduleName);

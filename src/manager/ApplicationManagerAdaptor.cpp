@@ -14,8 +14,8 @@ namespace {
 
 /**
  * How many waits may be on the stack before the method is refused: operations wait inside each other, each deeper in
- * the stack, and nobody honest ever has so many under way. What releases the waits of others still comes through where
- * those are refused. No limit for what does not wait; a restart is merged with the one under way instead.
+ * the stack, and no well-behaved client has this many in progress. What releases the waits of others has a higher
+ * limit. There is no limit for what does not wait; a restart is merged with the one in progress instead.
  */
 int mostNested(const char *method)
 {

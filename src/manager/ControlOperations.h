@@ -12,8 +12,8 @@ class SupervisionState;
 struct StartContext;
 
 /**
- * The operations that start and stop modules: one, some or all. They return when what they began has settled, and turn
- * the event loop meanwhile.
+ * The operations that start and stop modules: one, some or all. They return when what they began has settled; until
+ * then the event loop runs.
  */
 class ControlOperations : public RestartOrders
 {

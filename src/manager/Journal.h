@@ -9,9 +9,9 @@
 #include <QString>
 
 /**
- * Keeps what happened to modules and steps, and tells whoever watches, as it happens.
+ * Keeps what happened to modules and steps, and emits it as it happens.
  *
- * It goes by names alone, so it outlives the nodes and records that a restart destroys and makes anew: a new record's
+ * It uses names alone, so it outlives the nodes and records that a restart destroys and creates again: a new record's
  * first state is a change only when it differs from the last one known of that name. All times are microseconds of
  * CLOCK_MONOTONIC, 0 for never, each the last time that the thing happened.
  */

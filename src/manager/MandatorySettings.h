@@ -12,7 +12,8 @@ class SupervisionState;
  * The check of the mandatory settings with the settings manager, once per start and before the first step above 4.
  *
  * It waits without a limit for the answer; a stop, or the end of the settings manager, ends the wait. The start-up has
- * failed when the settings manager does not run, ends meanwhile, or announces that it is about to reboot the terminal.
+ * failed when the settings manager does not run, ends during the check, or announces that it is about to reboot the
+ * terminal.
  */
 class MandatorySettings : public QObject
 {

@@ -13,7 +13,7 @@
 class ParentReport
 {
 public:
-    /// `parent`: the pid at the fork; 0: there is nobody to report to.
+    /// `parent`: the pid at the fork; 0: no report.
     void setParent(pid_t parent) { m_parent = parent; }
 
     void send(bool startFailed);

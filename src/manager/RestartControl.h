@@ -27,8 +27,9 @@ public:
  * Full restarts, and the reboot lock that can hold one back.
  *
  * A restart stops everything at once. Clearing the lists and starting again needs the stack to itself: frames of walks
- * and waits below would hold nodes that are gone. So when a wait is under way the second half is put off until the last
- * of them has returned. Requests that come meanwhile are merged into one restart, and the end of the daemon beats it.
+ * and waits below would hold nodes that are gone. So during a wait the second half is delayed until the last
+ * of them has returned. Requests in between are merged into one restart, and the end of the daemon takes
+ * precedence.
  *
  *     idle       --request-->                    stopping
  *     stopping   --no wait below-->              starting
@@ -45,7 +46,7 @@ public:
 
     RestartControl(SupervisionState &state, RestartSteps &steps);
 
-    /// Stops everything, then starts again. When this returns it is done, or, where it had to be put off, accepted.
+    /// Stops everything, then starts again. When this returns it is done, or, where it had to be delayed, accepted.
     void request(Kind kind);
 
     /// A restart that the lock may hold back, and that is dropped before step 5.

@@ -107,7 +107,7 @@ bool StartupProgression::pass(int from, int target)
     return true;
 }
 
-/// The number after this one: numbers that nobody can notice are skipped at once, even two billion of them.
+/// The number after this one: numbers without an effect are skipped at once, even two billion of them.
 qint64 StartupProgression::following(int number, int target) const
 {
     if (number < lastAnnounced || m_state.startFailed()) {

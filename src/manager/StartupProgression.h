@@ -15,11 +15,11 @@ struct StartContext;
 /**
  * The walk through the numbered steps of the start-up.
  *
- * The step file says how far to go at once; "init_step" events of the boot sequence take it further, up to step 4; once
- * 5 is reached it goes on by itself, step by step, to the last. A pass starts, for each number it reaches, the step of
- * that value. The first pass that ends tells the waiting parent process how the start-up went.
+ * The step file says how far to go at once; "init_step" events of the boot sequence continue it, up to step 4; from 5
+ * on it continues by itself, step by step, to the last. A pass starts, for each number it reaches, the step of
+ * that value. The first pass that ends reports the result of the start-up to the waiting parent process.
  *
- * One pass runs at a time: an event that arrives meanwhile is held until it ends, so that no step starts before the one
+ * One pass runs at a time: an event during a pass is held until it ends, so that no step starts before the one
  * below it is done, and the current step never goes back. A pass that a restart interrupts goes on after it, from the
  * number that it had reached, and events are held until then. A stop interrupts it for good.
  */

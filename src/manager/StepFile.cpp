@@ -25,7 +25,7 @@ int readStepFile(const QString &path)
         Log::warning("Step file Not readable");
         return Steps::all;
     }
-    // Two more: readLine() counts a NUL behind the text.
+    // Two more: readLine() counts a NUL at the end of the text.
     QByteArray line = file.readLine(longestLine + 2);
     if (line.endsWith('\n')) {
         line.chop(1);

@@ -90,7 +90,7 @@ bool Module::start()
     return waitUntilStarted();
 }
 
-// There is one process a module: a killed one that is not reaped yet still counts, and its end must not be taken for
+// A module has one process: a killed one that is not reaped yet is still it, and its end must not be taken for
 // the end of the next.
 bool Module::waitForPreviousProcess()
 {
@@ -311,8 +311,8 @@ void Module::slot_crashed()
         return;
     }
     Log::emergency("Terminal will reboot now: %1 crashed", name);
-    // A kill after a stop's time-out is answered like any other crash: slot_finished() has cleared the flag by the time
-    // that it tells of it. Set is what finds who calls this slot between the kill and the end of the process.
+    // A kill after a stop's time-out is answered like any other crash, as slot_finished() has cleared the flag before
+    // it emits the signal. It is set only for a caller of this slot between the kill and the end of the process.
     if (m_killedOnStop) {
         m_killedOnStop = false;
         if (QFile::exists(JovRoot::rooted(QStringLiteral("/data/core/core.%1").arg(name)))) {

@@ -29,12 +29,12 @@
  *     any other            stop()                                       STOPPED, killed
  *     any                  the process ends                             STOPPED; a crash runs the crash policy
  *
- * start() and stop() return when the module has settled, and turn the event loop meanwhile (WaitLoop): whoever calls
- * them must expect any module's state to have changed, this one's included. A wait is bound to one run of the process;
+ * start() and stop() return when the module has settled; until then the event loop runs (WaitLoop). Callers must expect
+ * any module's state to have changed, this one's included. A wait is bound to one run of the process;
  * what a later run does neither ends nor misleads it.
  *
  * Whose kill it was decides what an exit means. A kill of a module that is still starting, or that is stopped a second
- * time while it is stopping, is the supervisor's own doing and counts as a normal exit; the kill after a stop's
+ * time while it is stopping, is the supervisor's own and is treated as a normal exit; the kill after a stop's
  * time-out is a crash like any other.
  */
 class Module : public Application, private ChildProcess::Listener

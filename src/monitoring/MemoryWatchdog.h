@@ -20,7 +20,7 @@ public:
 
     /// Its dependents keep running. False when no step holds it.
     virtual bool stopModuleAlone(const QString &name) = 0;
-    /// Starts what does not run; the count is nobody's here.
+    /// Starts what does not run. The watchdog ignores the count.
     virtual int startAll() = 0;
 };
 
@@ -31,7 +31,7 @@ public:
  * One that finds offenders leaves it stopped and restarts them a little later; the timer is then set by the next
  * startMonitoring(), at the end of initialisation. After an accepted request to reboot nothing follows.
  *
- * Stops and starts run event loops of their own, for a long time, so any of the slots may be entered again meanwhile.
+ * Stops and starts wait in nested event loops, so any of the slots can be entered again during them.
  */
 class MemoryWatchdog : public QObject
 {

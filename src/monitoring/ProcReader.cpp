@@ -101,6 +101,6 @@ double ProcReader::getCpuUsage(const QString &pid, std::chrono::milliseconds per
     sleepFor(period);
     const qint64 after = getProcessTicks(pid);
     const double seconds = std::chrono::duration<double>(period).count();
-    // A process that ended meanwhile has no ticks any more.
+    // A process that has ended in between has no ticks.
     return after < before ? 0 : double(after - before) / (ticksPerSecond * seconds);
 }

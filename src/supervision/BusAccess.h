@@ -17,7 +17,8 @@ public:
     virtual bool subscribeEvent(const QString &name, QObject *receiver, const char *slot) = 0;
     virtual bool unsubscribeEvent(const QString &name, QObject *receiver, const char *slot) = 0;
     virtual bool notifyEvent(const QString &name, const QVariantMap &arguments = QVariantMap()) = 0;
-    /// Blocks until the reply has come: nothing else runs meanwhile. Throws a `JovException *` without a bus.
+    /// Blocks until the reply has come: nothing else of the manager runs in between. Throws a `JovException *` without
+    /// a bus.
     [[nodiscard]] virtual QDBusMessage syncRemoteCall(const QString &component, const QString &method,
                                                       const QVariantList &arguments) = 0;
     virtual bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) = 0;

@@ -33,8 +33,8 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
     if (limit >= 0) {
         limitTimer.start(limit);
     }
-    // Events that came in one batch with the one being handled count as handled for GLib's dispatcher, which would
-    // sleep over them.
+    // GLib's dispatcher takes the events that came in one batch with the current one for handled, and would sleep
+    // although they are pending.
     QAbstractEventDispatcher::instance()->wakeUp();
     loop.exec();
     if (--m_depth == 0) {

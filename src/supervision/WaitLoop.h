@@ -13,7 +13,7 @@
  * it; the lower one goes on when the upper one has ended.
  *
  * depth() is what protects the lists: while it is not 0 there are frames on the stack that hold nodes and records, and
- * nothing may be destroyed under them. idle() tells that the last of them is about to return.
+ * nothing may be destroyed under them. idle() is emitted when the last of them is about to return.
  */
 class WaitLoop : public QObject
 {
