@@ -40,12 +40,19 @@ bool InitStepChain::integrate(InitStep &step)
         step.setPrev(firstStep);
         firstStep->setNext(&step);
     } else if (step.getValue() > lastStep->getValue()) {
+        if (lastStep->getNext()) {
+            // The last step was added below the head: this cuts off the steps that were there before it.
+            m_byName.clear();
+            m_byValue.clear();
+            index(*lastStep);
+        }
         lastStep->setNext(&step);
         step.setPrev(lastStep);
         lastStep = &step;
     } else {
         return insertBetween(step);
     }
+    index(step);
     return true;
 }
 
@@ -54,49 +61,46 @@ bool InitStepChain::integrate(InitStep &step)
 bool InitStepChain::insertBetween(InitStep &step)
 {
     const int value = step.getValue();
+    const InitStep *reachedFrom = nullptr;
     for (InitStep *next = firstStep; next && next->getValue() <= lastStep->getValue(); next = next->getNext()) {
         InitStep *previous = next->getPrev();
         if (value < next->getValue() && (!previous || value > previous->getValue())) {
             if (previous) {
                 previous->setNext(&step);
             }
+            if (previous && previous == reachedFrom) {
+                index(step);
+            }
             step.setNext(next);
             next->setPrev(&step);
             return true;
         }
+        reachedFrom = next;
     }
     return false;
 }
 
+void InitStepChain::index(InitStep &step)
+{
+    m_byName.insert(step.getName(), &step);
+    m_byValue.emplace(step.getValue(), &step);
+}
+
 InitStep *InitStepChain::getStepByName(const QString &name) const
 {
-    for (InitStep *step = firstStep; step; step = step->getNext()) {
-        if (step->getName() == name) {
-            return step;
-        }
-    }
-    return nullptr;
+    return m_byName.value(name);
 }
 
 InitStep *InitStepChain::getStepByValue(int value) const
 {
-    for (InitStep *step = firstStep; step; step = step->getNext()) {
-        if (step->getValue() == value) {
-            return step;
-        }
-    }
-    return nullptr;
+    const auto found = m_byValue.find(value);
+    return found == m_byValue.end() ? nullptr : found->second;
 }
 
 InitStep *InitStepChain::getStepAbove(int value) const
 {
-    InitStep *nearest = nullptr;
-    for (InitStep *step = firstStep; step; step = step->getNext()) {
-        if (step->getValue() > value && (!nearest || step->getValue() < nearest->getValue())) {
-            nearest = step;
-        }
-    }
-    return nearest;
+    const auto found = m_byValue.upper_bound(value);
+    return found == m_byValue.end() ? nullptr : found->second;
 }
 
 void InitStepChain::clearInitSteps()
@@ -109,6 +113,8 @@ void InitStepChain::release()
 {
     firstStep = nullptr;
     lastStep = nullptr;
+    m_byName.clear();
+    m_byValue.clear();
     // In the order of the chain, which can differ from that of the file.
     std::sort(m_steps.begin(), m_steps.end(),
               [](const auto &one, const auto &other) { return one->getValue() < other->getValue(); });

@@ -3,6 +3,9 @@
 
 #include "initstep/InitStep.h"
 
+#include <QHash>
+
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -38,9 +41,13 @@ public:
 private:
     bool integrate(InitStep &step);
     bool insertBetween(InitStep &step);
+    void index(InitStep &step);
     void release();
 
     std::vector<std::unique_ptr<InitStep>> m_steps;
+    // The steps that the links reach.
+    QHash<QString, InitStep *> m_byName;
+    std::map<int, InitStep *> m_byValue;
 };
 
 #endif

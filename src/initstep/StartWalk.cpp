@@ -10,6 +10,9 @@ namespace {
 // Beyond any count that the bus could carry; keeps sums of sums from overflowing.
 constexpr qint64 countCeiling = qint64(1) << 40;
 
+// More visits than any real step has.
+constexpr int visitsToTheLetter = 5000;
+
 } // namespace
 
 qint64 StartWalk::start(Module &node)
@@ -18,11 +21,21 @@ qint64 StartWalk::start(Module &node)
         Log::debug("[initStep.recursivestart] interrupted because stopping");
         return 0;
     }
+    const auto known = m_visits.constFind(&node);
+    if (++m_count > visitsToTheLetter && known != m_visits.cend() && known->started == m_started) {
+        return known->count;
+    }
+    const quint64 startedBefore = m_started;
+    const qint64 count = visit(node);
+    if (m_started == startedBefore) {
+        m_visits.insert(&node, {m_started, count});
+    }
+    return count;
+}
+
+qint64 StartWalk::visit(Module &node)
+{
     if (node.getState() == ModuleState::Running || !node.isModule()) {
-        const auto visit = m_visits.constFind(&node);
-        if (visit != m_visits.cend() && visit->started == m_started) {
-            return visit->count;
-        }
         return startSons(node);
     }
     if (!m_step.startApplication(node.getName())) {
@@ -45,6 +58,5 @@ qint64 StartWalk::startSons(Module &node)
         }
         count = qMin(count + start(static_cast<Module &>(*son)) + 1, countCeiling);
     }
-    m_visits.insert(&node, {m_started, count});
     return count;
 }

@@ -10,9 +10,9 @@ class SupervisionState;
 /**
  * One start of a step's forest.
  *
- * A module with several parents is reached from each of them, and every further visit finds it running and only walks
- * on to its sons. In a ladder of diamonds that doubles the visits with each rung, so the walk remembers what a visit
- * below a running node counted, and counts the same again as long as no other module has been started since.
+ * A module with several parents is reached from each of them, and each visit counts and warns. In a ladder of diamonds
+ * the visits double with each rung, so beyond some thousands of visits the walk remembers what a visit in which no
+ * module came up has counted, and counts the same again as long as no other module has come up since.
  */
 class StartWalk
 {
@@ -32,11 +32,13 @@ private:
         qint64 count;
     };
 
+    qint64 visit(Module &node);
     qint64 startSons(Module &node);
 
     InitStep &m_step;
     const SupervisionState &m_state;
-    QHash<const Module *, Visit> m_visits;
+    QHash<const Module *, Visit> m_visits; ///< those in which nothing came up
+    int m_count = 0; ///< of visits
     quint64 m_started = 0; ///< modules that this walk has brought up
 };
 

@@ -5,6 +5,8 @@
 #include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
+#include <QTimer>
+
 #include <ctime>
 #include <limits>
 
@@ -92,13 +94,21 @@ private Q_SLOTS:
         InitStepChain steps;
         QVERIFY(parseInitStep(steps, manager));
         QStringList found;
+        QSet<int> values;
         for (const InitStep *step = steps.firstStep; step; step = step->getNext()) {
             found << "%1=%2%3"_s.arg(step->getName())
                          .arg(step->getValue())
                          .arg(step->getShowHomepage() ? "!"_s : QString());
+            values << step->getValue();
         }
         QCOMPARE(found.join(u' '), chain);
         QCOMPARE(steps.last()->getName(), last);
+        // What the links do not reach is not found.
+        for (int value = 0; value < 25; ++value) {
+            const InitStep *step = steps.getStepByValue(value);
+            QCOMPARE(!step, !values.contains(value));
+            QVERIFY(!step || steps.getStepByName(step->getName()) == step);
+        }
         QVERIFY(!m_root.log().filter(line).isEmpty());
         QVERIFY(parseInitStep(steps, manager));
     }
@@ -181,6 +191,55 @@ private Q_SLOTS:
         QCOMPARE(step.stopAll(false), 0);
         QCOMPARE(step.nodes.begin()->second->getState(), ModuleState::Stopped);
         QVERIFY(std::clock() - before < 30 * CLOCKS_PER_SEC);
+    }
+
+    void counts_data()
+    {
+        columns<QString, QString, int, int>("modules", "running", "count", "warnings");
+        row("none runs", "A B<A C<A,B D<C", "", 9, 0);
+        row("all run", "A B<A C<A,B D<C", "A B C D", 5, 0);
+        row("a parent that never runs: each visit warns", "A X<A,M", "A", 3, 2);
+        row("the same below a diamond", "A B<A C<A D<B,C,M", "A B C", 6, 3);
+    }
+
+    // A start counts and warns once for each visit. M has no program.
+    void counts()
+    {
+        QFETCH(QString, modules);
+        QFETCH(QString, running);
+        FakeSupervision supervision;
+        std::vector<ApplicationRecord> records = recordsOf(modules + (modules.contains(u'M') ? " M"_s : QString()));
+        InitStep step("s"_s, 1, false);
+        for (ApplicationRecord &record : records) {
+            step.insertApplication(&record);
+            if (record.getName() != "M"_s) {
+                m_root.writeScript("/usr/lib/JovApplication/"_s + record.getName(), "exec sleep 1000");
+            }
+        }
+        QVERIFY(step.buildTree(supervision.moduleContext()));
+        for (const QString &name : running.split(u' ', Qt::SkipEmptyParts)) {
+            step.nodes[name]->setState(ModuleState::Running);
+        }
+        supervision.bus.onEvent = [&](const QString &) {
+            Module *starting = step.nodes[supervision.bus.events.last().section(u' ', -1)].get();
+            QTimer::singleShot(0, starting, &Module::slot_endOfInit);
+        };
+        QTEST(step.startAll(supervision.startContext), "count");
+        QTEST(m_root.log().filter("Cannot be started: "_s).size(), "warnings");
+    }
+
+    // Tens of thousands of steps in any order.
+    void manySteps()
+    {
+        m_root.keepLog(3);
+        const std::clock_t before = std::clock();
+        for (const int direction : {1, -1}) {
+            InitStepChain steps;
+            for (int i = 0; i < 20000; ++i) {
+                QVERIFY(steps.addStep(QString::number(i), 100000 + direction * i, false));
+            }
+        }
+        QVERIFY(std::clock() - before < 20 * CLOCKS_PER_SEC);
     }
 
     void emptyEntries()
