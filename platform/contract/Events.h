@@ -13,6 +13,10 @@ namespace Events {
     return QLatin1String("end_of_init_") + module;
 }
 
+/// A bool of an announcement: it was made before, and the bus has been away since. It moves a module only out of the
+/// state in which it waits for it.
+inline constexpr QLatin1String repeated("repeated");
+
 /// The module is asked to end.
 [[nodiscard]] inline QString stopOf(const QString &module)
 {

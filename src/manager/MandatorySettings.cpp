@@ -46,13 +46,17 @@ void MandatorySettings::check()
     init_message(QStringLiteral("Checking mandatory settings"));
     m_bus.subscribeEvent(Events::mandatorySettingsChecked, this, answerSlot);
     m_bus.notifyEvent(Events::checkMandatorySettings);
+    const quint64 generation = m_state.stopGeneration();
     const WaitLoop::Outcome outcome =
         m_state.waits().waitUntil([this] { return m_answered || m_state.startFailed() || !isRunning(); });
-    if (outcome == WaitLoop::Outcome::Released || m_state.startFailed()) {
-        Log::debug("checkMandatorySettings interrupted (stopping)");
-    } else if (!m_answered) {
+    // Its crash sets the stop flag, too: the request for a reboot does. A stop of everything ends it without a crash.
+    const bool stopping =
+        outcome == WaitLoop::Outcome::Released || m_state.isEnding() || m_state.stopGeneration() != generation;
+    if (!stopping && !m_answered && !isRunning()) {
         Log::error("SettingsManager crashed");
         failStart(crashedMessage);
+    } else if (stopping || m_state.startFailed()) {
+        Log::debug("checkMandatorySettings interrupted (stopping)");
     } else {
         Log::debug("checkMandatorySettings succeed");
     }

@@ -26,6 +26,7 @@ void RestartControl::request(Kind kind)
     }
     m_pending = qMax(m_pending, kind);
     m_state.setRestartPending(true);
+    m_state.setRestarting(true);
     if (m_requesting) {
         // Its stop is on the stack already, and what follows it will do for this request too.
         return;
@@ -61,6 +62,7 @@ void RestartControl::startAgain(Kind kind)
     }
     m_steps.startEverything();
     if (m_pending == Kind::None) {
+        m_state.setRestarting(false);
         m_steps.resumeProgression();
     }
 }

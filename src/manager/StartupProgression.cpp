@@ -10,6 +10,8 @@
 
 #include <jov/Log.h>
 
+#include <utility>
+
 namespace {
 
 /// Numbers up to this one are announced to the platform, whether a step carries them or not.
@@ -35,8 +37,8 @@ void StartupProgression::begin(int target)
 
 void StartupProgression::slot_init_step(int stepNum)
 {
-    // A pass that a restart interrupted is under way, too: the boot sequence does not repeat its events.
-    if (!m_underWay && !m_interruptedTarget) {
+    // The boot sequence does not repeat an event that comes during a restart.
+    if (!m_underWay && !m_state.restarting()) {
         m_underWay = true;
         drive(stepNum);
         m_underWay = false;
@@ -144,14 +146,15 @@ void StartupProgression::passDone(int target)
 
 void StartupProgression::resumeAfterRestart()
 {
-    if (!m_interruptedTarget || m_underWay) {
+    if (m_underWay || (!m_interruptedTarget && !m_held)) {
         return;
     }
-    const int target = *m_interruptedTarget;
-    m_interruptedTarget.reset();
     m_underWay = true;
-    if (pass(m_currentStep, target)) {
-        passDone(target);
+    const std::optional<int> target = std::exchange(m_interruptedTarget, std::nullopt);
+    if (!target || pass(m_currentStep, *target)) {
+        if (target) {
+            passDone(*target);
+        }
         if (const std::optional<int> next = nextTarget()) {
             drive(*next);
         }

@@ -9,6 +9,7 @@
 #include "supervision/SupervisionObserver.h"
 #include "supervision/SupervisionState.h"
 
+#include <jov/JovEvent.h>
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
 #include <jov/Log.h>
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <utility>
 
 namespace {
 
@@ -34,7 +36,7 @@ Module::Module(ApplicationRecord *record, const ModuleContext &context)
     , m_context(context)
 {
     const QString name = getName();
-    if (!m_context.bus.subscribeEvent(Events::endOfInitOf(name), this, SLOT(slot_endOfInit()))) {
+    if (!m_context.bus.subscribeEvent(Events::endOfInitOf(name), this, SLOT(endOfInitReceived(JovEvent)))) {
         Log::error("[Module] constructor %1 cannot subscribe to end_of_init", name);
     }
     connect(this, &Module::sig_crashed, this, &Module::slot_crashed);
@@ -56,7 +58,7 @@ Module::~Module()
     if (isWebClient()) {
         m_context.bus.unsubscribeEvent(Events::presentationReady, this, SLOT(presentationReady()));
     }
-    m_context.bus.unsubscribeEvent(Events::endOfInitOf(getName()), this, SLOT(slot_endOfInit()));
+    m_context.bus.unsubscribeEvent(Events::endOfInitOf(getName()), this, SLOT(endOfInitReceived(JovEvent)));
 }
 
 bool Module::isWebClient() const
@@ -119,6 +121,9 @@ bool Module::launch()
     const QString directory = JovRoot::rooted(ModulePaths::moduleDirectory());
     ++m_run;
     m_startTimer.restart();
+    if (m_webappTimer) {
+        m_webappTimer->stop(); // That of an earlier run.
+    }
     ChildProcess::Command command;
     command.program = directory + name;
     command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + config->getExtraArgs();
@@ -197,6 +202,7 @@ bool Module::stop()
     const bool stopped = waitState({ModuleState::Stopped}, limit) || m_run != run;
     if (!stopped) {
         m_killedOnStop = m_process.isRunning();
+        m_killedWithEverything = m_killedOnStop && m_context.state.startFailed();
         m_process.kill();
         Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", name, stateText(getState()));
         setState(ModuleState::Stopped);
@@ -211,6 +217,13 @@ void Module::killAsOurOwnDoing()
     if (m_process.isRunning()) {
         m_ownKill = !m_killedOnStop;
         m_process.kill();
+    }
+}
+
+void Module::endOfInitReceived(const JovEvent &event)
+{
+    if (getState() == ModuleState::Starting || !event.getArgument(Events::repeated).toBool()) {
+        slot_endOfInit();
     }
 }
 
@@ -293,6 +306,7 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
     setStatus(getExitCodeInString(code));
     m_context.observer.noteExit(name, code);
     setState(ModuleState::Stopped);
+    m_killedWithEverything = m_killedWithEverything && crashed;
     if (crashed) {
         Q_EMIT sig_crashed();
     }
@@ -306,7 +320,8 @@ void Module::slot_error(QProcess::ProcessError error)
 void Module::slot_crashed()
 {
     const QString name = getName();
-    if (m_context.state.startFailed()) {
+    // The process can be reaped when the next start has begun already.
+    if (std::exchange(m_killedWithEverything, false) || m_context.state.startFailed()) {
         Log::info("Module %1 crashed during ApplicationManager::stop", name);
         return;
     }

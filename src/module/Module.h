@@ -11,6 +11,8 @@
 #include <initializer_list>
 #include <memory>
 
+class JovEvent;
+
 /**
  * One supervised native process. The step owns the Module, the Module owns the process, the catalogue owns the record
  * that holds the state, the status and the process id.
@@ -28,6 +30,8 @@
  *     STOPPING             30 s (2 s while everything stops)            STOPPED, killed
  *     any other            stop()                                       STOPPED, killed
  *     any                  the process ends                             STOPPED; a crash runs the crash policy
+ *
+ * An announcement that a module repeats, since the bus was away, is ignored unless the module waits for it.
  *
  * start() and stop() return when the module has settled; until then the event loop runs (WaitLoop). Callers must expect
  * any module's state to have changed, this one's included. A wait is bound to one run of the process;
@@ -54,6 +58,8 @@ public:
     void setState(ModuleState state) override;
 
 public Q_SLOTS:
+    /// The announcement as it came from the bus.
+    void endOfInitReceived(const JovEvent &event);
     void slot_endOfInit();
     void slot_finished(int exitCode, QProcess::ExitStatus exitStatus);
     void slot_error(QProcess::ProcessError error);
@@ -81,6 +87,7 @@ private:
     quint64 m_run = 0; ///< counts launches
     bool m_startPending = false; ///< a start waits for the previous process to be reaped
     bool m_killedOnStop = false; ///< killed after a stop's time-out, and not ended yet
+    bool m_killedWithEverything = false; ///< that stop was one of everything
     bool m_ownKill = false; ///< killed otherwise by stop(), and not ended yet
 };
 

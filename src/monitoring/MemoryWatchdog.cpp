@@ -145,6 +145,15 @@ void MemoryWatchdog::restartOutOfMemoryModules()
 {
     // Taken away first: what a check finds while this waits in stops and starts is for the next restart.
     const QStringList names = std::exchange(m_outOfMemoryModules, {});
+    if (m_restarting) {
+        // The start of that restart can wait for ever, and what is stopped now would stay down.
+        Log::warning("checkMemory: Modules (%1) keep running: the last restart has not ended", joined(names));
+        if (m_monitoring) {
+            m_monitoringTimer.start();
+        }
+        return;
+    }
+    const QScopedValueRollback<bool> restarting(m_restarting, true);
     const quint64 cancellations = m_cancellations;
     Log::debug("Restarting modules %1", [&names] { return joined(names); });
     for (const QString &name : names) {
@@ -152,22 +161,7 @@ void MemoryWatchdog::restartOutOfMemoryModules()
             m_orders.stopModuleAlone(name);
         }
     }
-    startStoppedModules(cancellations);
-}
-
-void MemoryWatchdog::startStoppedModules(quint64 cancellations)
-{
-    // A start can wait for ever for a module that never answers. One at a time, or every restart would add to the
-    // stack.
-    if (m_starting) {
-        m_startAgain = true;
-        return;
+    if (m_cancellations == cancellations) {
+        m_orders.startAll();
     }
-    const QScopedValueRollback<bool> starting(m_starting, true);
-    do {
-        m_startAgain = false;
-        if (m_cancellations == cancellations) {
-            m_orders.startAll();
-        }
-    } while (m_startAgain);
 }

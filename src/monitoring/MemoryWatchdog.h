@@ -70,7 +70,6 @@ private:
     [[nodiscard]] bool checkModule(ApplicationRecord &record, qint64 totalMemory);
     [[nodiscard]] bool retriesExhausted(ApplicationRecord &record) const;
     [[nodiscard]] bool requestReboot() const;
-    void startStoppedModules(quint64 cancellations);
 
     BusAccess &m_bus;
     RestartOrders &m_orders;
@@ -83,8 +82,7 @@ private:
     int m_monitoringWatchDelay = 0;
     int m_monitoringWatchRetry = 0;
     bool m_monitoring = false;
-    bool m_starting = false;
-    bool m_startAgain = false;
+    bool m_restarting = false; ///< modules are being stopped, or started again
     quint64 m_cancellations = 0;
 };
 

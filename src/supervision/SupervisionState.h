@@ -44,6 +44,10 @@ public:
     [[nodiscard]] bool restartPending() const { return m_restartPending; }
     void setRestartPending(bool pending) { m_restartPending = pending; }
 
+    /// From the request for a restart until everything has been started again.
+    [[nodiscard]] bool restarting() const { return m_restarting; }
+    void setRestarting(bool restarting) { m_restarting = restarting; }
+
     void setEnding() { m_ending = true; }
     /// The daemon ends.
     [[nodiscard]] bool isEnding() const;
@@ -66,6 +70,7 @@ private:
     bool m_startFailed = false;
     bool m_initInProgress = false;
     bool m_restartPending = false;
+    bool m_restarting = false;
     bool m_ending = false;
     bool m_debugMode = false;
 };

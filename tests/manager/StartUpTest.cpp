@@ -196,22 +196,39 @@ private Q_SLOTS:
             } else {
                 startUp.state.failStart();
                 startUp.state.setRestartPending(what.startsWith("restart"_s));
+                startUp.state.setRestarting(what.startsWith("restart"_s));
             }
         };
         startUp.progression.begin(3);
         if (what.startsWith("restart"_s)) {
             startUp.state.setRestartPending(false);
             startUp.state.beginStart();
+            startUp.observed.inStep = [&] {
+                if (what.endsWith("event"_s)) {
+                    startUp.progression.slot_init_step(5);
+                    QCOMPARE(startUp.progression.currentStep(), 2);
+                }
+            };
             startUp.steps.firstStep->startAll(startUp.context); // as a restart starts everything
-            if (what.endsWith("event"_s)) {
-                startUp.progression.slot_init_step(5);
-                QCOMPARE(startUp.progression.currentStep(), 2);
-            }
+            startUp.state.setRestarting(false);
             startUp.progression.resumeAfterRestart();
         }
         QTEST(startUp.startedSteps(), "started");
         QTEST(startUp.announced(), "announced");
         QTEST(startUp.bus.subscriptions.contains("init_step"_s), "listens");
+    }
+
+    // Of a boot that is held: no pass may run through the starts of a restart.
+    void eventDuringARestart()
+    {
+        StartUp startUp({1, 7});
+        startUp.progression.begin(4);
+        startUp.state.setRestarting(true);
+        startUp.progression.slot_init_step(5);
+        QCOMPARE(startUp.progression.currentStep(), 4);
+        startUp.state.setRestarting(false);
+        startUp.progression.resumeAfterRestart();
+        QCOMPARE(startUp.startedSteps(), "1 7"_s);
     }
 
     // A step file lists tens of thousands, or one far away: the numbers between are skipped.
@@ -233,6 +250,7 @@ private Q_SLOTS:
         row("checked", "answers no", asked + "Mandatory settings checked"_s, "checkMandatorySettings succeed", false);
         row("reboots", "answers yes", asked + "Reboot in progress"_s, "checkMandatorySettings interrupted (stopping)",
             true);
+        row("crashes", "crashes", asked + "SettingsManager crashed"_s, "error SettingsManager crashed", true);
         row("ends", "ends", asked + "SettingsManager crashed"_s, "error SettingsManager crashed", true);
         row("stopped", "stops", "Checking mandatory settings", "checkMandatorySettings interrupted (stopping)", false);
     }
@@ -252,10 +270,14 @@ private Q_SLOTS:
             if (settingsManager.startsWith("answers"_s)) {
                 const bool reboot = settingsManager.endsWith("yes"_s);
                 startUp.settings.checkMandatorySettingsSuccess(JovEvent(QString(), {{Events::reboot, reboot}}));
-            } else if (settingsManager == "ends"_s) {
+            } else if (settingsManager == "stops"_s) {
+                startUp.state.beginStop();
                 record->setModuleState(ModuleState::Stopped);
             } else {
-                startUp.state.failStart();
+                record->setModuleState(ModuleState::Stopped);
+                if (settingsManager == "crashes"_s) {
+                    startUp.state.rebootRequested();
+                }
             }
         };
         startUp.bus.onEvent = [&](const QString &event) {

@@ -5,6 +5,8 @@
 #include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
+#include <jov/JovEvent.h>
+
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
@@ -21,6 +23,7 @@ ModuleLimits shortLimits()
 {
     ModuleLimits limits;
     limits.stop = 300;
+    limits.stopWithEverything = 50;
     limits.presentation = 100;
     return limits;
 }
@@ -153,6 +156,48 @@ private Q_SLOTS:
         QTRY_COMPARE(crashed.count(), 1);
     }
 
+    // A kill during a stop of everything, reaped when the next start has begun: nothing reboots the terminal.
+    void killedWithEverything()
+    {
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+        supervision.state.failStart();
+        QVERIFY(!module.stop());
+        supervision.state.beginStart();
+        QTRY_COMPARE(m_root.log().filter("info Module M crashed during ApplicationManager::stop"_s).size(), 1);
+        QCOMPARE(m_root.log().filter("emergency"_s).size(), 0);
+        // The next crash is one again.
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+        kill(m_record.getID().toInt(), SIGSEGV);
+        QTRY_COMPARE(m_root.log().filter("emergency"_s).size(), 1);
+    }
+
+    void repeatedAnnouncement_data()
+    {
+        columns<int, bool, int>("state", "repeated", "after");
+        const auto add = [](const char *name, ModuleState state, bool repeated, ModuleState after) {
+            row(name, int(state), repeated, int(after));
+        };
+        add("waited for", ModuleState::Starting, true, ModuleState::Running);
+        add("stopped", ModuleState::Stopped, true, ModuleState::Stopped);
+        add("stopping", ModuleState::Stopping, true, ModuleState::Stopping);
+        add("new", ModuleState::Stopped, false, ModuleState::Running);
+    }
+
+    void repeatedAnnouncement()
+    {
+        QFETCH(int, state);
+        QFETCH(bool, repeated);
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
+        module.setState(ModuleState(state));
+        module.endOfInitReceived(JovEvent("end_of_init_M"_s, {{"repeated"_s, repeated}}));
+        QTEST(int(module.getState()), "after");
+    }
+
     void startsOnlyOnce()
     {
         ShortSupervision supervision;
@@ -210,6 +255,23 @@ private Q_SLOTS:
         QCOMPARE(module.getState(), ModuleState::Stopped);
         module.slot_webapp_timeout();
         QCOMPARE(supervision.bus.calls.size(), 1);
+    }
+
+    // A restarted web client has the whole time again.
+    void presentationTimerOfEachRun()
+    {
+        ShortSupervision supervision;
+        m_record.setName("JovWebClient"_s);
+        m_root.writeScript("/usr/lib/JovApplication/JovWebClient"_s, "exec sleep 1000");
+        Module module(&m_record, supervision.moduleContext());
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QTimer::singleShot(60, &module, [&] { kill(m_record.getID().toInt(), SIGTERM); });
+        supervision.state.failStart(); // its end is no crash to answer
+        QVERIFY(!module.start());
+        supervision.state.beginStart();
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QTimer::singleShot(70, &module, &Module::presentationReady);
+        QVERIFY(module.start());
     }
 
 private:
