@@ -1,11 +1,11 @@
 #include "manager/StepFile.h"
 
 #include "contract/Steps.h"
+#include "system/RegularFile.h"
 
 #include <jov/Log.h>
 
-#include <QFile>
-#include <QFileInfo>
+#include <QList>
 
 namespace {
 
@@ -15,28 +15,24 @@ constexpr int longestLine = 4096; // bytes
 
 int readStepFile(const QString &path)
 {
-    const QFileInfo info(path);
-    if (!info.exists()) {
+    RegularFile file(path);
+    if (file.result() == RegularFile::Result::Missing) {
         Log::warning("No Step file");
         return Steps::all;
     }
-    QFile file(path);
-    if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
+    // A line feed behind the longest line need not be read.
+    std::optional<QByteArray> text = file.read(longestLine + 1);
+    if (!text) {
         Log::warning("Step file Not readable");
         return Steps::all;
     }
-    // Two more: readLine() counts a NUL at the end of the text.
-    QByteArray line = file.readLine(longestLine + 2);
-    if (line.endsWith('\n')) {
-        line.chop(1);
-    }
     // The text ends at a NUL byte.
-    line.truncate(int(qstrlen(line.constData())));
+    const QByteArray line(text->split('\n').first().constData());
     if (line.size() > longestLine) {
         Log::warning("Step file Not readable");
         return Steps::all;
     }
-    const QString text = QString::fromLocal8Bit(line);
-    Log::debug("Step file ==> %1", text);
-    return text.trimmed().toInt();
+    const QString number = QString::fromLocal8Bit(line);
+    Log::debug("Step file ==> %1", number);
+    return number.trimmed().toInt();
 }
