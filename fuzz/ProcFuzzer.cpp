@@ -1,6 +1,7 @@
 #include "FuzzInput.h"
 #include "FuzzRoot.h"
 #include "monitoring/ProcParser.h"
+#include "system/ProcStat.h"
 
 #include <QList>
 
@@ -54,6 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const qint64 memory = ProcParser::meminfoField(text, field);
     require(memory >= 0 && memory <= ProcParser::maxFigure, "a figure of meminfo out of range");
     // The kernel writes the four times with a sign.
-    require(std::abs(ProcParser::processTicks(text)) <= 4 * ProcParser::maxFigure, "ticks out of range");
+    const ProcStat stat = ProcStat::parse(text).value_or(ProcStat());
+    require(std::abs(stat.ownTicks + stat.childTicks) <= 4 * ProcParser::maxFigure, "ticks out of range");
     return 0;
 }

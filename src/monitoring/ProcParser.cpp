@@ -1,15 +1,8 @@
 #include "monitoring/ProcParser.h"
 
-#include <QList>
-
-#include <cctype>
 #include <cstring>
 
 namespace {
-
-constexpr int firstTimeField = 13;
-constexpr int lastTimeField = 16;
-constexpr int fewestFields = 18;
 
 bool isDigit(char character)
 {
@@ -38,31 +31,6 @@ qint64 firstNumber(const QByteArray &text)
         }
     }
     return number;
-}
-
-// A process names itself, with blanks and parentheses if it likes: only the last parenthesis ends the name.
-QByteArray withoutName(QByteArray text)
-{
-    const int open = text.indexOf('(');
-    const int close = text.lastIndexOf(')');
-    return open < 0 || close < open ? text : text.replace(open, close - open + 1, "name");
-}
-
-// Blanks at the beginning or the end part an empty field from the others.
-QList<QByteArray> splitAtBlanks(const QByteArray &text)
-{
-    QList<QByteArray> fields = {QByteArray()};
-    bool inBlanks = false;
-    for (const char character : text) {
-        const bool blank = std::isspace(static_cast<unsigned char>(character)) != 0;
-        if (!blank) {
-            fields.last().append(character);
-        } else if (!inBlanks) {
-            fields.append(QByteArray());
-        }
-        inBlanks = blank;
-    }
-    return fields;
 }
 
 } // namespace
@@ -164,19 +132,6 @@ qint64 sumField(const char *data, std::size_t size, const QByteArray &field)
     FieldSum sum(field);
     sum.add(data, size);
     return sum.total();
-}
-
-qint64 processTicks(const QByteArray &text)
-{
-    const QList<QByteArray> fields = splitAtBlanks(withoutName(text));
-    if (fields.size() < fewestFields) {
-        return 0;
-    }
-    qint64 ticks = 0;
-    for (int field = firstTimeField; field <= lastTimeField; ++field) {
-        ticks += qBound(-maxFigure, fields.at(field).toLongLong(), maxFigure);
-    }
-    return ticks;
 }
 
 qint64 meminfoField(const QByteArray &text, const QByteArray &field)

@@ -43,12 +43,6 @@ private:
 
 [[nodiscard]] qint64 sumField(const char *data, std::size_t size, const QByteArray &field);
 
-/**
- * The user and system time of a process and of the children it waited for, in clock ticks, from the text of its `stat`.
- * The name in parentheses counts as one field whatever it holds.
- */
-[[nodiscard]] qint64 processTicks(const QByteArray &text);
-
 /// The number behind the first "FIELD:" of `meminfo`, in kB.
 [[nodiscard]] qint64 meminfoField(const QByteArray &text, const QByteArray &field);
 

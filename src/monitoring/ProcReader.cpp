@@ -2,6 +2,7 @@
 
 #include "catalogue/Saturated.h"
 #include "monitoring/ProcParser.h"
+#include "system/ProcStat.h"
 
 #include <jov/Log.h>
 
@@ -89,7 +90,8 @@ qint64 ProcReader::getProcessTicks(const QString &pid) const
     QByteArray text;
     const bool done = read(pid, QStringLiteral("stat"),
                            [&text](const char *data, std::size_t size) { text.append(data, int(size)); });
-    return done ? ProcParser::processTicks(text) : 0;
+    const std::optional<ProcStat> stat = done ? ProcStat::parse(text) : std::nullopt;
+    return stat ? stat->ownTicks + stat->childTicks : 0;
 }
 
 double ProcReader::getCpuUsage(const QString &pid, std::chrono::milliseconds period) const

@@ -2,6 +2,7 @@
 #include "monitoring/ProcReader.h"
 #include "support/DataTable.h"
 #include "support/RootDir.h"
+#include "system/ProcStat.h"
 
 #include <QElapsedTimer>
 
@@ -73,7 +74,24 @@ private Q_SLOTS:
     void ticks()
     {
         QFETCH(QByteArray, text);
-        QTEST(ProcParser::processTicks(text), "expected");
+        const ProcStat stat = ProcStat::parse(text).value_or(ProcStat());
+        QTEST(stat.ownTicks + stat.childTicks, "expected");
+    }
+
+    void fields()
+    {
+        const std::optional<ProcStat> stat =
+            ProcStat::parse("12 (a name) with) 1 2 3) Z 1 -2 3 4 5 6 7 8 9 10 300 200 0 0 20 0 7 0 99 1024 25 0\n");
+        QVERIFY(stat);
+        QCOMPARE(stat->pid, 12);
+        QCOMPARE(stat->state, 'Z');
+        QCOMPARE(stat->parent, 1);
+        QCOMPARE(stat->processGroup, -2);
+        QCOMPARE(stat->ownTicks, qint64(500));
+        QCOMPARE(stat->threads, 7);
+        QCOMPARE(stat->startTime, quint64(99));
+        QCOMPARE(stat->virtualBytes, qint64(1024));
+        QCOMPARE(stat->residentPages, qint64(25));
     }
 
     void memoryInformation()

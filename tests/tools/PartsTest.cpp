@@ -3,14 +3,11 @@
 #include "client/TextWidth.h"
 #include "client/Units.h"
 #include "jovctl/BootChart.h"
-#include "jovctl/ProcessUsage.h"
 #include "support/DataTable.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
-
-#include <unistd.h>
 
 namespace {
 
@@ -133,20 +130,6 @@ private Q_SLOTS:
         QFETCH(QString, typed);
         const QStringList names{"A"_s, "JovGate"_s, "JovGate22"_s, "Platform"_s, "jovaudio"_s};
         QTEST(nearMisses(typed, names).join(u','), "meant");
-    }
-
-    void usage()
-    {
-        const QByteArray fields = " S 1 2 3 4 5 6 7 8 9 10 300 200 0 0 20 0 7 0 99 10485760 25 rest 1 2\n";
-        const std::optional<ProcessUsage> usage = ProcessUsage::parse("12 (a name) with) 1 2 3)" + fields);
-        QVERIFY(usage);
-        QCOMPARE(usage->virtualKb, qint64(10240));
-        QCOMPARE(usage->residentKb, qint64(25) * sysconf(_SC_PAGESIZE) / 1024);
-        QCOMPARE(usage->microseconds, quint64(500) * 1000000 / quint64(sysconf(_SC_CLK_TCK)));
-        QCOMPARE(usage->threads, 7);
-        for (const char *text : {"", "12", "12 (x", "12 (x)", "12 (x) S 1 2"}) {
-            QVERIFY2(!ProcessUsage::parse(text), text);
-        }
     }
 
     void boot_data()

@@ -1,12 +1,11 @@
 #ifndef PROCESS_USAGE_H
 #define PROCESS_USAGE_H
 
-#include <QByteArray>
-#include <QString>
+#include <QtGlobal>
 
 #include <optional>
 
-/// What one process takes, from its `/proc/PID/stat`.
+/// What one process uses.
 struct ProcessUsage
 {
     qint64 virtualKb = 0;
@@ -14,8 +13,6 @@ struct ProcessUsage
     quint64 microseconds = 0; ///< of processor time
     int threads = 0;
 
-    /// From the file's text; nothing when it is not one.
-    [[nodiscard]] static std::optional<ProcessUsage> parse(const QByteArray &text);
     /// Nothing when there is no such process.
     [[nodiscard]] static std::optional<ProcessUsage> read(uint pid);
 };
