@@ -1,11 +1,10 @@
 #include "root/PlatformIni.h"
 
 #include "root/IniText.h"
+#include "system/RegularFile.h"
 
 #include <jov/JovRoot.h>
 
-#include <QFile>
-#include <QFileInfo>
 #include <QSettings>
 #include <QStringList>
 
@@ -21,20 +20,23 @@ QString text(const QVariant &value)
     return value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
 }
 
-// Opening a FIFO for reading would wait for a writer: only a regular file is ever opened.
-QString faultOf(const QFileInfo &info)
+/// Nothing if there is no file at all, too.
+QString faultOf(RegularFile &file)
 {
-    if (!info.isFile()) {
+    if (file.result() == RegularFile::Result::Missing) {
+        return {};
+    }
+    if (file.result() == RegularFile::Result::NotRegular) {
         return QStringLiteral("no plain file");
     }
-    if (info.size() > largestFile) {
+    const std::optional<QByteArray> text = file.read(largestFile + 1);
+    if (!text) {
+        return file.errorText();
+    }
+    if (text->size() > largestFile) {
         return QStringLiteral("larger than 1 MiB");
     }
-    QFile file(info.filePath());
-    if (!file.open(QIODevice::ReadOnly)) {
-        return file.errorString();
-    }
-    return iniTextHoldsObjects(file.read(info.size())) ? QStringLiteral("@Variant or @DateTime in it") : QString();
+    return iniTextHoldsObjects(*text) ? QStringLiteral("@Variant or @DateTime in it") : QString();
 }
 
 } // namespace
@@ -46,17 +48,17 @@ QString path()
 
 QString fault()
 {
-    const QFileInfo info(path());
-    return info.exists() ? faultOf(info) : QString();
+    RegularFile file(path());
+    return faultOf(file);
 }
 
 QMap<QString, QString> section(const QString &name)
 {
-    const QFileInfo info(path());
-    if (name.isEmpty() || !faultOf(info).isEmpty()) {
+    RegularFile file(path());
+    if (name.isEmpty() || !faultOf(file).isEmpty() || file.result() == RegularFile::Result::Missing) {
         return {};
     }
-    QSettings ini(info.filePath(), QSettings::IniFormat);
+    QSettings ini(file.openName(), QSettings::IniFormat);
     ini.setIniCodec("UTF-8");
     QMap<QString, QString> values;
     // QSettings keeps the keys of a section [General] without a group.

@@ -31,8 +31,11 @@ public:
     [[nodiscard]] Result result() const { return m_result; }
     /// Why it was not opened or read, for people.
     [[nodiscard]] QString errorText() const { return qt_error_string(m_error); }
-    /// Valid unless the file is missing.
+    /// 0 if nothing is known about the file.
     [[nodiscard]] mode_t mode() const { return m_status.st_mode; }
+
+    /// A name that leads to the open file, whatever its own name leads to by now: for a library that opens it again.
+    [[nodiscard]] QString openName() const { return QStringLiteral("/proc/self/fd/%1").arg(m_descriptor.number()); }
 
     /// Reads from the beginning of the file to its end, but not more than `most` bytes. Nothing if it is not open or
     /// cannot be read.

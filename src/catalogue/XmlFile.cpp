@@ -1,15 +1,9 @@
 #include "catalogue/XmlFile.h"
 
 #include "catalogue/XmlMarkup.h"
+#include "system/RegularFile.h"
 
-#include <QFile>
 #include <QXmlStreamReader>
-
-#include <cerrno>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -28,34 +22,6 @@ XmlFile failure(XmlFile::Result result, const QString &error, int line = 0)
     return file;
 }
 
-XmlFile unreadable(int error)
-{
-    const bool missing = error == ENOENT || error == ENOTDIR;
-    return failure(missing ? XmlFile::Result::Missing : XmlFile::Result::NotReadable, qt_error_string(error));
-}
-
-// The bytes of a regular file; false with `error` set when there is none to be had.
-bool readBytes(const QString &path, QByteArray &bytes, int &error)
-{
-    // Without O_NONBLOCK, opening a pipe that nobody writes to would wait for ever.
-    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (descriptor < 0) {
-        error = errno;
-        return false;
-    }
-    struct stat status = {};
-    QFile file;
-    bool done = false;
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)
-        && file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        bytes = file.read(qMin<qint64>(status.st_size, maxFileSize) + 1);
-        done = file.error() == QFileDevice::NoError;
-    }
-    ::close(descriptor);
-    error = EINVAL;
-    return done;
-}
-
 // The limit for one reference that keeps all references of the file below the limit for the whole.
 int expansionLimit(int fileSize)
 {
@@ -66,11 +32,13 @@ int expansionLimit(int fileSize)
 
 XmlFile readXmlFile(const QString &path)
 {
-    QByteArray bytes;
-    int error = 0;
-    if (!readBytes(path, bytes, error)) {
-        return unreadable(error);
+    RegularFile opened(path);
+    const std::optional<QByteArray> text = opened.read(maxFileSize + 1);
+    if (!text) {
+        const bool missing = opened.result() == RegularFile::Result::Missing;
+        return failure(missing ? XmlFile::Result::Missing : XmlFile::Result::NotReadable, opened.errorText());
     }
+    const QByteArray &bytes = *text;
     if (bytes.size() > maxFileSize) {
         return failure(XmlFile::Result::NotParsable, QStringLiteral("the file is larger than 1 MiB"));
     }

@@ -1,10 +1,7 @@
 #ifndef PROC_FILE_H
 #define PROC_FILE_H
 
-#include <QByteArray>
-
-#include <cstddef>
-#include <functional>
+#include "system/RegularFile.h"
 
 /**
  * Reads a file whose name comes from anybody on the bus, below a directory that does not.
@@ -16,10 +13,9 @@ namespace ProcFile {
 
 enum class Result { Ok, Missing, NotReadable };
 
-constexpr std::size_t maxSize = std::size_t(64) * 1024 * 1024;
+constexpr qint64 maxSize = qint64(64) * 1024 * 1024;
 
-/// Takes the text piece by piece.
-using Sink = std::function<void(const char *data, std::size_t size)>;
+using Sink = RegularFile::Sink;
 
 /// Hands `directory`/`file` to `sink`. What the sink has got counts only when the result is Ok.
 [[nodiscard]] Result read(const QByteArray &directory, const QByteArray &file, const Sink &sink);

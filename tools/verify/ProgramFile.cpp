@@ -1,14 +1,11 @@
 #include "verify/ProgramFile.h"
 
+#include "system/RegularFile.h"
+
 #include <QFile>
 #include <QFileInfo>
 
-#include <array>
-
 #include <elf.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -40,23 +37,21 @@ QString machineName(int machine)
     }
 }
 
-using Header = std::array<unsigned char, headerSize>;
-
-int half(const Header &header, int offset)
+int half(const QByteArray &header, int offset)
 {
-    const bool bigEndian = header[EI_DATA] == ELFDATA2MSB;
-    const int low = header[size_t(offset) + (bigEndian ? 1 : 0)];
-    const int high = header[size_t(offset) + (bigEndian ? 0 : 1)];
+    const bool bigEndian = header.at(EI_DATA) == ELFDATA2MSB;
+    const uchar low = uchar(header.at(offset + (bigEndian ? 1 : 0)));
+    const uchar high = uchar(header.at(offset + (bigEndian ? 0 : 1)));
     return high << 8 | low;
 }
 
-void readElf(const Header &header, ProgramFile &program)
+void readElf(const QByteArray &header, ProgramFile &program)
 {
     program.kind = ProgramFile::Kind::Elf;
     program.architecture = QStringLiteral("%1, %2 bit%3")
                                .arg(machineName(half(header, machineOffset)),
-                                    header[EI_CLASS] == ELFCLASS64 ? QStringLiteral("64") : QStringLiteral("32"),
-                                    header[EI_DATA] == ELFDATA2MSB ? QStringLiteral(", big-endian") : QString());
+                                    header.at(EI_CLASS) == ELFCLASS64 ? QStringLiteral("64") : QStringLiteral("32"),
+                                    header.at(EI_DATA) == ELFDATA2MSB ? QStringLiteral(", big-endian") : QString());
     const int type = half(header, typeOffset);
     program.loadable = type == ET_EXEC || type == ET_DYN;
 }
@@ -73,29 +68,24 @@ QString followed(const QString &path, const QString &root)
 ProgramFile readProgramFile(const QString &path, const QString &root)
 {
     ProgramFile program;
-    const QByteArray file = QFile::encodeName(followed(path, root));
-    struct stat status = {};
-    if (::stat(file.constData(), &status) != 0) {
+    RegularFile file(followed(path, root));
+    if (file.mode() == 0) {
         return program;
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (file.result() == RegularFile::Result::NotRegular) {
         program.kind = ProgramFile::Kind::Special;
         return program;
     }
-    program.executable = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
-    program.kind = ProgramFile::Kind::Unreadable;
-    const int descriptor = ::open(file.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) {
+    program.executable = (file.mode() & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
+    if (file.result() != RegularFile::Result::Ok) {
+        program.kind = ProgramFile::Kind::Unreadable;
         return program;
     }
-    Header header{};
-    const ssize_t size = ::read(descriptor, header.data(), header.size());
-    ::close(descriptor);
+    const QByteArray header = file.read(headerSize).value_or(QByteArray());
     program.kind = ProgramFile::Kind::Other;
-    if (size == ssize_t(header.size())
-        && QByteArray(reinterpret_cast<const char *>(header.data()), SELFMAG) == ELFMAG) {
+    if (header.size() == headerSize && header.startsWith(ELFMAG)) {
         readElf(header, program);
-    } else if (size > 2 && header[0] == '#' && header[1] == '!') {
+    } else if (header.size() > 2 && header.startsWith("#!")) {
         program.kind = ProgramFile::Kind::Script;
     }
     return program;
