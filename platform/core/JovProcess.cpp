@@ -1,3 +1,5 @@
+#include "system/Spawn.h"
+
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
 
@@ -7,20 +9,11 @@
 
 #include <cerrno>
 #include <csignal>
-#include <vector>
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-
-bool isOpen(int descriptor)
-{
-    const int flags = fcntl(descriptor, F_GETFL);
-    return flags >= 0 && !(flags & O_PATH);
-}
 
 /// The wait status. A command that somebody stops is told to go on: the caller would stand still with it.
 int waitForEnd(pid_t pid)
@@ -37,38 +30,22 @@ int waitForEnd(pid_t pid)
 }
 
 /// The caller's environment; under another root, commands are looked for there first.
-class Environment
+std::vector<QByteArray> environment()
 {
-public:
-    Environment()
-    {
-        for (char **entry = environ; *entry; ++entry) {
-            m_entries.emplace_back(*entry);
+    std::vector<QByteArray> entries;
+    const bool isRooted = !JovRoot::prefix().isEmpty();
+    for (char **entry = environ; *entry; ++entry) {
+        if (!isRooted || qstrncmp(*entry, "PATH=", 5) != 0) {
+            entries.emplace_back(*entry);
         }
-        if (!JovRoot::prefix().isEmpty()) {
-            const QByteArray bin = QFile::encodeName(JovRoot::rooted(QStringLiteral("/usr/bin")));
-            const QByteArray path = qgetenv("PATH");
-            std::vector<QByteArray> others;
-            for (const QByteArray &entry : m_entries) {
-                if (!entry.startsWith("PATH=")) {
-                    others.push_back(entry);
-                }
-            }
-            others.push_back("PATH=" + bin + ':' + (path.isEmpty() ? QByteArray("/usr/bin:/bin") : path));
-            m_entries.swap(others);
-        }
-        for (QByteArray &entry : m_entries) {
-            m_pointers.push_back(entry.data());
-        }
-        m_pointers.push_back(nullptr);
     }
-
-    [[nodiscard]] char **data() { return m_pointers.data(); }
-
-private:
-    std::vector<QByteArray> m_entries;
-    std::vector<char *> m_pointers;
-};
+    if (isRooted) {
+        const QByteArray bin = QFile::encodeName(JovRoot::rooted(QStringLiteral("/usr/bin")));
+        const QByteArray path = qgetenv("PATH");
+        entries.push_back("PATH=" + bin + ':' + (path.isEmpty() ? QByteArray("/usr/bin:/bin") : path));
+    }
+    return entries;
+}
 
 } // namespace
 
@@ -118,33 +95,10 @@ QString getProcessErrorInString(int processError)
 
 int qor_system(const QByteArray &commandLine)
 {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (!isOpen(descriptor)) {
-            // A tool whose output is closed would print into the first file that it opens.
-            posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
-        }
-    }
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t none;
-    sigset_t all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-
-    QByteArray command = commandLine;
-    char shell[] = "sh";
-    char option[] = "-c";
-    char *arguments[] = {shell, option, command.data(), nullptr};
-    Environment environment;
+    Spawn spawn;
+    // A tool whose output is closed would print into the first file that it opens.
+    spawn.fillClosedStreams();
+    spawn.replaceEnvironment(environment());
     pid_t pid = 0;
-    const bool spawned = posix_spawn(&pid, "/bin/sh", &actions, &attributes, arguments, environment.data()) == 0;
-    const int status = spawned ? waitForEnd(pid) : -1;
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    return status;
+    return spawn.run(pid, "/bin/sh", {"sh", "-c", commandLine}) == 0 ? waitForEnd(pid) : -1;
 }

@@ -1,7 +1,7 @@
 #include "module/ChildProcess.h"
 
 #include "module/ChildReaper.h"
-#include "module/Spawn.h"
+#include "system/Spawn.h"
 
 #include <QFile>
 
@@ -79,13 +79,15 @@ bool ChildProcess::start(const Command &command)
     if (error == 0) {
         ChildReaper::instance().add(this);
         Spawn spawn;
+        spawn.separateGroup();
         spawn.takeInput(input[0]);
         spawn.changeDirectory(QFile::encodeName(command.workingDirectory));
         if (command.quiet) {
             spawn.discardOutput();
         }
+        const std::vector<QByteArray> words = wordsOf(command);
         const ChildLimit limit;
-        error = spawn.run(m_pid, wordsOf(command));
+        error = spawn.run(m_pid, words.front(), words);
         close(input[0]);
         m_input = input[1];
     }
