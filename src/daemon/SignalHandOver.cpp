@@ -2,14 +2,10 @@
 
 #include "supervision/SupervisionState.h"
 
-#include <QSocketNotifier>
-
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -17,7 +13,6 @@ namespace {
 // Not only one handler at a time: the bus has a thread of its own, and a mask holds in one thread alone.
 std::atomic<bool> signalTaken{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a signal handler");
-int writeEnd = -1;
 
 void writeText(const char *text, std::size_t size)
 {
@@ -50,64 +45,32 @@ void writeIgnored(int signal)
     writeText(line, size + sizeof after - 1);
 }
 
-// Async-signal-safe calls alone.
-void handle(int signal)
+// Runs in the signal handler.
+bool takeFirst(int signal)
 {
-    const int error = errno;
     if (signalTaken.exchange(true)) {
         writeIgnored(signal);
-    } else {
-        char order = 'H';
-        if (signal == SIGHUP) {
-            writeLine("Signal Hangup intercepted\n");
-        } else {
-            writeLine("Signal Terminate intercepted\n");
-            SupervisionState::noteTermination();
-            order = 'T';
-        }
-        const ssize_t written = write(writeEnd, &order, 1);
-        static_cast<void>(written);
+        return false;
     }
-    errno = error;
+    if (signal == SIGHUP) {
+        writeLine("Signal Hangup intercepted\n");
+    } else {
+        writeLine("Signal Terminate intercepted\n");
+        SupervisionState::noteTermination();
+    }
+    return true;
 }
 
 } // namespace
 
 SignalHandOver::SignalHandOver(bool foreground)
+    : m_bridge(foreground ? std::vector<int>{SIGHUP, SIGTERM, SIGINT} : std::vector<int>{SIGHUP, SIGTERM}, takeFirst)
 {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-        qFatal("no pipe for the signals: %s", std::strerror(errno));
-    }
-    m_readEnd = ends[0];
-    writeEnd = ends[1];
-    auto *notifier = new QSocketNotifier(m_readEnd, QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, &SignalHandOver::taken);
-
-    // In one thread, the line of the first comes before those of the others.
-    struct sigaction action = {};
-    action.sa_handler = handle;
-    sigemptyset(&action.sa_mask);
-    sigaddset(&action.sa_mask, SIGHUP);
-    sigaddset(&action.sa_mask, SIGTERM);
-    sigaddset(&action.sa_mask, SIGINT);
-    sigaction(SIGHUP, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    if (foreground) {
-        sigaction(SIGINT, &action, nullptr);
-    }
-    // A boot script may have been started with them blocked.
-    sigprocmask(SIG_UNBLOCK, &action.sa_mask, nullptr);
-}
-
-void SignalHandOver::taken()
-{
-    char order = 0;
-    while (read(m_readEnd, &order, 1) == 1) {
-        if (order == 'H') {
+    connect(&m_bridge, &SignalBridge::raised, this, [this](int signal) {
+        if (signal == SIGHUP) {
             Q_EMIT hangup();
         } else {
             Q_EMIT terminate();
         }
-    }
+    });
 }

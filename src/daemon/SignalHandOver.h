@@ -1,16 +1,17 @@
 #ifndef SIGNAL_HAND_OVER_H
 #define SIGNAL_HAND_OVER_H
 
+#include "system/SignalBridge.h"
+
 #include <QObject>
 
 /**
- * Brings `SIGHUP` (restart everything) and `SIGTERM` (stop and end) into the event loop. In the foreground Ctrl-C
- * counts as `SIGTERM`.
+ * Brings `SIGHUP` (restart everything) and `SIGTERM` (stop and end) into the event loop. In the foreground Ctrl-C is
+ * treated as `SIGTERM`.
  *
- * One signal is taken in the life of the process; every later one only gets its line on standard output. That is
- * decided in the handler, which also sets the stop flag for a `SIGTERM`, so that a start that is under way ends at its
- * next boundary even when the loop is busy. The work itself is done by the loop, which watches the descriptor that the
- * handler writes.
+ * The process handles one signal in its life; for every later one it only prints a line on standard output. The handler
+ * decides that, and sets the stop flag for a `SIGTERM`, so that a start in progress ends at its next boundary even when
+ * the loop is busy.
  *
  * One object, made after the application object; it is never uninstalled.
  */
@@ -26,9 +27,7 @@ Q_SIGNALS:
     void terminate();
 
 private:
-    void taken();
-
-    int m_readEnd = -1;
+    SignalBridge m_bridge;
 };
 
 #endif

@@ -1,15 +1,14 @@
 #ifndef CHILD_REAPER_H
 #define CHILD_REAPER_H
 
+#include "system/SignalBridge.h"
+
 #include <QObject>
 #include <QSet>
 
 class ChildProcess;
 
-/**
- * Brings `SIGCHLD` into the event loop and has every child looked at that is waited for. Nobody else's child is reaped,
- * and a handler that was there before is still called.
- */
+/// Looks, at every `SIGCHLD`, at each child that is waited for. Nobody else's child is reaped.
 class ChildReaper : public QObject
 {
     Q_OBJECT
@@ -26,7 +25,7 @@ private:
 
     void childEnded();
 
-    int m_readEnd = -1;
+    SignalBridge m_bridge;
     QSet<ChildProcess *> m_children;
 };
 
