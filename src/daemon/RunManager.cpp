@@ -1,10 +1,10 @@
 #include "daemon/RunManager.h"
 
-#include "daemon/Descriptors.h"
 #include "daemon/Options.h"
 #include "daemon/ParentProcess.h"
 #include "daemon/PidFile.h"
 #include "daemon/SignalHandOver.h"
+#include "daemon/StandardStreams.h"
 #include "manager/ApplicationManager.h"
 #include "module/ChildProcess.h"
 

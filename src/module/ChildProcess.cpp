@@ -64,7 +64,6 @@ void ChildProcess::raiseDescriptorLimit()
 ChildProcess::~ChildProcess()
 {
     ChildReaper::instance().remove(this);
-    closeInput();
     if (isRunning()) {
         ::kill(m_pid, SIGKILL);
         while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) { }
@@ -73,14 +72,16 @@ ChildProcess::~ChildProcess()
 
 bool ChildProcess::start(const Command &command)
 {
-    closeInput();
+    m_input.reset();
     int input[2] = {-1, -1};
     int error = pipe2(input, O_CLOEXEC) == 0 ? 0 : errno;
     if (error == 0) {
+        const Descriptor childsInput(input[0]);
+        m_input.reset(input[1]);
         ChildReaper::instance().add(this);
         Spawn spawn;
         spawn.separateGroup();
-        spawn.takeInput(input[0]);
+        spawn.takeInput(childsInput.number());
         spawn.changeDirectory(QFile::encodeName(command.workingDirectory));
         if (command.quiet) {
             spawn.discardOutput();
@@ -88,14 +89,12 @@ bool ChildProcess::start(const Command &command)
         const std::vector<QByteArray> words = wordsOf(command);
         const ChildLimit limit;
         error = spawn.run(m_pid, words.front(), words);
-        close(input[0]);
-        m_input = input[1];
     }
     if (error == 0) {
         return true;
     }
     m_pid = 0;
-    closeInput();
+    m_input.reset();
     m_errorString = QStringLiteral("execvp: ") + QString::fromLocal8Bit(std::strerror(error));
     m_listener.processFailed(QProcess::FailedToStart);
     return false;
@@ -109,14 +108,6 @@ void ChildProcess::kill()
     }
 }
 
-void ChildProcess::closeInput()
-{
-    if (m_input >= 0) {
-        close(m_input);
-        m_input = -1;
-    }
-}
-
 void ChildProcess::reap()
 {
     int status = 0;
@@ -124,7 +115,7 @@ void ChildProcess::reap()
         return;
     }
     m_pid = 0;
-    closeInput();
+    m_input.reset();
     if (WIFSIGNALED(status)) {
         m_errorString = QStringLiteral("Process crashed");
         m_listener.processFailed(QProcess::Crashed);

@@ -1,6 +1,8 @@
 #ifndef CHILD_PROCESS_H
 #define CHILD_PROCESS_H
 
+#include "system/Descriptor.h"
+
 #include <QProcess>
 
 #include <sys/types.h>
@@ -67,11 +69,10 @@ private:
 
     /// Looks whether the child has ended.
     void reap();
-    void closeInput();
 
     Listener &m_listener;
     pid_t m_pid = 0;
-    int m_input = -1; ///< our end of the child's standard input
+    Descriptor m_input; ///< our end of the child's standard input
     QString m_errorString;
 };
 

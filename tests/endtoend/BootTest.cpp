@@ -163,11 +163,13 @@ private Q_SLOTS:
         QFETCH(QString, message);
         QFETCH(QString, line);
         Terminal terminal("step one 1\nstep five 5\nA one\nB five"_s + settingsManager);
-        // A boot script may have been started with the report blocked.
-        sigset_t report;
-        sigemptyset(&report);
-        sigaddset(&report, SIGUSR2);
-        sigprocmask(SIG_BLOCK, &report, nullptr);
+        // A boot script may have been started with signals blocked.
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        for (const int signal : {SIGUSR2, SIGTERM, SIGCHLD}) {
+            sigaddset(&blocked, signal);
+        }
+        sigprocmask(SIG_BLOCK, &blocked, nullptr);
         connect(&terminal, &Terminal::event, this, [&](const QString &name) {
             if (name == "checkMandatorySettings"_s && reboot.isValid()) {
                 terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, reboot}});

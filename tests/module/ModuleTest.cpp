@@ -19,6 +19,8 @@
 
 namespace {
 
+volatile sig_atomic_t otherHandlerCalls = 0;
+
 ModuleLimits shortLimits()
 {
     ModuleLimits limits;
@@ -46,6 +48,12 @@ class ModuleTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // As a library's own.
+    void initTestCase()
+    {
+        std::signal(SIGCHLD, [](int) { otherHandlerCalls = otherHandlerCalls + 1; });
+    }
+
     void init()
     {
         m_root.keepLog();
@@ -154,6 +162,7 @@ private Q_SLOTS:
         // Only that kill was ours.
         kill(m_record.getID().toInt(), SIGKILL);
         QTRY_COMPARE(crashed.count(), 1);
+        QVERIFY(otherHandlerCalls > 0);
     }
 
     // A kill during a stop of everything, reaped when the next start has begun: nothing reboots the terminal.

@@ -1,4 +1,4 @@
-#include "daemon/Descriptors.h"
+#include "daemon/StandardStreams.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
-#ifndef DESCRIPTORS_H
-#define DESCRIPTORS_H
+#ifndef STANDARD_STREAMS_H
+#define STANDARD_STREAMS_H
 
 /**
  * Holds those numbers of the standard streams that are free, so that nothing else gets them.
