@@ -15,10 +15,3 @@ configure_and_build() {
     fi
     rm -f "$log"
 }
-
-# has_target PRESET TARGET: whether the configured build has that target.
-has_target() {
-    local targets
-    targets=$(cmake --build "$project/build/$1" --target help)
-    grep -q "^$2: " <<<"$targets"
-}
