@@ -2,7 +2,7 @@
 #include "FuzzRoot.h"
 #include "Wire.h"
 #include "core/EventBus.h"
-#include "core/EventValue.h"
+#include "qtdbus/EventValue.h"
 
 #include <jov/BusNames.h>
 
@@ -107,7 +107,7 @@ void deliver(EventBus &bus, Receiver &receiver, const QDBusMessage &message)
     }();
     static Wire &wire = *new Wire;
     static_cast<void>(application);
-    const bool canTravel = EventBus::canTravel(message);
+    const bool canTravel = EventValue::canTravel(message);
     receiver.expect(canTravel);
     if (canTravel) {
         const QDBusMessage come = wire.carry(message);

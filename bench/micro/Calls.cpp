@@ -1,5 +1,5 @@
-#include "core/BusExchange.h"
 #include "micro/Sections.h"
+#include "qtdbus/BusExchange.h"
 #include "rig/FigureTable.h"
 #include "rig/MeasuredBoot.h"
 #include "rig/ProcessTime.h"

@@ -1,29 +1,16 @@
 #include "core/BusLink.h"
 
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 
 #include <jov/BusNames.h>
 #include <jov/Log.h>
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>
-#include <QMetaMethod>
 
 namespace {
 
 constexpr int retryInterval = 1000;
-
-/// Nothing is exported for a class without scriptable slots, so that an adaptor alone is what a bus browser sees.
-QDBusConnection::RegisterOptions exportOf(const QObject *object)
-{
-    const QMetaObject *type = object->metaObject();
-    for (int i = QObject::staticMetaObject.methodCount(); i < type->methodCount(); ++i) {
-        if ((type->method(i).attributes() & QMetaMethod::Scriptable) != 0) {
-            return QDBusConnection::ExportAdaptors | QDBusConnection::ExportScriptableSlots;
-        }
-    }
-    return QDBusConnection::ExportAdaptors;
-}
 
 QString newConnectionName(const QString &component)
 {
@@ -73,7 +60,9 @@ bool BusLink::takeName()
 {
     const QString object = BusNames::object(m_component);
     const QString service = BusNames::service(m_component);
-    if (!m_connection.registerObject(object, m_object, exportOf(m_object))) {
+    // The bus methods are those of the adaptors, or the scriptable slots of the class.
+    const auto methods = QDBusConnection::ExportAdaptors | QDBusConnection::ExportScriptableSlots;
+    if (!m_connection.registerObject(object, m_object, methods)) {
         m_errorText = QStringLiteral("the object %1 cannot be served").arg(object);
         return false;
     }

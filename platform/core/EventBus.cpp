@@ -1,6 +1,7 @@
 #include "core/EventBus.h"
 
-#include "core/EventValue.h"
+#include "qtdbus/EventValue.h"
+#include "qtdbus/MatchText.h"
 
 #include <jov/BusNames.h>
 #include <jov/Log.h>
@@ -12,20 +13,7 @@
 namespace {
 
 constexpr int mostOwnRules = 32;
-constexpr int longestInRule = 255;
 const QString eventSignature = QStringLiteral("sa{sv}");
-
-/// Whether the name can stand in a match rule as it is. A rule of more than 1,024 bytes is refused, silently for us.
-bool fitsRule(const QString &name)
-{
-    // Not by a regular expression: its compiler would leave the process a page that is writable and executable.
-    const auto isPlain = [](QChar character) {
-        const char16_t code = character.unicode();
-        return (code >= 'a' && code <= 'z') || (code >= 'A' && code <= 'Z') || (code >= '0' && code <= '9')
-            || code == '_' || code == '.' || code == '-';
-    };
-    return !name.isEmpty() && name.size() <= longestInRule && std::all_of(name.begin(), name.end(), isPlain);
-}
 
 QString nameOf(const QDBusMessage &message)
 {
@@ -58,14 +46,7 @@ EventBus::EventBus(const QString &component, QObject *object)
 
 bool EventBus::send(const QDBusMessage &message) const
 {
-    return m_link.isOpen() && canTravel(message) && m_link.connection().send(message);
-}
-
-bool EventBus::canTravel(const QDBusMessage &message)
-{
-    const QVariantList arguments = message.arguments();
-    return std::all_of(arguments.cbegin(), arguments.cend(),
-                       [](const QVariant &argument) { return EventValue::canTravel(argument); });
+    return m_link.isOpen() && EventValue::canTravel(message) && m_link.connection().send(message);
 }
 
 void EventBus::takeRules()
@@ -87,7 +68,7 @@ void EventBus::takeRule(const QString &name)
     if (!m_link.isOpen()) {
         return;
     }
-    if (fitsRule(name) && m_ownNames.size() < mostOwnRules) {
+    if (fitsMatchRule(name) && m_ownNames.size() < mostOwnRules) {
         m_ownNames.insert(name);
         connectEvents(m_link.connection(), {name}, this, SLOT(slot_ownEvent(QDBusMessage)));
         return;

@@ -28,8 +28,6 @@ public:
     [[nodiscard]] BusLink &link() { return m_link; }
     [[nodiscard]] const BusLink &link() const { return m_link; }
     [[nodiscard]] EventSubscriptions &subscriptions() { return m_subscriptions; }
-    /// Whether D-Bus can carry all its arguments.
-    [[nodiscard]] static bool canTravel(const QDBusMessage &message);
     /// False without a bus, and when the message holds what cannot travel.
     bool send(const QDBusMessage &message) const;
 

@@ -1,6 +1,6 @@
 #include "core/EventSlot.h"
 
-#include "core/EventValue.h"
+#include "qtdbus/EventValue.h"
 
 #include <jov/Log.h>
 

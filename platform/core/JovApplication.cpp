@@ -1,5 +1,6 @@
-#include "core/AskedNames.h"
 #include "core/EventBus.h"
+#include "qtdbus/AskedNames.h"
+#include "qtdbus/CallContext.h"
 #include "root/PlatformIni.h"
 
 #include <jov/JovApplication.h>
@@ -113,16 +114,14 @@ bool JovApplication::notify(QObject *receiver, QEvent *event)
         return QCoreApplication::notify(receiver, event);
     }
     limitAskedNames(receiver, event);
-    // QtDBus points the module's call context at its own stack while a slot runs; an exception jumps over the line that
-    // puts it back.
     JovModule *const module = m_module;
-    const QDBusContext context = module ? static_cast<const QDBusContext &>(*module) : QDBusContext();
+    const CallContext context(module);
     try {
         return QCoreApplication::notify(receiver, event);
     } catch (JovException *thrown) { // NOLINT(misc-throw-by-value-catch-by-reference): the platform throws pointers
         logAndDelete(thrown);
         if (module && module == m_module) {
-            static_cast<QDBusContext &>(*module) = context;
+            context.restore(*module);
         }
     }
     return false;

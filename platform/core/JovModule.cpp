@@ -1,4 +1,5 @@
 #include "core/EventBus.h"
+#include "qtdbus/EventValue.h"
 
 #include <jov/BusNames.h>
 #include <jov/JovApplication.h>
@@ -77,7 +78,7 @@ QDBusMessage JovModule::syncRemoteCall(const QString &component, const QString &
                                QStringLiteral("no bus to call %1 of %2").arg(method, component));
     }
     const QDBusMessage call = methodCall(component, method, arguments);
-    if (!EventBus::canTravel(call)) {
+    if (!EventValue::canTravel(call)) {
         return call.createErrorReply(QDBusError::InvalidArgs,
                                      QStringLiteral("an argument of %1 cannot travel on the bus").arg(method));
     }

@@ -1,7 +1,7 @@
 #include "app/TerminalBus.h"
 
 #include "client/BusClient.h"
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 
 #include <jov/BusNames.h>
 

@@ -1,8 +1,8 @@
 #include "manager/SettingsAccess.h"
 
 #include "contract/Components.h"
-#include "core/EventValue.h"
 #include "monitoring/MemoryWatchdog.h"
+#include "qtdbus/EventValue.h"
 #include "supervision/BusAccess.h"
 
 #include <jov/JovException.h>

@@ -1,4 +1,4 @@
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 #include "support/Terminal.h"
 
 #include <jov/Setting.h>

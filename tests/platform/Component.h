@@ -2,7 +2,7 @@
 #define COMPONENT_H
 
 #include "bus/PrivateBus.h"
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 #include "support/RootDir.h"
 
 #include <jov/JovApplication.h>

@@ -1,6 +1,6 @@
 #include "support/Terminal.h"
 
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 
 #include <jov/ApplicationConfig.h>
 #include <jov/BusNames.h>

@@ -4,7 +4,7 @@
 #include "client/Failure.h"
 #include "client/NearMiss.h"
 #include "client/WaitNotice.h"
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>

@@ -1,4 +1,4 @@
-#include "core/AskedNames.h"
+#include "qtdbus/AskedNames.h"
 
 #include <QEvent>
 #include <QObject>

@@ -1,6 +1,7 @@
-#include "core/EventValue.h"
+#include "qtdbus/EventValue.h"
 
 #include <QDBusArgument>
+#include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusSignature>
@@ -167,6 +168,13 @@ std::optional<QVariant> converted(const QVariant &value, int type)
 bool canTravel(const QVariant &value)
 {
     return canTravel(value, 0);
+}
+
+bool canTravel(const QDBusMessage &message)
+{
+    const QVariantList arguments = message.arguments();
+    return std::all_of(arguments.cbegin(), arguments.cend(),
+                       [](const QVariant &argument) { return canTravel(argument, 0); });
 }
 
 } // namespace EventValue

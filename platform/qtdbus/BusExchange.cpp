@@ -1,4 +1,4 @@
-#include "core/BusExchange.h"
+#include "qtdbus/BusExchange.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
