@@ -165,11 +165,6 @@ std::optional<QVariant> converted(const QVariant &value, int type)
     return std::nullopt;
 }
 
-bool canTravel(const QVariant &value)
-{
-    return canTravel(value, 0);
-}
-
 bool canTravel(const QDBusMessage &message)
 {
     const QVariantList arguments = message.arguments();

@@ -23,9 +23,7 @@ namespace EventValue {
 /// `value` as the meta type `type`: as it is, as a type that QtDBus knows under its signature, or by QVariant::convert.
 [[nodiscard]] std::optional<QVariant> converted(const QVariant &value, int type);
 
-/// Whether D-Bus can carry the value with all that is inside it. To be called before anything is sent.
-[[nodiscard]] bool canTravel(const QVariant &value);
-/// The same of all arguments of a message.
+/// Whether D-Bus can carry all arguments of a message, with all that is inside them. To be called before it is sent.
 [[nodiscard]] bool canTravel(const QDBusMessage &message);
 
 } // namespace EventValue

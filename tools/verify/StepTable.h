@@ -37,7 +37,6 @@ public:
     [[nodiscard]] QList<const InitStep *> chain() const;
     /// All names that somebody can have meant.
     [[nodiscard]] QStringList names() const;
-    [[nodiscard]] const Place &place() const { return m_place; }
 
 private:
     void readEntry(const XmlElement &element, Findings &findings);
