@@ -21,10 +21,10 @@ void checkRecord(const ApplicationRecord &record)
     const bool isUsable = record.getStatus() == ConfigStatus::ok;
     require(isUsable || record.getStatus() == ConfigStatus::notParsable, "a status that a readable file cannot have");
     require(!record.getInitStep().isEmpty() || isUsable, "no step after a file that cannot be used");
-    require(
-        isUsable
-            || (record.getDependencies().isEmpty() && record.getExtraArgs().isEmpty() && !record.getMaxMemory().isSet()),
-        "values of a file that cannot be used");
+    require(isUsable
+                || (record.getDependencies().isEmpty() && record.getExtraArgs().isEmpty()
+                    && !record.getMaxMemory().isSet()),
+            "values of a file that cannot be used");
     require(lengthOf(record.getDependencies()) + lengthOf(record.getExtraArgs()) <= mostText, "texts grow");
     require(!record.toString().isEmpty(), "a record without a text");
 }

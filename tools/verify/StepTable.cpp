@@ -1,9 +1,9 @@
 #include "verify/StepTable.h"
 
-#include "contract/Steps.h"
 #include "catalogue/ConfigReader.h"
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
+#include "contract/Steps.h"
 #include "initstep/InitStepFile.h"
 #include "verify/XmlElements.h"
 
