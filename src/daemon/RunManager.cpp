@@ -7,22 +7,36 @@
 #include "daemon/StandardStreams.h"
 #include "manager/ApplicationManager.h"
 #include "module/ChildProcess.h"
+#include "module/ChildReaper.h"
 
 #include <jov/JovApplication.h>
 
 #include <cstdio>
 
+namespace {
+
+constexpr int lastWait = 200; // milliseconds, for processes that were killed at the end
+
+} // namespace
+
 int runManager(int argc, char **argv, pid_t parent, bool debugMode, const ManagerTiming &timing)
 {
     ChildProcess::raiseDescriptorLimit();
     JovApplication application(argc, argv);
-    ApplicationManager manager(timing);
-    manager.setDebugMode(debugMode);
-    manager.setParent(parent);
-    SignalHandOver signalHandOver(parent == 0);
-    QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
-    QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
-    return application.exec();
+    // Here a missing descriptor still ends the process; at the first launch it would be too late.
+    ChildReaper &reaper = ChildReaper::instance();
+    int result = 0;
+    {
+        ApplicationManager manager(timing);
+        manager.setDebugMode(debugMode);
+        manager.setParent(parent);
+        SignalHandOver signalHandOver(parent == 0);
+        QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
+        QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
+        result = application.exec();
+    }
+    reaper.waitForGivenUp(lastWait);
+    return result;
 }
 
 int runDaemon(int argc, char **argv, const ManagerTiming &timing)

@@ -96,6 +96,7 @@ bool ApplicationManager::stop()
 void ApplicationManager::beginStart()
 {
     m_state.beginStart();
+    m_state.setParameters(Parameters::read(getParameters()));
     m_mandatorySettings.reset();
     m_journal.noteStart(m_initialised);
 }

@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -39,6 +40,25 @@ public:
     ChildLimit &operator=(const ChildLimit &) = delete;
 };
 
+/// The children's umask while it lives.
+class ChildMask
+{
+public:
+    explicit ChildMask(std::optional<mode_t> mask)
+        : m_ownMask(mask ? std::optional(umask(*mask)) : std::nullopt)
+    { }
+    ~ChildMask()
+    {
+        if (m_ownMask) {
+            umask(*m_ownMask);
+        }
+    }
+    Q_DISABLE_COPY(ChildMask)
+
+private:
+    const std::optional<mode_t> m_ownMask;
+};
+
 std::vector<QByteArray> wordsOf(const ChildProcess::Command &command)
 {
     std::vector<QByteArray> words{QFile::encodeName(command.program)};
@@ -63,22 +83,23 @@ void ChildProcess::raiseDescriptorLimit()
 
 ChildProcess::~ChildProcess()
 {
-    ChildReaper::instance().remove(this);
+    m_left.kill();
     if (isRunning()) {
-        ::kill(m_pid, SIGKILL);
-        while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) { }
+        kill();
+        ChildReaper::instance().giveUp(m_pid, m_name);
     }
 }
 
 bool ChildProcess::start(const Command &command)
 {
+    m_left.kill();
+    m_name = command.name;
     m_input.reset();
     int input[2] = {-1, -1};
     int error = pipe2(input, O_CLOEXEC) == 0 ? 0 : errno;
     if (error == 0) {
         const Descriptor childsInput(input[0]);
         m_input.reset(input[1]);
-        ChildReaper::instance().add(this);
         Spawn spawn;
         spawn.separateGroup();
         spawn.takeInput(childsInput.number());
@@ -88,9 +109,11 @@ bool ChildProcess::start(const Command &command)
         }
         const std::vector<QByteArray> words = wordsOf(command);
         const ChildLimit limit;
+        const ChildMask mask(command.mask);
         error = spawn.run(m_pid, words.front(), words);
     }
     if (error == 0) {
+        ChildReaper::instance().add(m_pid, this);
         return true;
     }
     m_pid = 0;
@@ -102,8 +125,9 @@ bool ChildProcess::start(const Command &command)
 
 void ChildProcess::kill()
 {
-    // Its number is its own until we have reaped it.
+    // Its number is its own, and that of its group, until it is reaped. It can have left the group.
     if (isRunning()) {
+        ::kill(-m_pid, SIGKILL);
         ::kill(m_pid, SIGKILL);
     }
 }
@@ -111,7 +135,7 @@ void ChildProcess::kill()
 void ChildProcess::reap()
 {
     int status = 0;
-    if (!isRunning() || waitpid(m_pid, &status, WNOHANG) != m_pid) {
+    if (!isRunning() || !ProcessGroup::reapLeader(m_pid, status, m_left)) {
         return;
     }
     m_pid = 0;

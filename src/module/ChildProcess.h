@@ -1,9 +1,12 @@
 #ifndef CHILD_PROCESS_H
 #define CHILD_PROCESS_H
 
+#include "module/ProcessGroup.h"
 #include "system/Descriptor.h"
 
 #include <QProcess>
+
+#include <optional>
 
 #include <sys/types.h>
 
@@ -19,8 +22,9 @@
  * alone, and must not look like a crash of every module), no blocked signals and default handlers, and the limit of
  * open files that the daemon itself was started with.
  *
- * The end is noticed through the event loop; until then the object counts as running, also when the child is dead
- * already. A running child is killed with its object.
+ * The end is noticed through the event loop; until then the object is running, also if the child is dead already. A
+ * kill reaches the child's whole process group. What an ended child has left in its group is killed before the next
+ * start and with the object. A running child is killed with the object and handed to the reaper, under its name.
  */
 class ChildProcess
 {
@@ -38,9 +42,11 @@ public:
 
     struct Command
     {
+        QString name; ///< under which the reaper holds it, if it cannot be reaped
         QString program;
         QStringList arguments;
         QString workingDirectory;
+        std::optional<mode_t> mask; ///< its umask instead of our own
         bool quiet = true; ///< its output goes to /dev/null, else to our own streams
     };
 
@@ -67,11 +73,13 @@ public:
 private:
     friend class ChildReaper;
 
-    /// Looks whether the child has ended.
+    /// The child has ended.
     void reap();
 
     Listener &m_listener;
     pid_t m_pid = 0;
+    QString m_name;
+    ProcessGroup m_left; ///< of the last run
     Descriptor m_input; ///< our end of the child's standard input
     QString m_errorString;
 };

@@ -3,30 +3,44 @@
 
 #include "system/SignalBridge.h"
 
+#include <QHash>
 #include <QObject>
-#include <QSet>
+#include <QString>
+
+#include <sys/types.h>
 
 class ChildProcess;
 
-/// Looks, at every `SIGCHLD`, at each child that is waited for. Nobody else's child is reaped.
+/**
+ * Reaps, at every `SIGCHLD`, the children that have ended: those whose owner waits for them, and those that were killed
+ * and given up by their owner. Nobody else's child is reaped.
+ */
 class ChildReaper : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Made at the first call, for the life of the process.
+    /// Made at the first call, for the life of the process. The first call is that of the entry: it aborts the process
+    /// if no descriptor is left.
     static ChildReaper &instance();
 
-    void add(ChildProcess *child) { m_children.insert(child); }
-    void remove(ChildProcess *child) { m_children.remove(child); }
+    void add(pid_t pid, ChildProcess *child) { m_children.insert(pid, child); }
+    /// The owner goes. The child is killed, but not waited for: a debugger or an uninterruptible sleep can hold it.
+    void giveUp(pid_t pid, const QString &name);
+    /// Whether a child of that name was given up and has not ended yet.
+    [[nodiscard]] bool holds(const QString &name) const { return m_givenUp.key(name, 0) != 0; }
+    /// Waits for what was given up, `limit` milliseconds at most.
+    void waitForGivenUp(int limit);
 
 private:
     ChildReaper();
 
-    void childEnded();
+    void reapEnded();
+    void askEach();
 
     SignalBridge m_bridge;
-    QSet<ChildProcess *> m_children;
+    QHash<pid_t, ChildProcess *> m_children;
+    QHash<pid_t, QString> m_givenUp;
 };
 
 #endif

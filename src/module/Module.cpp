@@ -4,6 +4,7 @@
 #include "catalogue/ModulePaths.h"
 #include "contract/Components.h"
 #include "contract/Events.h"
+#include "module/ChildReaper.h"
 #include "module/CrashPolicy.h"
 #include "supervision/BusAccess.h"
 #include "supervision/SupervisionObserver.h"
@@ -96,7 +97,8 @@ bool Module::start()
 // the end of the next.
 bool Module::waitForPreviousProcess()
 {
-    const auto reaped = [this] { return !m_process.isRunning(); };
+    // One of an earlier list of modules can still be held, too.
+    const auto reaped = [this] { return !m_process.isRunning() && !ChildReaper::instance().holds(getName()); };
     if (reaped()) {
         return true;
     }
@@ -125,6 +127,8 @@ bool Module::launch()
         m_webappTimer->stop(); // That of an earlier run.
     }
     ChildProcess::Command command;
+    command.name = name;
+    command.mask = m_context.state.parameters().moduleUmask;
     command.program = directory + name;
     command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + config->getExtraArgs();
     command.workingDirectory = directory;

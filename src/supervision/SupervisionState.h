@@ -1,6 +1,7 @@
 #ifndef SUPERVISION_STATE_H
 #define SUPERVISION_STATE_H
 
+#include "supervision/Parameters.h"
 #include "supervision/Timing.h"
 #include "supervision/WaitLoop.h"
 
@@ -58,12 +59,16 @@ public:
     [[nodiscard]] bool debugMode() const { return m_debugMode; }
     void setDebugMode(bool debugMode) { m_debugMode = debugMode; }
 
+    [[nodiscard]] const Parameters &parameters() const { return m_parameters; }
+    void setParameters(const Parameters &parameters) { m_parameters = parameters; }
+
     [[nodiscard]] const ModuleLimits &limits() const { return m_limits; }
     /// Where starts, stops and checks wait.
     [[nodiscard]] WaitLoop &waits() { return m_waits; }
 
 private:
     const ModuleLimits m_limits;
+    Parameters m_parameters;
     WaitLoop m_waits;
     quint64 m_stopGeneration = 0;
     int m_stops = 0; ///< stops of everything that are on the stack

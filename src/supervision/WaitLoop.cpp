@@ -5,14 +5,22 @@
 #include <QEventLoop>
 #include <QTimer>
 
+namespace {
+
+// Milliseconds by which a limit's timer can be late on a busy machine, and what is then granted.
+constexpr int late = 1000;
+constexpr int graceTime = 200;
+
+} // namespace
+
 WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int limit)
 {
     QElapsedTimer elapsed;
     elapsed.start();
     bool limitPassed = false;
-    const auto inTime = [&] { return limit < 0 || (!limitPassed && elapsed.elapsed() < limit); };
+    bool granted = false;
     if (reached()) {
-        return inTime() ? Outcome::Reached : Outcome::TimedOut;
+        return limit == 0 ? Outcome::TimedOut : Outcome::Reached;
     }
 
     const int level = ++m_depth;
@@ -27,6 +35,12 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
     limitTimer.setSingleShot(true);
     limitTimer.setTimerType(Qt::PreciseTimer);
     connect(&limitTimer, &QTimer::timeout, &loop, [&] {
+        if (!granted && elapsed.elapsed() > limit + late) {
+            // The process was stopped, or busy: what happened in time is still to be read.
+            granted = true;
+            limitTimer.start(graceTime);
+            return;
+        }
         limitPassed = true;
         loop.quit();
     });
@@ -41,7 +55,9 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
         Q_EMIT idle();
     }
 
+    if (limitPassed) {
+        return Outcome::TimedOut;
+    }
     // The loop was left without a reason of its own: the application's own loop is ending, and every other with it.
-    const bool ending = inTime() && !reached();
-    return ending ? Outcome::Released : inTime() ? Outcome::Reached : Outcome::TimedOut;
+    return reached() ? Outcome::Reached : Outcome::Released;
 }

@@ -72,6 +72,8 @@ private Q_SLOTS:
     void process()
     {
         Terminal terminal("step one 1\nfoo one -a --ready-after=5 -b");
+        const QString ini = "/etc/JovApplication/platform.ini"_s;
+        terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\nmodule_umask=0137\n");
         terminal.start();
         QVERIFY(terminal.waitForStates("foo:RUNNING"_s));
         const QList<pid_t> pids = terminal.modules().value("foo"_s);
@@ -81,6 +83,7 @@ private Q_SLOTS:
                  directory + "/foo --moduleName=foo -a --ready-after=5 -b"_s);
         QCOMPARE(QFile::symLinkTarget("/proc/%1/cwd"_s.arg(pids.first())), directory);
         QCOMPARE(getpgid(pids.first()), pids.first());
+        QCOMPARE(Processes::figure(pids.first(), "status", "Umask"), 137);
         QCOMPARE(Processes::figure(pids.first(), "status", "SigBlk"), 0);
         QVERIFY(terminal.call("getModulesListInString"_s).startsWith("ID:%1 "_s.arg(pids.first())));
     }

@@ -3,6 +3,7 @@
 #include "manager/SettingsAccess.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/ProcReader.h"
+#include "supervision/Parameters.h"
 #include "support/DataTable.h"
 #include "support/FakeSupervision.h"
 #include "support/RootDir.h"
@@ -112,6 +113,27 @@ private Q_SLOTS:
         QVERIFY(qAbs(watchdog.remainingTime() - period) <= 2000);
         watchdog.checkMemory();
         QCOMPARE(watchdog.remainingTime() > 0, delay > 0);
+    }
+
+    void parameters_data()
+    {
+        columns<QString, int>("umask", "mask");
+        row("octal", "022", 18);
+        row("largest", "777", 511);
+        row("none", "0", 0);
+        row("too large", "1000", -1);
+        row("no octal number", "28", -1);
+        row("negative", "-1", -1);
+        row("empty", "", -1);
+    }
+
+    void parameters()
+    {
+        QFETCH(QString, umask);
+        const Parameters parameters = Parameters::read({{"module_umask"_s, umask}});
+        QTEST(parameters.moduleUmask ? int(*parameters.moduleUmask) : -1, "mask");
+        QCOMPARE(m_root.log().filter("warning platform.ini: module_umask"_s).size(), parameters.moduleUmask ? 0 : 1);
+        QVERIFY(!Parameters::read({}).moduleUmask);
     }
 
     // Only the parent at the time of the fork is told.

@@ -1,8 +1,10 @@
 #include "module/Module.h"
 
 #include "catalogue/ApplicationRecord.h"
+#include "module/ChildReaper.h"
 #include "support/DataTable.h"
 #include "support/FakeSupervision.h"
+#include "support/Processes.h"
 #include "support/RootDir.h"
 
 #include <jov/JovEvent.h>
@@ -12,10 +14,13 @@
 #include <QSignalSpy>
 #include <QTimer>
 
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 
+#include <sys/ptrace.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -57,6 +62,7 @@ private Q_SLOTS:
     void init()
     {
         m_root.keepLog();
+        ChildReaper::instance().waitForGivenUp(5000); // A start would wait for those of the test before.
         m_record = ApplicationRecord();
         m_record.setName("M"_s);
         makeModule();
@@ -163,6 +169,82 @@ private Q_SLOTS:
         kill(m_record.getID().toInt(), SIGKILL);
         QTRY_COMPARE(crashed.count(), 1);
         QVERIFY(otherHandlerCalls > 0);
+    }
+
+    // A kill reaches the children of a module; those of one that ended by itself go before its next start.
+    void childrenOfAModule()
+    {
+        ShortSupervision supervision;
+        m_root.writeScript("/usr/lib/JovApplication/M"_s, "sleep 1001 & sleep 1002; exit 3");
+        QList<Processes::Process> family;
+        const auto remain = [&family] {
+            return int(std::count_if(family.begin(), family.end(), [](const Processes::Process &process) {
+                return Processes::commandLine(process.pid).contains("sleep 100");
+            }));
+        };
+        {
+            Module module(&m_record, supervision.moduleContext());
+            const auto start = [&] {
+                QTimer::singleShot(100, &module, &Module::slot_endOfInit);
+                family = module.start() ? Processes::below(m_record.getID().toInt()) : QList<Processes::Process>();
+            };
+            start();
+            QCOMPARE(remain(), 2);
+            kill(family.last().pid, SIGTERM);
+            QTRY_COMPARE(module.getExitCode(), 3);
+            QCOMPARE(remain(), 1);
+            const QList<Processes::Process> first = family;
+            start();
+            QTRY_VERIFY(Processes::commandLine(first.first().pid).isEmpty());
+            QCOMPARE(remain(), 2);
+            QVERIFY(!module.stop());
+            QTRY_COMPARE(remain(), 0);
+            start();
+            QCOMPARE(remain(), 2);
+        }
+        QTRY_COMPARE(remain(), 0);
+    }
+
+    // Somebody else's child that has ended is the first that waitid() names.
+    void foreignZombie()
+    {
+        const pid_t foreign = fork();
+        if (foreign == 0) {
+            _exit(0);
+        }
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+        kill(m_record.getID().toInt(), SIGTERM);
+        QTRY_COMPARE(module.getState(), ModuleState::Stopped);
+        QCOMPARE(waitpid(foreign, nullptr, WNOHANG), foreign);
+    }
+
+    // A debugger keeps a killed process: nobody waits for it but a start of the same name.
+    void heldByADebugger()
+    {
+        ShortSupervision supervision;
+        auto module = std::make_unique<Module>(&m_record, supervision.moduleContext());
+        QTimer::singleShot(0, module.get(), &Module::slot_endOfInit);
+        QVERIFY(module->start());
+        const pid_t pid = m_record.getID().toInt();
+        const pid_t debugger = fork();
+        if (debugger == 0) {
+            while (ptrace(PTRACE_SEIZE, pid, nullptr, nullptr) == 0 || pause() < 0) { }
+        }
+        QTRY_VERIFY(Processes::figure(pid, "status", "TracerPid") == debugger);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        module = std::make_unique<Module>(&m_record, supervision.moduleContext());
+        QVERIFY(elapsed.elapsed() < 1000);
+        QTimer::singleShot(100, this, [debugger] { kill(debugger, SIGKILL); });
+        supervision.bus.onEvent = [&](const QString &) {
+            QTimer::singleShot(0, module.get(), &Module::slot_endOfInit);
+        };
+        QVERIFY(module->start());
+        QVERIFY(elapsed.elapsed() >= 90);
+        QCOMPARE(waitpid(debugger, nullptr, 0), debugger);
     }
 
     // A kill during a stop of everything, reaped when the next start has begun: nothing reboots the terminal.

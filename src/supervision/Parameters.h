@@ -1,0 +1,21 @@
+#ifndef PARAMETERS_H
+#define PARAMETERS_H
+
+#include <QMap>
+#include <QString>
+
+#include <optional>
+
+#include <sys/types.h>
+
+/// What the section [ApplicationManager] of platform.ini asks of the supervisor. A key that is absent, or whose value
+/// is invalid, leaves the default.
+struct Parameters
+{
+    std::optional<mode_t> moduleUmask; ///< `module_umask`, octal: the umask of the modules
+
+    /// Logs a warning for each invalid value.
+    [[nodiscard]] static Parameters read(const QMap<QString, QString> &section);
+};
+
+#endif
