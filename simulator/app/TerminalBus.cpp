@@ -1,6 +1,7 @@
 #include "app/TerminalBus.h"
 
 #include "client/BusClient.h"
+#include "contract/InspectionNames.h"
 #include "qtdbus/BusExchange.h"
 
 #include <jov/BusNames.h>
@@ -42,7 +43,7 @@ void TerminalBus::inspect(const QString &method, const Answer &answer)
         QTimer::singleShot(0, this, [answer] { answer({}); });
         return;
     }
-    const QDBusMessage question = message(BusClient::inspectionInterface(), method);
+    const QDBusMessage question = message(Inspect::interface, method);
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question, std::numeric_limits<int>::max()), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answer] {
         watcher->deleteLater();
@@ -52,7 +53,7 @@ void TerminalBus::inspect(const QString &method, const Answer &answer)
 
 void TerminalBus::stopDaemon()
 {
-    m_bus.send(message(BusClient::controlInterface(), QStringLiteral("stopManager")));
+    m_bus.send(message(BusNames::methodInterface(), QStringLiteral("stopManager")));
 }
 
 void TerminalBus::sendEvent(const QString &name, const QVariantMap &arguments)

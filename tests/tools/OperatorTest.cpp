@@ -21,14 +21,24 @@ struct Outcome
     QString err;
 };
 
-Outcome jovctl(const QString &words)
+void start(QProcess &process, const QString &words)
 {
-    QProcess process;
     process.start(QStringLiteral(JOVCTL), words.split(u' ', Qt::SkipEmptyParts));
-    // The event loop turns meanwhile: the daemon's modules are children of this test, too.
+}
+
+Outcome outcomeOf(QProcess &process)
+{
+    // Not waitForFinished(): the event loop must run, because the daemon's modules are children of this test, too.
     Terminal::wait([&] { return process.state() == QProcess::NotRunning; }, 30000);
     return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
+}
+
+Outcome jovctl(const QString &words)
+{
+    QProcess process;
+    start(process, words);
+    return outcomeOf(process);
 }
 
 /// A watch that runs beside the test.
@@ -157,7 +167,19 @@ private Q_SLOTS:
         QVERIFY(jovctl("start Broken"_s).err.contains("it was not launched"_s));
         QVERIFY(jovctl("status JovWebClient"_s).out.contains("not announced its presentation"_s));
         QVERIFY(!jovctl("metrics"_s).out.contains("step_start_seconds{"_s));
-        QVERIFY(jovctl("stop JovWebClient"_s).err.contains("did not end in time and was killed"_s));
+        QVERIFY(jovctl("stop JovWebClient"_s).err.contains("treats as a crash"_s));
+    }
+
+    void stopsTwice()
+    {
+        Terminal terminal("step one 1\nStubborn one --ignore-stop");
+        QVERIFY(terminal.boot());
+        QProcess first;
+        start(first, "stop Stubborn"_s);
+        QVERIFY(terminal.waitForStates("Stubborn:STOPPING"_s));
+        QCOMPARE(jovctl("stop Stubborn"_s).status, 0);
+        const QString text = outcomeOf(first).err;
+        QVERIFY2(text.endsWith("Stubborn was killed before it had stopped\n"_s), qPrintable(text));
     }
 
     void restartWithBrokenFiles()
@@ -166,7 +188,7 @@ private Q_SLOTS:
         QVERIFY(terminal.boot());
         terminal.root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s, "<initStep");
         const Outcome outcome = jovctl("restart-all"_s);
-        QVERIFY2(outcome.err.contains("see jovctl verify"_s), qPrintable(outcome.err));
+        QVERIFY2(outcome.err.contains("jovctl verify"_s), qPrintable(outcome.err));
         QCOMPARE(outcome.status, 3);
     }
 
@@ -176,9 +198,9 @@ private Q_SLOTS:
         terminal.root.write("/tmp/step"_s, "3\n");
         terminal.start();
         QVERIFY(terminal.waitForLog("initStepDone: 1"_s));
-        QVERIFY(jovctl("status B"_s).out.contains("the start-up is at step 3, its step has the value 5"_s));
+        QVERIFY(jovctl("status B"_s).out.contains("its step has the value 5, and the start-up has reached 3"_s));
         Outcome outcome = jovctl("restart-app"_s);
-        QVERIFY2(outcome.err.contains("only reached step 3"_s), qPrintable(outcome.err));
+        QVERIFY2(outcome.err.contains("has reached step 3"_s), qPrintable(outcome.err));
         QCOMPARE(outcome.status, 1);
         terminal.notify("init_step"_s, {{"stepNum"_s, 5}});
         QVERIFY(terminal.waitForAll("RUNNING"_s));
@@ -223,11 +245,11 @@ private Q_SLOTS:
         columns<QString, QString>("words", "pattern");
         row("list", "list", "(?m)^Five +five +RUNNING +\\d+ +1 ");
         row("why it ended", "status Quits", "Why +its process ended .* exit code 3");
-        row("why it was not started", "status AfterQuits", "Why +it depends on Quits, which does not run");
+        row("why it was not started", "status AfterQuits", "Why +it depends on Quits, which is not running");
         row("tree", "tree", "A RUNNING\n.*B RUNNING\n.*C RUNNING\n");
         row("graph", "tree --dot", "\"A\" -> \"B\";");
         row("top", "top --once --interval 0.1", "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING");
-        row("boot", "boot", "took .*home page came at(.|\n)*1 one: (A .*, then [BC]|Quits) ");
+        row("boot", "boot", "took .*home page was shown after(.|\n)*1 one: (A .*, then [BC]|Quits) ");
         row("metrics", "metrics",
             "jovara_module_state\\{module=\"A\",step=\"one\",state=\"RUNNING\"\\} 1\n(.|\n)*# EOF\n$");
         row("log level", "log-level", "^7 \\(debug\\)\n$");
@@ -261,20 +283,21 @@ private Q_SLOTS:
         const QString all =
             "A:RUNNING AfterQuits:STOPPED B:RUNNING C:RUNNING Five:RUNNING Nine:RUNNING Quits:STOPPED"_s;
         const QString none = QString(all).replace("RUNNING"_s, "STOPPED"_s);
-        row("near miss", "start five", 1, "no module \"five\". Did you mean Five\\?", all);
-        row("one bad name, nothing done", "stop A nonsense", 1, "no module \"nonsense\"", all);
-        row("runs already", "start A", 0, "A runs already", all);
-        row("ends at once", "start Quits", 1, "Quits does not run: .*exit code 3", all);
-        row("dependency missing", "start AfterQuits", 1, "depends on Quits, which does not run", all);
-        row("stopped already", "stop Quits", 0, "stopped already", all);
+        row("near miss", "start five", 1, "unknown module \"five\". Did you mean Five\\?", all);
+        row("one bad name, nothing done", "stop A nonsense", 1, "unknown module \"nonsense\"", all);
+        row("running", "start A", 0, "A is already running", all);
+        row("ends at once", "start Quits", 1, "Quits is not running: .*exit code 3", all);
+        row("dependency missing", "start AfterQuits", 1, "depends on Quits, which is not running", all);
+        row("stopped", "stop Quits", 0, "already stopped", all);
         row("restart", "restart B Five", 0, "B restarted(.|\n)*Five restarted", all);
         row("stop and what hangs on it", "stop A", 0, "A stopped.*\nalso stopped.*: B, C, Five, Nine", none);
-        row("some cannot start", "start-all", 1, "do not run: AfterQuits, Quits", all);
+        row("some cannot start", "start-all", 1, "not running: AfterQuits, Quits", all);
         row("log level", "log-level info", 0, "6 \\(info\\)", all);
+        row("log level without messages", "log-level 5", 0, "5 \\(warning\\)", all);
         row("stop all", "stop-all", 0, "all modules are stopped", none);
-        row("start after stop all", "start-all", 1, "restart-all begins again", none);
-        row("restart all", "restart-all", 1, "do not run: AfterQuits, Quits", all);
-        row("restart app", "restart-app", 1, "do not run: AfterQuits, Quits", all);
+        row("start after stop all", "start-all", 1, "Use: jovctl restart-all", none);
+        row("restart all", "restart-all", 1, "not running: AfterQuits, Quits", all);
+        row("restart app", "restart-app", 1, "not running: AfterQuits, Quits", all);
         row("shutdown", "shutdown", 0, "", "");
     }
 

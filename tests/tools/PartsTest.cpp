@@ -113,23 +113,22 @@ private Q_SLOTS:
         QTEST(Units::duration(microseconds), "text");
     }
 
-    void misses_data()
+    void suggestions_data()
     {
         columns<QString, QString>("typed", "meant");
-        row("a letter left out", "JovGat", "JovGate,JovGate22");
-        row("lower case", "platform", "Platform");
-        row("a part", "audio", "jovaudio");
-        row("the nearest first", "jovgate1", "JovGate,JovGate22");
-        row("letters swapped", "JvoGtae", "JovGate");
-        row("nothing like it", "xyz", "");
-        row("nothing at all", "", "A");
+        row("a letter left out", "JovGat", "Did you mean JovGate, JovGate22?");
+        row("lower case", "platform", "Did you mean Platform?");
+        row("a part", "audio", "Did you mean jovaudio?");
+        row("the nearest alone", "jovgate1", "Did you mean JovGate?");
+        row("letters swapped", "JvoGtae", "Did you mean JovGate?");
+        row("nothing like it", "xyz", "none");
+        row("nothing at all", "", "none");
     }
 
-    void misses()
+    void suggestions()
     {
         QFETCH(QString, typed);
-        const QStringList names{"A"_s, "JovGate"_s, "JovGate22"_s, "Platform"_s, "jovaudio"_s};
-        QTEST(nearMisses(typed, names).join(u','), "meant");
+        QTEST(didYouMean(typed, {"A"_s, "JovGate"_s, "JovGate22"_s, "Platform"_s, "jovaudio"_s}, "none"_s), "meant");
     }
 
     void boot_data()

@@ -5,7 +5,6 @@
 #include "verify/TerminalCheck.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
 #include <QProcess>
@@ -30,8 +29,8 @@ bool layOut(const QString &name, const RootDir &root)
 } // namespace
 
 /**
- * cases.txt: "== NAME", what a sound terminal is made a faulty one by, in the words of terminal.sh, "--", and the whole
- * report, without the root's own path.
+ * cases.txt: "== NAME", the commands of terminal.sh that change a correct terminal, "--", and the report without the
+ * root's own path. A line with an advice may be left out.
  */
 class VerifyTest : public QObject
 {
@@ -53,8 +52,13 @@ private Q_SLOTS:
         QFETCH(QString, expected);
         const RootDir root;
         QVERIFY(layOut(name, root));
-        const QString report = textOf(checkTerminal(), false).replace(root.path(), QString());
-        QCOMPARE(report.split(u'\n'), expected.split(u'\n'));
+        const QStringList wanted = expected.split(u'\n');
+        QStringList lines;
+        for (const QString &line : textOf(checkTerminal()).replace(root.path(), QString()).split(u'\n')) {
+            const auto isAdvice = [](const QString &text) { return text.startsWith("    "_s); };
+            lines << (isAdvice(line) && !isAdvice(wanted.value(lines.size())) ? QStringList() : QStringList(line));
+        }
+        QCOMPARE(lines, wanted);
         QVERIFY(!QFileInfo::exists(root.path("/var/log"_s)));
     }
 
@@ -86,7 +90,7 @@ private Q_SLOTS:
         const RootDir root;
         QVERIFY(layOut("cycles"_s, root));
         const TerminalReport report = checkTerminal();
-        const QJsonObject object = QJsonDocument::fromJson(jsonOf(report)).object();
+        const QJsonObject object = jsonOf(report);
         const QJsonArray findings = object.value("findings"_s).toArray();
         QCOMPARE(findings.size(), report.findings.size());
         QCOMPARE(object.value("errors"_s).toInt(), report.errors());
@@ -120,7 +124,7 @@ private Q_SLOTS:
                        + "</dependencies></config>");
         const TerminalReport report = checkTerminal();
         QCOMPARE(report.errors(), 51);
-        QCOMPARE(report.findings.last().message, "950 more faults in this file are not listed"_s);
+        QCOMPARE(report.findings.last().message, "950 more errors and warnings in this file are not listed"_s);
     }
 };
 

@@ -1,19 +1,23 @@
 #include "client/BootAnalysis.h"
 
+#include "contract/InspectionNames.h"
+
 #include <QHash>
 #include <QMap>
 #include <QSet>
 
 #include <algorithm>
 
+namespace Happened = Inspect::Happened;
+
 namespace {
 
 bool isBegin(const TimelineEntry &entry)
 {
-    return entry.event == QLatin1String("start") || entry.event == QLatin1String("restart");
+    return entry.event == Happened::start || entry.event == Happened::restart;
 }
 
-/// Collects the first happening of each thing; what happens again later is no part of the start-up.
+/// Takes the first entry of each kind for a module or step: later ones do not belong to the start-up.
 class Collector
 {
 public:
@@ -40,10 +44,10 @@ public:
             return m_record;
         }
         m_record.isKnown = true;
-        m_record.isRestart = timeline.at(first).event == QLatin1String("restart");
+        m_record.isRestart = timeline.at(first).event == Happened::restart;
         const quint64 begin = timeline.at(first).time;
         for (int i = first + 1; i < timeline.size() && !m_record.isComplete; ++i) {
-            if (timeline.at(i).event == QLatin1String("stop_all")) {
+            if (timeline.at(i).event == Happened::stopAll) {
                 break;
             }
             m_record.total = timeline.at(i).time - begin;
@@ -56,22 +60,22 @@ public:
 private:
     void take(const QString &event, const QString &name, quint64 time)
     {
-        if (event == QLatin1String("end_of_init") && m_record.homepage == 0) {
+        if (event == Happened::endOfInit && m_record.homepage == 0) {
             m_record.homepage = time;
-        } else if (event == QLatin1String("step_started") || event == QLatin1String("step_done")) {
-            takeStep(name, event == QLatin1String("step_done"), time);
-        } else if (event == QLatin1String("launched") && m_stepOf.contains(name) && !m_modules.contains(name)) {
+        } else if (event == Happened::stepStarted || event == Happened::stepDone) {
+            takeStep(name, event == Happened::stepDone, time);
+        } else if (event == Happened::launched && m_stepOf.contains(name) && !m_modules.contains(name)) {
             BootModule module;
             module.name = name;
             module.step = m_stepOf.value(name);
             module.launched = time;
             m_modules.insert(name, module);
             m_order << name;
-        } else if (event == QLatin1String("RUNNING") || event == QLatin1String("STOPPED")) {
+        } else if (stateOf(event) == ModuleState::Running || stateOf(event) == ModuleState::Stopped) {
             const auto module = m_modules.find(name);
             if (module != m_modules.end() && module->until == 0) {
                 module->until = time;
-                module->isReady = event == QLatin1String("RUNNING");
+                module->isReady = stateOf(event) == ModuleState::Running;
             }
         }
     }
@@ -113,8 +117,8 @@ private:
     QStringList m_order;
 };
 
-/// Marks the slowest chain of the step and returns its length. A dependency was launched before what depends on it, so
-/// one pass in the order of launches sees each chain grow.
+/// Marks the slowest chain of the step and returns its length. One pass in the order of launches is enough, because
+/// dependencies are launched first.
 quint64 markCritical(BootStep &step, const QHash<QString, QStringList> &dependencies)
 {
     struct Chain

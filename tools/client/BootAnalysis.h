@@ -3,13 +3,13 @@
 
 #include "client/Records.h"
 
-/// One module in a start-up. All times count from the start-up's begin, in microseconds.
+/// One module in a start-up. All times are in microseconds since the begin of the start-up.
 struct BootModule
 {
     QString name;
     QString step;
     quint64 launched = 0;
-    quint64 until = 0; ///< ready, or ended, or still starting when the record ends
+    quint64 until = 0; ///< when it was ready or ended; else the end of the record
     bool isReady = false;
     bool isCritical = false;
 
@@ -27,24 +27,23 @@ struct BootStep
 };
 
 /**
- * The last start-up of the terminal, whether the daemon's own start or a full restart.
+ * The last start-up of the terminal: the start of the daemon or a full restart.
  *
- * Modules start one after the other, each when the one before it is ready, so every one of them adds to the total. The
- * critical chain is what would be left of that if all that need not wait for each other started at once: in each step
- * the slowest chain of dependencies.
+ * The daemon starts one module after the other, so each adds to the total. The critical chain is the sequence of
+ * dependent modules that sets the shortest possible start-up time: in each step the slowest chain of dependencies.
  */
 struct BootRecord
 {
-    bool isKnown = false; ///< the daemon's timeline still holds the begin
+    bool isKnown = false; ///< the daemon's timeline has the begin
     bool isRestart = false;
     bool isComplete = false; ///< every step is done
     quint64 total = 0;
-    quint64 homepage = 0; ///< the home page was shown; 0 when it was not
-    quint64 critical = 0; ///< the sum of the critical chain
+    quint64 homepage = 0; ///< when the home page was shown; 0: not yet
+    quint64 critical = 0; ///< the length of the critical chain
     QList<BootStep> steps;
 
     [[nodiscard]] QList<BootModule> allModules() const;
-    /// Those that took longest to start, `count` at most; -1 for all.
+    /// The `count` modules that took longest to start, or all for -1.
     [[nodiscard]] QList<BootModule> slowest(int count) const;
 };
 

@@ -16,13 +16,13 @@ Table stepTable(const BootRecord &record)
                  {QStringLiteral("TOOK"), QStringLiteral("duration"), right},
                  {QStringLiteral("MODULES"), QStringLiteral("modules"), right}});
     for (const BootStep &step : record.steps) {
-        const bool hasBegun = step.started > 0;
-        Table::Cell took =
-            hasBegun ? durationCell(step.until - step.started) : Table::Cell(QStringLiteral("not begun"), QJsonValue());
-        took.text += hasBegun && !step.isDone ? QStringLiteral(", not done") : QString();
-        table.add({Table::Cell(QString::number(step.value), QJsonValue(step.value)), step.name,
-                   hasBegun ? durationCell(step.started) : Table::Cell(QStringLiteral("-"), QJsonValue()), took,
-                   Table::Cell(QString::number(step.modules.size()), QJsonValue(step.modules.size()))});
+        const bool hasStarted = step.started > 0;
+        Table::Cell took = hasStarted ? durationCell(step.until - step.started)
+                                      : Table::Cell(QStringLiteral("not started"), QJsonValue());
+        took.text += hasStarted && !step.isDone ? QStringLiteral(", not complete") : QString();
+        table.add({step.value, step.name,
+                   hasStarted ? durationCell(step.started) : Table::Cell(QStringLiteral("-"), QJsonValue()), took,
+                   step.modules.size()});
     }
     return table;
 }

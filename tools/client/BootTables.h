@@ -7,7 +7,7 @@
 /// A row for each step of the start-up.
 [[nodiscard]] Table stepTable(const BootRecord &record);
 
-/// A time for people, and in microseconds for programs.
+/// The time in a suitable unit; in JSON in microseconds.
 [[nodiscard]] Table::Cell durationCell(quint64 microseconds);
 
 #endif

@@ -4,7 +4,11 @@
 #include "client/Failure.h"
 #include "client/NearMiss.h"
 #include "client/WaitNotice.h"
+#include "contract/Components.h"
+#include "contract/InspectionNames.h"
 #include "qtdbus/BusExchange.h"
+
+#include <jov/BusNames.h>
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>
@@ -18,7 +22,7 @@
 namespace {
 
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
-/// Longer than the daemon is ever busy with something that keeps it from answering a question.
+/// Longer than any work of the daemon that delays its replies.
 constexpr int questionLimit = 60000;
 constexpr int withoutLimit = std::numeric_limits<int>::max();
 
@@ -30,35 +34,34 @@ QDBusMessage message(const QString &interface, const QString &method, const QVar
     return call;
 }
 
-/// Who may, by the policy that is installed with the daemon.
+/// Whom the bus policy of the daemon's package permits the calls.
 const char forControl[] = "root and the group jovmodules";
 const char forLooking[] = "root and the groups jovmodules and jovtech";
-const char forSettings[] = "root alone";
+const char forSettings[] = "root";
 
-void check(const QDBusMessage &reply, const char *whoMay)
+void check(const QDBusMessage &reply, const char *permitted)
 {
     if (reply.type() != QDBusMessage::ErrorMessage) {
         return;
     }
     const QDBusError error(reply);
-    if (reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
+    if (reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")
+        || error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::UnknownObject) {
         throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager is not running"));
     }
     switch (error.type()) {
-    case QDBusError::ServiceUnknown:
-    case QDBusError::UnknownObject:
-        throw Failure(ExitStatus::NoDaemon, QStringLiteral("ApplicationManager is not running"));
     case QDBusError::NoReply:
     case QDBusError::Disconnected:
         throw Failure(ExitStatus::NoDaemon,
-                      QStringLiteral("ApplicationManager has ended, or has not answered for a minute"));
+                      QStringLiteral("ApplicationManager ended, or did not answer within a minute"));
     case QDBusError::AccessDenied:
         throw Failure(ExitStatus::Failed,
-                      QStringLiteral("the bus does not allow it: its policy, com.velmora.Jovara.conf, "
-                                     "leaves that to %1")
-                          .arg(QLatin1String(whoMay)));
+                      QStringLiteral("the bus does not allow this: its policy, com.velmora.Jovara.conf, "
+                                     "permits it only to %1")
+                          .arg(QLatin1String(permitted)));
     default:
-        throw Failure(ExitStatus::Failed, QStringLiteral("ApplicationManager refused: %1").arg(error.message()));
+        throw Failure(ExitStatus::Failed,
+                      QStringLiteral("ApplicationManager refused the request: %1").arg(error.message()));
     }
 }
 
@@ -66,22 +69,12 @@ void check(const QDBusMessage &reply, const char *whoMay)
 
 QString BusClient::service()
 {
-    return QStringLiteral("com.velmora.Jovara.ApplicationManager");
+    return BusNames::service(Components::applicationManager);
 }
 
 QString BusClient::path()
 {
-    return QStringLiteral("/ApplicationManager");
-}
-
-QString BusClient::inspectionInterface()
-{
-    return QStringLiteral("com.velmora.Jovara.Inspection");
-}
-
-QString BusClient::controlInterface()
-{
-    return QStringLiteral("com.velmora.Jovara.JovInterface");
+    return BusNames::object(Components::applicationManager);
 }
 
 BusClient::BusClient(Purpose purpose)
@@ -90,7 +83,7 @@ BusClient::BusClient(Purpose purpose)
 {
     if (!m_connection.isConnected()) {
         throw Failure(ExitStatus::NoDaemon,
-                      QStringLiteral("there is no bus: %1").arg(m_connection.lastError().message()));
+                      QStringLiteral("cannot connect to the bus: %1").arg(m_connection.lastError().message()));
     }
     exchangeWithBus(m_connection);
 }
@@ -98,43 +91,43 @@ BusClient::BusClient(Purpose purpose)
 QDBusMessage BusClient::call(const QString &interface, const QString &method, const QVariantList &arguments) const
 {
     const QDBusMessage reply = m_connection.call(message(interface, method, arguments), QDBus::Block, questionLimit);
-    // Who may control may look, too: a question that only precedes an order is refused for the order's sake.
-    const char *whoMay = m_purpose == Purpose::Control ? forControl : forLooking;
-    check(reply, method == QLatin1String("Set") ? forSettings : whoMay);
+    // A command that controls asks for the modules first. If that is refused, the error names who may control.
+    const char *permitted = m_purpose == Purpose::Control ? forControl : forLooking;
+    check(reply, method == QLatin1String("Set") ? forSettings : permitted);
     return reply;
 }
 
 ModuleList BusClient::modules() const
 {
-    return readModules(call(inspectionInterface(), QStringLiteral("ListModules")));
+    return readModules(call(Inspect::interface, Inspect::listModules));
 }
 
 StepList BusClient::steps() const
 {
-    return readSteps(call(inspectionInterface(), QStringLiteral("ListSteps")));
+    return readSteps(call(Inspect::interface, Inspect::listSteps));
 }
 
 TimelineList BusClient::timeline() const
 {
-    return readTimeline(call(inspectionInterface(), QStringLiteral("GetTimeline")));
+    return readTimeline(call(Inspect::interface, Inspect::getTimeline));
 }
 
-QVariantMap BusClient::properties() const
+int BusClient::property(QLatin1String name) const
 {
-    const QDBusMessage reply = call(propertiesInterface, QStringLiteral("GetAll"), {inspectionInterface()});
-    return qdbus_cast<QVariantMap>(reply.arguments().value(0));
+    const QDBusMessage reply = call(propertiesInterface, QStringLiteral("Get"), {Inspect::interface, name});
+    return qdbus_cast<QDBusVariant>(reply.arguments().value(0)).variant().toInt();
 }
 
 void BusClient::setLogLevel(int level) const
 {
     call(propertiesInterface, QStringLiteral("Set"),
-         {inspectionInterface(), QStringLiteral("LogLevel"), QVariant::fromValue(QDBusVariant(level))});
+         {Inspect::interface, Inspect::logLevel, QVariant::fromValue(QDBusVariant(level))});
 }
 
-QVariant BusClient::control(const QString &method, const QVariantList &arguments) const
+void BusClient::control(const QString &method, const QVariantList &arguments) const
 {
     QDBusPendingCallWatcher watcher(
-        m_connection.asyncCall(message(controlInterface(), method, arguments), withoutLimit));
+        m_connection.asyncCall(message(BusNames::methodInterface(), method, arguments), withoutLimit));
     WaitNotice notice(*this);
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &timer, [&notice] { notice.tick(); });
@@ -145,7 +138,6 @@ QVariant BusClient::control(const QString &method, const QVariantList &arguments
         loop.exec();
     }
     check(watcher.reply(), forControl);
-    return watcher.reply().arguments().value(0);
 }
 
 QString BusClient::owner() const
@@ -156,18 +148,12 @@ QString BusClient::owner() const
 void checkNames(const ModuleList &modules, const QStringList &names)
 {
     for (const QString &name : names) {
-        if (findModule(modules, name)) {
-            continue;
+        if (!findModule(modules, name)) {
+            throw Failure(
+                ExitStatus::Failed,
+                QStringLiteral("unknown module \"%1\". %2")
+                    .arg(Console::printable(name),
+                         didYouMean(name, moduleNames(modules), QStringLiteral("List all modules with: jovctl list"))));
         }
-        QStringList misses = nearMisses(name, moduleNames(modules));
-        for (QString &miss : misses) {
-            miss = Console::printable(miss);
-        }
-        throw Failure(ExitStatus::Failed,
-                      QStringLiteral("there is no module \"%1\". %2")
-                          .arg(Console::printable(name),
-                               misses.isEmpty()
-                                   ? QStringLiteral("jovctl list shows them all.")
-                                   : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
     }
 }

@@ -9,20 +9,18 @@
 #include <QVariant>
 
 /**
- * The daemon, as seen from the other end of the bus. Messages are built by hand: asking the daemon first what it offers
- * would double the time of a short command.
+ * Calls the daemon over the bus. It builds the messages itself: QDBusInterface would introspect the daemon first, which
+ * doubles the time of a short command.
  *
- * Everything throws a Failure: ExitStatus::NoDaemon when there is no bus or nobody of the daemon's name, else Failed.
+ * Every function throws a Failure: ExitStatus::NoDaemon without a bus or a daemon, else Failed.
  */
 class BusClient
 {
 public:
     static QString service();
     static QString path();
-    static QString inspectionInterface();
-    static QString controlInterface();
 
-    /// What it is wanted for: whom a refusal names, who may do that.
+    /// Decides which users the error names when the bus refuses a call.
     enum class Purpose { Look, Control };
 
     explicit BusClient(Purpose purpose = Purpose::Look);
@@ -32,14 +30,15 @@ public:
     [[nodiscard]] ModuleList modules() const;
     [[nodiscard]] StepList steps() const;
     [[nodiscard]] TimelineList timeline() const;
-    [[nodiscard]] QVariantMap properties() const;
+    /// A property of the inspection interface.
+    [[nodiscard]] int property(QLatin1String name) const;
     void setLogLevel(int level) const;
 
-    /// Calls a method of the control interface and waits for the answer however long it takes, telling on standard
-    /// error what the daemon is waiting for when it takes longer than a second.
-    QVariant control(const QString &method, const QVariantList &arguments = {}) const;
+    /// Calls a method of the control interface and waits for the reply without a time limit. After a second it prints
+    /// on standard error what the daemon is waiting for.
+    void control(const QString &method, const QVariantList &arguments = {}) const;
 
-    /// The unique name of the daemon's connection; empty when there is no daemon.
+    /// The unique name of the daemon's connection; empty without a daemon.
     [[nodiscard]] QString owner() const;
 
 private:
@@ -49,7 +48,7 @@ private:
     QDBusConnection m_connection;
 };
 
-/// Throws a Failure, with the names that may have been meant, for the first name that is not a module's.
+/// Throws a Failure, with suggestions, for the first name without a module.
 void checkNames(const ModuleList &modules, const QStringList &names);
 
 #endif

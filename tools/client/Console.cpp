@@ -1,5 +1,9 @@
 #include "client/Console.h"
 
+#include "contract/ModuleState.h"
+
+#include <QJsonDocument>
+
 #include <clocale>
 #include <cstdio>
 
@@ -46,6 +50,11 @@ void Console::write(const QString &text)
 void Console::writeLine(const QString &text)
 {
     write(text + QLatin1Char('\n'));
+}
+
+void Console::writeJson(const QJsonDocument &document)
+{
+    write(QString::fromUtf8(document.toJson()));
 }
 
 void Console::complain(const QString &text)
@@ -101,10 +110,15 @@ QString Console::coloured(const QString &text, Colour colour)
 
 Console::Colour Console::colourOfState(const QString &state)
 {
-    if (state == QLatin1String("RUNNING")) {
+    if (stateOf(state) == ModuleState::Running) {
         return Colour::Good;
     }
-    return state == QLatin1String("STOPPED") || state.isEmpty() ? Colour::Dim : Colour::Busy;
+    return stateOf(state) == ModuleState::Stopped || state.isEmpty() ? Colour::Dim : Colour::Busy;
+}
+
+QString Console::colouredState(const QString &state)
+{
+    return coloured(state.isEmpty() ? QStringLiteral("-") : state, colourOfState(state));
 }
 
 QString Console::printable(const QString &text)

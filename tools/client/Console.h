@@ -3,31 +3,36 @@
 
 #include <QString>
 
-/// What goes to the two standard streams: always UTF-8, colour on a terminal or where CLICOLOR_FORCE is set, and never
-/// where NO_COLOR is.
+class QJsonDocument;
+
+/// Output to the standard streams, always in UTF-8. It has colours on a terminal or if CLICOLOR_FORCE is set, but not
+/// if NO_COLOR is set.
 namespace Console {
 
 enum class Colour { None, Good, Bad, Busy, Dim, Bold };
 
 void write(const QString &text);
 void writeLine(const QString &text);
-/// On standard error, with the program's name in front.
+void writeJson(const QJsonDocument &document);
+/// On standard error, after the program's name.
 void complain(const QString &text);
-/// Hands over what is buffered. False when it, or anything before, could not be written.
+/// Writes what is buffered. False if this or any earlier output failed.
 bool flush();
 
 [[nodiscard]] bool isTerminal();
 [[nodiscard]] bool hasColour();
-/// Of the terminal; 80 by 24 where it does not say.
+/// The size of the terminal; 80 by 24 if it is unknown.
 [[nodiscard]] int columns();
 [[nodiscard]] int rows();
-/// The locale can show more than ASCII.
+/// Whether the locale's character set is UTF-8.
 [[nodiscard]] bool isUtf8();
 
 [[nodiscard]] QString coloured(const QString &text, Colour colour);
 [[nodiscard]] Colour colourOfState(const QString &state);
+/// In its colour; "-" without a state.
+[[nodiscard]] QString colouredState(const QString &state);
 
-/// Names come from files and from other processes: what could move the cursor or break a line is shown as `\xNN`.
+/// For names from files and other processes: characters that could move the cursor or end the line become `\xNN`.
 [[nodiscard]] QString printable(const QString &text);
 
 } // namespace Console

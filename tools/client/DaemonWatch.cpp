@@ -1,6 +1,7 @@
 #include "client/DaemonWatch.h"
 
 #include "client/BusClient.h"
+#include "contract/InspectionNames.h"
 
 #include <QDBusPendingCallWatcher>
 
@@ -17,12 +18,12 @@ DaemonWatch::DaemonWatch(const QDBusConnection &connection)
 
 void DaemonWatch::begin()
 {
-    // From any sender, and sorted out on arrival: QtDBus learns of a new owner too late for its first signals.
-    m_connection.connect(QString(), BusClient::path(), BusClient::inspectionInterface(),
-                         QStringLiteral("ModuleStateChanged"), this,
+    // The sender is checked on arrival: with a service name, QtDBus drops a new owner's first signals, because it
+    // learns of the owner too late.
+    m_connection.connect(QString(), BusClient::path(), Inspect::interface, Inspect::moduleStateChanged, this,
                          SLOT(moduleStateChanged(QString, QString, QString, QDBusMessage)));
-    m_connection.connect(QString(), BusClient::path(), BusClient::inspectionInterface(), QStringLiteral("StepDone"),
-                         this, SLOT(stepReached(int, QString, QDBusMessage)));
+    m_connection.connect(QString(), BusClient::path(), Inspect::interface, Inspect::stepDoneSignal, this,
+                         SLOT(stepReached(int, QString, QDBusMessage)));
     m_connection.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"), {BusClient::service()},
                          QString(), this, SLOT(ownerChanged(QString, QString, QString)));
     m_connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
@@ -50,7 +51,7 @@ void DaemonWatch::daemonIs(const QString &owner)
         return;
     }
     m_owner = owner;
-    m_states.clear();
+    m_known.clear();
     if (owner.isEmpty()) {
         Q_EMIT vanished();
         return;
@@ -61,8 +62,8 @@ void DaemonWatch::daemonIs(const QString &owner)
 
 void DaemonWatch::readPresent()
 {
-    const QDBusMessage question = QDBusMessage::createMethodCall(
-        m_owner, BusClient::path(), BusClient::inspectionInterface(), QStringLiteral("ListModules"));
+    const QDBusMessage question =
+        QDBusMessage::createMethodCall(m_owner, BusClient::path(), Inspect::interface, Inspect::listModules);
     auto *watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(question), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, owner = m_owner] {
         watcher->deleteLater();
@@ -76,9 +77,9 @@ void DaemonWatch::readPresent()
         }
         const ModuleList modules = readModules(reply);
         for (const ModuleInfo &module : modules) {
-            if (!m_states.contains(module.name)) {
-                m_states.insert(module.name, module.state);
-                Q_EMIT present(module.name, module.state);
+            if (!m_known.contains(module.name)) {
+                m_known.insert(module.name);
+                Q_EMIT present(module.name, module.stateText);
             }
         }
     });
@@ -88,7 +89,7 @@ void DaemonWatch::moduleStateChanged(const QString &name, const QString &oldStat
                                      const QDBusMessage &message)
 {
     if (message.service() == m_owner) {
-        m_states.insert(name, newState);
+        m_known.insert(name);
         Q_EMIT changed(name, oldState, newState);
     }
 }

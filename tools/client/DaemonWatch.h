@@ -4,15 +4,15 @@
 #include "client/Records.h"
 
 #include <QDBusConnection>
-#include <QHash>
 #include <QObject>
+#include <QSet>
 
 /**
- * Follows the modules' states without a gap and without a repetition.
+ * Reports the states of the modules and every change, without gaps or repetitions.
  *
- * It subscribes first and asks for the present state then. Both come over one connection in the order in which the
- * daemon sent them, so a change that arrives before the answer is already part of it: such a change is told as it
- * comes, and from the answer only what has not been told. The same begins anew whenever a daemon appears on the bus.
+ * It subscribes first, then asks for the current states. The bus delivers both in the order in which the daemon sent
+ * them, so the reply includes every change that arrived before it: of the reply only the modules are reported that no
+ * change has reported. All this is repeated whenever a daemon appears on the bus.
  */
 class DaemonWatch : public QObject
 {
@@ -27,11 +27,11 @@ Q_SIGNALS:
     void appeared();
     void vanished();
     void busLost();
-    /// What a module's state is when it is first seen.
+    /// The state of a module that is reported for the first time.
     void present(const QString &name, const QString &state);
     void changed(const QString &name, const QString &oldState, const QString &newState);
     void stepDone(int value, const QString &name);
-    /// The daemon answered with an error instead of its modules.
+    /// The daemon answered ListModules with an error.
     void refused(const QString &text);
 
 private Q_SLOTS:
@@ -46,7 +46,7 @@ private:
 
     QDBusConnection m_connection;
     QString m_owner;
-    QHash<QString, QString> m_states; ///< as told so far, of this daemon
+    QSet<QString> m_known; ///< the modules of this daemon that a signal has reported
 };
 
 #endif

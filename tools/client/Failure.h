@@ -8,7 +8,7 @@
 /// The program's exit statuses.
 enum class ExitStatus : int { Done = 0, Failed = 1, Usage = 2, NoDaemon = 3 };
 
-/// Ends a command: main() says the text and returns the status. Not thrown across an event loop.
+/// Ends a command: runCommandLine() prints the text and returns the status. Must not be thrown across an event loop.
 class Failure : public std::exception
 {
 public:

@@ -1,10 +1,14 @@
 #include "client/Records.h"
 
+#include "contract/InspectionNames.h"
+
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QHash>
 
 #include <algorithm>
+
+namespace Key = Inspect::Key;
 
 namespace {
 
@@ -14,7 +18,7 @@ using Setter = void (*)(Record &, const QVariant &);
 template <typename Record>
 using Setters = QHash<QString, Setter<Record>>;
 
-/// Reads the maps one value at a time: a map of variants for each record would cost more than the whole rest.
+/// Reads the maps value by value: a QVariantMap for each record would cost more than all other work of `jovctl list`.
 template <typename Record>
 QList<Record> readRecords(const QDBusMessage &reply, const Setters<Record> &setters)
 {
@@ -50,43 +54,49 @@ QList<Record> readRecords(const QDBusMessage &reply, const Setters<Record> &sett
 
 } // namespace
 
+void ModuleInfo::setState(const QString &text)
+{
+    stateText = text;
+    state = stateOf(text);
+}
+
 ModuleList readModules(const QDBusMessage &reply)
 {
     static const Setters<ModuleInfo> setters{
-        {QStringLiteral("Name"), [](ModuleInfo &m, const QVariant &v) { m.name = v.toString(); }},
-        {QStringLiteral("Step"), [](ModuleInfo &m, const QVariant &v) { m.step = v.toString(); }},
-        {QStringLiteral("State"), [](ModuleInfo &m, const QVariant &v) { m.state = v.toString(); }},
-        {QStringLiteral("Status"), [](ModuleInfo &m, const QVariant &v) { m.status = v.toString(); }},
-        {QStringLiteral("Pid"), [](ModuleInfo &m, const QVariant &v) { m.pid = v.toUInt(); }},
-        {QStringLiteral("Starts"), [](ModuleInfo &m, const QVariant &v) { m.starts = v.toUInt(); }},
-        {QStringLiteral("MaxMemory"), [](ModuleInfo &m, const QVariant &v) { m.maxMemory = v.toInt(); }},
-        {QStringLiteral("ExitCode"), [](ModuleInfo &m, const QVariant &v) { m.exitCode = v.toInt(); }},
-        {QStringLiteral("Dependencies"), [](ModuleInfo &m, const QVariant &v) { m.dependencies = v.toStringList(); }},
-        {QStringLiteral("Dependents"), [](ModuleInfo &m, const QVariant &v) { m.dependents = v.toStringList(); }},
-        {QStringLiteral("LaunchedAt"), [](ModuleInfo &m, const QVariant &v) { m.launchedAt = v.toULongLong(); }},
-        {QStringLiteral("ReadyAt"), [](ModuleInfo &m, const QVariant &v) { m.readyAt = v.toULongLong(); }},
-        {QStringLiteral("ExitedAt"), [](ModuleInfo &m, const QVariant &v) { m.exitedAt = v.toULongLong(); }}};
+        {Key::name, [](ModuleInfo &m, const QVariant &v) { m.name = v.toString(); }},
+        {Key::step, [](ModuleInfo &m, const QVariant &v) { m.step = v.toString(); }},
+        {Key::state, [](ModuleInfo &m, const QVariant &v) { m.setState(v.toString()); }},
+        {Key::status, [](ModuleInfo &m, const QVariant &v) { m.status = v.toString(); }},
+        {Key::pid, [](ModuleInfo &m, const QVariant &v) { m.pid = v.toUInt(); }},
+        {Key::starts, [](ModuleInfo &m, const QVariant &v) { m.starts = v.toUInt(); }},
+        {Key::maxMemory, [](ModuleInfo &m, const QVariant &v) { m.maxMemory = MemoryCeiling(v.toInt()); }},
+        {Key::exitCode, [](ModuleInfo &m, const QVariant &v) { m.exitCode = v.toInt(); }},
+        {Key::dependencies, [](ModuleInfo &m, const QVariant &v) { m.dependencies = v.toStringList(); }},
+        {Key::dependents, [](ModuleInfo &m, const QVariant &v) { m.dependents = v.toStringList(); }},
+        {Key::launchedAt, [](ModuleInfo &m, const QVariant &v) { m.launchedAt = v.toULongLong(); }},
+        {Key::readyAt, [](ModuleInfo &m, const QVariant &v) { m.readyAt = v.toULongLong(); }},
+        {Key::exitedAt, [](ModuleInfo &m, const QVariant &v) { m.exitedAt = v.toULongLong(); }}};
     return readRecords(reply, setters);
 }
 
 StepList readSteps(const QDBusMessage &reply)
 {
     static const Setters<StepInfo> setters{
-        {QStringLiteral("Name"), [](StepInfo &s, const QVariant &v) { s.name = v.toString(); }},
-        {QStringLiteral("Value"), [](StepInfo &s, const QVariant &v) { s.value = v.toInt(); }},
-        {QStringLiteral("ShowHomepage"), [](StepInfo &s, const QVariant &v) { s.showHomepage = v.toBool(); }},
-        {QStringLiteral("Modules"), [](StepInfo &s, const QVariant &v) { s.modules = v.toStringList(); }},
-        {QStringLiteral("StartedAt"), [](StepInfo &s, const QVariant &v) { s.startedAt = v.toULongLong(); }},
-        {QStringLiteral("DoneAt"), [](StepInfo &s, const QVariant &v) { s.doneAt = v.toULongLong(); }}};
+        {Key::name, [](StepInfo &s, const QVariant &v) { s.name = v.toString(); }},
+        {Key::value, [](StepInfo &s, const QVariant &v) { s.value = v.toInt(); }},
+        {Key::showHomepage, [](StepInfo &s, const QVariant &v) { s.showHomepage = v.toBool(); }},
+        {Key::modules, [](StepInfo &s, const QVariant &v) { s.modules = v.toStringList(); }},
+        {Key::startedAt, [](StepInfo &s, const QVariant &v) { s.startedAt = v.toULongLong(); }},
+        {Key::doneAt, [](StepInfo &s, const QVariant &v) { s.doneAt = v.toULongLong(); }}};
     return readRecords(reply, setters);
 }
 
 TimelineList readTimeline(const QDBusMessage &reply)
 {
     static const Setters<TimelineEntry> setters{
-        {QStringLiteral("Time"), [](TimelineEntry &e, const QVariant &v) { e.time = v.toULongLong(); }},
-        {QStringLiteral("Event"), [](TimelineEntry &e, const QVariant &v) { e.event = v.toString(); }},
-        {QStringLiteral("Name"), [](TimelineEntry &e, const QVariant &v) { e.name = v.toString(); }}};
+        {Key::time, [](TimelineEntry &e, const QVariant &v) { e.time = v.toULongLong(); }},
+        {Key::event, [](TimelineEntry &e, const QVariant &v) { e.event = v.toString(); }},
+        {Key::name, [](TimelineEntry &e, const QVariant &v) { e.name = v.toString(); }}};
     return readRecords(reply, setters);
 }
 

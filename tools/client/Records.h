@@ -1,6 +1,9 @@
 #ifndef RECORDS_H
 #define RECORDS_H
 
+#include "contract/MemoryCeiling.h"
+#include "contract/ModuleState.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -8,18 +11,19 @@
 
 class QDBusMessage;
 
-/// What the daemon tells about a module, a step and a moment. Times are microseconds of CLOCK_MONOTONIC, 0 for never;
-/// keys that a newer daemon adds are passed over, and those that an older one does not send leave their field empty.
+/// The records of the inspection interface (see contract/InspectionNames.h). Keys that only a newer daemon sends are
+/// ignored; a key that an older one does not send leaves its field empty.
 
 struct ModuleInfo
 {
     QString name;
     QString step;
-    QString state;
+    ModuleState state = ModuleState::None; ///< None also for a state that only a newer daemon knows
+    QString stateText; ///< as the daemon sent it
     QString status;
     uint pid = 0;
     uint starts = 0;
-    int maxMemory = 0; ///< 0 or less: no limit; below 100: per cent of the terminal's memory; else kB
+    MemoryCeiling maxMemory;
     int exitCode = 0;
     QStringList dependencies;
     QStringList dependents;
@@ -27,12 +31,13 @@ struct ModuleInfo
     quint64 readyAt = 0;
     quint64 exitedAt = 0;
 
-    [[nodiscard]] bool isRunning() const { return state == QLatin1String("RUNNING"); }
-    /// Also of a module that was never started or has no node: nothing of it runs.
-    [[nodiscard]] bool isStopped() const { return state == QLatin1String("STOPPED") || state.isEmpty(); }
-    /// False, though the state is "STARTING", of a program that cannot be run.
+    void setState(const QString &text);
+    [[nodiscard]] bool isRunning() const { return state == ModuleState::Running; }
+    /// True also without a state: a module whose step does not exist is never started.
+    [[nodiscard]] bool isStopped() const { return state == ModuleState::Stopped || stateText.isEmpty(); }
+    /// False for a program that could not be run, although its state is Starting.
     [[nodiscard]] bool isLaunched() const { return pid != 0; }
-    /// From the last launch until it was ready; 0 when it was not.
+    /// From the last launch until the module was ready; 0 if it was not.
     [[nodiscard]] quint64 startDuration() const { return readyAt > launchedAt ? readyAt - launchedAt : 0; }
 };
 
@@ -49,7 +54,7 @@ struct StepInfo
 struct TimelineEntry
 {
     quint64 time = 0;
-    QString event;
+    QString event; ///< one of Inspect::Happened, or the text of a module's new state
     QString name;
 };
 
@@ -57,12 +62,12 @@ using ModuleList = QList<ModuleInfo>;
 using StepList = QList<StepInfo>;
 using TimelineList = QList<TimelineEntry>;
 
-/// From the reply of ListModules, ListSteps and GetTimeline.
+/// From the replies of ListModules, ListSteps and GetTimeline.
 [[nodiscard]] ModuleList readModules(const QDBusMessage &reply);
 [[nodiscard]] StepList readSteps(const QDBusMessage &reply);
 [[nodiscard]] TimelineList readTimeline(const QDBusMessage &reply);
 
-/// Null when there is none of that name.
+/// Null if there is no module of that name.
 [[nodiscard]] const ModuleInfo *findModule(const ModuleList &modules, const QString &name);
 [[nodiscard]] QStringList moduleNames(const ModuleList &modules);
 

@@ -2,7 +2,6 @@
 
 #include "client/TextWidth.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
@@ -11,7 +10,7 @@
 
 namespace {
 
-constexpr int gap = 2; ///< blanks between columns
+constexpr int gap = 2; ///< spaces between columns
 constexpr int narrowestColumn = 8;
 
 QString padded(const QString &shown, const QString &plain, int width, Table::Align align)
@@ -20,7 +19,7 @@ QString padded(const QString &shown, const QString &plain, int width, Table::Ali
     return align == Table::Align::Right ? blanks + shown : shown + blanks;
 }
 
-/// Takes from the widest columns until the line fits, or nothing is left to take.
+/// Narrows the widest columns until the line fits, or all are at their minimum.
 void fit(QVector<int> &widths, int room)
 {
     int total = -gap;
@@ -87,7 +86,7 @@ QStringList Table::lines(int width) const
     return lines;
 }
 
-QByteArray Table::json() const
+QJsonArray Table::json() const
 {
     QJsonArray rows;
     for (const QVector<Cell> &row : m_rows) {
@@ -97,13 +96,13 @@ QByteArray Table::json() const
         }
         rows << object;
     }
-    return QJsonDocument(rows).toJson();
+    return rows;
 }
 
 void Table::print(bool asJson) const
 {
     if (asJson) {
-        Console::write(QString::fromUtf8(json()));
+        Console::writeJson(QJsonDocument(json()));
         return;
     }
     const QStringList all = lines(Console::isTerminal() ? Console::columns() : 0);

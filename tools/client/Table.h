@@ -3,15 +3,15 @@
 
 #include "client/Console.h"
 
+#include <QJsonArray>
 #include <QJsonValue>
 #include <QList>
 #include <QString>
 #include <QVector>
 
 /**
- * Rows of values, printed as aligned columns for people or as a JSON array of objects for programs.
- *
- * A column without a title is for programs alone.
+ * Rows of values, printed as aligned columns or as a JSON array of objects. A column without a title is only in the
+ * JSON.
  */
 class Table
 {
@@ -21,7 +21,7 @@ public:
     struct Column
     {
         QString title;
-        QString key; ///< of the value in JSON
+        QString key; ///< in the JSON objects
         Align align = Align::Left;
     };
 
@@ -36,6 +36,10 @@ public:
             , value(both)
             , colour(textColour)
         { }
+        Cell(qint64 number)
+            : text(QString::number(number))
+            , value(number)
+        { }
         Cell(const QString &shown, const QJsonValue &json)
             : text(shown)
             , value(json)
@@ -49,9 +53,10 @@ public:
     void add(const QVector<Cell> &row) { m_rows.append(row); }
     [[nodiscard]] bool isEmpty() const { return m_rows.isEmpty(); }
 
-    /// The lines for people, titles first. Where `width` is not 0 the widest columns are cut until that many cells do.
+    /// The title line and the rows. Unless `width` is 0, the widest columns are cut until a line fits into so many
+    /// cells.
     [[nodiscard]] QStringList lines(int width = 0) const;
-    [[nodiscard]] QByteArray json() const;
+    [[nodiscard]] QJsonArray json() const;
     void print(bool asJson) const;
 
 private:

@@ -39,7 +39,7 @@ int cells(uint character)
     }
 }
 
-/// The character at `position`, which moves past it; half a pair counts as itself.
+/// The character at `position`, which then moves to the next; half a surrogate pair is a character of its own.
 uint next(const QString &text, int &position)
 {
     const QChar character = text.at(position++);

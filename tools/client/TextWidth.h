@@ -3,10 +3,10 @@
 
 #include <QString>
 
-/// How many cells of a terminal the text fills: combining marks none, East Asian characters and pictures two.
+/// The number of terminal cells that the text fills: combining marks fill none, East Asian characters and emoji two.
 [[nodiscard]] int textWidth(const QString &text);
 
-/// The text, cut at its end and marked with "…" where it fills more than `width` cells.
+/// The text; if it fills more than `width` cells, its end is replaced by "…".
 [[nodiscard]] QString shortened(const QString &text, int width);
 
 #endif

@@ -36,6 +36,12 @@ QString Units::memory(qint64 kilobytes)
     return QStringLiteral("%1 GB").arg(double(kilobytes) / 1024 / 1024, 0, 'f', 2);
 }
 
+QString Units::ago(quint64 time)
+{
+    const quint64 present = now();
+    return time == 0 ? QStringLiteral("never") : duration(present > time ? present - time : 0) + QStringLiteral(" ago");
+}
+
 quint64 Units::now()
 {
     timespec time{};

@@ -13,7 +13,7 @@ QString waitedFor(const ModuleList &modules)
     QStringList names;
     for (const ModuleInfo &module : modules) {
         if (!module.isRunning() && !module.isStopped()) {
-            names << QStringLiteral("%1 (%2)").arg(Console::printable(module.name), module.state);
+            names << QStringLiteral("%1 (%2)").arg(Console::printable(module.name), module.stateText);
         }
     }
     return names.isEmpty() ? QStringLiteral("the daemon's answer") : names.join(QStringLiteral(", "));

@@ -6,8 +6,8 @@
 
 class BusClient;
 
-/// Tells on standard error what a long operation of the daemon waits for: from its first second on, each time it
-/// changes.
+/// Prints on standard error which modules a long operation of the daemon is waiting for: after the first second, then
+/// whenever they change.
 class WaitNotice
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     explicit WaitNotice(const BusClient &client);
 
-    /// Looks, when it is time to. A daemon that does not answer is passed over: the operation's own failure will tell.
+    /// To be called often. Errors are ignored: the operation itself reports them.
     void tick();
 
 private:

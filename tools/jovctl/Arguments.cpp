@@ -27,8 +27,7 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     parser.addOption(help);
     const bool isRight = parser.parse(QStringList(command.name) + words);
     if (!parser.unknownOptionNames().isEmpty()) {
-        refuse(command,
-               QStringLiteral("there is no option \"%1\"").arg(optionWord(parser.unknownOptionNames().first())));
+        refuse(command, QStringLiteral("unknown option \"%1\"").arg(optionWord(parser.unknownOptionNames().first())));
     }
     if (!isRight) {
         QString text = parser.errorText();
@@ -47,11 +46,10 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     }
     const int count = arguments.m_operands.size();
     if (!arguments.m_wantsHelp && count < command.fewest) {
-        refuse(command, QStringLiteral("%1 needs an argument (%2)").arg(command.name, command.synopsis));
+        refuse(command, QStringLiteral("missing argument (%1)").arg(command.operands));
     }
     if (!arguments.m_wantsHelp && command.most >= 0 && count > command.most) {
-        refuse(command,
-               QStringLiteral("%1 does not take \"%2\"").arg(command.name, arguments.m_operands.at(command.most)));
+        refuse(command, QStringLiteral("unexpected argument \"%1\"").arg(arguments.m_operands.at(command.most)));
     }
     return arguments;
 }

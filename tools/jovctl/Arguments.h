@@ -7,7 +7,7 @@
 
 struct Command;
 
-/// What stands behind a subcommand's name, checked against what it takes.
+/// The options and operands of a subcommand, checked.
 class Arguments
 {
 public:

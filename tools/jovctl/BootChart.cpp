@@ -8,14 +8,14 @@
 
 namespace {
 
-// All in pixels of the picture. The text is 12 pixels high; no font is wider than these figures allow.
+// In pixels. The text is 12 pixels high; the widths leave room for the widest of the fonts.
 constexpr int margin = 20;
 constexpr int rowHeight = 20;
 constexpr int stepHeight = 26;
 constexpr int barHeight = 12;
 constexpr int plotWidth = 720;
 constexpr int plotTop = 112;
-constexpr int labelRoom = 110; ///< right of the plot, for the text behind a bar that ends there
+constexpr int labelRoom = 110; ///< right of the plot, for the text after a bar that ends there
 constexpr double cell = 7.6; ///< of a character
 constexpr int longestName = 32; ///< characters
 constexpr double narrowestBar = 2;
@@ -33,7 +33,7 @@ constexpr Palette onDark{"#14181d", "#e6ebf0", "#9aa7b4", "#2c343d", "#1c2229",
 constexpr Palette onPaper{"#ffffff", "#000000", "#444444", "#cccccc", "#f0f0f0",
                           "#7ba7d9", "#d9642b", "#b3261e", "#2e7d4f"};
 
-// Each rule has its colour as it is: many viewers know no variables, and paint black what they cannot read.
+// No CSS variables: many viewers do not support them and paint everything black.
 QString colours(const Palette &palette)
 {
     return QStringLiteral(
@@ -71,7 +71,7 @@ QString escaped(const QString &text)
     return Console::printable(text).toHtmlEscaped();
 }
 
-/// 1, 2 or 5 times a power of ten: the time between two lines of the axis.
+/// The time between two lines of the axis: 1, 2 or 5 times a power of ten.
 double tickInterval(double total, double width)
 {
     const double least = total * narrowestTick / width;
@@ -207,7 +207,7 @@ private:
             rect(m_back, margin, top, fullWidth, stepHeight - 2, "band");
             const QString name = QStringLiteral("%1 %2").arg(step.value).arg(Console::printable(step.name));
             const QString took =
-                step.started > 0 ? Units::duration(step.until - step.started) : QStringLiteral("not begun");
+                step.started > 0 ? Units::duration(step.until - step.started) : QStringLiteral("not started");
             text(margin + 6, top + 17, shortened(name, int((m_plotLeft - margin - 18) / cell)), "step", "start",
                  step.name);
             if (step.started > 0) {

@@ -4,9 +4,8 @@
 #include "client/BootAnalysis.h"
 
 /**
- * The start-up as a picture: a standalone SVG document with a row for each module, grouped by step, over a common time
- * axis. It needs no fonts, scripts or files besides, and is readable on paper, on a light and on a dark screen. `host`
- * is part of the title.
+ * The start-up as an SVG document: a bar for each module on a common time axis, grouped by step. It needs no other
+ * files, fonts or scripts, and has colours for paper, light and dark screens. `host` is part of the title.
  */
 [[nodiscard]] QString bootChart(const BootRecord &record, const QString &host);
 

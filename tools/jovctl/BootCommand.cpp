@@ -5,7 +5,6 @@
 #include "jovctl/BootChart.h"
 #include "jovctl/Command.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
@@ -15,14 +14,14 @@ namespace {
 
 constexpr int slowestShown = 10;
 
-Table blameTable(const BootRecord &record, bool all)
+Table slowestTable(const BootRecord &record, bool all)
 {
     const auto right = Table::Align::Right;
     Table table({{QStringLiteral("TOOK"), QStringLiteral("duration"), right},
                  {QStringLiteral("MODULE"), QStringLiteral("name")},
                  {QStringLiteral("STEP"), QStringLiteral("step")},
                  {QStringLiteral("LAUNCHED AT"), QStringLiteral("launched"), right},
-                 {QStringLiteral("CAME TO"), QStringLiteral("ready")},
+                 {QStringLiteral("RESULT"), QStringLiteral("ready")},
                  {QString(), QStringLiteral("critical")}});
     const QList<BootModule> modules = record.slowest(all ? -1 : slowestShown);
     for (const BootModule &module : modules) {
@@ -37,15 +36,14 @@ Table blameTable(const BootRecord &record, bool all)
 
 void printJson(const BootRecord &record)
 {
-    const QJsonObject object{
-        {QStringLiteral("total"), qint64(record.total)},
-        {QStringLiteral("homepage"), qint64(record.homepage)},
-        {QStringLiteral("critical"), qint64(record.critical)},
-        {QStringLiteral("complete"), record.isComplete},
-        {QStringLiteral("restart"), record.isRestart},
-        {QStringLiteral("steps"), QJsonDocument::fromJson(stepTable(record).json()).array()},
-        {QStringLiteral("modules"), QJsonDocument::fromJson(blameTable(record, true).json()).array()}};
-    Console::write(QString::fromUtf8(QJsonDocument(object).toJson()));
+    const QJsonObject object{{QStringLiteral("total"), qint64(record.total)},
+                             {QStringLiteral("homepage"), qint64(record.homepage)},
+                             {QStringLiteral("critical"), qint64(record.critical)},
+                             {QStringLiteral("complete"), record.isComplete},
+                             {QStringLiteral("restart"), record.isRestart},
+                             {QStringLiteral("steps"), stepTable(record).json()},
+                             {QStringLiteral("modules"), slowestTable(record, true).json()}};
+    Console::writeJson(QJsonDocument(object));
 }
 
 QString headline(const BootRecord &record)
@@ -55,7 +53,7 @@ QString headline(const BootRecord &record)
                             record.isComplete ? QStringLiteral("took") : QStringLiteral("is not complete after"),
                             Units::duration(record.total));
     if (record.homepage > 0) {
-        text += QStringLiteral("; the home page came at %1").arg(Units::duration(record.homepage));
+        text += QStringLiteral("; the home page was shown after %1").arg(Units::duration(record.homepage));
     }
     return text + QLatin1Char('.');
 }
@@ -68,11 +66,10 @@ void print(const BootRecord &record, bool all)
         return;
     }
     const int hidden = all ? 0 : record.allModules().size() - slowestShown;
-    Console::writeLine(QStringLiteral("\nWhat took longest%1:")
+    Console::writeLine(QStringLiteral("\nSlowest modules%1:")
                            .arg(hidden > 0 ? QStringLiteral(" (%1 more with --all)").arg(hidden) : QString()));
-    blameTable(record, all).print(false);
-    Console::writeLine(QStringLiteral("\nThe critical chain, %1: each waits for the one before it.")
-                           .arg(Units::duration(record.critical)));
+    slowestTable(record, all).print(false);
+    Console::writeLine(QStringLiteral("\nCritical chain, %1 in total:").arg(Units::duration(record.critical)));
     for (const BootStep &step : record.steps) {
         QStringList parts;
         for (const BootModule &module : step.modules) {
@@ -99,7 +96,7 @@ void writeChart(const QString &path, const BootRecord &record)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(chart) != chart.size() || !file.commit()) {
         throw Failure(ExitStatus::Failed,
-                      QStringLiteral("%1 cannot be written: %2").arg(Console::printable(path), file.errorString()));
+                      QStringLiteral("cannot write %1: %2").arg(Console::printable(path), file.errorString()));
     }
 }
 
@@ -108,7 +105,7 @@ ExitStatus boot(const Arguments &arguments)
     const BusClient client;
     const BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps());
     if (!record.isKnown) {
-        throw Failure(ExitStatus::Failed, QStringLiteral("the daemon's timeline does not reach back to its start"));
+        throw Failure(ExitStatus::Failed, QStringLiteral("the daemon's timeline no longer has the start-up"));
     }
     const QString path = arguments.value(QStringLiteral("svg"));
     if (arguments.isSet(QStringLiteral("svg"))) {
@@ -125,18 +122,15 @@ ExitStatus boot(const Arguments &arguments)
 
 CommandList bootCommands()
 {
-    Command command;
-    command.name = QStringLiteral("boot");
-    command.summary = QStringLiteral("Show how long the start-up took, and what of it");
-    command.description =
-        QStringLiteral("The total, each step, the slowest modules, and the critical chain: what would\n"
-                       "be left if all modules that need not wait for each other started at once.");
-    command.examples = QStringList{QStringLiteral("jovctl boot"), QStringLiteral("jovctl boot --svg boot.svg"),
-                                   QStringLiteral("jovctl boot --json | jq .total")};
-    command.options = QList<QCommandLineOption>{
-        jsonOption(), QCommandLineOption(QStringLiteral("all"), QStringLiteral("All modules, not only the slowest")),
-        QCommandLineOption(QStringLiteral("svg"), QStringLiteral("Write a chart instead; - for standard output"),
-                           QStringLiteral("FILE"))};
-    command.run = boot;
-    return {command};
+    return {{QStringLiteral("boot"),
+             boot,
+             QStringLiteral("Show how long the start-up took, by step and by module"),
+             QStringLiteral("Shows the total, the steps, the slowest modules and the critical chain: the\n"
+                            "sequence of dependent modules that sets the shortest possible start-up time."),
+             {QStringLiteral("jovctl boot"), QStringLiteral("jovctl boot --svg boot.svg"),
+              QStringLiteral("jovctl boot --json | jq .total")},
+             {jsonOption(),
+              {QStringLiteral("all"), QStringLiteral("Show all modules, not only the slowest")},
+              {QStringLiteral("svg"), QStringLiteral("Write a chart to FILE (- for standard output)"),
+               QStringLiteral("FILE")}}}};
 }

@@ -8,18 +8,18 @@
 #include <QList>
 #include <QStringList>
 
-/// One subcommand: how it is called, what its help says, and what it does.
+/// One subcommand: its help, its arguments and its function.
 struct Command
 {
     QString name;
-    QString synopsis; ///< what follows the name
-    QString summary; ///< one line
-    QString description; ///< what the summary leaves open; may be empty
-    QStringList examples; ///< whole command lines
-    QList<QCommandLineOption> options;
+    ExitStatus (*run)(const Arguments &arguments);
+    QString summary; ///< one line, without a full stop
+    QString description; ///< what the summary does not say; may be empty
+    QStringList examples; ///< complete command lines
+    QList<QCommandLineOption> options = {};
+    QString operands = {}; ///< as the usage line shows them
     int fewest = 0; ///< operands
     int most = 0; ///< -1: any number
-    ExitStatus (*run)(const Arguments &arguments) = nullptr;
 };
 
 using CommandList = QList<Command>;
@@ -37,7 +37,7 @@ using CommandList = QList<Command>;
 [[nodiscard]] CommandList metricsCommands();
 [[nodiscard]] CommandList verifyCommands();
 
-/// The option that every table has.
+/// The option of every command that prints a table.
 [[nodiscard]] QCommandLineOption jsonOption();
 
 #endif

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int summaryColumn = 26;
+constexpr int summaryColumn = 19;
 
 QString aligned(const QString &left, const QString &right)
 {
@@ -19,29 +19,29 @@ QString aligned(const QString &left, const QString &right)
 QString programHelp()
 {
     QString text = QStringLiteral("Usage: jovctl COMMAND [OPTION...] [ARGUMENT...]\n\n"
-                                  "Looks into the running ApplicationManager and controls its modules.\n\nCommands:\n");
+                                  "Shows the state of the running ApplicationManager and controls its modules.\n"
+                                  "\nCommands:\n");
     const CommandList commands = allCommands();
     for (const Command &command : commands) {
-        text += aligned((command.name + QLatin1Char(' ') + command.synopsis).trimmed(), command.summary);
+        text += aligned((command.name + QLatin1Char(' ') + command.operands).trimmed(), command.summary);
     }
     return text
-        + QStringLiteral("\n  jovctl COMMAND --help     More about a command, with examples\n"
-                         "  jovctl --version          The version\n"
+        + QStringLiteral("\n  jovctl COMMAND --help      Show the help of a command, with examples\n"
+                         "  jovctl --version           Show the version\n"
                          "\nExamples:\n"
-                         "  jovctl list               What runs\n"
-                         "  jovctl status JovGate     Why a module does not run\n"
-                         "  jovctl boot --svg boot.svg\n"
-                         "\nExit status: 0 done, 1 failed, 2 wrong usage, 3 the daemon is not there.\n"
-                         "The bus is the system bus, or the one that DBUS_SYSTEM_BUS_ADDRESS names.\n"
-                         "Colours appear on a terminal or when CLICOLOR_FORCE is set, and not when\n"
-                         "NO_COLOR is.\n");
+                         "  jovctl status JovGate      Show why a module is not running\n"
+                         "  jovctl boot --svg boot.svg Write a chart of the start-up\n"
+                         "\nExit status: 0 success, 1 failure, 2 wrong usage, 3 the daemon is not running.\n"
+                         "jovctl uses the system bus, or the bus that DBUS_SYSTEM_BUS_ADDRESS names.\n"
+                         "The output is coloured on a terminal or if CLICOLOR_FORCE is set, but not if\n"
+                         "NO_COLOR is set.\n");
 }
 
 QString commandHelp(const Command &command)
 {
     QString text =
         QStringLiteral("Usage: jovctl %1%2 %3")
-            .arg(command.name, command.options.isEmpty() ? QString() : QStringLiteral(" [OPTION...]"), command.synopsis)
+            .arg(command.name, command.options.isEmpty() ? QString() : QStringLiteral(" [OPTION...]"), command.operands)
             .trimmed();
     text += QStringLiteral("\n\n%1.\n").arg(command.summary);
     if (!command.description.isEmpty()) {
@@ -55,7 +55,7 @@ QString commandHelp(const Command &command)
         }
         text += aligned(name, option.description());
     }
-    text += aligned(QStringLiteral("-h, --help"), QStringLiteral("This text"));
+    text += aligned(QStringLiteral("-h, --help"), QStringLiteral("Show this help"));
     text += QStringLiteral("\nExamples:\n");
     for (const QString &example : command.examples) {
         text += QStringLiteral("  %1\n").arg(example);
@@ -74,13 +74,9 @@ const Command &find(const CommandList &commands, const QString &name)
     for (const Command &command : commands) {
         names << command.name;
     }
-    const QStringList misses = nearMisses(name, names);
     throw Failure(ExitStatus::Usage,
-                  QStringLiteral("there is no command \"%1\". %2")
-                      .arg(Console::printable(name),
-                           misses.isEmpty()
-                               ? QStringLiteral("Try: jovctl --help")
-                               : QStringLiteral("Did you mean %1?").arg(misses.join(QStringLiteral(", ")))));
+                  QStringLiteral("unknown command \"%1\". %2")
+                      .arg(Console::printable(name), didYouMean(name, names, QStringLiteral("Try: jovctl --help"))));
 }
 
 ExitStatus run(QStringList words)
@@ -97,7 +93,7 @@ ExitStatus run(QStringList words)
         return ExitStatus::Done;
     }
     if (first.isEmpty()) {
-        throw Failure(ExitStatus::Usage, QStringLiteral("no command given. Try: jovctl --help"));
+        throw Failure(ExitStatus::Usage, QStringLiteral("no command. Try: jovctl --help"));
     }
     const CommandList commands = allCommands();
     const Command &command = find(commands, wantsHelp ? words.takeFirst() : first);
@@ -113,7 +109,7 @@ ExitStatus run(QStringList words)
 
 QCommandLineOption jsonOption()
 {
-    return QCommandLineOption(QStringLiteral("json"), QStringLiteral("For programs: JSON instead of a table"));
+    return QCommandLineOption(QStringLiteral("json"), QStringLiteral("Print JSON instead of a table"));
 }
 
 CommandList allCommands()
@@ -132,7 +128,7 @@ ExitStatus runCommandLine(const QStringList &words)
         status = failure.status();
     }
     if (!Console::flush()) {
-        Console::complain(QStringLiteral("the output could not be written"));
+        Console::complain(QStringLiteral("cannot write the output"));
         return status == ExitStatus::Done ? ExitStatus::Failed : status;
     }
     return status;

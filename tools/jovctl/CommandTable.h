@@ -6,7 +6,7 @@
 /// All subcommands, in the order of the help.
 [[nodiscard]] CommandList allCommands();
 
-/// Runs the command line, the program's own name left out. Complains where something fails and returns the exit status.
+/// Runs the command line, without the program's name. Prints what fails and returns the exit status.
 [[nodiscard]] ExitStatus runCommandLine(const QStringList &words);
 
 #endif

@@ -1,35 +1,32 @@
-// start, stop and restart of single modules. What is reported is how the modules are afterwards: the daemon's reply
-// tells no more than that it tried.
+// start, stop and restart of single modules. They report the states afterwards: the daemon's replies do not say whether
+// an operation succeeded.
 
 #include "client/BusClient.h"
 #include "client/Console.h"
 #include "client/Units.h"
+#include "contract/InspectionNames.h"
 #include "jovctl/Command.h"
+#include "jovctl/Reason.h"
+
+#include <QThread>
 
 namespace {
+
+constexpr int pollInterval = 10; // milliseconds
+constexpr int mostPolls = 100;
 
 void say(const QString &text)
 {
     Console::writeLine(Console::printable(text));
 }
 
-QString notRunning(const ModuleInfo &module, const ModuleList &modules)
+bool complain(const QString &text)
 {
-    for (const QString &name : module.dependencies) {
-        const ModuleInfo *other = findModule(modules, name);
-        if (!other || !other->isRunning()) {
-            return QStringLiteral("it depends on %1, which does not run").arg(name);
-        }
-    }
-    if (!module.isStopped() && module.isLaunched()) {
-        return QStringLiteral("it is %1").arg(module.state);
-    }
-    return module.isStopped() && module.exitedAt > module.launchedAt
-        ? QStringLiteral("its process ended (%1, exit code %2)").arg(module.status).arg(module.exitCode)
-        : QStringLiteral("it was not launched; the daemon's log says why");
+    Console::complain(Console::printable(text));
+    return false;
 }
 
-bool reportStarted(const QString &name, const ModuleList &modules, const char *done)
+bool reportStarted(const BusClient &client, const QString &name, const ModuleList &modules, const char *done)
 {
     const ModuleInfo *module = findModule(modules, name);
     if (module && module->isRunning()) {
@@ -39,11 +36,10 @@ bool reportStarted(const QString &name, const ModuleList &modules, const char *d
                 .arg(Units::duration(module->startDuration())));
         return true;
     }
-    Console::complain(QStringLiteral("%1 does not run: %2")
-                          .arg(Console::printable(name),
-                               module ? Console::printable(notRunning(*module, modules))
-                                      : QStringLiteral("it is not in the catalogue any more")));
-    return false;
+    return complain(QStringLiteral("%1 is not running: %2")
+                        .arg(name,
+                             module ? reasonNotRunning(*module, modules, client)
+                                    : QStringLiteral("the daemon no longer knows it")));
 }
 
 bool startOne(const BusClient &client, const QString &name)
@@ -51,25 +47,43 @@ bool startOne(const BusClient &client, const QString &name)
     const ModuleList before = client.modules();
     const ModuleInfo *module = findModule(before, name);
     if (module && module->isRunning()) {
-        say(QStringLiteral("%1 runs already, pid %2").arg(name).arg(module->pid));
+        say(QStringLiteral("%1 is already running, pid %2").arg(name).arg(module->pid));
         return true;
     }
     client.control(QStringLiteral("startModule"), {name});
-    return reportStarted(name, client.modules(), "started");
+    return reportStarted(client, name, client.modules(), "started");
 }
 
-bool stopOne(const BusClient &client, const QString &name)
+/// The modules after the process of `name` has ended: the daemon may reply between the kill and the end.
+ModuleList modulesAfterStop(const BusClient &client, const QString &name)
 {
-    const ModuleList before = client.modules();
-    const ModuleInfo *module = findModule(before, name);
-    if (module && module->isStopped()) {
-        // Asking would stop all later steps for nothing.
-        say(QStringLiteral("%1 is stopped already").arg(name));
-        return true;
+    ModuleList modules = client.modules();
+    for (int i = 0; i < mostPolls; ++i) {
+        const ModuleInfo *module = findModule(modules, name);
+        if (!module || !module->isStopped() || !module->isLaunched()) {
+            break;
+        }
+        QThread::msleep(pollInterval);
+        modules = client.modules();
     }
-    const bool isAsked = module && (module->isRunning() || module->state == QLatin1String("WEB_CLIENT_STARTED"));
-    client.control(QStringLiteral("stopModule"), {name});
-    const ModuleList after = client.modules();
+    return modules;
+}
+
+void reportStopped(const ModuleInfo &module, bool isAsked, bool isCrash)
+{
+    const bool isKilled = module.status == QLatin1String("SIGKILL") || module.isLaunched();
+    if (!isAsked || !isKilled) {
+        say(QStringLiteral("%1 stopped (%2)").arg(module.name, module.status));
+    } else if (isCrash) {
+        complain(QStringLiteral("%1 did not stop in time and was killed, which the daemon treats as a crash")
+                     .arg(module.name));
+    } else {
+        complain(QStringLiteral("%1 was killed before it had stopped").arg(module.name));
+    }
+}
+
+void reportOthers(const QString &name, const ModuleList &before, const ModuleList &after)
+{
     QStringList others;
     for (const ModuleInfo &other : before) {
         const ModuleInfo *now = findModule(after, other.name);
@@ -77,24 +91,34 @@ bool stopOne(const BusClient &client, const QString &name)
             others << other.name;
         }
     }
+    if (!others.isEmpty()) {
+        say(QStringLiteral("also stopped (dependents and later steps): %1").arg(others.join(QStringLiteral(", "))));
+    }
+}
+
+bool stopOne(const BusClient &client, const QString &name)
+{
+    const ModuleList before = client.modules();
+    const ModuleInfo *module = findModule(before, name);
+    if (module && module->isStopped()) {
+        // The daemon would stop all later steps nevertheless.
+        say(QStringLiteral("%1 is already stopped").arg(name));
+        return true;
+    }
+    const bool isAsked = module && (module->isRunning() || module->state == ModuleState::WebClientStarted);
+    const bool wasRefusing = client.property(Inspect::startFailed);
+    client.control(QStringLiteral("stopModule"), {name});
+    const ModuleList after = modulesAfterStop(client, name);
     module = findModule(after, name);
     const bool isStopped = module && module->isStopped();
-    // The daemon can reply before it has seen the end of a process that it had to kill.
-    const bool isKilled =
-        isStopped && isAsked && (module->launchedAt > module->exitedAt || module->status == QLatin1String("SIGKILL"));
-    if (isKilled) {
-        Console::complain(QStringLiteral("%1 did not end in time and was killed: that counts as a crash")
-                              .arg(Console::printable(name)));
-    } else if (isStopped) {
-        say(QStringLiteral("%1 stopped (%2)").arg(name, module->status));
+    if (isStopped) {
+        // Only a crash sets the flag here; a kill by a second stop and one while all modules are stopped do not.
+        reportStopped(*module, isAsked, !wasRefusing && client.property(Inspect::startFailed));
     } else {
-        Console::complain(QStringLiteral("%1 is not stopped: it is %2")
-                              .arg(Console::printable(name), module ? module->state : QStringLiteral("gone")));
+        complain(QStringLiteral("%1 is not stopped: it is %2")
+                     .arg(name, module ? module->stateText : QStringLiteral("unknown to the daemon")));
     }
-    if (!others.isEmpty()) {
-        say(QStringLiteral("also stopped, as they depend on it or belong to a later step: %1")
-                .arg(others.join(QStringLiteral(", "))));
-    }
+    reportOthers(name, before, after);
     return isStopped;
 }
 
@@ -106,10 +130,9 @@ bool restartOne(const BusClient &client, const QString &name)
     const ModuleInfo *old = findModule(before, name);
     const ModuleInfo *now = findModule(after, name);
     if (old && now && now->isRunning() && now->starts == old->starts) {
-        Console::complain(QStringLiteral("%1 was not restarted: it runs as before").arg(Console::printable(name)));
-        return false;
+        return complain(QStringLiteral("%1 was not restarted: the same process is still running").arg(name));
     }
-    return reportStarted(name, after, "restarted");
+    return reportStarted(client, name, after, "restarted");
 }
 
 template <bool (*one)(const BusClient &, const QString &)>
@@ -126,31 +149,32 @@ ExitStatus each(const Arguments &arguments)
     return done ? ExitStatus::Done : ExitStatus::Failed;
 }
 
-Command command(const QString &name, const QString &summary, const QString &description,
-                ExitStatus (*run)(const Arguments &))
+Command command(const QString &name, ExitStatus (*run)(const Arguments &), const QString &summary,
+                const QString &description)
 {
-    Command command;
-    command.name = name;
-    command.synopsis = QStringLiteral("NAME...");
-    command.summary = summary;
-    command.description = description;
-    command.examples = QStringList{QStringLiteral("jovctl %1 JovGate").arg(name),
-                                   QStringLiteral("jovctl %1 jovaudio kelmmi").arg(name)};
-    command.fewest = 1;
-    command.most = -1;
-    command.run = run;
-    return command;
+    const QString example = QStringLiteral("jovctl %1 ").arg(name);
+    return {name,
+            run,
+            summary,
+            description,
+            {example + QStringLiteral("JovGate"), example + QStringLiteral("jovaudio kelmmi")},
+            {},
+            QStringLiteral("NAME..."),
+            1,
+            -1};
 }
 
 } // namespace
 
 CommandList controlCommands()
 {
-    return {command(QStringLiteral("start"), QStringLiteral("Start modules and wait until they run"),
-                    QStringLiteral("What a module depends on must run already."), each<startOne>),
-            command(QStringLiteral("stop"), QStringLiteral("Stop modules and what depends on them"),
-                    QStringLiteral("All later steps are stopped first; what was stopped besides is said."),
-                    each<stopOne>),
-            command(QStringLiteral("restart"), QStringLiteral("Stop modules alone and start them again"),
-                    QStringLiteral("What depends on a module goes on running meanwhile."), each<restartOne>)};
+    return {
+        command(QStringLiteral("start"), each<startOne>,
+                QStringLiteral("Start modules and wait until they are running"),
+                QStringLiteral("The modules that they depend on must be running.")),
+        command(QStringLiteral("stop"), each<stopOne>,
+                QStringLiteral("Stop modules and the modules that depend on them"),
+                QStringLiteral("All later steps are stopped first. The other modules that were stopped are\nlisted.")),
+        command(QStringLiteral("restart"), each<restartOne>, QStringLiteral("Stop modules and start them again"),
+                QStringLiteral("The modules that depend on them keep running."))};
 }

@@ -1,17 +1,22 @@
 #include "client/BusClient.h"
 #include "client/Console.h"
+#include "contract/InspectionNames.h"
 #include "jovctl/Command.h"
+
+#include <jov/JovLogger.h>
 
 namespace {
 
-constexpr const char *levelNames[] = {"emergency", "alert", "critical", "error", "warning", "notice", "info", "debug"};
-constexpr int levels = 8;
+/// The messages that the daemon logs up to each level. It has none of its own for the levels 1, 2 and 5.
+constexpr const char *messages[] = {"emergency", "emergency", "emergency", "error",
+                                    "warning",   "warning",   "info",      "debug"};
+constexpr int levels = JovLogger::Debug + 1;
 
-/// The level of that number or name; -1 when there is none.
+/// The level of that number or name; -1 if there is none.
 int levelOf(const QString &text)
 {
     for (int level = 0; level < levels; ++level) {
-        if (text == QLatin1String(levelNames[level]) || text == QString::number(level)) {
+        if (text == QLatin1String(messages[level]) || text == QString::number(level)) {
             return level;
         }
     }
@@ -20,13 +25,7 @@ int levelOf(const QString &text)
 
 QString described(int level)
 {
-    return level >= 0 && level < levels ? QStringLiteral("%1 (%2)").arg(level).arg(QLatin1String(levelNames[level]))
-                                        : QString::number(level);
-}
-
-int presentLevel(const BusClient &client)
-{
-    return client.properties().value(QStringLiteral("LogLevel")).toInt();
+    return QStringLiteral("%1 (%2)").arg(level).arg(QLatin1String(messages[qBound(0, level, levels - 1)]));
 }
 
 ExitStatus logLevel(const Arguments &arguments)
@@ -34,19 +33,19 @@ ExitStatus logLevel(const Arguments &arguments)
     const QString wanted = arguments.operands().value(0);
     const int level = levelOf(wanted);
     if (!arguments.operands().isEmpty() && level < 0) {
-        throw Failure(ExitStatus::Usage,
-                      QStringLiteral("\"%1\" is no log level: they go from 0 (emergency) to 7 (debug)")
-                          .arg(Console::printable(wanted)));
+        throw Failure(
+            ExitStatus::Usage,
+            QStringLiteral("unknown log level \"%1\": use 0 (emergency) to 7 (debug)").arg(Console::printable(wanted)));
     }
     const BusClient client;
     if (level >= 0) {
         client.setLogLevel(level);
-        if (presentLevel(client) != level) {
-            throw Failure(ExitStatus::Failed,
-                          QStringLiteral("the level is still %1").arg(described(presentLevel(client))));
-        }
     }
-    Console::writeLine(described(presentLevel(client)));
+    const int present = client.property(Inspect::logLevel);
+    if (level >= 0 && present != level) {
+        throw Failure(ExitStatus::Failed, QStringLiteral("the log level is still %1").arg(described(present)));
+    }
+    Console::writeLine(described(present));
     return ExitStatus::Done;
 }
 
@@ -54,16 +53,16 @@ ExitStatus logLevel(const Arguments &arguments)
 
 CommandList logLevelCommands()
 {
-    Command command;
-    command.name = QStringLiteral("log-level");
-    command.synopsis = QStringLiteral("[N]");
-    command.summary = QStringLiteral("Show or change what the running daemon logs");
-    command.description =
-        QStringLiteral("0 emergency, 3 error, 4 warning, 6 info, 7 debug; the names do too.\n"
-                       "It lasts until the daemon ends; platform.ini has the level that it starts with.");
-    command.examples = QStringList{QStringLiteral("jovctl log-level"), QStringLiteral("jovctl log-level 7"),
-                                   QStringLiteral("jovctl log-level info")};
-    command.most = 1;
-    command.run = logLevel;
-    return {command};
+    return {{QStringLiteral("log-level"),
+             logLevel,
+             QStringLiteral("Show or set the log level of the running daemon"),
+             QStringLiteral("N is a number or a name: 0 emergency, 3 error, 4 warning, 6 info, 7 debug.\n"
+                            "Levels 1 and 2 log the same as 0, and 5 the same as 4.\n"
+                            "The level applies until the daemon exits; the initial level is in platform.ini."),
+             {QStringLiteral("jovctl log-level"), QStringLiteral("jovctl log-level 7"),
+              QStringLiteral("jovctl log-level info")},
+             {},
+             QStringLiteral("[N]"),
+             0,
+             1}};
 }

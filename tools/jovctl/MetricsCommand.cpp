@@ -1,5 +1,6 @@
 #include "client/BusClient.h"
 #include "client/Console.h"
+#include "contract/InspectionNames.h"
 #include "jovctl/Command.h"
 #include "jovctl/ProcessUsage.h"
 
@@ -37,7 +38,7 @@ QString single(const char *name, const char *help, const QString &value)
     return head(name, "gauge", help) + QStringLiteral("jovara_%1 %2\n").arg(QLatin1String(name), value);
 }
 
-/// One family with a sample for each module for which `value` is not empty.
+/// One family, with a sample for each module whose value is not empty.
 QString family(const char *name, const char *type, const char *help, const ModuleList &modules, const Value &value)
 {
     QString text = head(name, type, help);
@@ -64,13 +65,12 @@ Value ofProcess(quint64 (*figure)(const ProcessUsage &), bool isTime = false)
 
 QString states(const ModuleList &modules)
 {
-    static constexpr const char *all[] = {"STOPPED", "STARTING", "WEB_CLIENT_STARTED", "RUNNING", "STOPPING"};
-    QString text = head("module_state", "gauge", "1 for the state that the module is in.");
+    QString text = head("module_state", "gauge", "1 for the current state of the module, else 0.");
     for (const ModuleInfo &module : modules) {
-        for (const char *state : all) {
+        for (const ModuleState state : allModuleStates) {
             text += QStringLiteral("jovara_module_state{%1,state=\"%2\"} %3\n")
-                        .arg(labels(module), QLatin1String(state))
-                        .arg(module.state == QLatin1String(state) ? 1 : 0);
+                        .arg(labels(module), stateText(state))
+                        .arg(module.state == state ? 1 : 0);
         }
     }
     return text;
@@ -78,7 +78,7 @@ QString states(const ModuleList &modules)
 
 QString steps(const StepList &list)
 {
-    QString text = head("step_start_seconds", "gauge", "How long the last start of the step took.");
+    QString text = head("step_start_seconds", "gauge", "Duration of the last start of the step.");
     for (const StepInfo &step : list) {
         if (step.doneAt >= step.startedAt && step.startedAt > 0) {
             text += QStringLiteral("jovara_step_start_seconds{step=\"%1\",value=\"%2\"} %3\n")
@@ -90,26 +90,26 @@ QString steps(const StepList &list)
     return text;
 }
 
-QString daemonMetrics(const QVariantMap &properties)
+QString daemonMetrics(const BusClient &client)
 {
-    const auto number = [&](const char *key) { return QString::number(properties.value(QLatin1String(key)).toInt()); };
-    return single("up", "1 when the daemon answers.", QStringLiteral("1"))
-        + single("current_step", "The last step that the start-up has reached.", number("CurrentStep"))
-        + single("start_failed", "1 when the start-up failed or everything was stopped.", number("StartFailed"))
-        + single("init_in_progress", "1 until the start-up has shown the home page.", number("InitInProgress"));
+    const auto number = [&](QLatin1String key) { return QString::number(client.property(key)); };
+    return single("up", "1 if the daemon answers, else 0.", QStringLiteral("1"))
+        + single("current_step", "Value of the step that the start-up has reached.", number(Inspect::currentStep))
+        + single("start_failed", "1 if the start-up failed or all modules were stopped.", number(Inspect::startFailed))
+        + single("init_in_progress", "1 until the start-up has shown the home page.", number(Inspect::initInProgress));
 }
 
 QString moduleMetrics(const ModuleList &modules)
 {
     return states(modules)
-        + family("module_starts", "counter", "How often the module was launched.", modules,
+        + family("module_starts", "counter", "Number of launches of the module.", modules,
                  [](const ModuleInfo &module) { return QString::number(module.starts); })
-        + family("module_start_seconds", "gauge", "From the launch until the module was ready.", modules,
+        + family("module_start_seconds", "gauge", "Time from the launch until the module was ready.", modules,
                  [](const ModuleInfo &module) {
                      return module.startDuration() ? seconds(module.startDuration()) : QString();
                  })
         + family(
-               "module_exit_code", "gauge", "The exit code of the last run that ended.", modules,
+               "module_exit_code", "gauge", "Exit code of the last process that ended.", modules,
                [](const ModuleInfo &module) { return module.exitedAt ? QString::number(module.exitCode) : QString(); })
         + family("module_cpu_seconds", "counter", "Processor time of the module's process.", modules,
                  ofProcess([](const ProcessUsage &usage) { return usage.microseconds; }, true))
@@ -125,10 +125,11 @@ ExitStatus metrics(const Arguments &)
     try {
         const BusClient client;
         const ModuleList modules = client.modules();
-        text = daemonMetrics(client.properties()) + steps(client.steps()) + moduleMetrics(modules);
+        text = daemonMetrics(client) + steps(client.steps()) + moduleMetrics(modules);
     } catch (const Failure &) {
-        // A collector that reads the output must see that the daemon is gone, not the figures of last time.
-        Console::write(single("up", "1 when the daemon answers.", QStringLiteral("0")) + QStringLiteral("# EOF\n"));
+        // Without this a collector would keep the figures of the last run.
+        Console::write(single("up", "1 if the daemon answers, else 0.", QStringLiteral("0"))
+                       + QStringLiteral("# EOF\n"));
         throw;
     }
     Console::write(text + QStringLiteral("# EOF\n"));
@@ -139,14 +140,11 @@ ExitStatus metrics(const Arguments &)
 
 CommandList metricsCommands()
 {
-    Command command;
-    command.name = QStringLiteral("metrics");
-    command.summary = QStringLiteral("Print figures for a monitoring system (OpenMetrics)");
-    command.description =
-        QStringLiteral("For a node exporter's textfile collector. Without a daemon it prints jovara_up 0\n"
-                       "and ends with status 3.");
-    command.examples = QStringList{QStringLiteral("jovctl metrics"),
-                                   QStringLiteral("jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom")};
-    command.run = metrics;
-    return {command};
+    return {{QStringLiteral("metrics"),
+             metrics,
+             QStringLiteral("Print metrics for a monitoring system (OpenMetrics)"),
+             QStringLiteral("Suitable for the textfile collector of a node exporter. If the daemon is not\n"
+                            "running, prints jovara_up 0 and exits with status 3."),
+             {QStringLiteral("jovctl metrics"),
+              QStringLiteral("jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom")}}};
 }

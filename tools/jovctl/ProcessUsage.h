@@ -13,11 +13,11 @@ struct ProcessUsage
     quint64 microseconds = 0; ///< of processor time
     int threads = 0;
 
-    /// Nothing when there is no such process.
+    /// Nothing if there is no such process.
     [[nodiscard]] static std::optional<ProcessUsage> read(uint pid);
 };
 
-/// The terminal's memory in kB; 0 when it cannot be read.
+/// The terminal's memory in kB; 0 if it cannot be read.
 [[nodiscard]] qint64 totalMemoryKb();
 
 #endif

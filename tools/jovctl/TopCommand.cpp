@@ -17,10 +17,10 @@ struct Sample
 {
     ModuleInfo module;
     ProcessUsage usage;
-    double share = 0; ///< of one processor
+    double share = 0; ///< of one processor: 1 is all of it
 };
 
-/// Two looks make a picture: the processor's share is what was used between them.
+/// The processor share of a sample is the time that the process used since the sample before.
 class Sampler
 {
 public:
@@ -54,11 +54,6 @@ private:
     quint64 m_time = 0;
 };
 
-qint64 ceilingKb(const ModuleInfo &module)
-{
-    return module.maxMemory > 0 && module.maxMemory < 100 ? totalMemoryKb() * module.maxMemory / 100 : module.maxMemory;
-}
-
 Table tableOf(const QList<Sample> &samples)
 {
     const auto right = Table::Align::Right;
@@ -71,17 +66,17 @@ Table tableOf(const QList<Sample> &samples)
                  {QStringLiteral("THREADS"), QStringLiteral("threads"), right},
                  {QStringLiteral("STATE"), QStringLiteral("state")}});
     const auto memory = [](qint64 kb) { return Table::Cell(Units::memory(kb), QJsonValue(kb)); };
+    const qint64 total = totalMemoryKb();
     for (const Sample &sample : samples) {
-        const qint64 limit = ceilingKb(sample.module);
+        const qint64 limit = sample.module.maxMemory.size(total);
         Table::Cell size = memory(sample.usage.virtualKb);
-        size.colour = limit > 0 && sample.usage.virtualKb > limit ? Console::Colour::Bad : Console::Colour::None;
-        table.add({sample.module.name,
-                   Table::Cell(QString::number(sample.module.pid), QJsonValue(qint64(sample.module.pid))),
+        size.colour = sample.module.maxMemory.isExceeded(sample.usage.virtualKb, total) ? Console::Colour::Bad
+                                                                                        : Console::Colour::None;
+        table.add({sample.module.name, sample.module.pid,
                    Table::Cell(QString::number(sample.share * 100, 'f', 1), QJsonValue(sample.share * 100)),
                    memory(sample.usage.residentKb), size,
-                   limit > 0 ? memory(limit) : Table::Cell(QStringLiteral("-"), QJsonValue(0)),
-                   Table::Cell(QString::number(sample.usage.threads), QJsonValue(sample.usage.threads)),
-                   Table::Cell(sample.module.state, Console::colourOfState(sample.module.state))});
+                   limit > 0 ? memory(limit) : Table::Cell(QStringLiteral("-"), QJsonValue(0)), sample.usage.threads,
+                   Table::Cell(sample.module.stateText, Console::colourOfState(sample.module.stateText))});
     }
     return table;
 }
@@ -125,7 +120,7 @@ double intervalOf(const Arguments &arguments)
     bool isNumber = false;
     const double seconds = arguments.value(QStringLiteral("interval")).toDouble(&isNumber);
     if (!isNumber || !(seconds >= 0.1 && seconds <= 86400)) {
-        throw Failure(ExitStatus::Usage, QStringLiteral("--interval takes seconds, from 0.1 to 86400"));
+        throw Failure(ExitStatus::Usage, QStringLiteral("--interval must be from 0.1 to 86400 seconds"));
     }
     return seconds;
 }
@@ -167,16 +162,13 @@ ExitStatus top(const Arguments &arguments)
 
 CommandList topCommands()
 {
-    Command command;
-    command.name = QStringLiteral("top");
-    command.summary = QStringLiteral("Show memory and processor of the modules, live");
-    command.description =
-        QStringLiteral("The busiest first; VIRTUAL is what the memory limit is compared with.\nCtrl-C ends it.");
-    command.examples = QStringList{QStringLiteral("jovctl top"), QStringLiteral("jovctl top --once --json")};
-    command.options = QList<QCommandLineOption>{
-        jsonOption(), QCommandLineOption(QStringLiteral("once"), QStringLiteral("One picture only")),
-        QCommandLineOption(QStringLiteral("interval"), QStringLiteral("Between two pictures; 1 when not given"),
-                           QStringLiteral("SECONDS"))};
-    command.run = top;
-    return {command};
+    return {{QStringLiteral("top"),
+             top,
+             QStringLiteral("Show the memory and processor use of the modules, live"),
+             QStringLiteral("Sorted by processor use. The daemon compares VIRTUAL with LIMIT.\nCtrl-C ends it."),
+             {QStringLiteral("jovctl top"), QStringLiteral("jovctl top --once --json")},
+             {jsonOption(),
+              {QStringLiteral("once"), QStringLiteral("Print one table and exit")},
+              {QStringLiteral("interval"), QStringLiteral("Time between two tables (default: 1)"),
+               QStringLiteral("SECONDS")}}}};
 }

@@ -10,8 +10,8 @@
 namespace {
 
 /**
- * Prints each step's forest. A module that several others lead to is printed under each of them, and what hangs below
- * it only the first time: in a ladder of diamonds there would be no end.
+ * Prints the forest of each step. A module with several dependencies is printed below each of them, but its dependents
+ * only the first time: in a ladder of diamonds the output would double with every rung.
  */
 class TreePrinter
 {
@@ -56,8 +56,7 @@ private:
             const bool isRepeated = m_printed.contains(module->name) && !module->dependents.isEmpty();
             m_printed.insert(module->name);
             Console::writeLine(indent + (isLast ? m_lastBranch : m_branch) + Console::printable(module->name)
-                               + QLatin1Char(' ')
-                               + Console::coloured(module->state, Console::colourOfState(module->state))
+                               + QLatin1Char(' ') + Console::colouredState(module->stateText)
                                + (isRepeated ? QStringLiteral(" (see above)") : QString()));
             if (!isRepeated) {
                 printAll(module->dependents, indent + (isLast ? QStringLiteral("   ") : m_bar));
@@ -107,7 +106,7 @@ void printJson(const StepList &steps, const ModuleList &modules)
         for (const QString &name : step.modules) {
             const ModuleInfo *module = findModule(modules, name);
             members << QJsonObject{{QStringLiteral("name"), name},
-                                   {QStringLiteral("state"), module ? module->state : QString()},
+                                   {QStringLiteral("state"), module ? module->stateText : QString()},
                                    {QStringLiteral("dependencies"),
                                     QJsonArray::fromStringList(module ? module->dependencies : QStringList())}};
         }
@@ -118,7 +117,7 @@ void printJson(const StepList &steps, const ModuleList &modules)
                              {QStringLiteral("startedAt"), qint64(step.startedAt)},
                              {QStringLiteral("doneAt"), qint64(step.doneAt)}};
     }
-    Console::write(QString::fromUtf8(QJsonDocument(array).toJson()));
+    Console::writeJson(QJsonDocument(array));
 }
 
 ExitStatus tree(const Arguments &arguments)
@@ -143,13 +142,10 @@ ExitStatus tree(const Arguments &arguments)
 
 CommandList treeCommands()
 {
-    Command command;
-    command.name = QStringLiteral("tree");
-    command.summary = QStringLiteral("Show the steps and who depends on whom");
-    command.examples =
-        QStringList{QStringLiteral("jovctl tree"), QStringLiteral("jovctl tree --dot | dot -Tsvg -o tree.svg")};
-    command.options = QList<QCommandLineOption>{
-        jsonOption(), QCommandLineOption(QStringLiteral("dot"), QStringLiteral("A graph for Graphviz instead"))};
-    command.run = tree;
-    return {command};
+    return {{QStringLiteral("tree"),
+             tree,
+             QStringLiteral("Show the steps and the dependencies between modules"),
+             QString(),
+             {QStringLiteral("jovctl tree"), QStringLiteral("jovctl tree --dot | dot -Tsvg -o tree.svg")},
+             {jsonOption(), {QStringLiteral("dot"), QStringLiteral("Print a graph for Graphviz")}}}};
 }

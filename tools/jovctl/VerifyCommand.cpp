@@ -6,14 +6,15 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
 
 namespace {
 
-/// From here on this process finds the terminal's files below `folder`.
+/// Makes this process read the terminal's files below `folder`.
 void moveRoot(const QString &folder)
 {
     if (!QFileInfo(folder).isDir()) {
-        throw Failure(ExitStatus::Usage, QStringLiteral("no such folder: %1").arg(Console::printable(folder)));
+        throw Failure(ExitStatus::Usage, QStringLiteral("no such directory: %1").arg(Console::printable(folder)));
     }
     qputenv("JOV_ROOT", QFile::encodeName(QDir(folder).absolutePath()));
 }
@@ -24,7 +25,11 @@ ExitStatus verify(const Arguments &arguments)
         moveRoot(arguments.operands().constFirst());
     }
     const TerminalReport report = checkTerminal();
-    Console::write(arguments.wantsJson() ? QString::fromUtf8(jsonOf(report)) : textOf(report, Console::hasColour()));
+    if (arguments.wantsJson()) {
+        Console::writeJson(QJsonDocument(jsonOf(report)));
+    } else {
+        Console::write(textOf(report));
+    }
     return report.errors() > 0 ? ExitStatus::Failed : ExitStatus::Done;
 }
 
@@ -32,18 +37,16 @@ ExitStatus verify(const Arguments &arguments)
 
 CommandList verifyCommands()
 {
-    Command command;
-    command.name = QStringLiteral("verify");
-    command.synopsis = QStringLiteral("[ROOT]");
-    command.summary = QStringLiteral("Check a set of files before it is flashed");
-    command.description =
-        QStringLiteral("Needs no daemon and no bus: reads the files below ROOT, or those of this\n"
-                       "terminal, as the daemon would, and says what is wrong, where, and how to mend\n"
-                       "it. Exit status 1 when there are errors.");
-    command.examples = QStringList{QStringLiteral("jovctl verify"), QStringLiteral("jovctl verify build/rootfs"),
-                                   QStringLiteral("jovctl verify --json build/rootfs")};
-    command.options = QList<QCommandLineOption>{jsonOption()};
-    command.most = 1;
-    command.run = verify;
-    return {command};
+    return {{QStringLiteral("verify"),
+             verify,
+             QStringLiteral("Check the files of a terminal for errors"),
+             QStringLiteral("Reads the files below ROOT, or those of this terminal, as the daemon does.\n"
+                            "Prints each error with its file and line, and how to fix it. Needs no daemon and no bus.\n"
+                            "Exits with status 1 if there are errors."),
+             {QStringLiteral("jovctl verify"), QStringLiteral("jovctl verify build/rootfs"),
+              QStringLiteral("jovctl verify --json build/rootfs")},
+             {jsonOption()},
+             QStringLiteral("[ROOT]"),
+             0,
+             1}};
 }

@@ -4,6 +4,8 @@
 #include "client/Interrupt.h"
 #include "jovctl/Command.h"
 
+#include <jov/BusNames.h>
+
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>
@@ -11,7 +13,7 @@
 
 namespace {
 
-/// Writes each thing as a line of its own, at once.
+/// Prints each report as a line, without buffering.
 class WatchPrinter : public QObject
 {
     Q_OBJECT
@@ -41,23 +43,22 @@ public:
 
     void state(const QString &kind, const QString &name, const QString &oldState, const QString &newState)
     {
-        const QString shown =
-            Console::coloured(newState.isEmpty() ? QStringLiteral("-") : newState, Console::colourOfState(newState));
         QJsonObject values{{QStringLiteral("name"), name}, {QStringLiteral("state"), newState}};
         if (!oldState.isEmpty()) {
             values.insert(QStringLiteral("old"), oldState);
         }
         line(kind,
-             QStringLiteral("%1 %2%3").arg(
-                 Console::printable(name),
-                 oldState.isEmpty() ? QStringLiteral("is ") : oldState + QStringLiteral(" -> "), shown),
+             QStringLiteral("%1 %2%3").arg(Console::printable(name),
+                                           oldState.isEmpty() ? QStringLiteral("is ")
+                                                              : oldState + QStringLiteral(" -> "),
+                                           Console::colouredState(newState)),
              values);
     }
 
     void followEvents()
     {
-        m_connection.connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
-                             QStringLiteral("event"), this, SLOT(event(QString, QVariantMap)));
+        m_connection.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), this,
+                             SLOT(event(QString, QVariantMap)));
     }
 
 private Q_SLOTS:
@@ -90,19 +91,19 @@ void connectAll(const DaemonWatch &watch, WatchPrinter &printer)
                      {{QStringLiteral("value"), value}, {QStringLiteral("name"), name}});
     });
     QObject::connect(&watch, &DaemonWatch::appeared, &printer, [&printer] {
-        printer.line(QStringLiteral("daemon"), QStringLiteral("ApplicationManager is there"),
+        printer.line(QStringLiteral("daemon"), QStringLiteral("ApplicationManager is running"),
                      {{QStringLiteral("there"), true}});
     });
     QObject::connect(&watch, &DaemonWatch::vanished, &printer, [&printer] {
-        printer.line(QStringLiteral("daemon"), QStringLiteral("ApplicationManager is not running, waiting for it"),
+        printer.line(QStringLiteral("daemon"), QStringLiteral("ApplicationManager is not running; waiting for it"),
                      {{QStringLiteral("there"), false}});
     });
     QObject::connect(&watch, &DaemonWatch::refused, &printer, [](const QString &text) {
-        Console::complain(QStringLiteral("ApplicationManager refused: %1").arg(text));
+        Console::complain(QStringLiteral("ApplicationManager refused the request: %1").arg(text));
         QCoreApplication::exit(int(ExitStatus::Failed));
     });
     QObject::connect(&watch, &DaemonWatch::busLost, &printer, [] {
-        Console::complain(QStringLiteral("the bus is gone"));
+        Console::complain(QStringLiteral("the connection to the bus was lost"));
         QCoreApplication::exit(int(ExitStatus::NoDaemon));
     });
 }
@@ -128,17 +129,13 @@ ExitStatus watch(const Arguments &arguments)
 
 CommandList watchCommands()
 {
-    Command command;
-    command.name = QStringLiteral("watch");
-    command.summary = QStringLiteral("Show what happens, as it happens");
-    command.description =
-        QStringLiteral("Begins with the present state of all modules; nothing is missed between that and\n"
-                       "the first change. Waits when the daemon is not there. Ctrl-C ends it.");
-    command.examples = QStringList{QStringLiteral("jovctl watch"), QStringLiteral("jovctl watch --events"),
-                                   QStringLiteral("jovctl watch --json | jq 'select(.kind == \"change\")'")};
-    command.options = QList<QCommandLineOption>{
-        QCommandLineOption(QStringLiteral("json"), QStringLiteral("For programs: a JSON object a line")),
-        QCommandLineOption(QStringLiteral("events"), QStringLiteral("The platform's events as well"))};
-    command.run = watch;
-    return {command};
+    return {{QStringLiteral("watch"),
+             watch,
+             QStringLiteral("Print state changes and completed steps as they happen"),
+             QStringLiteral("Prints the current state of all modules, then every change. Waits if the\n"
+                            "daemon is not running. Ctrl-C ends it."),
+             {QStringLiteral("jovctl watch"), QStringLiteral("jovctl watch --events"),
+              QStringLiteral("jovctl watch --json | jq 'select(.kind == \"change\")'")},
+             {{QStringLiteral("json"), QStringLiteral("Print a JSON object in each line")},
+              {QStringLiteral("events"), QStringLiteral("Print the events of the platform, too")}}}};
 }

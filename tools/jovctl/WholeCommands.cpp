@@ -1,10 +1,12 @@
-// What concerns all modules at once. As with single modules, the state afterwards is what is reported.
+// Commands for all modules together. Like those for single modules, they report the states afterwards.
 
 #include "client/BusClient.h"
 #include "client/Console.h"
 #include "client/Failure.h"
 #include "client/Units.h"
 #include "client/WaitNotice.h"
+#include "contract/InspectionNames.h"
+#include "contract/Steps.h"
 #include "jovctl/Command.h"
 
 #include <QSet>
@@ -21,7 +23,7 @@ QString joined(const QStringList &names)
     return Console::printable(names.join(QStringLiteral(", ")));
 }
 
-/// Of the steps' modules, those that do not run.
+/// The modules of all steps that are not running.
 QStringList notRunning(const BusClient &client)
 {
     QSet<QString> expected;
@@ -43,7 +45,7 @@ ExitStatus reportAllRunning(const BusClient &client, const QString &done)
 {
     const QStringList missing = notRunning(client);
     if (!missing.isEmpty()) {
-        Console::complain(QStringLiteral("these do not run: %1").arg(joined(missing)));
+        Console::complain(QStringLiteral("not running: %1").arg(joined(missing)));
         return ExitStatus::Failed;
     }
     Console::writeLine(done);
@@ -52,7 +54,7 @@ ExitStatus reportAllRunning(const BusClient &client, const QString &done)
 
 bool startFailed(const BusClient &client)
 {
-    return client.properties().value(QStringLiteral("StartFailed")).toBool();
+    return client.property(Inspect::startFailed) != 0;
 }
 
 ExitStatus startAll(const Arguments &)
@@ -61,11 +63,11 @@ ExitStatus startAll(const Arguments &)
     client.control(QStringLiteral("startAll"));
     if (startFailed(client)) {
         Console::complain(
-            QStringLiteral("the daemon starts nothing: everything was stopped, or the start-up has failed. "
-                           "jovctl restart-all begins again"));
+            QStringLiteral("the daemon refuses to start modules, because all modules were stopped or the start-up "
+                           "failed. Use: jovctl restart-all"));
         return ExitStatus::Failed;
     }
-    return reportAllRunning(client, QStringLiteral("all modules run"));
+    return reportAllRunning(client, QStringLiteral("all modules are running"));
 }
 
 ExitStatus stopAll(const Arguments &)
@@ -80,27 +82,26 @@ ExitStatus stopAll(const Arguments &)
         }
     }
     if (!left.isEmpty()) {
-        Console::complain(QStringLiteral("these still run: %1").arg(joined(left)));
+        Console::complain(QStringLiteral("still running: %1").arg(joined(left)));
         return ExitStatus::Failed;
     }
-    Console::writeLine(QStringLiteral("all modules are stopped; jovctl restart-all starts them again"));
+    Console::writeLine(QStringLiteral("all modules are stopped. To start them again, use: jovctl restart-all"));
     return ExitStatus::Done;
 }
 
-bool hasHappened(const BusClient &client, const char *event, quint64 since)
+bool hasHappened(const BusClient &client, QLatin1String event, quint64 since)
 {
     const TimelineList timeline = client.timeline();
-    return std::any_of(timeline.begin(), timeline.end(), [&](const TimelineEntry &entry) {
-        return entry.time >= since && entry.event == QLatin1String(event);
-    });
+    return std::any_of(timeline.begin(), timeline.end(),
+                       [&](const TimelineEntry &entry) { return entry.time >= since && entry.event == event; });
 }
 
-/// The daemon may only have accepted a restart when it answers; it is over with the last step's start.
+/// The daemon may reply before the restart has begun. A restart is complete when the last step is.
 void waitForRestart(const BusClient &client, quint64 since)
 {
     WaitNotice notice(client);
     for (;; QThread::msleep(pollInterval)) {
-        if (hasHappened(client, "restart", since)) {
+        if (hasHappened(client, Inspect::Happened::restart, since)) {
             const StepList steps = client.steps();
             if (steps.isEmpty() || steps.last().doneAt >= since || startFailed(client)) {
                 return;
@@ -114,11 +115,11 @@ ExitStatus reportRestart(const BusClient &client, quint64 since)
 {
     waitForRestart(client, since);
     if (startFailed(client)) {
-        Console::complain(QStringLiteral("the start was interrupted"));
+        Console::complain(QStringLiteral("the start-up failed or was interrupted"));
         return ExitStatus::Failed;
     }
     return reportAllRunning(
-        client, QStringLiteral("all modules run again, after %1").arg(Units::duration(Units::now() - since)));
+        client, QStringLiteral("all modules are running again after %1").arg(Units::duration(Units::now() - since)));
 }
 
 ExitStatus restartAll(const Arguments &)
@@ -134,8 +135,8 @@ ExitStatus restartAll(const Arguments &)
             throw;
         }
         throw Failure(ExitStatus::NoDaemon,
-                      QStringLiteral("ApplicationManager has ended, as it does when it cannot use its files: "
-                                     "see jovctl verify, and its log"));
+                      QStringLiteral("ApplicationManager ended, probably because it cannot use its files. "
+                                     "Check them with: jovctl verify"));
     }
 }
 
@@ -143,15 +144,18 @@ ExitStatus restartApp(const Arguments &)
 {
     const BusClient client(BusClient::Purpose::Control);
     const quint64 since = Units::now();
-    const int step = client.properties().value(QStringLiteral("CurrentStep")).toInt();
+    const int step = client.property(Inspect::currentStep);
     client.control(QStringLiteral("restartApp"));
-    // The daemon begins with it before it answers the next question.
-    if (!hasHappened(client, "stop_all", since)) {
+    // The daemon begins a restart before it answers the next call.
+    if (!hasHappened(client, Inspect::Happened::stopAll, since)) {
         Console::complain(
-            step < 5
-                ? QStringLiteral("nothing was restarted: the start-up has only reached step %1, and needs 5").arg(step)
-                : QStringLiteral("not restarted yet: the platform has locked restarts, it follows when "
-                                 "the platform unlocks them"));
+            step < Steps::firstOwn
+                ? QStringLiteral("not restarted: the start-up has reached step %1, and restarts are allowed from step "
+                                 "%2 on")
+                      .arg(step)
+                      .arg(Steps::firstOwn)
+                : QStringLiteral("not restarted yet: the platform has locked restarts. The daemon restarts when the "
+                                 "platform unlocks them"));
         return ExitStatus::Failed;
     }
     return reportRestart(client, since);
@@ -164,7 +168,7 @@ ExitStatus shutDown(const Arguments &)
     try {
         client.control(QStringLiteral("stopManager"));
     } catch (const Failure &) {
-        // A daemon that has ended owes no answer any more.
+        // The daemon may exit without a reply.
         if (owner.isEmpty() || client.owner() == owner) {
             throw;
         }
@@ -178,33 +182,28 @@ ExitStatus shutDown(const Arguments &)
     return ExitStatus::Done;
 }
 
-Command command(const QString &name, const QString &summary, const QString &description,
-                ExitStatus (*run)(const Arguments &))
+Command command(const QString &name, ExitStatus (*run)(const Arguments &), const QString &summary,
+                const QString &description)
 {
-    Command command;
-    command.name = name;
-    command.summary = summary;
-    command.description = description;
-    command.examples = QStringList{QStringLiteral("jovctl %1").arg(name)};
-    command.run = run;
-    return command;
+    return {name, run, summary, description, {QStringLiteral("jovctl %1").arg(name)}};
 }
 
 } // namespace
 
 CommandList wholeCommands()
 {
-    return {command(QStringLiteral("start-all"), QStringLiteral("Start whatever does not run"),
-                    QStringLiteral("Step by step. After stop-all nothing starts this way: use restart-all."), startAll),
-            command(QStringLiteral("stop-all"), QStringLiteral("Stop all modules, the last step first"),
-                    QStringLiteral("The daemon stays."), stopAll),
-            command(QStringLiteral("restart-all"), QStringLiteral("Stop all, read all files again, start all"),
-                    QStringLiteral("With files that it cannot use the daemon ends instead: ask jovctl verify first."),
-                    restartAll),
-            command(QStringLiteral("restart-app"), QStringLiteral("Stop all and start all, when that is allowed"),
-                    QStringLiteral("As a module would ask for it: only from step 5 on, and not while the platform\n"
-                                   "has locked restarts. The files are not read again."),
-                    restartApp),
-            command(QStringLiteral("shutdown"), QStringLiteral("Stop all modules and end the daemon"), QString(),
-                    shutDown)};
+    return {command(QStringLiteral("start-all"), startAll, QStringLiteral("Start all modules that are not running"),
+                    QStringLiteral("After stop-all the daemon refuses this: use restart-all.")),
+            command(QStringLiteral("stop-all"), stopAll, QStringLiteral("Stop all modules, the last step first"),
+                    QStringLiteral("The daemon keeps running.")),
+            command(QStringLiteral("restart-all"), restartAll,
+                    QStringLiteral("Stop all modules, read all files again, start all modules"),
+                    QStringLiteral("If the daemon cannot use the files, it exits. Check them first: jovctl verify")),
+            command(QStringLiteral("restart-app"), restartApp,
+                    QStringLiteral("Stop and start all modules, if restarts are allowed"),
+                    QStringLiteral("Has the same conditions as a restart requested by a module: step %1 has been\n"
+                                   "reached, and the platform has not locked restarts. The files are not read again.")
+                        .arg(Steps::firstOwn)),
+            command(QStringLiteral("shutdown"), shutDown, QStringLiteral("Stop all modules and exit the daemon"),
+                    QString())};
 }

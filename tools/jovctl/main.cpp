@@ -4,7 +4,7 @@
 
 int main(int argc, char **argv)
 {
-    // As UTF-8 whatever the locale: that is what module names are made of.
+    // Module names are UTF-8 in every locale; QCoreApplication::arguments() would decode them by the locale.
     QStringList words;
     for (int i = 1; i < argc; ++i) {
         words << QString::fromUtf8(argv[i]);

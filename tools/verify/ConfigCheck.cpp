@@ -1,5 +1,6 @@
 #include "verify/ConfigCheck.h"
 
+#include "contract/MemoryCeiling.h"
 #include "verify/XmlElements.h"
 
 #include <QStringList>
@@ -18,12 +19,10 @@ const QString criteria = QStringLiteral("criteria");
 const QString initStep = QStringLiteral("initStep");
 const QString description = QStringLiteral("description");
 
-/// Below this a ceiling is per cent of the terminal's memory, from here on kB.
-constexpr int firstAbsolute = 100;
-/// A process that has only begun takes more than these kB.
+/// In kB: less than the virtual memory of any process.
 constexpr int leastProcess = 1000;
 
-/// What may stand in a list is also what is often put beside it.
+/// The list that the item belongs to; empty for other names.
 QString listOf(const QString &item)
 {
     return item == dependency ? dependencies : item == argument ? extraArgs : item == ceiling ? maxMemory : QString();
@@ -36,11 +35,11 @@ void checkRoot(const XmlElement &root, const Place &place, Findings &findings)
     for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
         if (known.contains(name) && seen.contains(name)) {
-            findings.warning(place.at(child.lineNumber()), QStringLiteral("a second %1 is passed over").arg(tag(name)),
-                             QStringLiteral("put everything into the first"));
+            findings.warning(place.at(child.lineNumber()), QStringLiteral("a second %1, ignored").arg(tag(name)),
+                             QStringLiteral("merge it into the first one"));
         } else if (!listOf(name).isEmpty()) {
-            findings.warning(place.at(child.lineNumber()), QStringLiteral("%1 is passed over here").arg(tag(name)),
-                             QStringLiteral("put it into %1").arg(tag(listOf(name))));
+            findings.warning(place.at(child.lineNumber()), QStringLiteral("%1 is ignored here").arg(tag(name)),
+                             QStringLiteral("move it into %1").arg(tag(listOf(name))));
         }
         seen << name;
     }
@@ -49,10 +48,12 @@ void checkRoot(const XmlElement &root, const Place &place, Findings &findings)
     XmlElements::checkSpelling(root, spelled, place, findings);
 }
 
-/// The lines of what the daemon takes from a list: from the first `item` on every element counts, whatever its name.
+/// The lines of the items that the daemon reads from a list: the first `item` and every element after it, whatever its
+/// name.
 QVector<int> checkList(const XmlElement &list, const QString &item, const Place &place, Findings &findings)
 {
     QVector<int> lines;
+    const QString advice = QStringLiteral("rename it to %1, or remove it").arg(tag(item));
     const XmlElement first = list.firstChildElement(item);
     if (first.isNull()) {
         XmlElements::checkSpelling(list, {item}, place, findings);
@@ -60,15 +61,14 @@ QVector<int> checkList(const XmlElement &list, const QString &item, const Place 
     }
     for (XmlElement child = list.firstChildElement(); child.tagName() != item; child = child.nextSiblingElement()) {
         findings.warning(place.at(child.lineNumber()),
-                         QStringLiteral("%1 before the first %2 is passed over").arg(tag(child.tagName()), tag(item)),
-                         QStringLiteral("write %1, or take it out").arg(tag(item)));
+                         QStringLiteral("%1 before the first %2, ignored").arg(tag(child.tagName()), tag(item)),
+                         advice);
     }
     for (XmlElement child = first; !child.isNull(); child = child.nextSiblingElement()) {
         lines << child.lineNumber();
         if (child.tagName() != item) {
             findings.warning(place.at(child.lineNumber()),
-                             QStringLiteral("%1 behind a %2 counts as one").arg(tag(child.tagName()), tag(item)),
-                             QStringLiteral("write %1, or take it out").arg(tag(item)));
+                             QStringLiteral("%1 after %2, treated as %2").arg(tag(child.tagName()), tag(item)), advice);
         }
     }
     return lines;
@@ -79,22 +79,21 @@ void checkCeiling(const XmlElement &element, const Place &place, Findings &findi
     XmlElements::checkAttributes(element, {criteria}, place, findings);
     const Place here = place.at(element.lineNumber());
     if (element.attribute(criteria).isEmpty()) {
-        findings.warning(here, QStringLiteral("a ceiling without criteria holds on no terminal"),
-                         QStringLiteral("write %1").arg(QStringLiteral("<DDRSz criteria=\"256MB\">")));
+        findings.warning(here, QStringLiteral("a memory limit without criteria applies to no terminal"),
+                         QStringLiteral("add the attribute, for example criteria=\"256MB\""));
     }
     bool isNumber = false;
     const int figure = element.text().toInt(&isNumber);
     if (!isNumber || figure < 0) {
-        findings.warning(
-            here, QStringLiteral("the ceiling '%1' is not a number: the module is not watched").arg(element.text()),
-            QStringLiteral("1 to 99 are per cent of the terminal's memory, 100 and more are kB"));
-    } else if (figure >= firstAbsolute && figure < leastProcess) {
+        findings.warning(here, QStringLiteral("the memory limit '%1' is not a number, ignored").arg(element.text()),
+                         QStringLiteral("1 to 99 is a percentage of the terminal's memory, 100 or more a size in kB"));
+    } else if (figure < leastProcess && MemoryCeiling(figure).isSet() && !MemoryCeiling(figure).isPercentage()) {
         findings.warning(
             here,
-            QStringLiteral("a ceiling of %1 kB is below what any process takes: the module would be restarted "
-                           "again and again")
+            QStringLiteral("a memory limit of %1 kB is less than any process needs: the module would be restarted "
+                           "repeatedly")
                 .arg(figure),
-            QStringLiteral("from 100 on the figure is in kB: for MB, multiply by 1024"));
+            QStringLiteral("a value of 100 or more is in kB: multiply MB by 1024"));
     }
 }
 
@@ -109,21 +108,23 @@ void checkCeilings(const XmlElement &parent, const QString &ddrSize, const Place
         const QString size = child.attribute(criteria);
         if (!size.isEmpty() && sizes.contains(size)) {
             findings.warning(place.at(child.lineNumber()),
-                             QStringLiteral("a second ceiling for %1: the last one holds").arg(size),
-                             QStringLiteral("keep one of them"));
+                             QStringLiteral("a second memory limit for %1: the last one applies").arg(size),
+                             QStringLiteral("keep only one"));
         }
         sizes << size;
         checkCeiling(child, place, findings);
     }
     const Place here = place.at(parent.lineNumber());
     if (lines.isEmpty()) {
-        findings.warning(here,
-                         QStringLiteral("%1 without a %2: the module is not watched").arg(tag(maxMemory), tag(ceiling)),
-                         QStringLiteral("write <DDRSz criteria=\"%1\">...</DDRSz> into it").arg(ddrSize));
+        findings.warning(
+            here, QStringLiteral("%1 without %2: the module has no memory limit").arg(tag(maxMemory), tag(ceiling)),
+            QStringLiteral("add <DDRSz criteria=\"%1\">...</DDRSz>").arg(ddrSize));
     } else if (!sizes.contains(ddrSize)) {
         findings.warning(
-            here, QStringLiteral("no ceiling for this terminal's memory, '%1': the module is not watched").arg(ddrSize),
-            QStringLiteral("add a %1 of these criteria, or mend FAB_HW_DDRSIZE in platform.ini").arg(tag(ceiling)));
+            here,
+            QStringLiteral("none of the criteria is this terminal's memory size, '%1': the module has no memory limit")
+                .arg(ddrSize),
+            QStringLiteral("add a %1 with this size, or correct FAB_HW_DDRSIZE in platform.ini").arg(tag(ceiling)));
     }
 }
 

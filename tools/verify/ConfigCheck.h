@@ -6,16 +6,16 @@
 
 #include <QVector>
 
-/// One module's config.xml as XML: where its parts stand, and what in it the daemon passes over or takes otherwise than
-/// it looks.
+/// The line numbers of the elements of a config.xml that other checks report on.
 struct ConfigLines
 {
     int initStep = 0;
-    /// One for each dependency that the daemon reads, in its order.
+    /// One for each dependency that the daemon reads, in the same order.
     QVector<int> dependencies;
 };
 
-/// `ddrSize` is the text of the terminal's memory size, which picks a ceiling.
+/// Reports elements that the daemon ignores or interprets differently from their appearance. `ddrSize` is the text of
+/// the terminal's memory size, which selects a memory limit.
 ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings);
 
 #endif

@@ -1,15 +1,15 @@
 #include "verify/DependencyCheck.h"
 
 #include "catalogue/ApplicationRecord.h"
+#include "client/NearMiss.h"
 #include "initstep/InitStep.h"
-#include "verify/Spelling.h"
 
 #include <QHash>
 #include <QVector>
 
 namespace {
 
-/// Past this many a module's further dependencies are not looked at: they are not what somebody wrote.
+/// More dependencies of a module are not checked: nobody writes so many.
 constexpr int mostDependencies = 1000;
 
 const QString noStart = QStringLiteral("the daemon does not start");
@@ -29,7 +29,7 @@ void checkOutside(const InstalledModule &module, const InstalledModule &other, c
     const QString name = other.record->getName();
     if (!other.step) {
         findings.error(place, QStringLiteral("depends on '%1', which is in no step: %2").arg(name, noStart),
-                       QStringLiteral("mend the <initStep> of '%1' first").arg(name));
+                       QStringLiteral("correct the <initStep> of '%1' first").arg(name));
         return;
     }
     const QString message = QStringLiteral("depends on '%1', which is in the step '%2' (%3), not in '%4' (%5): %6")
@@ -37,9 +37,8 @@ void checkOutside(const InstalledModule &module, const InstalledModule &other, c
                                      module.step->getName(), QString::number(module.step->getValue()), noStart);
     const bool earlier = other.step->getValue() < module.step->getValue();
     findings.error(place, message,
-                   earlier
-                       ? QStringLiteral("take it out: everything in an earlier step is started before this one anyway")
-                       : QStringLiteral("put both into one step"));
+                   earlier ? QStringLiteral("remove the dependency: modules of earlier steps are started first anyway")
+                           : QStringLiteral("move both into the same step"));
 }
 
 void checkDependency(const InstalledModule &module, int index, const InstalledModules &modules,
@@ -50,8 +49,8 @@ void checkDependency(const InstalledModule &module, int index, const InstalledMo
     const auto other = modules.constFind(name);
     if (other == modules.constEnd()) {
         const QString advice = modules.contains(name.trimmed())
-            ? QStringLiteral("blanks count: write '%1' without them").arg(name.trimmed())
-            : QStringLiteral("install it, or take the dependency out%1").arg(Spelling::hint(name, installed));
+            ? QStringLiteral("spaces are significant: write '%1' without them").arg(name.trimmed())
+            : QStringLiteral("install it, or remove the dependency%1").arg(spellingHint(name, installed));
         findings.error(place, QStringLiteral("depends on '%1', which is not installed: %2").arg(name, noStart), advice);
     } else if (other->step != module.step) {
         checkOutside(module, *other, place, findings);
@@ -81,7 +80,7 @@ public:
             const QString dependency = top.dependencies.at(index);
             const int place = m_places.value(dependency, unknown);
             if (place >= 0) {
-                tell(place, index);
+                report(place, index);
             } else if (place == unknown) {
                 enter(dependency);
             }
@@ -109,7 +108,7 @@ private:
         }
     }
 
-    void tell(int from, int index)
+    void report(int from, int index)
     {
         const InstalledModule &module = m_modules[m_path.last().name];
         QStringList names;
@@ -120,7 +119,7 @@ private:
         m_findings.error(module.config.at(lineOf(module, index)),
                          QStringLiteral("dependency cycle in the step '%1': %2: %3")
                              .arg(module.step->getName(), names.join(QStringLiteral(" -> ")), noStart),
-                         QStringLiteral("take one of these dependencies out"));
+                         QStringLiteral("remove one of these dependencies"));
     }
 
     const InstalledModules &m_modules;
@@ -136,7 +135,7 @@ void checkDependencies(const InstalledModules &modules, Findings &findings)
     const QStringList installed = modules.keys();
     CycleSearch cycles(modules, findings);
     for (auto module = modules.begin(); module != modules.end(); ++module) {
-        // What is in no step is never looked at, and keeps nothing from starting.
+        // The daemon ignores the dependencies of a module without a step.
         if (!module->step) {
             continue;
         }

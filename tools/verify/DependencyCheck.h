@@ -3,8 +3,8 @@
 
 #include "verify/ModuleCheck.h"
 
-/// Dependencies that keep the daemon from starting: on what is not installed or starts in another step, and cycles. All
-/// of them, where the daemon gives up at the first.
+/// Reports all dependencies that prevent the daemon from starting: on modules that are not installed or start in
+/// another step, and cycles. The daemon itself logs only the first.
 void checkDependencies(const InstalledModules &modules, Findings &findings);
 
 #endif

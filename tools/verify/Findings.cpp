@@ -40,11 +40,11 @@ QList<Finding> Findings::sorted() const
     QList<Finding> all = m_findings;
     for (const QString &file : m_overfull) {
         const Tally &tally = m_tallies[file];
-        all.append(
-            {tally.moreErrors > 0 ? Finding::Severity::Error : Finding::Severity::Warning,
-             {file, 0, QString()},
-             QStringLiteral("%1 more faults in this file are not listed").arg(tally.moreErrors + tally.moreWarnings),
-             QStringLiteral("mend the others first")});
+        all.append({tally.moreErrors > 0 ? Finding::Severity::Error : Finding::Severity::Warning,
+                    {file, 0, QString()},
+                    QStringLiteral("%1 more errors and warnings in this file are not listed")
+                        .arg(tally.moreErrors + tally.moreWarnings),
+                    QStringLiteral("fix the others first")});
     }
     std::stable_partition(all.begin(), all.end(),
                           [](const Finding &finding) { return finding.severity == Finding::Severity::Error; });

@@ -6,19 +6,19 @@
 #include <QString>
 #include <QStringList>
 
-/// Where a fault stands.
+/// The location of a fault.
 struct Place
 {
-    QString file; ///< as it can be opened, root prefix included
-    int line = 0; ///< 0: the file as a whole
-    QString module; ///< empty when it is not about one module
+    QString file; ///< with the root prefix
+    int line = 0; ///< 0: the whole file
+    QString module; ///< empty if it does not concern one module
 
     [[nodiscard]] Place at(int otherLine) const { return {file, otherLine, module}; }
 };
 
 /**
- * One fault of a set of files. An error keeps something from starting, or makes it start otherwise than its files say;
- * a warning works, but is hardly what was meant.
+ * A fault in a set of files. An error prevents a module from starting, or makes it start differently from its
+ * configuration. A warning marks a configuration that works but is probably not intended.
  */
 struct Finding
 {
@@ -27,10 +27,10 @@ struct Finding
     Severity severity;
     Place place;
     QString message;
-    QString advice; ///< how to mend it
+    QString advice; ///< how to fix it
 };
 
-/// Collects findings. A file with hundreds of faults of one sort is one fault: past a ceiling they are only counted.
+/// Collects findings. Beyond a limit for each file they are only counted.
 class Findings
 {
 public:

@@ -4,7 +4,8 @@
 #include "catalogue/ConfigReader.h"
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
-#include "verify/Spelling.h"
+#include "client/NearMiss.h"
+#include "contract/Components.h"
 #include "verify/StepTable.h"
 #include "verify/XmlElements.h"
 
@@ -16,13 +17,14 @@
 
 namespace {
 
-const QString managerName = QStringLiteral("ApplicationManager");
+const QString byDefault =
+    QStringLiteral("the module starts in the step 'default', without dependencies, arguments and memory limit");
 
-/// The configuration folders, save the manager's own.
+/// The configuration directories, except the one of the daemon.
 QStringList configuredNames()
 {
     QStringList names = QDir(ModulePaths::rootedConfigDirectory()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    names.removeAll(managerName);
+    names.removeAll(Components::applicationManager);
     names.sort();
     return names;
 }
@@ -43,20 +45,20 @@ void checkPlacement(const InstalledModule &module, const StepTable &steps, Findi
     if (module.step) {
         if (!steps.isReached(*module.step)) {
             findings.error(place, QStringLiteral("its step '%1' is never reached: %2").arg(name, never),
-                           QStringLiteral("see initStep.xml, or name another step"));
+                           QStringLiteral("correct the step in initStep.xml, or use another step"));
         }
     } else if (name.isEmpty()) {
-        findings.error(place, QStringLiteral("an empty <initStep> names no step: %1").arg(never),
-                       QStringLiteral("name a step, or take the element out: then it starts in the step 'default'"));
+        findings.error(place, QStringLiteral("<initStep> is empty: %1").arg(never),
+                       QStringLiteral("name a step, or remove the element to use the step 'default'"));
     } else if (steps.listed(name)) {
         findings.error(place, QStringLiteral("its step '%1' is dropped from the start-up: %2").arg(name, never),
-                       QStringLiteral("see initStep.xml"));
+                       QStringLiteral("correct the step in initStep.xml"));
     } else if (steps.listed(name.trimmed())) {
-        findings.error(place, QStringLiteral("there is no step '%1': blanks count; %2").arg(name, never),
-                       QStringLiteral("write <initStep>%1</initStep> in one line").arg(name.trimmed()));
+        findings.error(place, QStringLiteral("unknown step '%1' (spaces are significant): %2").arg(name, never),
+                       QStringLiteral("write <initStep>%1</initStep> on one line").arg(name.trimmed()));
     } else {
-        findings.error(place, QStringLiteral("there is no step '%1': %2").arg(name, never),
-                       QStringLiteral("name one of initStep.xml%1").arg(Spelling::hint(name, steps.names())));
+        findings.error(place, QStringLiteral("unknown step '%1': %2").arg(name, never),
+                       QStringLiteral("use a step of initStep.xml%1").arg(spellingHint(name, steps.names())));
     }
 }
 
@@ -65,17 +67,11 @@ void checkConfigFile(InstalledModule &module, const QStringList &orphans, const 
     const QString name = module.record->getName();
     const XmlFile file = readXmlFile(module.config.file);
     if (file.result == XmlFile::Result::Missing) {
-        findings.warning(
-            module.config,
-            QStringLiteral("no configuration: it starts in the step 'default', without dependencies, arguments and "
-                           "ceiling"),
-            QStringLiteral("write one%1").arg(Spelling::hint(name, orphans)));
+        findings.warning(module.config, QStringLiteral("the file is missing: ") + byDefault,
+                         QStringLiteral("create it%1").arg(spellingHint(name, orphans)));
         return;
     }
-    const XmlElement root = XmlElements::rootOf(
-        file, QStringLiteral("config"), module.config,
-        QStringLiteral("the module starts in the step 'default', without dependencies, arguments and ceiling"),
-        findings);
+    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("config"), module.config, byDefault, findings);
     if (!root.isNull()) {
         module.lines = checkConfig(root, ddrSize, module.config, findings);
     }
@@ -87,9 +83,9 @@ void checkOrphan(const QString &name, const QStringList &unconfigured, Findings 
     if (QFileInfo::exists(place.file)) {
         findings.warning(
             place,
-            QStringLiteral("a configuration without a module: %1%2 is not there")
+            QStringLiteral("a configuration without a module: %1%2 does not exist")
                 .arg(ModulePaths::moduleDirectory(), name),
-            QStringLiteral("install the module, or take the folder out%1").arg(Spelling::hint(name, unconfigured)));
+            QStringLiteral("install the module, or remove the directory%1").arg(spellingHint(name, unconfigured)));
     }
 }
 

@@ -15,16 +15,16 @@ class StepTable;
 /// An installed module as the daemon reads it.
 struct InstalledModule
 {
-    const ApplicationRecord *record; ///< the catalogue's
-    const InitStep *step; ///< where it starts; null: nowhere
+    const ApplicationRecord *record; ///< in the catalogue
+    const InitStep *step; ///< null: it is never started
     Place config;
     ConfigLines lines;
 };
 
 using InstalledModules = QMap<QString, InstalledModule>;
 
-/// Checks the configuration of the named modules, and the configuration folders that belong to none. `steps` is null
-/// when there is no chain. The records are the catalogue's.
+/// Checks the configuration of the named modules, and reports configuration directories without a module. `steps` is
+/// null if there is no chain.
 InstalledModules checkModules(const QStringList &names, const StepTable *steps, const QString &ddrSize,
                               Catalogue &catalogue, Findings &findings);
 

@@ -1,6 +1,7 @@
 #include "verify/ProgramCheck.h"
 
 #include "catalogue/ModulePaths.h"
+#include "contract/Components.h"
 #include "verify/ProgramFile.h"
 
 #include <jov/BusNames.h>
@@ -19,26 +20,22 @@ Place placeOf(const QString &name)
     return {ModulePaths::rootedModuleDirectory() + name, 0, name};
 }
 
-QString number(int count)
-{
-    return QString::number(count);
-}
-
 void checkProgram(const ProgramFile &program, const Place &place, Findings &findings)
 {
     if (!program.executable) {
-        findings.error(place, QStringLiteral("cannot be executed: the module is never started"),
-                       QStringLiteral("chmod 755, or take it out: every plain file in this folder counts as a module"));
+        findings.error(
+            place, QStringLiteral("cannot be executed: the module is never started"),
+            QStringLiteral("run chmod 755, or remove it: every regular file in this directory is treated as a module"));
     } else if (program.kind == ProgramFile::Kind::Elf && !program.loadable) {
-        findings.error(place, QStringLiteral("is an ELF file, but no program"),
+        findings.error(place, QStringLiteral("is an ELF file, but not a program"),
                        QStringLiteral("install the linked program"));
     } else if (program.kind == ProgramFile::Kind::Other) {
-        findings.error(place, QStringLiteral("is neither a program nor a script that names its interpreter"),
+        findings.error(place, QStringLiteral("is neither a program nor a script with an interpreter line"),
                        QStringLiteral("begin a script with \"#!/bin/sh\""));
     }
 }
 
-// What most are built for is what the terminal has.
+// The terminal is assumed to be the machine that most modules are built for.
 void checkArchitectures(const Architectures &architectures, Findings &findings)
 {
     QString most;
@@ -52,33 +49,31 @@ void checkArchitectures(const Architectures &architectures, Findings &findings)
     if (tie) {
         findings.warning(
             {ModulePaths::rootedModuleDirectory(), 0, QString()},
-            QStringLiteral("the modules are built for different machines, as many for one as for another: %1")
+            QStringLiteral("the modules are built for different machines, none of them for most modules: %1")
                 .arg(QStringList(architectures.keys()).join(QStringLiteral("; "))),
-            QStringLiteral("build them all for the terminal's"));
+            QStringLiteral("build all modules for the terminal"));
         return;
     }
     for (auto it = architectures.begin(); it != architectures.end(); ++it) {
         for (const QString &name : it.key() == most ? QStringList() : *it) {
             findings.error(placeOf(name),
-                           QStringLiteral("is built for %1, the others (%2) for %3")
-                               .arg(it.key(), number(architectures.value(most).size()), most),
+                           QStringLiteral("is built for %1, but %2 other modules for %3")
+                               .arg(it.key(), QString::number(architectures.value(most).size()), most),
                            QStringLiteral("build it for %1").arg(most));
         }
     }
 }
 
-// Components whose names differ only in characters that the bus does not allow would claim one name.
+// Names that differ only in characters that the bus does not permit become the same bus name.
 void checkBusNames(const QStringList &names, Findings &findings)
 {
-    const QString manager = QStringLiteral("ApplicationManager");
-    QMap<QString, QString> owners{{BusNames::service(manager), QStringLiteral("the daemon")}};
+    QMap<QString, QString> owners{{BusNames::service(Components::applicationManager), QStringLiteral("the daemon")}};
     for (const QString &name : names) {
         QString &owner = owners[BusNames::service(name)];
         if (!owner.isEmpty()) {
-            findings.warning(
-                placeOf(name),
-                QStringLiteral("would take the bus name %1, which is that of %2").arg(BusNames::service(name), owner),
-                QStringLiteral("rename one of them"));
+            findings.warning(placeOf(name),
+                             QStringLiteral("its bus name, %1, is also that of %2").arg(BusNames::service(name), owner),
+                             QStringLiteral("rename one of them"));
         }
         owner = QStringLiteral("'%1'").arg(name);
     }
@@ -93,10 +88,10 @@ QStringList checkPrograms(Findings &findings)
     if (!directory.exists()) {
         findings.error({ModulePaths::rootedModuleDirectory(), 0, QString()},
                        QStringLiteral("the module directory is missing: the daemon does not start"),
-                       QStringLiteral("install the modules there"));
+                       QStringLiteral("create it, and install the modules in it"));
         return names;
     }
-    // With the filter's System come FIFOs, devices, and links that lead nowhere or only inside the root.
+    // QDir::System adds FIFOs, devices, and links that are broken on this machine.
     QStringList entries = directory.entryList(QDir::Files | QDir::System);
     entries.sort();
     Architectures architectures;
@@ -105,9 +100,9 @@ QStringList checkPrograms(Findings &findings)
         if (program.kind == ProgramFile::Kind::Missing || program.kind == ProgramFile::Kind::Special) {
             const bool missing = program.kind == ProgramFile::Kind::Missing;
             findings.warning(placeOf(name),
-                             missing ? QStringLiteral("is a link that leads nowhere: there is no such module")
-                                     : QStringLiteral("is no plain file: there is no such module"),
-                             QStringLiteral("install the program, or take it out"));
+                             missing ? QStringLiteral("is a broken link, ignored")
+                                     : QStringLiteral("is not a regular file, ignored"),
+                             QStringLiteral("install the program, or remove it"));
             continue;
         }
         names << name;

@@ -5,8 +5,8 @@
 
 #include <QStringList>
 
-/// Lists the module directory and checks that each module in it can be executed, and on the same machine as the others.
-/// Returns the names of the modules, in ascending order.
+/// Checks that each module in the module directory can be executed, and on the same machine as the others. Returns the
+/// names of the modules in ascending order.
 QStringList checkPrograms(Findings &findings);
 
 #endif

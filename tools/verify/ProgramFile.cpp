@@ -4,37 +4,24 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 #include <elf.h>
 
 namespace {
 
-constexpr int typeOffset = EI_NIDENT; // e_type and e_machine stand at the same place in both classes
+constexpr int typeOffset = EI_NIDENT; // e_type and e_machine have the same offsets in both classes
 constexpr int machineOffset = EI_NIDENT + 2;
 constexpr int headerSize = EI_NIDENT + 4;
 
 QString machineName(int machine)
 {
-    switch (machine) {
-    case EM_386:
-        return QStringLiteral("x86");
-    case EM_X86_64:
-        return QStringLiteral("x86-64");
-    case EM_ARM:
-        return QStringLiteral("ARM");
-    case EM_AARCH64:
-        return QStringLiteral("AArch64");
-    case EM_MIPS:
-        return QStringLiteral("MIPS");
-    case EM_PPC:
-        return QStringLiteral("PowerPC");
-    case EM_PPC64:
-        return QStringLiteral("PowerPC 64");
-    case EM_RISCV:
-        return QStringLiteral("RISC-V");
-    default:
-        return QStringLiteral("machine %1").arg(machine);
-    }
+    static const QHash<int, QString> names{
+        {EM_386, QStringLiteral("x86")},          {EM_X86_64, QStringLiteral("x86-64")},
+        {EM_ARM, QStringLiteral("ARM")},          {EM_AARCH64, QStringLiteral("AArch64")},
+        {EM_MIPS, QStringLiteral("MIPS")},        {EM_PPC, QStringLiteral("PowerPC")},
+        {EM_PPC64, QStringLiteral("PowerPC 64")}, {EM_RISCV, QStringLiteral("RISC-V")}};
+    return names.value(machine, QStringLiteral("machine %1").arg(machine));
 }
 
 int half(const QByteArray &header, int offset)

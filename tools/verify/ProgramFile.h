@@ -3,11 +3,11 @@
 
 #include <QString>
 
-/// What stands in the module directory under a module's name.
+/// A file in the module directory.
 struct ProgramFile
 {
     enum class Kind {
-        Missing, ///< a link that leads nowhere
+        Missing, ///< a broken link
         Special, ///< a FIFO, socket or device
         Unreadable,
         Elf,
@@ -16,12 +16,12 @@ struct ProgramFile
     };
 
     Kind kind = Kind::Missing;
-    bool executable = false; ///< somebody may execute it
+    bool executable = false; ///< any of its execute bits is set
     QString architecture; ///< of an ELF file: "ARM, 32 bit"
     bool loadable = false; ///< the ELF file is a program or a shared object, not an object or core file
 };
 
-/// Reads the file's first bytes and no more; waits for nothing. An absolute link is followed inside `root` first, as it
+/// Reads only the first bytes of the file, without blocking. An absolute link is followed inside `root` first, as it
 /// will be on the terminal.
 [[nodiscard]] ProgramFile readProgramFile(const QString &path, const QString &root);
 

@@ -1,10 +1,9 @@
 #include "verify/Report.h"
 
+#include "client/Console.h"
 #include "verify/TerminalCheck.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 namespace {
 
@@ -13,49 +12,35 @@ QString severityText(Finding::Severity severity)
     return severity == Finding::Severity::Error ? QStringLiteral("error") : QStringLiteral("warning");
 }
 
-QString coloured(const QString &text, Finding::Severity severity)
-{
-    const QLatin1String colour(severity == Finding::Severity::Error ? "\033[1;31m" : "\033[1;35m");
-    return colour + text + QLatin1String("\033[0m");
-}
-
-// Names and texts come from files: what would break a line or speak to a terminal is shown as a question mark.
-QString plain(QString text)
-{
-    for (QChar &character : text) {
-        if (!character.isPrint()) {
-            character = QLatin1Char('?');
-        }
-    }
-    return text;
-}
-
 QString counted(int count, const QString &noun)
 {
     return QStringLiteral("%1 %2%3").arg(QString::number(count), noun, count == 1 ? QString() : QStringLiteral("s"));
 }
 
-QString textOf(const Finding &finding, bool inColour)
+QString textOf(const Finding &finding)
 {
-    QString text = plain(finding.place.file);
+    QString text = Console::printable(finding.place.file);
     if (finding.place.line > 0) {
         text += QLatin1Char(':') + QString::number(finding.place.line);
     }
-    const QString severity = severityText(finding.severity);
-    text += QStringLiteral(": ") + (inColour ? coloured(severity, finding.severity) : severity) + QStringLiteral(": ");
+    const bool isError = finding.severity == Finding::Severity::Error;
+    text += QStringLiteral(": ")
+        + Console::coloured(severityText(finding.severity), isError ? Console::Colour::Bad : Console::Colour::Busy)
+        + QStringLiteral(": ");
     if (!finding.place.module.isEmpty()) {
-        text += plain(finding.place.module) + QStringLiteral(": ");
+        text += Console::printable(finding.place.module) + QStringLiteral(": ");
     }
-    return text + plain(finding.message) + QStringLiteral("\n    ") + plain(finding.advice) + QLatin1Char('\n');
+    return text + Console::printable(finding.message) + QStringLiteral("\n    ") + Console::printable(finding.advice)
+        + QLatin1Char('\n');
 }
 
 } // namespace
 
-QString textOf(const TerminalReport &report, bool coloured)
+QString textOf(const TerminalReport &report)
 {
     QString text;
     for (const Finding &finding : report.findings) {
-        text += textOf(finding, coloured);
+        text += textOf(finding);
     }
     return text
         + QStringLiteral("%1, %2 in %3 and %4\n")
@@ -64,7 +49,7 @@ QString textOf(const TerminalReport &report, bool coloured)
                    counted(report.modules, QStringLiteral("module")), counted(report.steps, QStringLiteral("step")));
 }
 
-QByteArray jsonOf(const TerminalReport &report)
+QJsonObject jsonOf(const TerminalReport &report)
 {
     QJsonArray findings;
     for (const Finding &finding : report.findings) {
@@ -80,10 +65,9 @@ QByteArray jsonOf(const TerminalReport &report)
         }
         findings.append(object);
     }
-    return QJsonDocument(QJsonObject{{QStringLiteral("errors"), report.errors()},
-                                     {QStringLiteral("warnings"), report.warnings()},
-                                     {QStringLiteral("modules"), report.modules},
-                                     {QStringLiteral("steps"), report.steps},
-                                     {QStringLiteral("findings"), findings}})
-        .toJson();
+    return {{QStringLiteral("errors"), report.errors()},
+            {QStringLiteral("warnings"), report.warnings()},
+            {QStringLiteral("modules"), report.modules},
+            {QStringLiteral("steps"), report.steps},
+            {QStringLiteral("findings"), findings}};
 }

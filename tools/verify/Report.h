@@ -1,15 +1,15 @@
 #ifndef REPORT_H
 #define REPORT_H
 
-#include <QByteArray>
+#include <QJsonObject>
 #include <QString>
 
 struct TerminalReport;
 
-/// For people: "FILE:LINE: error: MODULE: WHAT", the way to mend it in the next line, and the counts at the end.
-[[nodiscard]] QString textOf(const TerminalReport &report, bool coloured);
+/// For people: "FILE:LINE: error: MODULE: WHAT", then a line with the fix; the counts at the end.
+[[nodiscard]] QString textOf(const TerminalReport &report);
 
 /// For programs: one object with the counts and the list "findings".
-[[nodiscard]] QByteArray jsonOf(const TerminalReport &report);
+[[nodiscard]] QJsonObject jsonOf(const TerminalReport &report);
 
 #endif

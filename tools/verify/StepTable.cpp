@@ -1,8 +1,8 @@
 #include "verify/StepTable.h"
 
-#include "catalogue/ConfigReader.h"
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
+#include "contract/Components.h"
 #include "contract/Steps.h"
 #include "initstep/InitStepFile.h"
 #include "verify/XmlElements.h"
@@ -13,11 +13,7 @@
 
 namespace {
 
-const QString managerName = QStringLiteral("ApplicationManager");
 const QString listSeparator = QStringLiteral(", ");
-
-/// How far the start-up counts when the chain ends earlier.
-constexpr int countsTo = 999;
 
 QString text(const QString &name, int value)
 {
@@ -33,18 +29,20 @@ QString text(const InitStep &step)
 
 bool StepTable::read(Findings &findings)
 {
-    m_place.file = JovRoot::rooted(ModulePaths::configDirectory() + managerName + QStringLiteral("/initStep.xml"));
+    m_place.file = JovRoot::rooted(ModulePaths::configDirectory() + Components::applicationManager
+                                   + QStringLiteral("/initStep.xml"));
     const XmlFile file = readXmlFile(m_place.file);
     const XmlElement root = XmlElements::rootOf(file, QStringLiteral("initStep"), m_place,
                                                 QStringLiteral("the daemon does not start"), findings);
-    if (root.isNull() || !parseInitStep(m_chain, managerName)) {
+    if (root.isNull() || !parseInitStep(m_chain, Components::applicationManager)) {
         return false;
     }
     const QString step = QStringLiteral("step");
+    InitStepChain replay;
     XmlElements::checkSpelling(root, {step}, m_place, findings);
     for (XmlElement element = root.firstChildElement(step); !element.isNull();
          element = element.nextSiblingElement(step)) {
-        readEntry(element, findings);
+        readEntry(element, replay, findings);
     }
     checkOrder(findings);
     checkDefault(findings);
@@ -52,7 +50,7 @@ bool StepTable::read(Findings &findings)
     return true;
 }
 
-void StepTable::readEntry(const XmlElement &element, Findings &findings)
+void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings)
 {
     const QString name = QStringLiteral("name");
     const QString value = QStringLiteral("value");
@@ -61,48 +59,58 @@ void StepTable::readEntry(const XmlElement &element, Findings &findings)
     XmlElements::checkAttributes(element, {name, value, homepage}, m_place, findings);
     if (!element.hasAttribute(name) || !element.hasAttribute(value)) {
         findings.error(
-            place, QStringLiteral("a step without %1 is passed over").arg(element.hasAttribute(name) ? value : name),
-            QStringLiteral("every step needs both attributes, name and value"));
+            place,
+            QStringLiteral("a step without the attribute '%1', ignored").arg(element.hasAttribute(name) ? value : name),
+            QStringLiteral("give every step the attributes name and value"));
         return;
     }
     bool isNumber = false;
     Listed entry{element.attribute(name), element.attribute(value).toInt(&isNumber), element.lineNumber()};
-    if (!isNumber) {
-        findings.error(place,
-                       QStringLiteral("step '%1': the value '%2' is not a number and counts as 0")
-                           .arg(entry.name, element.attribute(value)),
-                       QStringLiteral("give it a whole number from 1 on"));
-    } else if (entry.value < 1) {
-        findings.error(
-            place,
-            QStringLiteral("step %1 is never reached: the start-up counts from 1").arg(text(entry.name, entry.value)),
-            QStringLiteral("give it a value from 1 on"));
-    }
+    checkValue(entry, element.attribute(value), isNumber, findings);
     const QString shown = element.attribute(homepage, QStringLiteral("false"));
     if (shown != QLatin1String("true") && shown != QLatin1String("false")) {
         findings.warning(place,
-                         QStringLiteral("step '%1': show_homepage=\"%2\" counts as false").arg(entry.name, shown),
-                         QStringLiteral("write \"true\" or \"false\", in small letters"));
+                         QStringLiteral("step '%1': show_homepage=\"%2\" is treated as false").arg(entry.name, shown),
+                         QStringLiteral("write \"true\" or \"false\", in lower case"));
     }
-    entry.duplicate = isDuplicate(entry, findings);
+    // The daemon compares a step with the chain as it is then: a step that was dropped from it has no duplicate.
+    entry.duplicate = isDuplicate(entry, replay, findings);
+    replay.addStep(entry.name, entry.value, false);
     m_listed.append(entry);
 }
 
-bool StepTable::isDuplicate(const Listed &entry, Findings &findings) const
+void StepTable::checkValue(const Listed &entry, const QString &value, bool isNumber, Findings &findings) const
 {
-    for (const Listed &other : m_listed) {
-        const bool sameName = other.name == entry.name;
-        if (sameName || other.value == entry.value) {
-            findings.error(m_place.at(entry.line),
-                           QStringLiteral("two steps have the %1, the other is in line %2: one of them is dropped")
-                               .arg(sameName ? QStringLiteral("name '%1'").arg(entry.name)
-                                             : QStringLiteral("value %1").arg(entry.value))
-                               .arg(other.line),
-                           QStringLiteral("give each step a name and a value of its own"));
-            return true;
-        }
+    const QString advice = QStringLiteral("use a whole number, 1 or more");
+    if (!isNumber) {
+        findings.error(m_place.at(entry.line),
+                       QStringLiteral("step '%1': the value '%2' is not a number, treated as 0").arg(entry.name, value),
+                       advice);
+    } else if (entry.value < 1) {
+        findings.error(
+            m_place.at(entry.line),
+            QStringLiteral("step %1 is never reached: the start-up begins at 1").arg(text(entry.name, entry.value)),
+            advice);
     }
-    return false;
+}
+
+bool StepTable::isDuplicate(const Listed &entry, const InitStepChain &replay, Findings &findings) const
+{
+    const InitStep *sameName = replay.getStepByName(entry.name);
+    const InitStep *step = sameName ? sameName : replay.getStepByValue(entry.value);
+    if (!step) {
+        return false;
+    }
+    const auto other = std::find_if(m_listed.begin(), m_listed.end(), [&](const Listed &one) {
+        return one.name == step->getName() && one.value == step->getValue();
+    });
+    findings.error(m_place.at(entry.line),
+                   QStringLiteral("step %1 is dropped: it has the same %2 as step %3 in line %4")
+                       .arg(text(entry.name, entry.value), sameName ? QStringLiteral("name") : QStringLiteral("value"),
+                            text(*step))
+                       .arg(other->line),
+                   QStringLiteral("give each step its own name and value"));
+    return true;
 }
 
 void StepTable::checkOrder(Findings &findings) const
@@ -114,9 +122,9 @@ void StepTable::checkOrder(Findings &findings) const
         }
         if (highest && entry.value < highest->value) {
             const QString message =
-                QStringLiteral("step %1 stands behind %2: %3")
-                    .arg(text(entry.name, entry.value), text(highest->name, highest->value), whatBecomesOfTheOrder());
-            const QString advice = QStringLiteral("list the steps in ascending order of their value");
+                QStringLiteral("step %1 is listed after %2. %3")
+                    .arg(text(entry.name, entry.value), text(highest->name, highest->value), resultingOrder());
+            const QString advice = QStringLiteral("list the steps in ascending order of their values");
             const bool complete = lost().isEmpty() && chain().size() == stopOrder().size();
             complete ? findings.warning(m_place.at(entry.line), message, advice)
                      : findings.error(m_place.at(entry.line), message, advice);
@@ -127,14 +135,14 @@ void StepTable::checkOrder(Findings &findings) const
     checkStop(findings);
 }
 
-// The step "default" is put in without regard to the order, too.
+// The daemon adds the step "default" without regard to the order, too.
 void StepTable::checkStop(Findings &findings) const
 {
     if (chain().size() != stopOrder().size()) {
         findings.error(
             m_place,
-            QStringLiteral("the step 'default' that is added is not the last: %1").arg(whatBecomesOfTheOrder()),
-            QStringLiteral("list the step \"default\" behind the others, with a higher value"));
+            QStringLiteral("the step 'default', which is added, is not the last one. %1").arg(resultingOrder()),
+            QStringLiteral("list the step \"default\" last, with the highest value"));
     }
 }
 
@@ -150,20 +158,20 @@ QStringList StepTable::lost() const
     return lost;
 }
 
-QString StepTable::whatBecomesOfTheOrder() const
+QString StepTable::resultingOrder() const
 {
     QStringList started;
     const QList<const InitStep *> steps = chain();
     for (const InitStep *step : steps) {
         started << text(*step);
     }
-    QString result = QStringLiteral("the start order becomes %1").arg(started.join(listSeparator));
+    QString result = QStringLiteral("The start order is %1").arg(started.join(listSeparator));
     if (!lost().isEmpty()) {
-        result += QStringLiteral("; lost and never started: %1").arg(lost().join(listSeparator));
+        result += QStringLiteral(". Dropped, never started: %1").arg(lost().join(listSeparator));
     }
     const QStringList stopped = stopOrder();
     if (stopped.size() != steps.size()) {
-        result += QStringLiteral("; a stop only reaches %1").arg(stopped.join(listSeparator));
+        result += QStringLiteral(". A stop of all modules reaches only %1").arg(stopped.join(listSeparator));
     }
     return result;
 }
@@ -192,9 +200,9 @@ void StepTable::checkDefault(Findings &findings) const
     if (!step && !listed(Steps::defaultName)) {
         findings.warning(
             m_place,
-            QStringLiteral("no step 'default' can be added behind the last, its value is taken: modules that "
-                           "name no step are never started"),
-            QStringLiteral("list the step \"default\" with a value of its own"));
+            QStringLiteral("the step 'default' cannot be added, because its value is already used: modules that name "
+                           "no step are never started"),
+            QStringLiteral("list the step \"default\" with its own value"));
     }
 }
 
@@ -209,19 +217,19 @@ void StepTable::checkHomepage(Findings &findings) const
         if (first) {
             findings.warning(
                 m_place.at(listed(step->getName())->line),
-                QStringLiteral("step '%1' has show_homepage too, as '%2' has: the start-up is announced as "
-                               "finished more than once")
+                QStringLiteral("step '%1' has show_homepage, as well as '%2': the end of the start-up is announced "
+                               "more than once")
                     .arg(step->getName(), first->getName()),
-                QStringLiteral("keep it at one step, the one that shows the home page"));
+                QStringLiteral("keep show_homepage only on the step that shows the home page"));
         }
         first = step;
     }
     if (!first) {
         findings.error(
             m_place,
-            QStringLiteral("no step that is reached has show_homepage=\"true\": the start-up is never announced "
-                           "as finished, and no module's memory is watched"),
-            QStringLiteral("give it to the step whose end means that the terminal can be used"));
+            QStringLiteral("no step that is reached has show_homepage=\"true\": the end of the start-up is never "
+                           "announced, and the memory of modules is not monitored"),
+            QStringLiteral("set it on the step after which the terminal can be used"));
     }
 }
 
@@ -234,7 +242,7 @@ const StepTable::Listed *StepTable::listed(const QString &name) const
 
 bool StepTable::isReached(const InitStep &step) const
 {
-    return step.getValue() >= 1 && step.getValue() <= qMax(countsTo, m_chain.last()->getValue());
+    return step.getValue() >= 1 && step.getValue() <= qMax(Steps::all, m_chain.last()->getValue());
 }
 
 QStringList StepTable::names() const

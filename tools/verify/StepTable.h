@@ -9,9 +9,9 @@
 #include <QVector>
 
 /**
- * The steps of initStep.xml: as the file lists them, and as the chain that the daemon makes of them. The two differ
- * when the file does not list its steps in ascending order, when two share a name or a value, and by the step
- * "default", which the daemon adds.
+ * The steps of initStep.xml, as the file lists them and as the chain that the daemon builds. These differ if the file
+ * does not list its steps in ascending order, if two steps have the same name or value, and by the step "default",
+ * which the daemon adds.
  */
 class StepTable
 {
@@ -21,33 +21,34 @@ public:
         QString name;
         int value;
         int line;
-        bool duplicate = false; ///< an earlier one has its name or its value
+        bool duplicate = false; ///< the chain already had its name or its value
     };
 
-    /// Reads the file with the daemon's reader and tells its faults. False when there is no chain.
+    /// Reads the file as the daemon does and reports its faults. False if there is no chain.
     bool read(Findings &findings);
 
-    /// Null when the chain does not hold it.
+    /// Null if it is not in the chain.
     [[nodiscard]] const InitStep *find(const QString &name) const { return m_chain.getStepByName(name); }
-    /// Null when the file does not list it.
+    /// Null if it is not in the file.
     [[nodiscard]] const Listed *listed(const QString &name) const;
-    /// Whether the start-up comes to its number.
+    /// Whether the start-up reaches its value.
     [[nodiscard]] bool isReached(const InitStep &step) const;
-    /// The chain from its first step on.
+    /// The chain, beginning with its first step.
     [[nodiscard]] QList<const InitStep *> chain() const;
-    /// All names that somebody can have meant.
+    /// The names of all steps, for suggestions.
     [[nodiscard]] QStringList names() const;
 
 private:
-    void readEntry(const XmlElement &element, Findings &findings);
-    [[nodiscard]] bool isDuplicate(const Listed &entry, Findings &findings) const;
+    void readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings);
+    void checkValue(const Listed &entry, const QString &value, bool isNumber, Findings &findings) const;
+    [[nodiscard]] bool isDuplicate(const Listed &entry, const InitStepChain &replay, Findings &findings) const;
     void checkOrder(Findings &findings) const;
     void checkStop(Findings &findings) const;
     void checkDefault(Findings &findings) const;
     void checkHomepage(Findings &findings) const;
     [[nodiscard]] QStringList lost() const;
     [[nodiscard]] QStringList stopOrder() const;
-    [[nodiscard]] QString whatBecomesOfTheOrder() const;
+    [[nodiscard]] QString resultingOrder() const;
 
     InitStepChain m_chain;
     Place m_place;

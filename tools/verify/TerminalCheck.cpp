@@ -2,6 +2,8 @@
 
 #include "catalogue/Catalogue.h"
 #include "catalogue/ModulePaths.h"
+#include "contract/Components.h"
+#include "contract/Steps.h"
 #include "initstep/InitStep.h"
 #include "root/PlatformIni.h"
 #include "verify/DependencyCheck.h"
@@ -14,10 +16,10 @@
 
 namespace {
 
-/// The last step before which the daemon does not ask for the mandatory settings.
-constexpr int lastBeforeSettings = 4;
+/// The daemon checks the mandatory settings before the first step above this value.
+constexpr int lastBeforeSettings = Steps::firstOwn - 1;
 
-/// The daemon's readers log what they find into the log file of these very files; what is wrong is told here instead.
+/// Switches off the log of the daemon's readers: it would go to the log file that the files under test name.
 class QuietLog
 {
 public:
@@ -35,8 +37,8 @@ QString ddrSizeOfTerminal(Findings &findings)
 {
     const QString fault = PlatformIni::fault();
     if (!fault.isEmpty()) {
-        findings.warning({PlatformIni::path(), 0, QString()}, QStringLiteral("counts as empty: ") + fault,
-                         QStringLiteral("put a plain file there, of at most 1 MiB, without @Variant and @DateTime"));
+        findings.warning({PlatformIni::path(), 0, QString()}, QStringLiteral("treated as empty: ") + fault,
+                         QStringLiteral("use a regular file of at most 1 MiB, without @Variant and @DateTime"));
     }
     const QString size = PlatformIni::section(QStringLiteral("platform")).value(QStringLiteral("FAB_HW_DDRSIZE"));
     return size.isEmpty() ? QStringLiteral("256MB") : size;
@@ -44,23 +46,23 @@ QString ddrSizeOfTerminal(Findings &findings)
 
 void checkSettingsManager(const InstalledModules &modules, Findings &findings)
 {
-    const QString name = QStringLiteral("SettingsManager");
-    const auto module = modules.constFind(name);
+    const auto module = modules.constFind(Components::settingsManager);
     if (module == modules.constEnd()) {
         findings.warning(
             {ModulePaths::rootedModuleDirectory(), 0, QString()},
-            QStringLiteral("no module 'SettingsManager': the mandatory settings are not checked, and no module's "
-                           "memory is watched"),
-            QStringLiteral("install it, in a step of a value up to %1").arg(lastBeforeSettings));
+            QStringLiteral("there is no module '%1': the mandatory settings are not checked, and the memory of modules "
+                           "is not monitored")
+                .arg(Components::settingsManager),
+            QStringLiteral("install it in a step with a value of %1 or less").arg(lastBeforeSettings));
     } else if (module->step && module->step->getValue() > lastBeforeSettings) {
         findings.error(
             module->config.at(module->lines.initStep),
-            QStringLiteral("starts in the step '%1' (%2), but the mandatory settings are checked before the first "
-                           "step above %3: the start-up fails")
+            QStringLiteral("is in the step '%1' (%2), but the mandatory settings are checked before the first "
+                           "step with a value above %3: the start-up fails")
                 .arg(module->step->getName())
                 .arg(module->step->getValue())
                 .arg(lastBeforeSettings),
-            QStringLiteral("put it into a step of a value up to %1").arg(lastBeforeSettings));
+            QStringLiteral("move it to a step with a value of %1 or less").arg(lastBeforeSettings));
     }
 }
 

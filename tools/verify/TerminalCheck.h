@@ -3,18 +3,18 @@
 
 #include "verify/Findings.h"
 
-/// What a set of files is, and what is wrong with it.
+/// The findings about a set of files.
 struct TerminalReport
 {
     int modules = 0;
-    int steps = 0; ///< of the chain that the daemon makes
+    int steps = 0; ///< of the chain that the daemon builds
     QList<Finding> findings; ///< errors first
 
     [[nodiscard]] int errors() const;
     [[nodiscard]] int warnings() const { return findings.size() - errors(); }
 };
 
-/// Reads everything under the present root prefix (JOV_ROOT) with the daemon's readers. Starts nothing, writes nothing.
+/// Reads the files below the root prefix (JOV_ROOT) with the daemon's readers. Starts nothing and writes nothing.
 [[nodiscard]] TerminalReport checkTerminal();
 
 #endif

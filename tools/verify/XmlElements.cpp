@@ -1,7 +1,7 @@
 #include "verify/XmlElements.h"
 
 #include "catalogue/XmlFile.h"
-#include "verify/Spelling.h"
+#include "client/NearMiss.h"
 
 #include <QSet>
 
@@ -19,12 +19,14 @@ XmlElement XmlElements::rootOf(const XmlFile &file, const QString &rootName, con
         return {};
     case XmlFile::Result::NotReadable:
         findings.error(place, QStringLiteral("cannot be read (%1): %2").arg(file.error, consequence),
-                       QStringLiteral("it must be a plain file that the daemon may read"));
+                       QStringLiteral("use a regular file that the daemon is permitted to read"));
         return {};
     case XmlFile::Result::NotParsable:
-        findings.error(place.at(file.line),
-                       QStringLiteral("not parsable (%1): %2").arg(file.error.trimmed(), consequence),
-                       QStringLiteral("make it well-formed XML, at most 1 MiB and 256 levels deep"));
+        findings.error(
+            place.at(file.line), QStringLiteral("cannot be parsed (%1): %2").arg(file.error.trimmed(), consequence),
+            QStringLiteral("use well-formed XML: at most 1 MiB, 256 levels, 64 KiB of declarations, 1,024 attributes "
+                           "of an element, and 4,096 characters of an expanded entity (fewer in a file "
+                           "above 3 KiB)"));
         return {};
     case XmlFile::Result::Ok:
         break;
@@ -33,7 +35,7 @@ XmlElement XmlElements::rootOf(const XmlFile &file, const QString &rootName, con
     if (root.tagName() != rootName) {
         findings.error(place.at(root.lineNumber()),
                        QStringLiteral("the root element is %1: %2").arg(tag(root.tagName()), consequence),
-                       QStringLiteral("the root element must be %1").arg(tag(rootName)));
+                       QStringLiteral("rename it to %1").arg(tag(rootName)));
         return {};
     }
     return root;
@@ -42,17 +44,16 @@ XmlElement XmlElements::rootOf(const XmlFile &file, const QString &rootName, con
 void XmlElements::checkSpelling(const XmlElement &parent, const QStringList &known, const Place &place,
                                 Findings &findings)
 {
-    QSet<QString> told;
+    QSet<QString> reported;
     for (XmlElement child = parent.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
-        if (known.contains(name) || told.contains(name)) {
+        if (known.contains(name) || reported.contains(name)) {
             continue;
         }
-        told.insert(name);
-        const QString meant = Spelling::nearest(name, known);
+        reported.insert(name);
+        const QString meant = nearMisses(name, known).value(0);
         if (!meant.isEmpty()) {
-            findings.warning(place.at(child.lineNumber()),
-                             QStringLiteral("%1 is not known and is passed over").arg(tag(name)),
+            findings.warning(place.at(child.lineNumber()), QStringLiteral("unknown element %1, ignored").arg(tag(name)),
                              QStringLiteral("did you mean %1?").arg(tag(meant)));
         }
     }
@@ -68,11 +69,10 @@ void XmlElements::checkAttributes(const XmlElement &element, const QStringList &
     }
     names.sort();
     for (const QString &name : qAsConst(names)) {
-        const QString meant = known.contains(name) ? QString() : Spelling::nearest(name, known);
+        const QString meant = known.contains(name) ? QString() : nearMisses(name, known).value(0);
         if (!meant.isEmpty()) {
             findings.warning(place.at(element.lineNumber()),
-                             QStringLiteral("%1: the attribute '%2' is not known and is passed over")
-                                 .arg(tag(element.tagName()), name),
+                             QStringLiteral("unknown attribute '%1' of %2, ignored").arg(name, tag(element.tagName())),
                              QStringLiteral("did you mean '%1'?").arg(meant));
         }
     }

@@ -8,18 +8,18 @@
 
 struct XmlFile;
 
-/// What config.xml and initStep.xml have in common as XML.
+/// Checks that config.xml and initStep.xml have in common.
 namespace XmlElements {
 
-/// The element as it is written: "<NAME>".
+/// "<NAME>"
 [[nodiscard]] QString tag(const QString &name);
 
-/// The document element; null, with the fault told, when the file cannot be used or its root has another name than
-/// `rootName`. `consequence` tells what the daemon does then.
+/// The document element. Null, with an error reported, if the file cannot be used or its root element is not
+/// `rootName`; `consequence` says what the daemon does then.
 [[nodiscard]] XmlElement rootOf(const XmlFile &file, const QString &rootName, const Place &place,
                                 const QString &consequence, Findings &findings);
 
-/// Warns of children that are not among `known` but look like one of them misspelt, each spelling once.
+/// Warns of children whose names look like misspelt names of `known`, once for each spelling.
 void checkSpelling(const XmlElement &parent, const QStringList &known, const Place &place, Findings &findings);
 
 /// The same for attributes.

@@ -1,0 +1,57 @@
+#include "jovctl/Reason.h"
+
+#include "client/BusClient.h"
+#include "client/Units.h"
+#include "contract/InspectionNames.h"
+
+#include <algorithm>
+
+namespace {
+
+QString unsettled(const ModuleInfo &module)
+{
+    switch (module.state) {
+    case ModuleState::Stopping:
+        return QStringLiteral("it was asked to stop and has not ended yet");
+    case ModuleState::WebClientStarted:
+        return QStringLiteral("it has not announced its presentation yet");
+    case ModuleState::Starting:
+        return module.isLaunched() ? QStringLiteral("it has not announced the end of its initialization yet")
+                                   : QStringLiteral("it was not launched; see the daemon's log");
+    default:
+        return QStringLiteral("it is %1").arg(module.stateText);
+    }
+}
+
+} // namespace
+
+QString reasonNotRunning(const ModuleInfo &module, const ModuleList &modules, const BusClient &client)
+{
+    const StepList steps = client.steps();
+    const auto step =
+        std::find_if(steps.begin(), steps.end(), [&](const StepInfo &one) { return one.name == module.step; });
+    if (step == steps.end()) {
+        return QStringLiteral("its step \"%1\" is not in initStep.xml, so it is never started").arg(module.step);
+    }
+    for (const QString &name : module.dependencies) {
+        const ModuleInfo *other = findModule(modules, name);
+        if (!other || !other->isRunning()) {
+            return QStringLiteral("it depends on %1, which is not running").arg(name);
+        }
+    }
+    if (!module.isStopped()) {
+        return unsettled(module);
+    }
+    if (module.exitedAt > module.launchedAt) {
+        return QStringLiteral("its process ended %1 (%2, exit code %3)")
+            .arg(Units::ago(module.exitedAt), module.status)
+            .arg(module.exitCode);
+    }
+    if (client.property(Inspect::startFailed)) {
+        return QStringLiteral("the start-up failed, or was stopped before it reached this module");
+    }
+    const int reached = client.property(Inspect::currentStep);
+    return step->value > reached
+        ? QStringLiteral("its step has the value %1, and the start-up has reached %2").arg(step->value).arg(reached)
+        : QStringLiteral("it was stopped, or could not be launched");
+}
