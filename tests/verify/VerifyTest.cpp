@@ -1,4 +1,4 @@
-#include "jovctl/CommandTable.h"
+#include "jovctl/CommandLine.h"
 #include "support/DataTable.h"
 #include "support/RootDir.h"
 #include "verify/Report.h"

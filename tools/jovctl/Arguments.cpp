@@ -1,7 +1,7 @@
 #include "jovctl/Arguments.h"
 
 #include "client/Console.h"
-#include "jovctl/Command.h"
+#include "jovctl/CommandTable.h"
 
 #include <QCommandLineParser>
 
@@ -9,7 +9,8 @@ namespace {
 
 [[noreturn]] void refuse(const Command &command, const QString &text)
 {
-    throw Failure(ExitStatus::Usage, QStringLiteral("%1. Try: jovctl %2 --help").arg(text, command.name));
+    throw Failure(ExitStatus::Usage,
+                  QStringLiteral("%1. Try: jovctl %2 --help").arg(text, QLatin1String(command.name)));
 }
 
 QString optionWord(const QString &name)
@@ -22,10 +23,11 @@ QString optionWord(const QString &name)
 Arguments Arguments::parse(const Command &command, const QStringList &words)
 {
     QCommandLineParser parser;
-    parser.addOptions(command.options);
+    const QList<QCommandLineOption> options = optionsOf(command);
+    parser.addOptions(options);
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     parser.addOption(help);
-    const bool isRight = parser.parse(QStringList(command.name) + words);
+    const bool isRight = parser.parse(QStringList(QLatin1String(command.name)) + words);
     if (!parser.unknownOptionNames().isEmpty()) {
         refuse(command, QStringLiteral("unknown option \"%1\"").arg(optionWord(parser.unknownOptionNames().first())));
     }
@@ -39,14 +41,14 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     Arguments arguments;
     arguments.m_wantsHelp = parser.isSet(help);
     arguments.m_operands = parser.positionalArguments();
-    for (const QCommandLineOption &option : command.options) {
+    for (const QCommandLineOption &option : options) {
         if (parser.isSet(option)) {
             arguments.m_values.insert(option.names().last(), parser.value(option));
         }
     }
     const int count = arguments.m_operands.size();
     if (!arguments.m_wantsHelp && count < command.fewest) {
-        refuse(command, QStringLiteral("missing argument (%1)").arg(command.operands));
+        refuse(command, QStringLiteral("missing argument (%1)").arg(QLatin1String(command.operands)));
     }
     if (!arguments.m_wantsHelp && command.most >= 0 && count > command.most) {
         refuse(command, QStringLiteral("unexpected argument \"%1\"").arg(arguments.m_operands.at(command.most)));

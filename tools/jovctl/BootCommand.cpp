@@ -100,7 +100,9 @@ void writeChart(const QString &path, const BootRecord &record)
     }
 }
 
-ExitStatus boot(const Arguments &arguments)
+} // namespace
+
+ExitStatus Commands::boot(const Arguments &arguments)
 {
     const BusClient client;
     const BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps());
@@ -116,21 +118,4 @@ ExitStatus boot(const Arguments &arguments)
         print(record, arguments.isSet(QStringLiteral("all")));
     }
     return ExitStatus::Done;
-}
-
-} // namespace
-
-CommandList bootCommands()
-{
-    return {{QStringLiteral("boot"),
-             boot,
-             QStringLiteral("Show how long the start-up took, by step and by module"),
-             QStringLiteral("Shows the total, the steps, the slowest modules and the critical chain: the\n"
-                            "sequence of dependent modules that sets the shortest possible start-up time."),
-             {QStringLiteral("jovctl boot"), QStringLiteral("jovctl boot --svg boot.svg"),
-              QStringLiteral("jovctl boot --json | jq .total")},
-             {jsonOption(),
-              {QStringLiteral("all"), QStringLiteral("Show all modules, not only the slowest")},
-              {QStringLiteral("svg"), QStringLiteral("Write a chart to FILE (- for standard output)"),
-               QStringLiteral("FILE")}}}};
 }

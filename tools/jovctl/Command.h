@@ -4,40 +4,41 @@
 #include "client/Failure.h"
 #include "jovctl/Arguments.h"
 
-#include <QCommandLineOption>
-#include <QList>
-#include <QStringList>
-
-/// One subcommand: its help, its arguments and its function.
+/// One subcommand: its function, its arguments and its help.
 struct Command
 {
-    QString name;
+    const char *name;
     ExitStatus (*run)(const Arguments &arguments);
-    QString summary; ///< one line, without a full stop
-    QString description; ///< what the summary does not say; may be empty
-    QStringList examples; ///< complete command lines
-    QList<QCommandLineOption> options = {};
-    QString operands = {}; ///< as the usage line shows them
-    int fewest = 0; ///< operands
-    int most = 0; ///< -1: any number
+    const char *operands; ///< as the usage line shows them
+    int fewest; ///< operands
+    int most; ///< -1: any number
+    const char *options; ///< their names, separated by spaces
+    const char *summary; ///< one line, without a full stop
+    const char *description; ///< lines with what the summary does not say
+    const char *examples; ///< complete command lines
 };
 
-using CommandList = QList<Command>;
+/// The functions of the subcommands. Each returns the exit status or throws a Failure.
+namespace Commands {
 
-// One function for each file of commands.
-[[nodiscard]] CommandList listCommands();
-[[nodiscard]] CommandList statusCommands();
-[[nodiscard]] CommandList treeCommands();
-[[nodiscard]] CommandList controlCommands();
-[[nodiscard]] CommandList wholeCommands();
-[[nodiscard]] CommandList topCommands();
-[[nodiscard]] CommandList watchCommands();
-[[nodiscard]] CommandList logLevelCommands();
-[[nodiscard]] CommandList bootCommands();
-[[nodiscard]] CommandList metricsCommands();
-[[nodiscard]] CommandList verifyCommands();
+ExitStatus list(const Arguments &arguments);
+ExitStatus status(const Arguments &arguments);
+ExitStatus tree(const Arguments &arguments);
+ExitStatus start(const Arguments &arguments);
+ExitStatus stop(const Arguments &arguments);
+ExitStatus restart(const Arguments &arguments);
+ExitStatus startAll(const Arguments &arguments);
+ExitStatus stopAll(const Arguments &arguments);
+ExitStatus restartAll(const Arguments &arguments);
+ExitStatus restartApp(const Arguments &arguments);
+ExitStatus shutDown(const Arguments &arguments);
+ExitStatus top(const Arguments &arguments);
+ExitStatus watch(const Arguments &arguments);
+ExitStatus logLevel(const Arguments &arguments);
+ExitStatus boot(const Arguments &arguments);
+ExitStatus metrics(const Arguments &arguments);
+ExitStatus verify(const Arguments &arguments);
 
-/// The option of every command that prints a table.
-[[nodiscard]] QCommandLineOption jsonOption();
+} // namespace Commands
 
 #endif

@@ -1,19 +1,129 @@
 #include "jovctl/CommandTable.h"
 
-#include "client/Console.h"
-#include "client/NearMiss.h"
-
-#include <QCoreApplication>
-
-#include <algorithm>
-
 namespace {
 
 constexpr int summaryColumn = 19;
 
+constexpr Command commands[] = {
+    {"list", Commands::list, "", 0, 0, "json names", "List all modules with their states", "",
+     "jovctl list\n"
+     "jovctl list --json | jq -r '.[] | select(.state != \"RUNNING\") | .name'"},
+    {"status", Commands::status, "NAME...", 1, -1, "json", "Show the details of modules, and why they are not running",
+     "",
+     "jovctl status JovGate\n"
+     "jovctl status --json JovGate Platform"},
+    {"tree", Commands::tree, "", 0, 0, "json dot", "Show the steps and the dependencies between modules", "",
+     "jovctl tree\n"
+     "jovctl tree --dot | dot -Tsvg -o tree.svg"},
+    {"start", Commands::start, "NAME...", 1, -1, "", "Start modules and wait until they are running",
+     "The modules that they depend on must be running.",
+     "jovctl start JovGate\n"
+     "jovctl start jovaudio kelmmi"},
+    {"stop", Commands::stop, "NAME...", 1, -1, "", "Stop modules and the modules that depend on them",
+     "All later steps are stopped first. The other modules that were stopped are\n"
+     "listed.",
+     "jovctl stop JovGate"},
+    {"restart", Commands::restart, "NAME...", 1, -1, "", "Stop modules and start them again",
+     "The modules that depend on them keep running.", "jovctl restart jovaudio kelmmi"},
+    {"start-all", Commands::startAll, "", 0, 0, "", "Start all modules that are not running",
+     "After stop-all the daemon refuses this: use restart-all.", "jovctl start-all"},
+    {"stop-all", Commands::stopAll, "", 0, 0, "", "Stop all modules, the last step first", "The daemon keeps running.",
+     "jovctl stop-all"},
+    {"restart-all", Commands::restartAll, "", 0, 0, "", "Stop all modules, read all files again, start all modules",
+     "If the daemon cannot use the files, it exits. Check them first: jovctl verify", "jovctl restart-all"},
+    {"restart-app", Commands::restartApp, "", 0, 0, "", "Stop and start all modules, if restarts are allowed",
+     "Has the same conditions as a restart requested by a module: step 5 has been\n"
+     "reached, and the platform has not locked restarts. The files are not read again.",
+     "jovctl restart-app"},
+    {"shutdown", Commands::shutDown, "", 0, 0, "", "Stop all modules and exit the daemon", "", "jovctl shutdown"},
+    {"top", Commands::top, "", 0, 0, "json once interval", "Show the memory and processor use of the modules, live",
+     "Sorted by processor use. The daemon compares VIRTUAL with LIMIT.\n"
+     "Ctrl-C ends it.",
+     "jovctl top\n"
+     "jovctl top --once --json"},
+    {"watch", Commands::watch, "", 0, 0, "json events", "Print state changes and completed steps as they happen",
+     "Prints the current state of all modules, then every change. Waits if the\n"
+     "daemon is not running. Ctrl-C ends it. With --json each line is an object.",
+     "jovctl watch --events\n"
+     "jovctl watch --json | jq 'select(.kind == \"change\")'"},
+    {"log-level", Commands::logLevel, "[N]", 0, 1, "", "Show or set the log level of the running daemon",
+     "N is a number or a name: 0 emergency, 3 error, 4 warning, 6 info, 7 debug.\n"
+     "Levels 1 and 2 log the same as 0, and 5 the same as 4.\n"
+     "The level applies until the daemon exits; the initial level is in platform.ini.",
+     "jovctl log-level\n"
+     "jovctl log-level 7\n"
+     "jovctl log-level info"},
+    {"boot", Commands::boot, "", 0, 0, "json all svg", "Show how long the start-up took, by step and by module",
+     "Shows the total, the steps, the slowest modules and the critical chain: the\n"
+     "sequence of dependent modules that sets the shortest possible start-up time.",
+     "jovctl boot\n"
+     "jovctl boot --svg boot.svg\n"
+     "jovctl boot --json | jq .total"},
+    {"metrics", Commands::metrics, "", 0, 0, "", "Print metrics for a monitoring system (OpenMetrics)",
+     "Suitable for the textfile collector of a node exporter. If the daemon is not\n"
+     "running, prints jovara_up 0 and exits with status 3.",
+     "jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom"},
+    {"verify", Commands::verify, "[ROOT]", 0, 1, "json", "Check the files of a terminal for errors",
+     "Reads the files below ROOT, or those of this terminal, as the daemon does.\n"
+     "Prints each error with its file and line, and how to fix it. Needs no daemon\n"
+     "and no bus. Exits with status 1 if there are errors.",
+     "jovctl verify\n"
+     "jovctl verify --json build/rootfs"}};
+
+constexpr struct
+{
+    const char *name, *value, *description;
+} options[] = {{"json", "", "Print JSON"},
+               {"names", "", "Print only the names, one in a line"},
+               {"dot", "", "Print a graph for Graphviz"},
+               {"once", "", "Print one table and exit"},
+               {"interval", "SECONDS", "Time between two tables (default: 1)"},
+               {"events", "", "Print the events of the platform, too"},
+               {"all", "", "Show all modules, not only the slowest"},
+               {"svg", "FILE", "Write a chart to FILE (- for standard output)"}};
+
 QString aligned(const QString &left, const QString &right)
 {
     return QStringLiteral("  %1 %2\n").arg(left.leftJustified(summaryColumn), right);
+}
+
+QString usage(const Command &command)
+{
+    return (QLatin1String(command.name) + QLatin1Char(' ') + QLatin1String(command.operands)).trimmed();
+}
+
+} // namespace
+
+const Command *findCommand(const QString &name)
+{
+    for (const Command &command : commands) {
+        if (name == QLatin1String(command.name)) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
+
+QStringList commandNames()
+{
+    QStringList names;
+    for (const Command &command : commands) {
+        names << QLatin1String(command.name);
+    }
+    return names;
+}
+
+QList<QCommandLineOption> optionsOf(const Command &command)
+{
+    QList<QCommandLineOption> list;
+    const QStringList names = QString::fromLatin1(command.options).split(QLatin1Char(' '));
+    for (const auto &option : options) {
+        if (names.contains(QLatin1String(option.name))) {
+            list << QCommandLineOption(QLatin1String(option.name), QLatin1String(option.description),
+                                       QLatin1String(option.value));
+        }
+    }
+    return list;
 }
 
 QString programHelp()
@@ -21,9 +131,8 @@ QString programHelp()
     QString text = QStringLiteral("Usage: jovctl COMMAND [OPTION...] [ARGUMENT...]\n\n"
                                   "Shows the state of the running ApplicationManager and controls its modules.\n"
                                   "\nCommands:\n");
-    const CommandList commands = allCommands();
     for (const Command &command : commands) {
-        text += aligned((command.name + QLatin1Char(' ') + command.operands).trimmed(), command.summary);
+        text += aligned(usage(command), QLatin1String(command.summary));
     }
     return text
         + QStringLiteral("\n  jovctl COMMAND --help      Show the help of a command, with examples\n"
@@ -39,97 +148,20 @@ QString programHelp()
 
 QString commandHelp(const Command &command)
 {
-    QString text =
-        QStringLiteral("Usage: jovctl %1%2 %3")
-            .arg(command.name, command.options.isEmpty() ? QString() : QStringLiteral(" [OPTION...]"), command.operands)
-            .trimmed();
-    text += QStringLiteral("\n\n%1.\n").arg(command.summary);
-    if (!command.description.isEmpty()) {
-        text += QLatin1Char('\n') + command.description + QLatin1Char('\n');
+    QString text = QStringLiteral("Usage: jovctl %1%2 %3\n\n%4.\n")
+                       .arg(QLatin1String(command.name), QLatin1String(*command.options ? " [OPTION...]" : ""),
+                            QLatin1String(command.operands), QLatin1String(command.summary));
+    if (*command.description) {
+        text += QStringLiteral("\n%1\n").arg(QLatin1String(command.description));
     }
     text += QStringLiteral("\nOptions:\n");
-    for (const QCommandLineOption &option : command.options) {
-        QString name = QStringLiteral("--") + option.names().last();
-        if (!option.valueName().isEmpty()) {
-            name += QLatin1Char('=') + option.valueName();
-        }
-        text += aligned(name, option.description());
+    for (const QCommandLineOption &option : optionsOf(command)) {
+        const QString value = option.valueName();
+        text +=
+            aligned(QStringLiteral("--") + option.names().last() + (value.isEmpty() ? value : QLatin1Char('=') + value),
+                    option.description());
     }
-    text += aligned(QStringLiteral("-h, --help"), QStringLiteral("Show this help"));
-    text += QStringLiteral("\nExamples:\n");
-    for (const QString &example : command.examples) {
-        text += QStringLiteral("  %1\n").arg(example);
-    }
-    return text;
-}
-
-const Command &find(const CommandList &commands, const QString &name)
-{
-    const auto found =
-        std::find_if(commands.begin(), commands.end(), [&](const Command &command) { return command.name == name; });
-    if (found != commands.end()) {
-        return *found;
-    }
-    QStringList names;
-    for (const Command &command : commands) {
-        names << command.name;
-    }
-    throw Failure(ExitStatus::Usage,
-                  QStringLiteral("unknown command \"%1\". %2")
-                      .arg(Console::printable(name), didYouMean(name, names, QStringLiteral("Try: jovctl --help"))));
-}
-
-ExitStatus run(QStringList words)
-{
-    const QString first = words.isEmpty() ? QString() : words.takeFirst();
-    if (first == QLatin1String("--version")) {
-        Console::writeLine(QStringLiteral("jovctl %1").arg(QCoreApplication::applicationVersion()));
-        return ExitStatus::Done;
-    }
-    const bool wantsHelp =
-        first == QLatin1String("help") || first == QLatin1String("--help") || first == QLatin1String("-h");
-    if (wantsHelp && words.isEmpty()) {
-        Console::write(programHelp());
-        return ExitStatus::Done;
-    }
-    if (first.isEmpty()) {
-        throw Failure(ExitStatus::Usage, QStringLiteral("no command. Try: jovctl --help"));
-    }
-    const CommandList commands = allCommands();
-    const Command &command = find(commands, wantsHelp ? words.takeFirst() : first);
-    const Arguments arguments = Arguments::parse(command, wantsHelp ? QStringList(QStringLiteral("--help")) : words);
-    if (arguments.wantsHelp()) {
-        Console::write(commandHelp(command));
-        return ExitStatus::Done;
-    }
-    return command.run(arguments);
-}
-
-} // namespace
-
-QCommandLineOption jsonOption()
-{
-    return QCommandLineOption(QStringLiteral("json"), QStringLiteral("Print JSON instead of a table"));
-}
-
-CommandList allCommands()
-{
-    return listCommands() + statusCommands() + treeCommands() + controlCommands() + wholeCommands() + topCommands()
-        + watchCommands() + logLevelCommands() + bootCommands() + metricsCommands() + verifyCommands();
-}
-
-ExitStatus runCommandLine(const QStringList &words)
-{
-    ExitStatus status = ExitStatus::Done;
-    try {
-        status = run(words);
-    } catch (const Failure &failure) {
-        Console::complain(failure.text());
-        status = failure.status();
-    }
-    if (!Console::flush()) {
-        Console::complain(QStringLiteral("cannot write the output"));
-        return status == ExitStatus::Done ? ExitStatus::Failed : status;
-    }
-    return status;
+    text += aligned(QStringLiteral("-h, --help"), QStringLiteral("Show this help")) + QStringLiteral("\nExamples:\n");
+    const QStringList examples = QString::fromLatin1(command.examples).split(QLatin1Char('\n'));
+    return text + QStringLiteral("  %1\n").arg(examples.join(QStringLiteral("\n  ")));
 }

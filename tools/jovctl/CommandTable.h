@@ -3,10 +3,16 @@
 
 #include "jovctl/Command.h"
 
-/// All subcommands, in the order of the help.
-[[nodiscard]] CommandList allCommands();
+#include <QCommandLineOption>
+#include <QList>
 
-/// Runs the command line, without the program's name. Prints what fails and returns the exit status.
-[[nodiscard]] ExitStatus runCommandLine(const QStringList &words);
+/// All subcommands, in the order of the help. Null if there is none of that name.
+[[nodiscard]] const Command *findCommand(const QString &name);
+[[nodiscard]] QStringList commandNames();
+
+[[nodiscard]] QString programHelp();
+[[nodiscard]] QString commandHelp(const Command &command);
+
+[[nodiscard]] QList<QCommandLineOption> optionsOf(const Command &command);
 
 #endif

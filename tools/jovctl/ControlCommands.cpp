@@ -135,8 +135,7 @@ bool restartOne(const BusClient &client, const QString &name)
     return reportStarted(client, name, after, "restarted");
 }
 
-template <bool (*one)(const BusClient &, const QString &)>
-ExitStatus each(const Arguments &arguments)
+ExitStatus each(const Arguments &arguments, bool (*one)(const BusClient &, const QString &))
 {
     const BusClient client(BusClient::Purpose::Control);
     const QStringList names = arguments.operands();
@@ -149,32 +148,19 @@ ExitStatus each(const Arguments &arguments)
     return done ? ExitStatus::Done : ExitStatus::Failed;
 }
 
-Command command(const QString &name, ExitStatus (*run)(const Arguments &), const QString &summary,
-                const QString &description)
-{
-    const QString example = QStringLiteral("jovctl %1 ").arg(name);
-    return {name,
-            run,
-            summary,
-            description,
-            {example + QStringLiteral("JovGate"), example + QStringLiteral("jovaudio kelmmi")},
-            {},
-            QStringLiteral("NAME..."),
-            1,
-            -1};
-}
-
 } // namespace
 
-CommandList controlCommands()
+ExitStatus Commands::start(const Arguments &arguments)
 {
-    return {
-        command(QStringLiteral("start"), each<startOne>,
-                QStringLiteral("Start modules and wait until they are running"),
-                QStringLiteral("The modules that they depend on must be running.")),
-        command(QStringLiteral("stop"), each<stopOne>,
-                QStringLiteral("Stop modules and the modules that depend on them"),
-                QStringLiteral("All later steps are stopped first. The other modules that were stopped are\nlisted.")),
-        command(QStringLiteral("restart"), each<restartOne>, QStringLiteral("Stop modules and start them again"),
-                QStringLiteral("The modules that depend on them keep running."))};
+    return each(arguments, startOne);
+}
+
+ExitStatus Commands::stop(const Arguments &arguments)
+{
+    return each(arguments, stopOne);
+}
+
+ExitStatus Commands::restart(const Arguments &arguments)
+{
+    return each(arguments, restartOne);
 }

@@ -2,9 +2,7 @@
 #include "jovctl/Command.h"
 #include "jovctl/ModuleTable.h"
 
-namespace {
-
-ExitStatus list(const Arguments &arguments)
+ExitStatus Commands::list(const Arguments &arguments)
 {
     const ModuleList modules = BusClient().modules();
     if (arguments.isSet(QStringLiteral("names"))) {
@@ -15,17 +13,4 @@ ExitStatus list(const Arguments &arguments)
         moduleTable(modules).print(arguments.wantsJson());
     }
     return ExitStatus::Done;
-}
-
-} // namespace
-
-CommandList listCommands()
-{
-    return {{QStringLiteral("list"),
-             list,
-             QStringLiteral("List all modules with their states"),
-             QString(),
-             {QStringLiteral("jovctl list"),
-              QStringLiteral("jovctl list --json | jq -r '.[] | select(.state != \"RUNNING\") | .name'")},
-             {jsonOption(), {QStringLiteral("names"), QStringLiteral("Print only the names, one in a line")}}}};
 }

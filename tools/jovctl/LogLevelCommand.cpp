@@ -28,7 +28,9 @@ QString described(int level)
     return QStringLiteral("%1 (%2)").arg(level).arg(QLatin1String(messages[qBound(0, level, levels - 1)]));
 }
 
-ExitStatus logLevel(const Arguments &arguments)
+} // namespace
+
+ExitStatus Commands::logLevel(const Arguments &arguments)
 {
     const QString wanted = arguments.operands().value(0);
     const int level = levelOf(wanted);
@@ -47,22 +49,4 @@ ExitStatus logLevel(const Arguments &arguments)
     }
     Console::writeLine(described(present));
     return ExitStatus::Done;
-}
-
-} // namespace
-
-CommandList logLevelCommands()
-{
-    return {{QStringLiteral("log-level"),
-             logLevel,
-             QStringLiteral("Show or set the log level of the running daemon"),
-             QStringLiteral("N is a number or a name: 0 emergency, 3 error, 4 warning, 6 info, 7 debug.\n"
-                            "Levels 1 and 2 log the same as 0, and 5 the same as 4.\n"
-                            "The level applies until the daemon exits; the initial level is in platform.ini."),
-             {QStringLiteral("jovctl log-level"), QStringLiteral("jovctl log-level 7"),
-              QStringLiteral("jovctl log-level info")},
-             {},
-             QStringLiteral("[N]"),
-             0,
-             1}};
 }

@@ -119,7 +119,9 @@ QString moduleMetrics(const ModuleList &modules)
                  ofProcess([](const ProcessUsage &usage) { return quint64(usage.virtualKb) * 1024; }));
 }
 
-ExitStatus metrics(const Arguments &)
+} // namespace
+
+ExitStatus Commands::metrics(const Arguments &)
 {
     QString text;
     try {
@@ -134,17 +136,4 @@ ExitStatus metrics(const Arguments &)
     }
     Console::write(text + QStringLiteral("# EOF\n"));
     return ExitStatus::Done;
-}
-
-} // namespace
-
-CommandList metricsCommands()
-{
-    return {{QStringLiteral("metrics"),
-             metrics,
-             QStringLiteral("Print metrics for a monitoring system (OpenMetrics)"),
-             QStringLiteral("Suitable for the textfile collector of a node exporter. If the daemon is not\n"
-                            "running, prints jovara_up 0 and exits with status 3."),
-             {QStringLiteral("jovctl metrics"),
-              QStringLiteral("jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom")}}};
 }

@@ -60,7 +60,9 @@ void print(const ModuleInfo &module, const ModuleList &modules, const QString &w
     line("Needed by", withStates(module.dependents, modules));
 }
 
-ExitStatus status(const Arguments &arguments)
+} // namespace
+
+ExitStatus Commands::status(const Arguments &arguments)
 {
     const BusClient client;
     const ModuleList modules = client.modules();
@@ -82,19 +84,4 @@ ExitStatus status(const Arguments &arguments)
         Console::writeJson(QJsonDocument(array));
     }
     return ExitStatus::Done;
-}
-
-} // namespace
-
-CommandList statusCommands()
-{
-    return {{QStringLiteral("status"),
-             status,
-             QStringLiteral("Show the details of modules, and why they are not running"),
-             QString(),
-             {QStringLiteral("jovctl status JovGate"), QStringLiteral("jovctl status --json JovGate Platform")},
-             {jsonOption()},
-             QStringLiteral("NAME..."),
-             1,
-             -1}};
 }

@@ -125,7 +125,9 @@ double intervalOf(const Arguments &arguments)
     return seconds;
 }
 
-ExitStatus top(const Arguments &arguments)
+} // namespace
+
+ExitStatus Commands::top(const Arguments &arguments)
 {
     const double interval = intervalOf(arguments);
     const bool once = arguments.isSet(QStringLiteral("once"));
@@ -156,19 +158,4 @@ ExitStatus top(const Arguments &arguments)
     timer.start(int(interval * 1000));
     QCoreApplication::exec();
     return status;
-}
-
-} // namespace
-
-CommandList topCommands()
-{
-    return {{QStringLiteral("top"),
-             top,
-             QStringLiteral("Show the memory and processor use of the modules, live"),
-             QStringLiteral("Sorted by processor use. The daemon compares VIRTUAL with LIMIT.\nCtrl-C ends it."),
-             {QStringLiteral("jovctl top"), QStringLiteral("jovctl top --once --json")},
-             {jsonOption(),
-              {QStringLiteral("once"), QStringLiteral("Print one table and exit")},
-              {QStringLiteral("interval"), QStringLiteral("Time between two tables (default: 1)"),
-               QStringLiteral("SECONDS")}}}};
 }

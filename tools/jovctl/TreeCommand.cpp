@@ -120,7 +120,9 @@ void printJson(const StepList &steps, const ModuleList &modules)
     Console::writeJson(QJsonDocument(array));
 }
 
-ExitStatus tree(const Arguments &arguments)
+} // namespace
+
+ExitStatus Commands::tree(const Arguments &arguments)
 {
     const BusClient client;
     const ModuleList modules = client.modules();
@@ -136,16 +138,4 @@ ExitStatus tree(const Arguments &arguments)
         }
     }
     return ExitStatus::Done;
-}
-
-} // namespace
-
-CommandList treeCommands()
-{
-    return {{QStringLiteral("tree"),
-             tree,
-             QStringLiteral("Show the steps and the dependencies between modules"),
-             QString(),
-             {QStringLiteral("jovctl tree"), QStringLiteral("jovctl tree --dot | dot -Tsvg -o tree.svg")},
-             {jsonOption(), {QStringLiteral("dot"), QStringLiteral("Print a graph for Graphviz")}}}};
 }

@@ -108,7 +108,11 @@ void connectAll(const DaemonWatch &watch, WatchPrinter &printer)
     });
 }
 
-ExitStatus watch(const Arguments &arguments)
+} // namespace
+
+#include "WatchCommand.moc"
+
+ExitStatus Commands::watch(const Arguments &arguments)
 {
     Interrupt interrupt;
     const BusClient client;
@@ -121,21 +125,4 @@ ExitStatus watch(const Arguments &arguments)
     }
     daemon.begin();
     return ExitStatus(QCoreApplication::exec());
-}
-
-} // namespace
-
-#include "WatchCommand.moc"
-
-CommandList watchCommands()
-{
-    return {{QStringLiteral("watch"),
-             watch,
-             QStringLiteral("Print state changes and completed steps as they happen"),
-             QStringLiteral("Prints the current state of all modules, then every change. Waits if the\n"
-                            "daemon is not running. Ctrl-C ends it."),
-             {QStringLiteral("jovctl watch"), QStringLiteral("jovctl watch --events"),
-              QStringLiteral("jovctl watch --json | jq 'select(.kind == \"change\")'")},
-             {{QStringLiteral("json"), QStringLiteral("Print a JSON object in each line")},
-              {QStringLiteral("events"), QStringLiteral("Print the events of the platform, too")}}}};
 }

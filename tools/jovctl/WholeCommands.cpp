@@ -57,38 +57,6 @@ bool startFailed(const BusClient &client)
     return client.property(Inspect::startFailed) != 0;
 }
 
-ExitStatus startAll(const Arguments &)
-{
-    const BusClient client(BusClient::Purpose::Control);
-    client.control(QStringLiteral("startAll"));
-    if (startFailed(client)) {
-        Console::complain(
-            QStringLiteral("the daemon refuses to start modules, because all modules were stopped or the start-up "
-                           "failed. Use: jovctl restart-all"));
-        return ExitStatus::Failed;
-    }
-    return reportAllRunning(client, QStringLiteral("all modules are running"));
-}
-
-ExitStatus stopAll(const Arguments &)
-{
-    const BusClient client(BusClient::Purpose::Control);
-    client.control(QStringLiteral("stopAll"));
-    QStringList left;
-    const ModuleList modules = client.modules();
-    for (const ModuleInfo &module : modules) {
-        if (!module.isStopped()) {
-            left << module.name;
-        }
-    }
-    if (!left.isEmpty()) {
-        Console::complain(QStringLiteral("still running: %1").arg(joined(left)));
-        return ExitStatus::Failed;
-    }
-    Console::writeLine(QStringLiteral("all modules are stopped. To start them again, use: jovctl restart-all"));
-    return ExitStatus::Done;
-}
-
 bool hasHappened(const BusClient &client, QLatin1String event, quint64 since)
 {
     const TimelineList timeline = client.timeline();
@@ -122,7 +90,41 @@ ExitStatus reportRestart(const BusClient &client, quint64 since)
         client, QStringLiteral("all modules are running again after %1").arg(Units::duration(Units::now() - since)));
 }
 
-ExitStatus restartAll(const Arguments &)
+} // namespace
+
+ExitStatus Commands::startAll(const Arguments &)
+{
+    const BusClient client(BusClient::Purpose::Control);
+    client.control(QStringLiteral("startAll"));
+    if (startFailed(client)) {
+        Console::complain(
+            QStringLiteral("the daemon refuses to start modules, because all modules were stopped or the start-up "
+                           "failed. Use: jovctl restart-all"));
+        return ExitStatus::Failed;
+    }
+    return reportAllRunning(client, QStringLiteral("all modules are running"));
+}
+
+ExitStatus Commands::stopAll(const Arguments &)
+{
+    const BusClient client(BusClient::Purpose::Control);
+    client.control(QStringLiteral("stopAll"));
+    QStringList left;
+    const ModuleList modules = client.modules();
+    for (const ModuleInfo &module : modules) {
+        if (!module.isStopped()) {
+            left << module.name;
+        }
+    }
+    if (!left.isEmpty()) {
+        Console::complain(QStringLiteral("still running: %1").arg(joined(left)));
+        return ExitStatus::Failed;
+    }
+    Console::writeLine(QStringLiteral("all modules are stopped. To start them again, use: jovctl restart-all"));
+    return ExitStatus::Done;
+}
+
+ExitStatus Commands::restartAll(const Arguments &)
 {
     const BusClient client(BusClient::Purpose::Control);
     const QString owner = client.owner();
@@ -140,7 +142,7 @@ ExitStatus restartAll(const Arguments &)
     }
 }
 
-ExitStatus restartApp(const Arguments &)
+ExitStatus Commands::restartApp(const Arguments &)
 {
     const BusClient client(BusClient::Purpose::Control);
     const quint64 since = Units::now();
@@ -161,7 +163,7 @@ ExitStatus restartApp(const Arguments &)
     return reportRestart(client, since);
 }
 
-ExitStatus shutDown(const Arguments &)
+ExitStatus Commands::shutDown(const Arguments &)
 {
     const BusClient client(BusClient::Purpose::Control);
     const QString owner = client.owner();
@@ -180,30 +182,4 @@ ExitStatus shutDown(const Arguments &)
     }
     Console::writeLine(QStringLiteral("ApplicationManager has ended"));
     return ExitStatus::Done;
-}
-
-Command command(const QString &name, ExitStatus (*run)(const Arguments &), const QString &summary,
-                const QString &description)
-{
-    return {name, run, summary, description, {QStringLiteral("jovctl %1").arg(name)}};
-}
-
-} // namespace
-
-CommandList wholeCommands()
-{
-    return {command(QStringLiteral("start-all"), startAll, QStringLiteral("Start all modules that are not running"),
-                    QStringLiteral("After stop-all the daemon refuses this: use restart-all.")),
-            command(QStringLiteral("stop-all"), stopAll, QStringLiteral("Stop all modules, the last step first"),
-                    QStringLiteral("The daemon keeps running.")),
-            command(QStringLiteral("restart-all"), restartAll,
-                    QStringLiteral("Stop all modules, read all files again, start all modules"),
-                    QStringLiteral("If the daemon cannot use the files, it exits. Check them first: jovctl verify")),
-            command(QStringLiteral("restart-app"), restartApp,
-                    QStringLiteral("Stop and start all modules, if restarts are allowed"),
-                    QStringLiteral("Has the same conditions as a restart requested by a module: step %1 has been\n"
-                                   "reached, and the platform has not locked restarts. The files are not read again.")
-                        .arg(Steps::firstOwn)),
-            command(QStringLiteral("shutdown"), shutDown, QStringLiteral("Stop all modules and exit the daemon"),
-                    QString())};
 }

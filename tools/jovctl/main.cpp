@@ -1,4 +1,4 @@
-#include "jovctl/CommandTable.h"
+#include "jovctl/CommandLine.h"
 
 #include <QCoreApplication>
 
