@@ -1,7 +1,7 @@
 #ifndef INSPECTION_NAMES_H
 #define INSPECTION_NAMES_H
 
-#include <QLatin1String>
+#include "contract/Latin1.h"
 
 /**
  * The inspection interface of the supervisor: `ListModules`, `ListSteps` and `GetTimeline` answer `aa{sv}` with the
@@ -9,65 +9,65 @@
  */
 namespace Inspect {
 
-inline constexpr QLatin1String interface("com.velmora.Jovara.Inspection");
+inline constexpr QLatin1String interface = latin1("com.velmora.Jovara.Inspection");
 
 // Properties: the value of the step reached (int), the stop flag (bool), before "end_of_init" (bool), 0 to 7 (int).
-inline constexpr QLatin1String currentStep("CurrentStep");
-inline constexpr QLatin1String startFailed("StartFailed");
-inline constexpr QLatin1String initInProgress("InitInProgress");
-inline constexpr QLatin1String logLevel("LogLevel");
+inline constexpr QLatin1String currentStep = latin1("CurrentStep");
+inline constexpr QLatin1String startFailed = latin1("StartFailed");
+inline constexpr QLatin1String initInProgress = latin1("InitInProgress");
+inline constexpr QLatin1String logLevel = latin1("LogLevel");
 
-inline constexpr QLatin1String listModules("ListModules");
-inline constexpr QLatin1String listSteps("ListSteps");
-inline constexpr QLatin1String getTimeline("GetTimeline");
+inline constexpr QLatin1String listModules = latin1("ListModules");
+inline constexpr QLatin1String listSteps = latin1("ListSteps");
+inline constexpr QLatin1String getTimeline = latin1("GetTimeline");
 
 // Signals: name, old state, new state; value, name.
-inline constexpr QLatin1String moduleStateChanged("ModuleStateChanged");
-inline constexpr QLatin1String stepDoneSignal("StepDone");
+inline constexpr QLatin1String moduleStateChanged = latin1("ModuleStateChanged");
+inline constexpr QLatin1String stepDoneSignal = latin1("StepDone");
 
 namespace Key {
 
 // Of modules, steps and timeline entries.
-inline constexpr QLatin1String name("Name");
+inline constexpr QLatin1String name = latin1("Name");
 
 // Of modules.
-inline constexpr QLatin1String step("Step");
-inline constexpr QLatin1String state("State");
-inline constexpr QLatin1String status("Status");
-inline constexpr QLatin1String pid("Pid"); ///< uint; 0: no process
-inline constexpr QLatin1String starts("Starts"); ///< uint
-inline constexpr QLatin1String maxMemory("MaxMemory"); ///< int, see MemoryCeiling
-inline constexpr QLatin1String exitCode("ExitCode"); ///< int, of the last run that ended
-inline constexpr QLatin1String dependencies("Dependencies");
-inline constexpr QLatin1String dependents("Dependents");
-inline constexpr QLatin1String launchedAt("LaunchedAt");
-inline constexpr QLatin1String readyAt("ReadyAt");
-inline constexpr QLatin1String exitedAt("ExitedAt");
+inline constexpr QLatin1String step = latin1("Step");
+inline constexpr QLatin1String state = latin1("State");
+inline constexpr QLatin1String status = latin1("Status");
+inline constexpr QLatin1String pid = latin1("Pid"); ///< uint; 0: no process
+inline constexpr QLatin1String starts = latin1("Starts"); ///< uint
+inline constexpr QLatin1String maxMemory = latin1("MaxMemory"); ///< int, see MemoryCeiling
+inline constexpr QLatin1String exitCode = latin1("ExitCode"); ///< int, of the last run that ended
+inline constexpr QLatin1String dependencies = latin1("Dependencies");
+inline constexpr QLatin1String dependents = latin1("Dependents");
+inline constexpr QLatin1String launchedAt = latin1("LaunchedAt");
+inline constexpr QLatin1String readyAt = latin1("ReadyAt");
+inline constexpr QLatin1String exitedAt = latin1("ExitedAt");
 
 // Of steps.
-inline constexpr QLatin1String value("Value"); ///< int
-inline constexpr QLatin1String showHomepage("ShowHomepage"); ///< bool
-inline constexpr QLatin1String modules("Modules");
-inline constexpr QLatin1String startedAt("StartedAt");
-inline constexpr QLatin1String doneAt("DoneAt");
+inline constexpr QLatin1String value = latin1("Value"); ///< int
+inline constexpr QLatin1String showHomepage = latin1("ShowHomepage"); ///< bool
+inline constexpr QLatin1String modules = latin1("Modules");
+inline constexpr QLatin1String startedAt = latin1("StartedAt");
+inline constexpr QLatin1String doneAt = latin1("DoneAt");
 
 // Of timeline entries.
-inline constexpr QLatin1String time("Time");
-inline constexpr QLatin1String event("Event"); ///< one of Happened, or the text of a module's new state
+inline constexpr QLatin1String time = latin1("Time");
+inline constexpr QLatin1String event = latin1("Event"); ///< one of Happened, or the text of a module's new state
 
 } // namespace Key
 
 /// What an entry of the timeline tells, beside the states of modules.
 namespace Happened {
 
-inline constexpr QLatin1String start("start");
-inline constexpr QLatin1String restart("restart");
-inline constexpr QLatin1String endOfInit("end_of_init");
-inline constexpr QLatin1String stopAll("stop_all");
-inline constexpr QLatin1String launched("launched");
-inline constexpr QLatin1String exited("exited");
-inline constexpr QLatin1String stepStarted("step_started");
-inline constexpr QLatin1String stepDone("step_done");
+inline constexpr QLatin1String start = latin1("start");
+inline constexpr QLatin1String restart = latin1("restart");
+inline constexpr QLatin1String endOfInit = latin1("end_of_init");
+inline constexpr QLatin1String stopAll = latin1("stop_all");
+inline constexpr QLatin1String launched = latin1("launched");
+inline constexpr QLatin1String exited = latin1("exited");
+inline constexpr QLatin1String stepStarted = latin1("step_started");
+inline constexpr QLatin1String stepDone = latin1("step_done");
 
 } // namespace Happened
 

@@ -1,7 +1,7 @@
 #ifndef STEPS_H
 #define STEPS_H
 
-#include <QLatin1String>
+#include "contract/Latin1.h"
 
 /// The numbers of the start-up that the daemon, `jovctl verify` and the simulator must agree on.
 namespace Steps {
@@ -12,7 +12,7 @@ inline constexpr int firstOwn = 5;
 /// How far the start-up goes without a step file.
 inline constexpr int all = 999;
 /// The step of modules that name none.
-inline constexpr QLatin1String defaultName("default");
+inline constexpr QLatin1String defaultName = latin1("default");
 
 } // namespace Steps
 
