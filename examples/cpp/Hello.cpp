@@ -1,31 +1,33 @@
-#include "Hello.h"
-
+#include <jov/JovApplication.h>
 #include <jov/Log.h>
+#include <jov/SupervisedModule.h>
 
-// The module's name, the file in /usr/lib/JovApplication/ and the folder of its config.xml are one text.
-Hello::Hello()
-    : JovModule(QStringLiteral("hello"))
-{ }
-
-// First be ready to be stopped.
-bool Hello::init()
+/// A module that starts, announces that it is ready, greets its callers, and ends when the supervisor asks it to.
+class Hello : public SupervisedModule
 {
-    return subscribeEvent(QStringLiteral("stop_module_") + getModuleName(), this, SLOT(stopRequested()));
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.JovInterface")
+
+public:
+    // The name of the program in /usr/lib/JovApplication/ and of the directory of its config.xml.
+    Hello()
+        : SupervisedModule(QStringLiteral("hello"))
+    { }
+
+public Q_SLOTS:
+    /// A method on the bus.
+    Q_SCRIPTABLE QString greet(const QString &who)
+    {
+        Log::info("[hello] %1 was here", who);
+        return QStringLiteral("Hello, %1!").arg(who);
+    }
+};
+
+int main(int argc, char **argv)
+{
+    JovApplication application(argc, argv);
+    Hello hello;
+    return application.exec();
 }
 
-// What the module needs is there and its bus name is taken: from here on the modules that depend on it may start.
-bool Hello::init_step()
-{
-    return notifyEvent(QStringLiteral("end_of_init_") + getModuleName());
-}
-
-QString Hello::greet(const QString &who)
-{
-    Log::info("[hello] %1 was here", who);
-    return QStringLiteral("Hello, %1!").arg(who);
-}
-
-void Hello::stopRequested()
-{
-    exit();
-}
+#include "Hello.moc"

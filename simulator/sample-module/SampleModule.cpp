@@ -1,5 +1,7 @@
 #include "sample-module/SampleModule.h"
 
+#include "contract/Events.h"
+
 #include <QTimer>
 
 #include <csignal>
@@ -9,7 +11,7 @@
 
 namespace {
 
-/// Ends the process here and now: a module that fails does not tidy up.
+/// Ends the process without stop(): a module that fails does not clean up.
 [[noreturn]] void quit(int exitCode)
 {
     std::fflush(nullptr);
@@ -26,7 +28,7 @@ void crash(int signal)
 } // namespace
 
 SampleModule::SampleModule(const Behaviour &behaviour)
-    : JovModule(behaviour.moduleName)
+    : SupervisedModule(behaviour.moduleName)
     , m_behaviour(behaviour)
     , m_load(behaviour)
 {
@@ -36,11 +38,6 @@ SampleModule::SampleModule(const Behaviour &behaviour)
     if (behaviour.crashAfter) {
         QTimer::singleShot(*behaviour.crashAfter, this, [&behaviour] { crash(behaviour.crashSignal); });
     }
-}
-
-bool SampleModule::init()
-{
-    return subscribeEvent(QStringLiteral("stop_module_") + getModuleName(), this, SLOT(stopRequested()));
 }
 
 bool SampleModule::init_step()
@@ -59,14 +56,12 @@ bool SampleModule::init_step()
 
 void SampleModule::becomeReady()
 {
-    notifyEvent(QStringLiteral("end_of_init_") + getModuleName());
+    announceReady();
     if (m_behaviour.presentationAfter) {
-        QTimer::singleShot(*m_behaviour.presentationAfter, this,
-                           [this] { notifyEvent(QStringLiteral("presentationReady")); });
+        QTimer::singleShot(*m_behaviour.presentationAfter, this, [this] { notifyEvent(Events::presentationReady); });
     }
     if (m_behaviour.exitOnReady) {
-        // Sending is another thread's work: once the bus has answered that there is nobody of this name, the event is
-        // out.
+        // Another thread sends the event. The reply to this call comes after the bus has received the event.
         static_cast<void>(syncRemoteCall(QStringLiteral("Nobody"), QStringLiteral("nothing")));
         quit(m_behaviour.exitCode);
     }

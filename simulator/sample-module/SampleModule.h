@@ -4,24 +4,20 @@
 #include "sample-module/Behaviour.h"
 #include "sample-module/Load.h"
 
-#include <jov/JovModule.h>
+#include <jov/SupervisedModule.h>
 
-/**
- * A module as the supervisor knows it: it announces "end_of_init_NAME" when it is ready and ends itself on
- * "stop_module_NAME". Everything else that it does, its behaviour says.
- */
-class SampleModule : public JovModule
+/// A module that does what its behaviour says.
+class SampleModule : public SupervisedModule
 {
     Q_OBJECT
 
 public:
     explicit SampleModule(const Behaviour &behaviour);
 
-    bool init() override;
     bool init_step() override;
 
-public Q_SLOTS:
-    void stopRequested();
+protected Q_SLOTS:
+    void stopRequested() override;
 
 private:
     void becomeReady();

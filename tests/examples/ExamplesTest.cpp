@@ -3,6 +3,7 @@
 #include <jov/BusNames.h>
 
 #include <QDBusReply>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -35,6 +36,13 @@ private Q_SLOTS:
         QVERIFY(terminal.waitForAll("RUNNING"_s));
         QCOMPARE(terminal.end(SIGTERM), 0);
         QCOMPARE(terminal.logCount("ret false"_s), 0);
+    }
+
+    void underAnotherName()
+    {
+        const Terminal terminal("step one 1");
+        QCOMPARE(QProcess::execute(QStringLiteral(HELLO_PROGRAM), {"--moduleName=hallo"_s}), 1);
+        QCOMPARE(terminal.logCount("hello: started as module hallo. Install the program as"_s), 1);
     }
 };
 
