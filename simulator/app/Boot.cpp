@@ -2,8 +2,6 @@
 
 #include <QFile>
 
-#include <algorithm>
-
 Boot Boot::begin(const QString &root)
 {
     Boot boot;
@@ -34,18 +32,20 @@ QStringList Boot::expected() const
 
 QStringList Boot::missing() const
 {
-    QStringList names = expected();
-    names.erase(std::remove_if(
-                    names.begin(), names.end(),
-                    [this](const QString &name) { return moduleParts.value(name).state == QLatin1String("RUNNING"); }),
-                names.end());
+    QStringList names;
+    const QStringList all = expected();
+    for (const QString &name : all) {
+        if (moduleParts.value(name).state != ModuleState::Running) {
+            names << name;
+        }
+    }
     return names;
 }
 
 QString Boot::waitingFor() const
 {
     for (auto part = moduleParts.cbegin(); part != moduleParts.cend(); ++part) {
-        if (part->state == QLatin1String("STARTING") || part->state == QLatin1String("WEB_CLIENT_STARTED")) {
+        if (part->state == ModuleState::Starting || part->state == ModuleState::WebClientStarted) {
             return part.key();
         }
     }

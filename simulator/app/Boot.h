@@ -2,39 +2,40 @@
 #define BOOT_H
 
 #include "client/Records.h"
+#include "contract/ModuleState.h"
+#include "contract/Steps.h"
 
 #include <QHash>
 
-/// How far the terminal is: the modules and steps as the daemon has read them, and where each has got to.
+/// The progress of a boot: the modules and steps as the supervisor has read them, and the state of each.
 struct Boot
 {
     /// A module or a step.
     struct Part
     {
-        QString state; ///< of a module: the last one in the timeline
+        ModuleState state = ModuleState::None; ///< of a module: the last one in the timeline
         quint64 since = 0; ///< launched, asked to stop, or begun: microseconds of CLOCK_MONOTONIC
     };
 
-    /// The last number that the step file lets the boot reach; from 5 on it goes on by itself.
-    int target = goesOn;
-    ModuleList modules; ///< none until the daemon has answered
+    int target = Steps::firstOwn; ///< the last step that the step file allows
+    bool isKnown = false; ///< the supervisor has sent its modules and steps
+    ModuleList modules;
     StepList steps;
     QHash<QString, Part> moduleParts;
     QHash<QString, Part> stepParts;
     bool isComplete = false;
 
-    static constexpr int goesOn = 5;
-
-    /// With the step file that lies below `root`.
+    /// With the step file below `root`.
     [[nodiscard]] static Boot begin(const QString &root);
 
-    [[nodiscard]] bool isHeld() const { return target < goesOn; }
-    /// The step whose end is the end of the boot; empty when it is held before the first one.
+    [[nodiscard]] bool isHeld() const { return target < Steps::firstOwn; }
+    /// The step whose end is the end of the boot; empty when the boot is held before the first step.
     [[nodiscard]] QString lastStep() const;
-    /// The modules that the boot is to bring up.
+    /// The modules that the boot starts.
     [[nodiscard]] QStringList expected() const;
+    /// Those of them that are not running.
     [[nodiscard]] QStringList missing() const;
-    /// The one whose start the supervisor is waiting for; empty for none.
+    /// The module that the supervisor is starting; empty for none.
     [[nodiscard]] QString waitingFor() const;
 };
 

@@ -6,6 +6,8 @@
 #include "app/TerminalBus.h"
 #include "app/TerminalRoot.h"
 #include "components/SettingsFile.h"
+#include "contract/Events.h"
+#include "contract/InspectionNames.h"
 
 #include <csignal>
 
@@ -14,25 +16,21 @@ namespace {
 using Colour = Display::Colour;
 
 constexpr int crashLimit = 10000; // ms
+const QString separator = QStringLiteral(", ");
 
-/// Those of jovctl's that come to an end by themselves and leave the end of the terminal to the simulator.
+/// The commands of jovctl that end by themselves and do not end the supervisor.
 const QStringList ofJovctl = {
     QStringLiteral("list"),        QStringLiteral("status"),      QStringLiteral("tree"),
     QStringLiteral("boot"),        QStringLiteral("start"),       QStringLiteral("stop"),
     QStringLiteral("restart"),     QStringLiteral("start-all"),   QStringLiteral("stop-all"),
     QStringLiteral("restart-all"), QStringLiteral("restart-app"), QStringLiteral("log-level")};
 
-QString namesOf(const QStringList &commands)
-{
-    return commands.join(QStringLiteral(", "));
-}
-
-const char helpText[] = "  crash NAME           kill the module's process: what does the supervisor do?\n"
+const char helpText[] = "  crash NAME           kill the process of module NAME with SIGSEGV\n"
                         "  set SETTING VALUE    change a setting of the terminal, such as MonitoringWatchDelay\n"
-                        "  step N               lead a boot on that the step file has held\n"
-                        "  quit                 stop everything in order (Ctrl-C does too)\n"
-                        "  and of jovctl: %1,\n"
-                        "                 %2";
+                        "  step N               continue a boot that the step file holds\n"
+                        "  quit                 stop everything in order (the same as Ctrl-C)\n"
+                        "  commands of jovctl:  %1,\n"
+                        "                       %2";
 
 } // namespace
 
@@ -56,15 +54,15 @@ Commands::Commands(Display &display, TerminalBus &bus, Narrator &narrator, const
         }
     });
     connect(&m_jovctl, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this, [this] {
-        m_narrator.catchUp([this] { // what the command led to comes before its answer
-            m_display.line(QString::fromUtf8(m_jovctl.readAll().trimmed()));
-            finish();
-        });
+        m_narrator.catchUp(); // the effects of the command are shown before its answer
+        m_display.line(QString::fromUtf8(m_jovctl.readAll().trimmed()));
+        finish();
     });
     m_crashLimit.setSingleShot(true);
     m_crashLimit.setInterval(crashLimit);
     connect(&m_crashLimit, &QTimer::timeout, this, [this] {
-        m_display.line(QStringLiteral("  Nothing followed within %1 s.").arg(crashLimit / 1000), Colour::Bad);
+        m_display.line(QStringLiteral("  The supervisor did not react within %1 s.").arg(crashLimit / 1000),
+                       Colour::Bad);
         Q_EMIT crashIgnored();
         finish();
     });
@@ -96,7 +94,7 @@ void Commands::next()
     m_isBusy = true;
     const QString command = m_waiting.takeFirst();
     if (!Prompt::isTerminal()) {
-        m_display.line(Display::promptText + command, Colour::Bold); // what a terminal shows as it is typed
+        m_display.line(Display::promptText + command, Colour::Bold); // a terminal has shown it already
     }
     execute(command.split(QLatin1Char(' '), Qt::SkipEmptyParts));
 }
@@ -117,7 +115,7 @@ void Commands::execute(const QStringList &words)
     } else if (is("crash", 1)) {
         crash(words.at(1));
     } else if (is("step", 1)) {
-        m_bus.sendEvent(QStringLiteral("init_step"), {{QStringLiteral("stepNum"), words.at(1).toInt()}});
+        m_bus.sendEvent(Events::initStep, {{Events::stepNum, words.at(1).toInt()}});
         finish();
     } else if (is("set", 2)) {
         set(words.at(1), words.at(2));
@@ -127,11 +125,13 @@ void Commands::execute(const QStringList &words)
         m_jovctl.start();
     } else {
         if (!words.isEmpty() && !is("help", 0)) {
-            m_display.line(QStringLiteral("  '%1' is no command, or not with so many words:").arg(words.constFirst()),
-                           Colour::Bad);
+            m_display.line(
+                QStringLiteral("  unknown command '%1', or wrong number of arguments:").arg(words.constFirst()),
+                Colour::Bad);
         }
         if (!words.isEmpty()) {
-            m_display.line(QString::fromLatin1(helpText).arg(namesOf(ofJovctl.mid(0, 7)), namesOf(ofJovctl.mid(7))));
+            m_display.line(
+                QString::fromLatin1(helpText).arg(ofJovctl.mid(0, 7).join(separator), ofJovctl.mid(7).join(separator)));
         }
         finish();
     }
@@ -140,18 +140,16 @@ void Commands::execute(const QStringList &words)
 void Commands::crash(const QString &module)
 {
     m_isBusy = true;
-    m_bus.inspect(QStringLiteral("ListModules"), [this, module](const QDBusMessage &reply) {
-        const ModuleList modules = readModules(reply);
-        const ModuleInfo *info = findModule(modules, module);
-        if (info && info->pid > 0) {
-            m_narrator.tell(module, QStringLiteral("process %1 is killed with SIGSEGV").arg(info->pid), Colour::Busy);
-            kill(pid_t(info->pid), SIGSEGV);
-            m_crashLimit.start();
-        } else {
-            m_display.line(QStringLiteral("  %1: no module of that name runs").arg(module), Colour::Bad);
-            finish();
-        }
-    });
+    const ModuleList modules = readModules(m_bus.inspect(Inspect::listModules));
+    const ModuleInfo *info = findModule(modules, module);
+    if (info && info->pid > 0) {
+        m_narrator.tell(module, QStringLiteral("killing process %1 with SIGSEGV").arg(info->pid), Colour::Busy);
+        kill(pid_t(info->pid), SIGSEGV);
+        m_crashLimit.start();
+    } else {
+        m_display.line(QStringLiteral("  %1: no running module has this name").arg(module), Colour::Bad);
+        finish();
+    }
 }
 
 void Commands::set(const QString &setting, const QString &value)
@@ -161,9 +159,9 @@ void Commands::set(const QString &setting, const QString &value)
     const QString before = file.value(section, setting);
     if (file.setValue(section, setting, value)) {
         m_narrator.tell(setting,
-                        QStringLiteral("%1, before: %2").arg(value, before.isNull() ? QStringLiteral("-") : before));
+                        QStringLiteral("set to %1, was %2").arg(value, before.isNull() ? QStringLiteral("-") : before));
     } else {
-        m_display.line(QStringLiteral("  settings.ini cannot be written"), Colour::Bad);
+        m_display.line(QStringLiteral("  cannot write settings.ini"), Colour::Bad);
     }
     finish();
 }

@@ -13,9 +13,8 @@ class TerminalBus;
 class TerminalRoot;
 
 /**
- * What one can do to the terminal while it runs: a few commands that only a simulator has, and those of jovctl, which
- * is run for them. Commands are taken one at a time, each when the one before it has been answered, and only while the
- * terminal is up; those that come meanwhile wait.
+ * The commands of the simulator: a few of its own, and those of jovctl, which it runs. They are executed one at a time
+ * and only while the terminal is up; the others wait.
  */
 class Commands : public QObject
 {
@@ -25,14 +24,15 @@ public:
     Commands(Display &display, TerminalBus &bus, Narrator &narrator, const TerminalRoot &root);
 
     void add(const QString &line);
-    /// The terminal is up, or it is not any more.
     void setTerminalUp(bool isUp);
+    /// Of jovctl, which is a child of the simulator; 0 when it does not run.
+    [[nodiscard]] pid_t process() const { return pid_t(m_jovctl.processId()); }
     /// Kills the module's process with SIGSEGV.
     void crash(const QString &module);
 
 Q_SIGNALS:
     void quit();
-    /// A crash has not brought the terminal down.
+    /// The supervisor has not rebooted the terminal after a crash.
     void crashIgnored();
     /// All commands have been answered.
     void idle();
@@ -49,7 +49,7 @@ private:
     const TerminalRoot &m_root;
     QStringList m_waiting;
     QProcess m_jovctl;
-    QTimer m_crashLimit; ///< how long a crash may take to bring the terminal down
+    QTimer m_crashLimit; ///< from a crash to the reboot
     bool m_isUp = false;
     bool m_isBusy = false;
 };

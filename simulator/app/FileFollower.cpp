@@ -18,7 +18,7 @@ bool FileFollower::follow(const QString &path)
 QStringList FileFollower::take()
 {
     if (m_file.size() < m_file.pos()) {
-        m_file.seek(0); // begun anew by its writer
+        m_file.seek(0); // truncated by its writer
     }
     m_pending += m_file.readAll();
     const int end = m_pending.lastIndexOf('\n') + 1;

@@ -6,7 +6,7 @@
 #include <QObject>
 #include <QStringList>
 
-/// Hands out the lines that others append to a file.
+/// Reads the lines that others append to a file.
 class FileFollower : public QObject
 {
     Q_OBJECT
@@ -14,7 +14,7 @@ class FileFollower : public QObject
 public:
     FileFollower();
 
-    /// From its present end on; the file is made when there is none.
+    /// From its present end on. Creates the file if it does not exist.
     bool follow(const QString &path);
     /// The lines that have been written since the last time.
     [[nodiscard]] QStringList take();

@@ -4,26 +4,24 @@
 #include "app/Boot.h"
 #include "app/Display.h"
 #include "app/FileFollower.h"
+#include "client/DaemonWatch.h"
 
 #include <QDateTime>
 #include <QObject>
+#include <QTimer>
 
-#include <functional>
 #include <memory>
-#include <vector>
 
-class DaemonWatch;
 class TerminalBus;
 class TerminalRoot;
 
 /**
- * Tells what happens on the terminal, a line for each thing, in the order in which it happened.
+ * Shows what happens on the terminal, a line for each event, in order.
  *
- * The daemon's timeline is the source: it has the times, by the daemon's own clock, so a simulator that gets little
- * processor time still tells the truth. Signals of the daemon, its log and what the stand-ins were asked for make the
- * narrator look at the timeline; what it then finds, and the new complaints and requests, are told together, by time.
- * A daemon that has ended does not answer any more: then its last signals are told instead, as they came, and without
- * durations.
+ * The source is the supervisor's timeline, with its times. Signals of the supervisor and of the stand-ins, and new
+ * lines of the log, make the narrator read the timeline. What is not in the timeline has the time at which the
+ * simulator received it. All times are microseconds of CLOCK_MONOTONIC. A supervisor that has ended no longer sends its
+ * timeline; then the last state changes are shown as the signals reported them, without durations.
  */
 class Narrator : public QObject
 {
@@ -33,18 +31,16 @@ public:
     using Colour = Display::Colour;
 
     Narrator(Display &display, TerminalBus &bus, const TerminalRoot &root);
-    ~Narrator() override;
 
-    /// False when the files to follow cannot be read.
+    /// False when the log cannot be read.
     bool open();
-    /// To be called once, when the bus is there.
+    /// Call it once, when the bus is there.
     void watchDaemon();
-    /// From here on it tells of a new boot.
+    /// Everything from here on belongs to a new boot.
     void beginBoot();
     void tell(const QString &subject, const QString &text, Colour colour = Colour::None);
-    /// Calls `then` when everything that has happened so far is told.
-    void catchUp(const std::function<void()> &then);
-    void showProgress();
+    /// Shows everything that has happened so far.
+    void catchUp();
 
     [[nodiscard]] const Boot &boot() const { return m_boot; }
     [[nodiscard]] const TimelineList &timeline() const { return m_timeline; }
@@ -53,52 +49,46 @@ public:
 
 Q_SIGNALS:
     void bootComplete();
-    void rebootAsked();
+    void rebootRequested();
+
+private Q_SLOTS:
+    void receiveReboot(const QString &who, const QString &text);
+    void receivePicture(const QString &who, const QString &text);
 
 private:
-    /// Something to be told: when it happened, and how it is told.
-    struct Happening
+    struct Line
     {
         quint64 time = 0;
-        std::function<void()> tell;
+        QString subject;
+        QString text;
+        Colour colour = Colour::None;
     };
 
+    void readLog();
     void readLists();
-    void look();
-    void readFiles();
-    void tellAll(const TimelineList &entries);
-    [[nodiscard]] TimelineList unknown(const TimelineList &entries);
-    void entry(const TimelineEntry &entry);
-    void moduleEntry(const TimelineEntry &entry);
-    void stepEntry(const TimelineEntry &entry);
-    void complaint(const QString &logLine);
-    void requested(const QStringList &words, quint64 time);
-    void tellOfArchive(quint64 time);
-    void add(quint64 time, const QString &subject, const QString &text, Colour colour);
-    void checkComplete(const QString &step);
-    [[nodiscard]] quint64 clockOf(const QDateTime &time) const;
+    void addNew(const TimelineList &entries);
+    void showArchive();
+    void showProgress();
+    void add(const TimelineEntry &entry);
+    void addModule(const TimelineEntry &entry);
+    void addStep(const TimelineEntry &entry);
 
     Display &m_display;
     TerminalBus &m_bus;
     const TerminalRoot &m_root;
     FileFollower m_log;
-    FileFollower m_requests;
     std::unique_ptr<DaemonWatch> m_watch;
     Boot m_boot;
     quint64 m_begin = 0;
-    qint64 m_clockOffset = 0; ///< of the wall clock to that of the timeline
-    TimelineList m_timeline; ///< as it was at the last look
-    TimelineList m_heard; ///< by signals since the last look
-    quint64 m_toldUpTo = 0;
-    int m_toldAtThatTime = 0; ///< entries of that very microsecond
-    QList<Happening> m_happenings;
-    std::vector<std::function<void()>> m_wanted; ///< by catchUp()
-    bool m_isLooking = false;
-    bool m_lookAgain = false;
+    TimelineList m_timeline; ///< the last one that was read
+    TimelineList m_heard; ///< state changes that the last timeline does not have yet
+    TimelineEntry m_lastShown; ///< of the timeline
+    QList<Line> m_lines; ///< to be shown with the next timeline
+    QTimer m_soon; ///< catchUp() once for all the signals that have arrived
     bool m_isDaemonThere = false;
-    bool m_isExact = true; ///< what is being told comes from the timeline: differences of its times mean something
-    int m_launchedInStep = 0; ///< since the last step began
-    quint64 m_endedUnasked = 0; ///< when a module did so
+    bool m_isExact = true; ///< the entries come from the timeline: differences of their times are durations
+    int m_launchedInStep = 0;
+    QDateTime m_archived; ///< when the log archive was last changed
 };
 
 #endif

@@ -1,67 +1,61 @@
 #include "app/Simulator.h"
 
+#include "app/Guard.h"
 #include "app/Installation.h"
-#include "app/KeeperLink.h"
 #include "app/Summary.h"
 #include "app/TerminalRoot.h"
+#include "contract/Components.h"
 
 #include <QDir>
 
-#include <csignal>
 #include <limits>
-
-#include <sys/wait.h>
 
 namespace {
 
 using Colour = Display::Colour;
 
-const QString bus = QStringLiteral("bus");
-const QString daemonProcess = QStringLiteral("daemon");
 const QString subject = QStringLiteral("simulator");
 
 constexpr int longestTimeout = std::numeric_limits<int>::max() / 1000; // s: what a timer can wait
-constexpr int busInterval = 10; // ms
-constexpr int busTriesAllowed = 1000;
-constexpr int rebootDelay = 300; // ms: what the supervisor does before it is asked to stop is seen as it happens
-/// ms. A module that does not stop is killed by the supervisor after 2 s; this much more, and the supervisor itself
-/// hangs.
+constexpr int rebootDelay = 300; // ms, in which the events that follow the request are shown
+constexpr int patience = 1000; // ms: `timeout` sends its signal twice, but a user who wants to kill waits before that
+/// ms. The supervisor kills a module that does not stop within 2 s. If it takes longer than that, it hangs itself.
 constexpr int stopLimitOfModule = 2500;
 constexpr int stopLimitOfDaemon = 15000;
 
-QString describe(int waitStatus)
-{
-    return WIFSIGNALED(waitStatus) ? QStringLiteral("by signal %1").arg(WTERMSIG(waitStatus))
-                                   : QStringLiteral("with status %1").arg(WEXITSTATUS(waitStatus));
-}
-
 } // namespace
 
-Simulator::Simulator(const SimulatorOptions &options, const TerminalRoot &root, KeeperLink &keeper)
+Simulator::Simulator(const SimulatorOptions &options, const TerminalRoot &root)
     : m_options(options)
     , m_root(root)
-    , m_keeper(keeper)
     , m_narrator(m_display, m_bus, root)
     , m_commands(m_display, m_bus, m_narrator, root)
     , m_crashIsDue(!options.crash.isEmpty())
 {
-    if (!options.once && Prompt::isUsable()) {
-        m_prompt = std::make_unique<Prompt>();
-    }
-    m_busTimer.setInterval(busInterval);
     m_bootLimit.setSingleShot(true);
     m_bootLimit.setInterval(qMin(options.timeout, longestTimeout) * 1000);
     m_stopLimit.setSingleShot(true);
     connectParts();
+    if (!options.once && Prompt::isUsable()) {
+        connectPrompt();
+    }
+}
+
+Simulator::~Simulator()
+{
+    for (TerminalProcess *process : {&m_daemon, &m_busProcess}) {
+        process->disconnect(this);
+        process->kill();
+        process->waitForFinished();
+    }
 }
 
 void Simulator::connectParts()
 {
-    connect(&m_busTimer, &QTimer::timeout, this, &Simulator::tryBus);
     connect(&m_bootLimit, &QTimer::timeout, this, &Simulator::giveUp);
     connect(&m_stopLimit, &QTimer::timeout, this, &Simulator::killDaemon);
     connect(&m_narrator, &Narrator::bootComplete, this, &Simulator::bootComplete);
-    connect(&m_narrator, &Narrator::rebootAsked, this, &Simulator::rebootAsked);
+    connect(&m_narrator, &Narrator::rebootRequested, this, &Simulator::rebootRequested);
     connect(&m_commands, &Commands::quit, this, [this] { goDown(Then::End); });
     connect(&m_commands, &Commands::crashIgnored, this, [this] {
         m_status = m_crashIsDue ? 1 : m_status;
@@ -70,70 +64,86 @@ void Simulator::connectParts()
             goDown(Then::End);
         }
     });
-    connect(&m_commands, &Commands::idle, this, [this] {
-        if (m_prompt) {
-            m_display.prompt();
-        }
+    const auto finished = qOverload<int, QProcess::ExitStatus>(&QProcess::finished);
+    connect(&m_busProcess, &QProcess::readyReadStandardOutput, this, &Simulator::busListens);
+    connect(&m_busProcess, finished, this, [this] {
+        fail(QStringLiteral("The private bus has ended %1; see %2")
+                 .arg(m_busProcess.end(), m_root.at("/var/log/bus.out")));
     });
-    connect(&m_keeper, &KeeperLink::started, this, [this](const QString &name, qint64 pid) {
-        if (name == daemonProcess) {
-            m_narrator.tell(subject, QStringLiteral("the supervisor starts, process %1").arg(pid), Colour::Dim);
-        }
+    connect(&m_daemon, &QProcess::started, this, [this] {
+        m_narrator.tell(subject, QStringLiteral("starting the supervisor, process %1").arg(m_daemon.processId()),
+                        Colour::Dim);
     });
-    connect(&m_keeper, &KeeperLink::failed, this, [this](const QString &name, const QString &why) {
-        const QString hint =
-            name == bus ? QStringLiteral(" (scripts/install-dependencies installs dbus-daemon)") : QString();
-        fail(QStringLiteral("The %1 cannot be started: %2%3").arg(name, why, hint));
+    connect(&m_daemon, finished, this, [this] {
+        m_bootLimit.stop();
+        m_stopLimit.stop();
+        m_commands.setTerminalUp(false);
+        daemonEnded();
     });
-    connect(&m_keeper, &KeeperLink::ended, this, &Simulator::processEnded);
-    connect(&m_keeper, &KeeperLink::cleared, this, &Simulator::cleared);
-    connect(&m_keeper, &KeeperLink::lost, this,
-            [this] { fail(QStringLiteral("The simulator's keeper was killed: everything has been cleared away.")); });
-    if (m_prompt) {
-        connect(m_prompt.get(), &Prompt::line, this, [this](const QString &line) {
-            const bool atOnce = Prompt::isTerminal() && line == QLatin1String("quit");
-            atOnce ? goDown(Then::End) : m_commands.add(line);
-        });
-        connect(m_prompt.get(), &Prompt::ended, this, [this] {
-            if (Prompt::isTerminal()) {
-                goDown(Then::End);
+    for (TerminalProcess *process : {&m_busProcess, &m_daemon}) {
+        connect(process, &QProcess::errorOccurred, this, [this, process](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart) {
+                fail(QStringLiteral("cannot start %1: %2").arg(process->program(), process->errorString()));
             }
         });
     }
 }
 
+void Simulator::connectPrompt()
+{
+    m_prompt = std::make_unique<Prompt>();
+    connect(m_prompt.get(), &Prompt::line, this, [this](const QString &line) {
+        const bool atOnce = Prompt::isTerminal() && line == QLatin1String("quit");
+        atOnce ? goDown(Then::End) : m_commands.add(line);
+    });
+    connect(m_prompt.get(), &Prompt::ended, this, [this] {
+        if (Prompt::isTerminal()) {
+            goDown(Then::End);
+        }
+    });
+    connect(&m_commands, &Commands::idle, this, [this] { m_display.prompt(); });
+}
+
+void Simulator::startProcess(TerminalProcess &process, const QStringList &commandLine)
+{
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(commandLine.constFirst(), commandLine.mid(1));
+}
+
 void Simulator::begin()
 {
-    m_display.line(QStringLiteral("A terminal, %1 %2")
-                       .arg(m_root.wasLaidBefore() ? QStringLiteral("as it stands in") : QStringLiteral("laid into"),
-                            m_root.path()),
+    m_display.line((m_root.isFilled() ? QStringLiteral("Terminal of an earlier run in %1")
+                                      : QStringLiteral("Terminal created in %1"))
+                       .arg(m_root.path()),
                    Colour::Bold);
     const QStringList modules = QDir(m_root.at("/usr/lib/JovApplication")).entryList(QDir::Files);
     if (m_crashIsDue && !modules.contains(m_options.crash)) {
-        fail(QStringLiteral("--crash %1: the terminal has no such module. It has %2")
+        fail(QStringLiteral("--crash %1: unknown module. The modules are %2")
                  .arg(m_options.crash, modules.join(QStringLiteral(", "))),
              2);
         return;
     }
     if (!m_narrator.open()) {
-        fail(QStringLiteral("%1 cannot be opened").arg(m_root.daemonLog()));
+        fail(QStringLiteral("cannot open %1").arg(m_root.daemonLog()));
         return;
     }
-    m_keeper.run(bus, m_root.at("/var/log/bus.out"),
+    m_busProcess.setStandardErrorFile(m_root.at("/var/log/bus.out"), QIODevice::Append);
+    // It prints its address when it listens.
+    startProcess(m_busProcess,
                  {QStringLiteral("dbus-daemon"), QStringLiteral("--config-file=") + m_root.busConfig(),
-                  QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog")});
-    m_busTimer.start();
+                  QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog"),
+                  QStringLiteral("--print-address")});
 }
 
-void Simulator::tryBus()
+void Simulator::busListens()
 {
-    if (m_bus.connectTo(QStringLiteral("unix:path=") + m_root.busSocket())) {
-        m_busTimer.stop();
-        m_narrator.watchDaemon();
-        startDaemon();
-    } else if (++m_busTries > busTriesAllowed) {
-        fail(QStringLiteral("The private bus does not listen; see %1").arg(m_root.at("/var/log/bus.out")));
+    m_busProcess.closeReadChannel(QProcess::StandardOutput);
+    if (!m_bus.connectTo(m_root.busAddress())) {
+        fail(QStringLiteral("cannot connect to the private bus; see %1").arg(m_root.at("/var/log/bus.out")));
+        return;
     }
+    m_narrator.watchDaemon();
+    startDaemon();
 }
 
 void Simulator::startDaemon()
@@ -141,64 +151,55 @@ void Simulator::startDaemon()
     m_state = State::Booting;
     m_rebootIsDue = false;
     m_narrator.beginBoot();
-    QStringList commandLine = {Installation::program(QStringLiteral("ApplicationManager")),
-                               QStringLiteral("--nodaemon")};
+    QString program = Components::applicationManager;
     if (m_options.watchdogMinute > 0) {
-        commandLine =
-            QStringList{Installation::program(QStringLiteral("ApplicationManager-fast-clock")),
-                        QStringLiteral("--nodaemon"), QStringLiteral("--minute=%1").arg(m_options.watchdogMinute)};
+        program += QStringLiteral("-fast-clock");
+        qputenv("JOV_DURATIONS", "minute=" + QByteArray::number(m_options.watchdogMinute));
     }
-    m_keeper.run(daemonProcess, m_root.at("/var/log/daemon.out"), commandLine);
+    m_daemon.setProcessChannelMode(QProcess::MergedChannels);
+    m_daemon.setStandardOutputFile(m_root.at("/var/log/daemon.out"), QIODevice::Append);
+    startProcess(m_daemon, {Installation::program(program), QStringLiteral("--nodaemon")});
     if (m_options.timeout > 0) {
         m_bootLimit.start();
     }
 }
 
-void Simulator::processEnded(const QString &name, int waitStatus)
+void Simulator::daemonEnded()
 {
-    if (name == daemonProcess) {
-        m_bootLimit.stop();
-        m_stopLimit.stop();
-        m_commands.setTerminalUp(false);
-        m_narrator.catchUp([this, waitStatus] { daemonEnded(waitStatus); });
-    } else {
-        fail(QStringLiteral("The private bus ended %1: that is the end of the terminal.").arg(describe(waitStatus)));
-    }
-}
-
-void Simulator::daemonEnded(int waitStatus)
-{
+    m_narrator.catchUp();
     const bool expected = m_state == State::GoingDown;
-    const bool endedWell = waitStatus == 0 && (expected || m_state == State::Up);
+    const bool endedWell =
+        (expected || m_state == State::Up) && m_daemon.exitStatus() == QProcess::NormalExit && m_daemon.exitCode() == 0;
     if (!endedWell) {
         m_status = 1;
     }
     m_narrator.tell(subject,
-                    expected ? QStringLiteral("the supervisor has ended %1").arg(describe(waitStatus))
-                             : QStringLiteral("the supervisor ended by itself, %1").arg(describe(waitStatus)),
+                    (expected ? QStringLiteral("the supervisor has ended %1")
+                              : QStringLiteral("the supervisor has ended unexpectedly, %1"))
+                        .arg(m_daemon.end()),
                     endedWell ? Colour::None : Colour::Bad);
     if (!expected) {
         m_then = Then::End;
         m_state = State::GoingDown;
     }
-    m_keeper.clearAllBut(bus);
+    clearAway();
 }
 
-void Simulator::cleared(int count)
+void Simulator::clearAway()
 {
+    const int count = Guard::killChildren({pid_t(m_busProcess.processId()), m_commands.process()});
     if (count > 0) {
-        m_narrator.tell(subject, QStringLiteral("%1 processes were left, and have been killed").arg(count),
+        m_narrator.tell(subject, QStringLiteral("processes left by the supervisor, killed: %1").arg(count),
                         Colour::Busy);
     }
-    m_narrator.catchUp([this] {
-        m_display.noBottomLine();
-        if (m_then == Then::Reboot) {
-            m_display.line(QStringLiteral("\nThe terminal boots again."), Colour::Bold);
-            startDaemon();
-        } else {
-            Q_EMIT finished(m_status);
-        }
-    });
+    m_narrator.catchUp();
+    m_display.noBottomLine();
+    if (m_then == Then::Reboot) {
+        m_display.line(QStringLiteral("\nThe terminal boots again."), Colour::Bold);
+        startDaemon();
+    } else {
+        Q_EMIT finished(m_status);
+    }
 }
 
 void Simulator::bootComplete()
@@ -213,35 +214,26 @@ void Simulator::bootComplete()
         m_status = 1;
     }
     if (m_crashIsDue) {
-        QTimer::singleShot(m_options.crashAfter, this, &Simulator::crashNow);
-    }
-    terminalUp();
-}
-
-void Simulator::terminalUp()
-{
-    if (m_options.once && !m_crashIsDue) {
+        QTimer::singleShot(m_options.crashAfter, this, [this] {
+            if (m_state == State::Up && m_crashIsDue) {
+                m_commands.crash(m_options.crash);
+            }
+        });
+    } else if (m_options.once) {
         goDown(Then::End);
         return;
     }
     if (!m_options.once && !m_wasUp) {
         Summary::showWhatNext(m_display, m_narrator.boot(), m_prompt != nullptr);
-        m_display.line(QStringLiteral("For other programs this terminal is the bus\n"
-                                      "  export DBUS_SYSTEM_BUS_ADDRESS=unix:path=%1\n")
-                           .arg(m_root.busSocket()));
+        m_display.line(QStringLiteral("Other programs reach this terminal with\n"
+                                      "  export DBUS_SYSTEM_BUS_ADDRESS=%1\n")
+                           .arg(m_root.busAddress()));
     }
     m_wasUp = true;
     m_commands.setTerminalUp(true);
 }
 
-void Simulator::crashNow()
-{
-    if (m_state == State::Up && m_crashIsDue) {
-        m_commands.crash(m_options.crash);
-    }
-}
-
-void Simulator::rebootAsked()
+void Simulator::rebootRequested()
 {
     if (m_state == State::GoingDown || m_rebootIsDue) {
         return;
@@ -261,7 +253,7 @@ void Simulator::giveUp()
     const Boot &boot = m_narrator.boot();
     const QString waitingFor = boot.waitingFor();
     m_display.line(
-        QStringLiteral("Given up after %1 s.%2 Not up: %3")
+        QStringLiteral("Gave up after %1 s.%2 Not running: %3")
             .arg(m_options.timeout)
             .arg(waitingFor.isEmpty() ? QString() : QStringLiteral(" The supervisor waits for %1.").arg(waitingFor),
                  boot.missing().join(QStringLiteral(", "))),
@@ -286,35 +278,35 @@ void Simulator::goDown(Then then)
     m_commands.setTerminalUp(false);
     m_display.noBottomLine();
     m_narrator.tell(subject,
-                    then == Then::Reboot ? QStringLiteral("the terminal goes down for its reboot")
-                                         : QStringLiteral("the supervisor is asked to end"),
+                    then == Then::Reboot ? QStringLiteral("rebooting the terminal")
+                                         : QStringLiteral("asking the supervisor to end"),
                     Colour::Bold);
     if (m_narrator.isDaemonThere()) {
         m_bus.stopDaemon();
     } else {
-        m_keeper.signal(daemonProcess, SIGTERM);
+        m_daemon.terminate();
     }
     m_stopLimit.start(stopLimitOfDaemon + stopLimitOfModule * m_narrator.boot().modules.size());
 }
 
 void Simulator::interrupt()
 {
-    if (m_state == State::GoingDown) {
-        m_then = Then::End;
-        killDaemon();
+    if (m_state != State::GoingDown) {
+        m_status = m_state != State::Up && m_options.once ? 1 : m_status;
+        goDown(Then::End);
         return;
     }
-    if (m_state != State::Up && m_options.once) {
-        m_status = 1;
+    m_then = Then::End;
+    if (m_stopLimit.interval() - m_stopLimit.remainingTime() > patience) {
+        killDaemon();
     }
-    goDown(Then::End);
 }
 
 void Simulator::killDaemon()
 {
-    m_narrator.tell(subject, QStringLiteral("the supervisor is killed, and its modules with it"), Colour::Bad);
+    m_narrator.tell(subject, QStringLiteral("killing the supervisor and its modules"), Colour::Bad);
     m_status = 1;
-    m_keeper.signal(daemonProcess, SIGKILL);
+    m_daemon.kill();
 }
 
 void Simulator::fail(const QString &text, int status)

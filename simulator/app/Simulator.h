@@ -7,28 +7,29 @@
 #include "app/Prompt.h"
 #include "app/SimulatorOptions.h"
 #include "app/TerminalBus.h"
+#include "app/TerminalProcess.h"
 
 #include <QObject>
 #include <QTimer>
 
 #include <memory>
 
-class KeeperLink;
 class TerminalRoot;
 
 /**
  * The life of the simulated terminal:
  *
- *     StartingBus -> Booting -> Up -> GoingDown -> the end, or Booting again after a reboot was asked for
+ *     StartingBus -> Booting -> Up -> GoingDown -> the end, or Booting again after a requested reboot
  *
- * Any state goes to GoingDown on Ctrl-C, and to the end when the bus, the daemon or the keeper ends by itself.
+ * Ctrl-C leads from any state to GoingDown. If the bus or the supervisor ends by itself, the simulator ends.
  */
 class Simulator : public QObject
 {
     Q_OBJECT
 
 public:
-    Simulator(const SimulatorOptions &options, const TerminalRoot &root, KeeperLink &keeper);
+    Simulator(const SimulatorOptions &options, const TerminalRoot &root);
+    ~Simulator() override;
 
     void begin();
     void interrupt();
@@ -41,15 +42,14 @@ private:
     enum class Then { End, Reboot };
 
     void connectParts();
-    void tryBus();
+    void connectPrompt();
+    void startProcess(TerminalProcess &process, const QStringList &commandLine);
+    void busListens();
     void startDaemon();
-    void processEnded(const QString &name, int waitStatus);
-    void daemonEnded(int waitStatus);
-    void cleared(int count);
+    void daemonEnded();
+    void clearAway();
     void bootComplete();
-    void terminalUp();
-    void crashNow();
-    void rebootAsked();
+    void rebootRequested();
     void giveUp();
     void goDown(Then then);
     void killDaemon();
@@ -57,9 +57,10 @@ private:
 
     const SimulatorOptions m_options;
     const TerminalRoot &m_root;
-    KeeperLink &m_keeper;
     Display m_display;
     TerminalBus m_bus;
+    TerminalProcess m_busProcess;
+    TerminalProcess m_daemon;
     Narrator m_narrator;
     Commands m_commands;
     std::unique_ptr<Prompt> m_prompt;
@@ -67,11 +68,9 @@ private:
     State m_state = State::StartingBus;
     Then m_then = Then::End;
     int m_status = 0;
-    int m_busTries = 0;
     bool m_wasUp = false;
     bool m_crashIsDue = false;
     bool m_rebootIsDue = false;
-    QTimer m_busTimer;
     QTimer m_bootLimit;
     QTimer m_stopLimit;
 };

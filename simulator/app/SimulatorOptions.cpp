@@ -1,33 +1,37 @@
 #include "app/SimulatorOptions.h"
 
 #include <QCommandLineParser>
+#include <QRegularExpression>
+
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
-/// A boot that shows no end within this time is given up when nobody sits before it.
-constexpr int timeoutOfOnce = 120;
+constexpr int timeoutOfOnce = 120; // s
 
-const char description[] = "Boots a whole terminal on this computer: a private bus, the real supervisor,\n"
-                           "a process for each module. Nothing outside its own folder is touched, and\n"
-                           "nothing is left when it ends. It goes on until Ctrl-C and takes commands:\n"
-                           "help lists them.\n\n"
-                           "Exit status: 0 all went well; 1 a module did not come up, the terminal rebooted\n"
-                           "unasked under --once, or the supervisor ended badly; 2 wrong use, or the\n"
-                           "terminal's files cannot be laid.";
+const char description[] = "Boots a whole terminal on this computer: a private bus, the real supervisor and a\n"
+                           "process for each module. It changes nothing outside its own directory, and no\n"
+                           "process is left when it ends. It runs until Ctrl-C and takes commands; the\n"
+                           "command help lists them.\n\n"
+                           "Exit status: 0 success; 1 a module did not start, the terminal rebooted\n"
+                           "unexpectedly with --once, or the supervisor failed; 2 wrong usage, or the\n"
+                           "files of the terminal cannot be created.";
 
-void readNumber(const QCommandLineParser &parser, const QString &name, int &number, SimulatorOptions &options)
+[[noreturn]] void reject(const QString &text)
 {
-    if (!parser.isSet(name)) {
-        return;
+    std::fprintf(stderr, "jov-simulator: %s; --help lists the options\n", qPrintable(text));
+    std::exit(2);
+}
+
+int number(const QCommandLineParser &parser, const QString &name, int standard)
+{
+    bool isNumber = true;
+    const int value = parser.isSet(name) ? parser.value(name).toInt(&isNumber) : standard;
+    if (!isNumber || (parser.isSet(name) && value <= 0)) {
+        reject(QStringLiteral("--%1 needs a number greater than 0, not '%2'").arg(name, parser.value(name)));
     }
-    bool isNumber = false;
-    const int value = parser.value(name).toInt(&isNumber);
-    if (isNumber && value > 0) {
-        number = value;
-        return;
-    }
-    options.outcome = SimulatorOptions::Outcome::Wrong;
-    options.text = QStringLiteral("--%1 takes a number above 0, not '%2'").arg(name, parser.value(name));
+    return value;
 }
 
 } // namespace
@@ -41,53 +45,48 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     const QString after = QStringLiteral("after");
     const QString timeout = QStringLiteral("timeout");
     const QString minute = QStringLiteral("watchdog-minute");
+    const QString directory = QStringLiteral("DIR");
+    const QString milliseconds = QStringLiteral("MS");
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(description));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("This text."));
-
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this text."));
     parser.addOptions({
         help,
-        {once, QStringLiteral("Boot, show the summary, stop, end.")},
+        {once, QStringLiteral("Boot, print the summary, stop everything and exit.")},
+        {crash, QStringLiteral("Crash the module NAME after the boot."), QStringLiteral("NAME")},
+        {after, QStringLiteral("Time from the end of the boot to the crash, in milliseconds (default: 2000)."),
+         milliseconds},
         {terminal,
-         QStringLiteral("Boot the set of files in DIR. \"leak\" is one that comes with the simulator: a module "
-                        "that takes more and more memory."),
-         QStringLiteral("DIR")},
+         QStringLiteral("Boot the files in DIR. \"leak\" is a terminal that comes with the simulator, with a module "
+                        "that uses more and more memory."),
+         directory},
+        {minute, QStringLiteral("Set the length of one minute of the memory watchdog, in milliseconds."), milliseconds},
         {root,
-         QStringLiteral("Lay the terminal into DIR, which must be new or empty, and keep it; one that was laid "
-                        "there before is booted as it stands."),
-         QStringLiteral("DIR")},
-        {crash, QStringLiteral("Crash the module NAME once the terminal is up."), QStringLiteral("NAME")},
-        {after, QStringLiteral("So long after the end of the boot (2000)."), QStringLiteral("MS")},
-        {timeout, QStringLiteral("Give a boot up that takes longer (no limit; 120 with --once)."), QStringLiteral("S")},
-        {minute, QStringLiteral("Let a minute of the memory watchdog take so long."), QStringLiteral("MS")},
+         QStringLiteral("Create the terminal's files in DIR, which must be new or empty, and keep them. If DIR has the "
+                        "files of an earlier run, boot them unchanged."),
+         directory},
+        {timeout, QStringLiteral("Stop waiting for the boot after S seconds (default: no limit; 120 with --once)."),
+         QStringLiteral("S")},
     });
 
-    SimulatorOptions options;
     if (!parser.parse(arguments)) {
-        options.outcome = Outcome::Wrong;
-        options.text = parser.errorText();
-        while (options.text.endsWith(QLatin1Char('.'))) {
-            options.text.chop(1);
-        }
-        return options;
+        reject(parser.errorText().remove(QRegularExpression(QStringLiteral("\\.+$"))));
     }
     if (parser.isSet(help)) {
-        options.outcome = Outcome::ShowHelp;
-        options.text = parser.helpText();
-        return options;
+        std::fputs(qPrintable(parser.helpText()), stdout);
+        std::exit(0);
     }
+    if (!parser.positionalArguments().isEmpty()) {
+        reject(QStringLiteral("unexpected argument '%1'").arg(parser.positionalArguments().constFirst()));
+    }
+    SimulatorOptions options;
     options.terminal = parser.value(terminal);
     options.root = parser.value(root);
     options.once = parser.isSet(once);
     options.crash = parser.value(crash);
-    options.timeout = options.once ? timeoutOfOnce : 0;
-    readNumber(parser, after, options.crashAfter, options);
-    readNumber(parser, timeout, options.timeout, options);
-    readNumber(parser, minute, options.watchdogMinute, options);
-    if (!parser.positionalArguments().isEmpty()) {
-        options.outcome = Outcome::Wrong;
-        options.text = QStringLiteral("'%1' is no option").arg(parser.positionalArguments().constFirst());
-    }
+    options.crashAfter = number(parser, after, options.crashAfter);
+    options.timeout = number(parser, timeout, options.once ? timeoutOfOnce : 0);
+    options.watchdogMinute = number(parser, minute, 0);
     return options;
 }

@@ -4,21 +4,18 @@
 #include <QString>
 #include <QStringList>
 
-/// What the simulator is asked to do on its command line.
+/// The command line of the simulator.
 struct SimulatorOptions
 {
-    QString terminal; ///< a folder, or the name of one that comes with the simulator; empty for the usual one
-    QString root; ///< empty for a temporary one that is removed in the end
+    QString terminal; ///< a directory, or the name of one that comes with the simulator; empty for the default one
+    QString root; ///< empty for a temporary one
     bool once = false;
     QString crash; ///< the module to crash; empty for none
-    int crashAfter = 2000; ///< ms behind the end of the boot
+    int crashAfter = 2000; ///< ms after the end of the boot
     int timeout = 0; ///< s; 0 for no limit
     int watchdogMinute = 0; ///< ms; 0 for a real one
 
-    enum class Outcome { Go, ShowHelp, Wrong };
-    Outcome outcome = Outcome::Go;
-    QString text; ///< the help, or what is wrong
-
+    /// Ends the process after --help with status 0, and after wrong usage with an error message and status 2.
     [[nodiscard]] static SimulatorOptions parse(const QStringList &arguments);
 };
 

@@ -2,6 +2,7 @@
 
 #include "client/BootTables.h"
 #include "client/Units.h"
+#include "contract/Components.h"
 
 namespace {
 
@@ -16,14 +17,14 @@ void showOutcome(Display &display, const Boot &boot, const QString &duration)
     if (missing.isEmpty()) {
         display.line(QStringLiteral("All %1 modules are up after %2.").arg(expected).arg(duration), Colour::Good);
     } else {
-        display.line(QStringLiteral("%1 of %2 modules are up after %3. Not up: %4")
+        display.line(QStringLiteral("%1 of %2 modules are up after %3. Not running: %4")
                          .arg(expected - missing.size())
                          .arg(expected)
                          .arg(duration, missing.join(QStringLiteral(", "))),
                      Colour::Bad);
     }
     if (boot.isHeld()) {
-        display.line(QStringLiteral("The step file holds the boot at step %1; the command \"step %2\" leads it on.")
+        display.line(QStringLiteral("The step file holds the boot at step %1; the command \"step %2\" continues it.")
                          .arg(boot.target)
                          .arg(boot.target + 1),
                      Colour::Busy);
@@ -52,7 +53,7 @@ void Summary::show(Display &display, const Boot &boot, const TimelineList &timel
 
 void Summary::showWhatNext(Display &display, const Boot &boot, bool hasPrompt)
 {
-    const QString gate = QStringLiteral("JovGate");
+    const QString gate = Components::gate;
     const QStringList names = moduleNames(boot.modules);
     QString any = QStringLiteral("jovaudio");
     if (!names.contains(any)) {
@@ -66,11 +67,11 @@ void Summary::showWhatNext(Display &display, const Boot &boot, bool hasPrompt)
     display.line(hasPrompt ? QStringLiteral("Try next:") : QStringLiteral("Try next, as options:"));
     offer(QStringLiteral("crash ") + any, "the logs are archived, and the terminal reboots");
     if (names.contains(gate)) {
-        offer(QStringLiteral("crash ") + gate, "a picture comes on the screen before it does");
+        offer(QStringLiteral("crash ") + gate, "the screen shows a picture before the reboot");
     }
     if (hasPrompt) {
-        offer(QStringLiteral("status ") + any, "what it is, and why it does not run");
-        offer(QStringLiteral("restart ") + any, "one module alone");
+        offer(QStringLiteral("status ") + any, "its state, and why it does not run");
+        offer(QStringLiteral("restart ") + any, "restart one module");
         offer(QStringLiteral("help"), "all commands");
     } else {
         display.line(QStringLiteral("  --terminal leak --watchdog-minute 2000"));

@@ -4,12 +4,12 @@
 #include "app/Boot.h"
 #include "app/Display.h"
 
-/// What the simulator shows when a boot is over.
+/// What the simulator prints after a boot.
 namespace Summary {
 
-/// What the boot took, step by step, and the modules that took longest. `duration` is in microseconds.
+/// The duration of the boot, in microseconds, of each step and of the slowest modules.
 void show(Display &display, const Boot &boot, const TimelineList &timeline, quint64 duration);
-/// What one may do with a terminal that is up.
+/// What the user can do with the running terminal.
 void showWhatNext(Display &display, const Boot &boot, bool hasPrompt);
 
 } // namespace Summary

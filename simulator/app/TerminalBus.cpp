@@ -6,14 +6,9 @@
 
 #include <jov/BusNames.h>
 
-#include <QDBusPendingCallWatcher>
-#include <QTimer>
-
-#include <limits>
-
 namespace {
 
-const QString connectionName = QStringLiteral("simulator");
+constexpr int replyLimit = 5000; // ms
 
 QDBusMessage message(const QString &interface, const QString &method)
 {
@@ -22,41 +17,24 @@ QDBusMessage message(const QString &interface, const QString &method)
 
 } // namespace
 
-TerminalBus::TerminalBus()
-    : m_bus(connectionName)
-{ }
-
 bool TerminalBus::connectTo(const QString &address)
 {
-    m_bus = QDBusConnection::connectToBus(address, connectionName);
-    if (!m_bus.isConnected()) {
-        QDBusConnection::disconnectFromBus(connectionName);
-        return false;
-    }
+    m_bus = QDBusConnection::connectToBus(address, QStringLiteral("simulator"));
     exchangeWithBus(m_bus);
-    return true;
+    return m_bus.isConnected();
 }
 
-void TerminalBus::inspect(const QString &method, const Answer &answer)
+QDBusMessage TerminalBus::inspect(const QString &method) const
 {
-    if (!m_bus.isConnected()) {
-        QTimer::singleShot(0, this, [answer] { answer({}); });
-        return;
-    }
-    const QDBusMessage question = message(Inspect::interface, method);
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question, std::numeric_limits<int>::max()), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answer] {
-        watcher->deleteLater();
-        answer(watcher->reply());
-    });
+    return m_bus.call(message(Inspect::interface, method), QDBus::Block, replyLimit);
 }
 
-void TerminalBus::stopDaemon()
+void TerminalBus::stopDaemon() const
 {
     m_bus.send(message(BusNames::methodInterface(), QStringLiteral("stopManager")));
 }
 
-void TerminalBus::sendEvent(const QString &name, const QVariantMap &arguments)
+void TerminalBus::sendEvent(const QString &name, const QVariantMap &arguments) const
 {
     QDBusMessage signal =
         QDBusMessage::createSignal(QStringLiteral("/simulator"), BusNames::eventInterface(), BusNames::eventMember());

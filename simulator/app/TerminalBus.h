@@ -3,34 +3,25 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QObject>
 #include <QVariant>
 
-#include <functional>
-
-/// The simulator's place on the terminal's private bus.
-class TerminalBus : public QObject
+/// The simulator's connection to the terminal's private bus.
+class TerminalBus
 {
-    Q_OBJECT
-
 public:
-    using Answer = std::function<void(const QDBusMessage &reply)>;
-
-    TerminalBus();
-
-    /// False while the bus does not listen yet.
+    /// False when the bus does not listen.
     bool connectTo(const QString &address);
     [[nodiscard]] QDBusConnection connection() const { return m_bus; }
 
-    /// Asks the daemon by a method of its inspection interface. A failure is an answer as well, also before there is a
-    /// bus.
-    void inspect(const QString &method, const Answer &answer);
-    /// Has the daemon stop everything in order and end.
-    void stopDaemon();
-    void sendEvent(const QString &name, const QVariantMap &arguments);
+    /// Calls a method of the daemon's inspection interface and waits for the reply, five seconds at most. An error
+    /// message on failure.
+    [[nodiscard]] QDBusMessage inspect(const QString &method) const;
+    /// Makes the daemon stop everything in order and end.
+    void stopDaemon() const;
+    void sendEvent(const QString &name, const QVariantMap &arguments) const;
 
 private:
-    QDBusConnection m_bus;
+    QDBusConnection m_bus = QDBusConnection(QString());
 };
 
 #endif

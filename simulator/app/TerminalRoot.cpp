@@ -2,7 +2,6 @@
 
 #include "app/Installation.h"
 #include "bus/PrivateBus.h"
-#include "components/Announcement.h"
 #include "components/SettingsFile.h"
 
 #include <QDir>
@@ -13,23 +12,35 @@
 #include <filesystem>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/un.h>
 
 namespace {
 
-const QString modulesSection = QStringLiteral("modules");
-const QString samplePlayer = QStringLiteral("sample-module");
+const QString logSection = QStringLiteral("log");
+const QString logFile = QStringLiteral("file");
 
-QString writeFile(const QString &path, const QByteArray &text, bool executable)
+// The replacements for the terminal's own commands; components/Announcement.h has the names of the signals.
+const char rebootScript[] = R"(#!/bin/sh
+# Reports the call to the simulator, which stops the terminal and boots it again.
+exec dbus-send --system --type=signal /simulator com.velmora.Jovara.Simulator.RebootRequested \
+    string:reboot string:"called with $*"
+)";
+const char pictureScript[] = R"(#!/bin/sh
+# Copies the picture to run/framebuffer.jpg, the screen of the terminal, and reports it to the simulator.
+for picture in "$@"; do :; done
+cp "$picture" "$(dirname "$0")/../../run/framebuffer.jpg"
+exec dbus-send --system --type=signal /simulator com.velmora.Jovara.Simulator.PictureShown \
+    string:screen string:"shows ${picture##*/}"
+)";
+
+QString writeFile(const QString &path, const QByteArray &text)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
-        return QStringLiteral("%1 cannot be written: %2").arg(path, file.errorString());
-    }
-    if (executable) {
-        file.setPermissions(file.permissions() | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther);
-    }
-    return {};
+    const bool written = file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+    file.setPermissions(file.permissions() | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther);
+    return written ? QString() : QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
 }
 
 QString copyTree(const QString &from, const QString &to)
@@ -38,30 +49,15 @@ QString copyTree(const QString &from, const QString &to)
     std::error_code error;
     std::filesystem::copy(QFile::encodeName(from).toStdString(), QFile::encodeName(to).toStdString(),
                           Options::recursive | Options::overwrite_existing | Options::copy_symlinks, error);
-    return error
-        ? QStringLiteral("%1 cannot be copied to %2: %3").arg(from, to, QString::fromStdString(error.message()))
-        : QString();
+    return error ? QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, QString::fromStdString(error.message()))
+                 : QString();
 }
 
-/// The stand-ins' own folder lies two levels above each of them.
-const char announcingScript[] = R"(#!/bin/sh
-# Stands in for the terminal's own command: tells the simulator what was asked for, and does nothing else.
-root=$(cd "$(dirname "$0")/%upwards" && pwd) || exit 1
-line="$(date +%s%3N)	%name"
-for word in "$@"; do
-    line="$line	$word"
-done
-printf '%s\n' "$line" >>"$root%file"
-%further
-)";
-
-QByteArray script(const char *upwards, const char *name, const char *further)
+/// Nobody else may use the directory until this process and those that it forks have ended.
+bool lock(const QString &path)
 {
-    return QByteArray(announcingScript)
-        .replace("%upwards", upwards)
-        .replace("%name", name)
-        .replace("%file", Announcement::file.toUtf8())
-        .replace("%further", further);
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return descriptor >= 0 && flock(descriptor, LOCK_EX | LOCK_NB) == 0;
 }
 
 } // namespace
@@ -71,10 +67,11 @@ QString TerminalRoot::open(const QString &wanted)
     m_kept = !wanted.isEmpty();
     if (m_kept) {
         m_path = QDir(wanted).absolutePath();
-        m_laidBefore = QFile::exists(requests());
-        if (!m_laidBefore && QDir(m_path).exists()
+        m_filled = QFile::exists(busConfig());
+        if (!m_filled && QDir(m_path).exists()
             && !QDir(m_path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
-            return QStringLiteral("%1 is not empty and no terminal of the simulator: name another folder").arg(m_path);
+            return QStringLiteral("%1 is not empty and was not created by the simulator; choose another directory")
+                .arg(m_path);
         }
     } else {
         QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/jov-terminal-XXXXXX"));
@@ -84,17 +81,14 @@ QString TerminalRoot::open(const QString &wanted)
         }
         m_path = folder.path();
     }
-    for (const char *folder : {"/run/simulator", "/usr/lib/JovApplication", "/usr/bin/JovApplication", "/sbin", "/etc",
-                               "/var/log", "/log", "/data/core", "/tmp"}) {
+    for (const char *folder : {"/run", "/usr/lib/JovApplication", "/usr/bin/JovApplication", "/sbin",
+                               "/etc/JovApplication", "/var/log", "/log", "/data/core", "/tmp"}) {
         if (!QDir().mkpath(at(folder))) {
-            return QStringLiteral("%1 cannot be made").arg(at(folder));
+            return QStringLiteral("cannot create %1").arg(at(folder));
         }
     }
-    if (m_kept) {
-        m_lock = std::make_unique<QLockFile>(at("/run/simulator/lock"));
-    }
-    if (m_lock && !m_lock->tryLock()) {
-        return QStringLiteral("%1: another simulator runs this terminal").arg(m_path);
+    if (!lock(m_path)) {
+        return QStringLiteral("another simulator is using %1; choose another directory").arg(m_path);
     }
     if (static_cast<std::size_t>(QFile::encodeName(busSocket()).size()) >= sizeof(sockaddr_un::sun_path)) {
         return QStringLiteral("%1: the path is too long for a socket; choose a shorter one with --root").arg(m_path);
@@ -103,46 +97,50 @@ QString TerminalRoot::open(const QString &wanted)
     return {};
 }
 
-QString TerminalRoot::lay(const QString &terminal)
+QString TerminalRoot::fill(const QString &terminal)
 {
-    QString folder = terminal.isEmpty() ? Installation::terminal(QString()) : terminal;
-    if (!QDir(folder).exists()) {
+    QString folder = terminal;
+    if (terminal.isEmpty() || !QDir(folder).exists()) {
         folder = Installation::terminal(terminal);
     }
     if (!QDir(folder).exists()) {
-        return QStringLiteral("%1: there is no such folder").arg(terminal);
+        return QStringLiteral("%1: no such directory").arg(terminal);
     }
-    QString fault;
-    if (!m_laidBefore) {
-        fault = copyTree(folder, m_path);
-    }
-    for (const auto &part : {&TerminalRoot::writeStandIns, &TerminalRoot::writeBusConfig, &TerminalRoot::adjustLog,
-                             &TerminalRoot::makeRequests}) {
-        if (fault.isEmpty()) {
-            fault = (this->*part)();
-        }
-    }
+    QString fault = m_filled ? QString() : copyTree(folder, m_path);
     if (fault.isEmpty()) {
-        fault = linkPrograms(folder);
+        fault = writeFiles();
     }
-    return fault.isEmpty() ? copyImages() : fault;
-}
-
-QString TerminalRoot::requests() const
-{
-    return m_path + Announcement::file;
+    return fault.isEmpty() ? linkPrograms(folder) : fault;
 }
 
 QString TerminalRoot::daemonLog() const
 {
-    return m_path
-        + SettingsFile(at("/etc/JovApplication/platform.ini")).value(QStringLiteral("log"), QStringLiteral("file"));
+    return m_path + SettingsFile(at("/etc/JovApplication/platform.ini")).value(logSection, logFile);
+}
+
+QString TerminalRoot::writeFiles() const
+{
+    // The simulator reads warnings and errors in the log: it must go to a file.
+    const SettingsFile parameters(at("/etc/JovApplication/platform.ini"));
+    if (!parameters.value(logSection, logFile).startsWith(QLatin1Char('/'))
+        && !parameters.setValue(logSection, logFile, QStringLiteral("/var/log/ApplicationManager.log"))) {
+        return QStringLiteral("cannot write %1").arg(at("/etc/JovApplication/platform.ini"));
+    }
+    for (const QString &fault :
+         {copyTree(Installation::images(), at("/usr/bin/JovApplication")), writeFile(at("/sbin/reboot"), rebootScript),
+          writeFile(at("/usr/bin/jpg2fb"), pictureScript),
+          writeFile(busConfig(), privateBusConfiguration(busAddress()))}) {
+        if (!fault.isEmpty()) {
+            return fault;
+        }
+    }
+    return {};
 }
 
 QString TerminalRoot::linkPrograms(const QString &terminal) const
 {
     QSettings list(at("/modules.ini"), QSettings::IniFormat);
-    list.beginGroup(modulesSection);
+    list.beginGroup(QStringLiteral("modules"));
     QStringList names = list.childKeys();
     const QDir configurations(at("/etc/JovApplication/module"));
     for (const QString &name : configurations.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
@@ -152,65 +150,20 @@ QString TerminalRoot::linkPrograms(const QString &terminal) const
     }
     for (const QString &name : qAsConst(names)) {
         const QString module = at("/usr/lib/JovApplication/") + name;
-        const QString player = list.value(name, samplePlayer).toString();
+        const QString player = list.value(name, QStringLiteral("sample-module")).toString();
         if (QFile::exists(module) && !QFileInfo(module).isSymLink()) {
             continue;
         }
         const bool isPath = player.contains(QLatin1Char('/'));
         const QString program = isPath ? QDir(terminal).absoluteFilePath(player) : Installation::program(player);
         if (!QFileInfo(program).isExecutable()) {
-            return QStringLiteral("%1, which is to play the module %2, is not there").arg(program, name);
+            return QStringLiteral("%1, the program of module %2, does not exist or is not executable")
+                .arg(program, name);
         }
         QFile::remove(module);
         if (!QFile::link(program, module)) {
-            return QStringLiteral("%1 cannot be made").arg(module);
+            return QStringLiteral("cannot create %1").arg(module);
         }
     }
     return {};
-}
-
-QString TerminalRoot::copyImages() const
-{
-    const QDir images(Installation::images());
-    for (const QString &name : images.entryList({QStringLiteral("*.jpg")})) {
-        const QString fault = copyTree(images.filePath(name), at("/usr/bin/JovApplication/") + name);
-        if (!fault.isEmpty()) {
-            return fault;
-        }
-    }
-    return {};
-}
-
-QString TerminalRoot::writeStandIns() const
-{
-    // What is on the screen of the terminal, as a file to look at.
-    const char picture[] = "for picture in \"$@\"; do :; done\ncp \"$picture\" \"$root/run/framebuffer.jpg\"";
-    const QString fault = writeFile(at("/usr/bin/jpg2fb"), script("../..", "jpg2fb", picture), true);
-    return fault.isEmpty() ? writeFile(at("/sbin/reboot"), script("..", "reboot", ""), true) : fault;
-}
-
-QString TerminalRoot::writeBusConfig() const
-{
-    return writeFile(busConfig(), privateBusConfiguration(QStringLiteral("unix:path=") + busSocket()), false);
-}
-
-QString TerminalRoot::makeRequests() const
-{
-    QFile file(requests());
-    return file.open(QIODevice::WriteOnly | QIODevice::Append)
-        ? QString()
-        : QStringLiteral("%1 cannot be written: %2").arg(file.fileName(), file.errorString());
-}
-
-/// Complaints are read in the log: it must go to a file.
-QString TerminalRoot::adjustLog() const
-{
-    const QString section = QStringLiteral("log");
-    const QString file = QStringLiteral("file");
-    const SettingsFile parameters(at("/etc/JovApplication/platform.ini"));
-    bool written = QDir().mkpath(at("/etc/JovApplication"));
-    if (written && !parameters.value(section, file).startsWith(QLatin1Char('/'))) {
-        written = parameters.setValue(section, file, QStringLiteral("/var/log/ApplicationManager.log"));
-    }
-    return written ? QString() : QStringLiteral("%1 cannot be written").arg(at("/etc/JovApplication/platform.ini"));
 }

@@ -1,4 +1,4 @@
-#include "app/KeeperLink.h"
+#include "app/Guard.h"
 #include "app/Simulator.h"
 #include "app/SimulatorOptions.h"
 #include "app/TerminalRoot.h"
@@ -6,58 +6,54 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QTimer>
 
 #include <cstdio>
 
 namespace {
 
-constexpr int wrongUse = 2;
-
 int complain(const QString &text)
 {
     std::fprintf(stderr, "jov-simulator: %s\n", qPrintable(text));
-    return wrongUse;
+    return 2;
+}
+
+int simulate(const SimulatorOptions &options, const TerminalRoot &root)
+{
+    Interrupt interrupt;
+    Simulator simulator(options, root);
+    QObject::connect(&interrupt, &Interrupt::raised, &simulator, &Simulator::interrupt);
+    QObject::connect(&simulator, &Simulator::finished, qApp, [](int status) { QCoreApplication::exit(status); });
+    QTimer::singleShot(0, &simulator, &Simulator::begin);
+    return QCoreApplication::exec();
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
     const SimulatorOptions options = SimulatorOptions::parse(QCoreApplication::arguments());
-    if (options.outcome == SimulatorOptions::Outcome::ShowHelp) {
-        std::fputs(qPrintable(options.text), stdout);
-        return 0;
-    }
-    if (options.outcome == SimulatorOptions::Outcome::Wrong) {
-        return complain(options.text + QStringLiteral("; --help lists the options"));
-    }
-
     TerminalRoot root;
-    const QString openFault = root.open(options.root);
-    if (!openFault.isEmpty()) {
-        return complain(openFault);
+    QString fault = root.open(options.root);
+    if (!fault.isEmpty()) {
+        return complain(fault);
     }
-    const QString layFault = root.lay(options.terminal);
-    if (!layFault.isEmpty()) {
+    fault = root.fill(options.terminal);
+    if (!fault.isEmpty()) {
         if (!root.isKept()) {
             QDir(root.path()).removeRecursively();
         }
-        return complain(layFault);
+        return complain(fault);
     }
-    qputenv("JOV_ROOT", QFile::encodeName(root.path()));
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + QFile::encodeName(root.busSocket()));
-
-    Interrupt interrupt;
-    KeeperLink keeper;
-    if (!keeper.open(root.path(), root.isKept())) {
-        return complain(QStringLiteral("no process can be started"));
+    const QByteArray path = QFile::encodeName(root.path());
+    qputenv("JOV_ROOT", path);
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", QFile::encodeName(root.busAddress()));
+    if (!Guard::begin(root.isKept() ? std::string() : path.toStdString())) {
+        return complain(QStringLiteral("cannot start a process"));
     }
-    Simulator simulator(options, root, keeper);
-    QObject::connect(&interrupt, &Interrupt::raised, &simulator, &Simulator::interrupt);
-    QObject::connect(&simulator, &Simulator::finished, &application,
-                     [](int status) { QCoreApplication::exit(status); });
-    QTimer::singleShot(0, &simulator, &Simulator::begin);
-    return QCoreApplication::exec();
+    const int status = simulate(options, root);
+    Guard::end();
+    return status;
 }

@@ -1,21 +1,16 @@
 #ifndef ANNOUNCEMENT_H
 #define ANNOUNCEMENT_H
 
-#include <QString>
-#include <QStringList>
+#include <QLatin1String>
 
-/**
- * What the stand-ins were asked for, told to the simulator: a line per request in one file of the simulated terminal,
- * its words separated by tabs: the time in ms since 1970, the name of who was asked, what was asked. The scripts that
- * stand in for `reboot` and `jpg2fb` write into the same file, so that requests are seen in their order.
- */
+/// The signals by which the stand-ins report to the simulator what they were asked for, on the terminal's bus. Each has
+/// two texts: who was asked, and what for.
 namespace Announcement {
 
-/// The file inside a terminal's root.
-inline const QString file = QStringLiteral("/run/simulator/requests");
-
-/// Appends a line with the time and these words; false when the file cannot be written.
-bool announce(const QStringList &words);
+inline constexpr QLatin1String path("/simulator");
+inline constexpr QLatin1String interface("com.velmora.Jovara.Simulator");
+inline constexpr QLatin1String rebootRequested("RebootRequested");
+inline constexpr QLatin1String pictureShown("PictureShown");
 
 } // namespace Announcement
 

@@ -1,29 +1,47 @@
 #include "daemon/RunManager.h"
 
+#include <QByteArrayList>
+
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 namespace {
 
-constexpr char option[] = "--minute=";
+constexpr char variable[] = "JOV_DURATIONS";
+
+/// Sets the duration that `word`, as "stop=600", names.
+bool take(const QByteArray &word, ManagerTiming &timing)
+{
+    const QByteArray name = word.left(word.indexOf('='));
+    const int milliseconds = word.mid(name.size() + 1).toInt();
+    if (name == "minute") {
+        timing.watchdog.minute = std::chrono::milliseconds(milliseconds);
+    } else if (name == "stop") {
+        timing.module.stop = milliseconds;
+    } else if (name == "stop-with-everything") {
+        timing.module.stopWithEverything = milliseconds;
+    } else if (name == "presentation") {
+        timing.module.presentation = milliseconds;
+    } else {
+        return false;
+    }
+    return milliseconds > 0;
+}
 
 } // namespace
 
-/// The supervisor with a memory watchdog whose minute is shorter, to see in seconds what takes a terminal a quarter of
-/// an hour.
+/// The supervisor with shorter durations, for the simulator and the tests: JOV_DURATIONS="stop=600 presentation=500".
 int main(int argc, char **argv)
 {
     ManagerTiming timing;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strncmp(argv[i], option, sizeof option - 1) == 0) {
-            const long minute = std::strtol(argv[i] + sizeof option - 1, nullptr, 10);
-            if (minute <= 0) {
-                std::fprintf(stderr, "ApplicationManager-fast-clock: %s takes milliseconds above 0\n", option);
-                return 2;
-            }
-            timing.watchdog.minute = std::chrono::milliseconds(minute);
+    const QByteArrayList words = qgetenv(variable).simplified().split(' ');
+    for (const QByteArray &word : words) {
+        if (!word.isEmpty() && !take(word, timing)) {
+            std::fprintf(stderr,
+                         "ApplicationManager-fast-clock: %s: '%s' is not NAME=MS with a NAME of minute, stop, "
+                         "stop-with-everything or presentation, and MS above 0\n",
+                         variable, word.constData());
+            return 2;
         }
     }
     return runDaemon(argc, argv, timing);

@@ -42,7 +42,11 @@ public:
     PrivateBus bus;
 
     /// Another program in the place of the daemon; before start().
-    void setDaemon(const QString &program) { m_program = program; }
+    void setDaemon(const QString &program)
+    {
+        m_program = program;
+        setVariable("JOV_DURATIONS"_s, "stop=600 stop-with-everything=300 presentation=500"_s); // of a quick daemon
+    }
     /// A variable for the daemon; before start().
     void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
     void addModule(const QString &name, const QString &step, const QStringList &dependencies = {},

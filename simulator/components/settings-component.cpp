@@ -1,9 +1,16 @@
-#include "components/SettingsComponent.h"
+#include "components/PlainCrash.h"
+#include "components/SettingsFile.h"
+#include "contract/Components.h"
+#include "contract/Events.h"
 
+#include <jov/JovApplication.h>
 #include <jov/Log.h>
 #include <jov/Setting.h>
+#include <jov/SupervisedModule.h>
 
 #include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QMap>
 
 namespace {
 
@@ -13,11 +20,45 @@ const QString rebootKey = QStringLiteral("reboot");
 
 } // namespace
 
+/**
+ * The component "SettingsManager", with the settings of one INI file. It answers the check of the mandatory settings,
+ * and notifies the supervisor when a setting of the memory watchdog changes in the file.
+ *
+ *     [settings]
+ *     MonitoringWatchDelay=5
+ *     [check]
+ *     reboot=false     ; true: the next check requests a reboot, and sets this to false
+ */
+class SettingsComponent : public SupervisedModule
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.JovInterface")
+
+public:
+    SettingsComponent();
+
+    bool init() override;
+
+public Q_SLOTS:
+    /// Setting::UNDEFINEDVALUE when the file has no such setting.
+    Q_SCRIPTABLE QString getSettingValue(const QString &id);
+    void checkMandatorySettings();
+
+private:
+    void fileChanged();
+    void watchFile();
+    void reportChange(const QString &id, const QString &value);
+
+    SettingsFile m_file;
+    QFileSystemWatcher m_watcher;
+    QMap<QString, QString> m_watched; ///< the last known value of each setting of the watchdog
+};
+
 SettingsComponent::SettingsComponent()
-    : StandIn(QStringLiteral("SettingsManager"))
+    : SupervisedModule(Components::settingsManager)
     , m_file(SettingsFile::standardPath())
 {
-    for (const QString &id : {QStringLiteral("MonitoringWatchDelay"), QStringLiteral("MonitoringWatchRetry")}) {
+    for (const QLatin1String id : {Components::watchDelaySetting, Components::watchRetrySetting}) {
         m_watched.insert(id, m_file.value(settingsSection, id));
     }
 }
@@ -25,13 +66,13 @@ SettingsComponent::SettingsComponent()
 bool SettingsComponent::init()
 {
     registerDBusSetting();
-    // The folder too: many editors write a new file and move it into the place of the old one.
+    // The directory too: many editors write a new file and rename it.
     m_watcher.addPath(QFileInfo(SettingsFile::standardPath()).path());
     watchFile();
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &SettingsComponent::fileChanged);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &SettingsComponent::fileChanged);
-    return StandIn::init()
-        && subscribeEvent(QStringLiteral("checkMandatorySettings"), this, SLOT(checkMandatorySettings()));
+    return SupervisedModule::init()
+        && subscribeEvent(Events::checkMandatorySettings, this, SLOT(checkMandatorySettings()));
 }
 
 QString SettingsComponent::getSettingValue(const QString &id)
@@ -43,14 +84,14 @@ QString SettingsComponent::getSettingValue(const QString &id)
 void SettingsComponent::checkMandatorySettings()
 {
     const bool reboot = m_file.value(checkSection, rebootKey) == QLatin1String("true");
-    notifyEvent(QStringLiteral("checkMandatorySettingsSuccess"), {{QStringLiteral("reboot"), reboot}});
+    notifyEvent(Events::mandatorySettingsChecked, {{Events::reboot, reboot}});
     if (!reboot) {
         return;
     }
     if (!m_file.setValue(checkSection, rebootKey, QStringLiteral("false"))) {
         Log::error("SettingsManager: %1 cannot be written", SettingsFile::standardPath());
     }
-    asyncRemoteCall(QStringLiteral("Platform"), QStringLiteral("reboot"),
+    asyncRemoteCall(Components::platform, Components::rebootMethod,
                     {1, true, getModuleName(), QStringLiteral("mandatory settings changed")});
 }
 
@@ -80,6 +121,15 @@ void SettingsComponent::reportChange(const QString &id, const QString &value)
     setting.setId(id);
     setting.setValue(value);
     setting.setDefined(!value.isNull());
-    asyncRemoteCall(QStringLiteral("ApplicationManager"), QStringLiteral("monitoringSettingsChanged"),
-                    {QVariant::fromValue(setting)});
+    asyncRemoteCall(Components::applicationManager, Components::settingChangedMethod, {QVariant::fromValue(setting)});
 }
+
+int main(int argc, char **argv)
+{
+    crashPlainly();
+    JovApplication application(argc, argv);
+    SettingsComponent component;
+    return application.exec();
+}
+
+#include "settings-component.moc"
