@@ -2,14 +2,17 @@
 
 #include "app/Installation.h"
 #include "app/Narrator.h"
-#include "app/Prompt.h"
 #include "app/TerminalBus.h"
 #include "app/TerminalRoot.h"
 #include "components/SettingsFile.h"
 #include "contract/Events.h"
 #include "contract/InspectionNames.h"
 
+#include <array>
 #include <csignal>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -24,6 +27,11 @@ const QStringList ofJovctl = {
     QStringLiteral("boot"),        QStringLiteral("start"),       QStringLiteral("stop"),
     QStringLiteral("restart"),     QStringLiteral("start-all"),   QStringLiteral("stop-all"),
     QStringLiteral("restart-all"), QStringLiteral("restart-app"), QStringLiteral("log-level")};
+
+bool isTerminal()
+{
+    return isatty(STDIN_FILENO) == 1;
+}
 
 const char helpText[] = "  crash NAME           kill the process of module NAME with SIGSEGV\n"
                         "  set SETTING VALUE    change a setting of the terminal, such as MonitoringWatchDelay\n"
@@ -68,10 +76,35 @@ Commands::Commands(Display &display, TerminalBus &bus, Narrator &narrator, const
     });
 }
 
-void Commands::add(const QString &line)
+void Commands::listen()
 {
-    m_waiting.append(line);
-    next();
+    struct stat input = {};
+    const bool isPipe = fstat(STDIN_FILENO, &input) == 0 && (S_ISFIFO(input.st_mode) || S_ISSOCK(input.st_mode));
+    // A process in the background that reads from the terminal is stopped.
+    if (isTerminal() ? tcgetpgrp(STDIN_FILENO) == getpgrp() : isPipe) {
+        m_input = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
+        connect(m_input.get(), &QSocketNotifier::activated, this, &Commands::receive);
+    }
+}
+
+void Commands::receive()
+{
+    std::array<char, 4096> buffer;
+    const ssize_t size = read(STDIN_FILENO, buffer.data(), buffer.size());
+    m_pending.append(buffer.data(), qMax(0, int(size)));
+    bool isEnd = size <= 0;
+    m_input->setEnabled(!isEnd);
+    for (int end = m_pending.indexOf('\n'); end >= 0; end = m_pending.indexOf('\n')) {
+        const QString line = QString::fromLocal8Bit(m_pending.left(end)).trimmed();
+        m_pending.remove(0, end + 1);
+        isEnd = isEnd || line == QLatin1String("quit");
+        m_waiting << line;
+    }
+    if (isEnd && isTerminal()) {
+        Q_EMIT quit(); // also while a command is executed
+    } else {
+        next();
+    }
 }
 
 void Commands::setTerminalUp(bool isUp)
@@ -88,12 +121,14 @@ void Commands::next()
         return;
     }
     if (m_waiting.isEmpty()) {
-        Q_EMIT idle();
+        if (isListening()) {
+            m_display.prompt();
+        }
         return;
     }
     m_isBusy = true;
     const QString command = m_waiting.takeFirst();
-    if (!Prompt::isTerminal()) {
+    if (!isTerminal()) {
         m_display.line(Display::promptText + command, Colour::Bold); // a terminal has shown it already
     }
     execute(command.split(QLatin1Char(' '), Qt::SkipEmptyParts));

@@ -5,16 +5,19 @@
 
 #include <QObject>
 #include <QProcess>
+#include <QSocketNotifier>
 #include <QStringList>
 #include <QTimer>
+
+#include <memory>
 
 class Narrator;
 class TerminalBus;
 class TerminalRoot;
 
 /**
- * The commands of the simulator: a few of its own, and those of jovctl, which it runs. They are executed one at a time
- * and only while the terminal is up; the others wait.
+ * The commands of the simulator, from its standard input: a few of its own, and those of jovctl, which it runs. They
+ * are executed one at a time and only while the terminal is up; the others wait.
  */
 class Commands : public QObject
 {
@@ -23,21 +26,22 @@ class Commands : public QObject
 public:
     Commands(Display &display, TerminalBus &bus, Narrator &narrator, const TerminalRoot &root);
 
-    void add(const QString &line);
+    /// Reads standard input, if that is a terminal with this process in the foreground, or a pipe.
+    void listen();
+    [[nodiscard]] bool isListening() const { return m_input != nullptr; }
     void setTerminalUp(bool isUp);
-    /// Of jovctl, which is a child of the simulator; 0 when it does not run.
-    [[nodiscard]] pid_t process() const { return pid_t(m_jovctl.processId()); }
     /// Kills the module's process with SIGSEGV.
     void crash(const QString &module);
+    /// Of jovctl, which is a child of the simulator; 0 when it does not run.
+    [[nodiscard]] pid_t process() const { return pid_t(m_jovctl.processId()); }
 
 Q_SIGNALS:
     void quit();
     /// The supervisor has not rebooted the terminal after a crash.
     void crashIgnored();
-    /// All commands have been answered.
-    void idle();
 
 private:
+    void receive();
     void next();
     void finish();
     void execute(const QStringList &words);
@@ -47,6 +51,8 @@ private:
     TerminalBus &m_bus;
     Narrator &m_narrator;
     const TerminalRoot &m_root;
+    std::unique_ptr<QSocketNotifier> m_input;
+    QByteArray m_pending; ///< a line whose end has not arrived yet
     QStringList m_waiting;
     QProcess m_jovctl;
     QTimer m_crashLimit; ///< from a crash to the reboot

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QSet>
 
 #include <algorithm>
 #include <utility>
@@ -37,12 +38,13 @@ Narrator::Narrator(Display &display, TerminalBus &bus, const TerminalRoot &root)
 {
     m_soon.setSingleShot(true);
     connect(&m_soon, &QTimer::timeout, this, &Narrator::catchUp);
-    connect(&m_log, &FileFollower::changed, &m_soon, qOverload<>(&QTimer::start));
+    connect(&m_logWatcher, &QFileSystemWatcher::fileChanged, &m_soon, qOverload<>(&QTimer::start));
 }
 
 bool Narrator::open()
 {
-    return m_log.follow(m_root.daemonLog());
+    m_log.setFileName(m_root.daemonLog());
+    return m_log.open(QIODevice::ReadWrite) && m_log.seek(m_log.size()) && m_logWatcher.addPath(m_log.fileName());
 }
 
 void Narrator::watchDaemon()
@@ -95,7 +97,7 @@ void Narrator::catchUp()
     }
     const QDBusMessage reply = m_boot.isKnown ? m_bus.inspect(Inspect::getTimeline) : QDBusMessage();
     if (m_watch) {
-        QCoreApplication::sendPostedEvents(m_watch.get()); // the signals that came before the reply
+        QCoreApplication::sendPostedEvents(m_watch.get()); // the signals that arrived before the reply
     }
     m_isExact = isAnswer(reply);
     if (m_isExact) {
@@ -103,7 +105,7 @@ void Narrator::catchUp()
     }
     const bool wasComplete = m_boot.isComplete;
     addNew(m_isExact ? m_timeline : m_heard);
-    m_heard.clear();
+    forgetHeard();
     m_boot.isComplete = m_boot.isComplete || (m_boot.isKnown && m_boot.lastStep().isEmpty());
     std::stable_sort(m_lines.begin(), m_lines.end(),
                      [](const Line &one, const Line &other) { return one.time < other.time; });
@@ -121,8 +123,13 @@ void Narrator::catchUp()
 /// Of the log the lines that are worse than information and not a usual part of a boot.
 void Narrator::readLog()
 {
-    const QStringList lines = m_log.take();
-    for (const QString &line : lines) {
+    if (m_log.size() < m_log.pos()) {
+        m_log.seek(0); // truncated
+    }
+    m_pending += m_log.readAll();
+    for (int end = m_pending.indexOf('\n'); end >= 0; end = m_pending.indexOf('\n')) {
+        const QString line = QString::fromUtf8(m_pending.left(end));
+        m_pending.remove(0, end + 1);
         const QString level = line.section(QLatin1Char(' '), 1, 1);
         const QString text = line.section(QLatin1Char(' '), 2);
         const bool isWarning = level == QLatin1String("warning");
@@ -165,6 +172,19 @@ void Narrator::addNew(const TimelineList &entries)
     }
 }
 
+/// Forgets what has been shown. A signal that arrived after the reply is not in the timeline yet.
+void Narrator::forgetHeard()
+{
+    QSet<QString> shown;
+    for (int i = m_heard.size() - 1; i >= 0; --i) {
+        const QString name = m_heard.at(i).name;
+        if (shown.contains(name) || m_boot.moduleParts.value(name).state == stateOf(m_heard.at(i).event)) {
+            shown << name;
+            m_heard.removeAt(i);
+        }
+    }
+}
+
 void Narrator::add(const TimelineEntry &entry)
 {
     namespace Happened = Inspect::Happened;
@@ -202,9 +222,6 @@ void Narrator::addModule(const TimelineEntry &entry)
         return;
     }
     part.state = stateOf(entry.event);
-    if (part.state == before) {
-        return; // a signal that arrived after a timeline with this change
-    }
     if (part.state == ModuleState::Running) {
         addLine(QStringLiteral("up after %1").arg(took), Colour::Good);
     } else if (part.state == ModuleState::WebClientStarted) {

@@ -3,10 +3,11 @@
 
 #include "app/Boot.h"
 #include "app/Display.h"
-#include "app/FileFollower.h"
 #include "client/DaemonWatch.h"
 
 #include <QDateTime>
+#include <QFile>
+#include <QFileSystemWatcher>
 #include <QObject>
 #include <QTimer>
 
@@ -67,6 +68,7 @@ private:
     void readLog();
     void readLists();
     void addNew(const TimelineList &entries);
+    void forgetHeard();
     void showArchive();
     void showProgress();
     void add(const TimelineEntry &entry);
@@ -76,12 +78,14 @@ private:
     Display &m_display;
     TerminalBus &m_bus;
     const TerminalRoot &m_root;
-    FileFollower m_log;
+    QFile m_log;
+    QFileSystemWatcher m_logWatcher;
+    QByteArray m_pending; ///< a line of the log whose end has not been written yet
     std::unique_ptr<DaemonWatch> m_watch;
     Boot m_boot;
     quint64 m_begin = 0;
     TimelineList m_timeline; ///< the last one that was read
-    TimelineList m_heard; ///< state changes that the last timeline does not have yet
+    TimelineList m_heard; ///< state changes that are not in the last timeline
     TimelineEntry m_lastShown; ///< of the timeline
     QList<Line> m_lines; ///< to be shown with the next timeline
     QTimer m_soon; ///< catchUp() once for all the signals that have arrived

@@ -36,8 +36,8 @@ Simulator::Simulator(const SimulatorOptions &options, const TerminalRoot &root)
     m_bootLimit.setInterval(qMin(options.timeout, longestTimeout) * 1000);
     m_stopLimit.setSingleShot(true);
     connectParts();
-    if (!options.once && Prompt::isUsable()) {
-        connectPrompt();
+    if (!options.once) {
+        m_commands.listen();
     }
 }
 
@@ -87,21 +87,6 @@ void Simulator::connectParts()
             }
         });
     }
-}
-
-void Simulator::connectPrompt()
-{
-    m_prompt = std::make_unique<Prompt>();
-    connect(m_prompt.get(), &Prompt::line, this, [this](const QString &line) {
-        const bool atOnce = Prompt::isTerminal() && line == QLatin1String("quit");
-        atOnce ? goDown(Then::End) : m_commands.add(line);
-    });
-    connect(m_prompt.get(), &Prompt::ended, this, [this] {
-        if (Prompt::isTerminal()) {
-            goDown(Then::End);
-        }
-    });
-    connect(&m_commands, &Commands::idle, this, [this] { m_display.prompt(); });
 }
 
 void Simulator::startProcess(TerminalProcess &process, const QStringList &commandLine)
@@ -224,7 +209,7 @@ void Simulator::bootComplete()
         return;
     }
     if (!m_options.once && !m_wasUp) {
-        Summary::showWhatNext(m_display, m_narrator.boot(), m_prompt != nullptr);
+        Summary::showWhatNext(m_display, m_narrator.boot(), m_commands.isListening());
         m_display.line(QStringLiteral("Other programs reach this terminal with\n"
                                       "  export DBUS_SYSTEM_BUS_ADDRESS=%1\n")
                            .arg(m_root.busAddress()));

@@ -4,15 +4,12 @@
 #include "app/Commands.h"
 #include "app/Display.h"
 #include "app/Narrator.h"
-#include "app/Prompt.h"
 #include "app/SimulatorOptions.h"
 #include "app/TerminalBus.h"
 #include "app/TerminalProcess.h"
 
 #include <QObject>
 #include <QTimer>
-
-#include <memory>
 
 class TerminalRoot;
 
@@ -42,7 +39,6 @@ private:
     enum class Then { End, Reboot };
 
     void connectParts();
-    void connectPrompt();
     void startProcess(TerminalProcess &process, const QStringList &commandLine);
     void busListens();
     void startDaemon();
@@ -63,7 +59,6 @@ private:
     TerminalProcess m_daemon;
     Narrator m_narrator;
     Commands m_commands;
-    std::unique_ptr<Prompt> m_prompt;
 
     State m_state = State::StartingBus;
     Then m_then = Then::End;

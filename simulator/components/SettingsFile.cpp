@@ -3,42 +3,9 @@
 #include <jov/JovRoot.h>
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QSettings>
-#include <QStringList>
-
-namespace {
-
-/// The line that gives `key` its value inside `section`, or where such a line would have to be put in.
-struct Place
-{
-    int line = 0;
-    bool keyFound = false;
-    bool sectionFound = false;
-};
-
-Place findPlace(const QStringList &lines, const QString &section, const QString &key)
-{
-    Place place;
-    bool inside = false;
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString line = lines.at(i).trimmed();
-        if (line.startsWith(QLatin1Char('['))) {
-            inside = line == QLatin1Char('[') + section + QLatin1Char(']');
-            place.sectionFound = place.sectionFound || inside;
-        }
-        if (!inside || line.isEmpty()) {
-            continue;
-        }
-        place.line = i + 1; // behind the last line of the section that says anything
-        if (line.section(QLatin1Char('='), 0, 0).trimmed() == key && line.contains(QLatin1Char('='))) {
-            return {i, true, true};
-        }
-    }
-    return place;
-}
-
-} // namespace
 
 QString SettingsFile::standardPath()
 {
@@ -49,26 +16,33 @@ QString SettingsFile::value(const QString &section, const QString &key) const
 {
     const QSettings settings(m_path, QSettings::IniFormat);
     const QVariant found = settings.value(section + QLatin1Char('/') + key);
-    // A value with a comma comes as a list.
+    // QSettings reads a value with a comma as a list.
     return found.isValid() ? found.toStringList().join(QLatin1String(", ")) : QString();
 }
 
 bool SettingsFile::setValue(const QString &section, const QString &key, const QString &value) const
 {
-    QStringList lines;
     QFile present(m_path);
-    if (present.open(QIODevice::ReadOnly)) {
-        lines = QString::fromUtf8(present.readAll()).split(QLatin1Char('\n'));
-    }
-    const QString text = QStringLiteral("%1=%2").arg(key, value);
-    const Place place = findPlace(lines, section, key);
-    if (place.keyFound) {
-        lines[place.line] = text;
-    } else if (place.sectionFound) {
-        lines.insert(place.line, text);
+    QString text = present.open(QIODevice::ReadOnly) ? QString::fromUtf8(present.readAll()) : QString();
+    const QString line = QStringLiteral("%1=%2").arg(key, value);
+    const auto expression = [](const QString &pattern, const QString &name) {
+        return QRegularExpression(pattern.arg(QRegularExpression::escape(name)), QRegularExpression::MultilineOption);
+    };
+    const QRegularExpressionMatch head = expression(QStringLiteral("^[ \\t]*\\[%1\\][ \\t]*$"), section).match(text);
+    if (!head.hasMatch()) {
+        text += (text.isEmpty() || text.endsWith(QLatin1Char('\n')) ? QString() : QStringLiteral("\n"))
+            + QStringLiteral("[%1]\n%2\n").arg(section, line);
     } else {
-        lines << QStringLiteral("[%1]").arg(section) << text << QString();
+        const int begin = head.capturedEnd();
+        const int next =
+            text.indexOf(QRegularExpression(QStringLiteral("^[ \\t]*\\["), QRegularExpression::MultilineOption), begin);
+        const QRegularExpressionMatch old = expression(QStringLiteral("^[ \\t]*%1[ \\t]*=.*$"), key).match(text, begin);
+        if (old.hasMatch() && (next < 0 || old.capturedStart() < next)) {
+            text.replace(old.capturedStart(), old.capturedLength(), line);
+        } else {
+            text.insert(begin, QLatin1Char('\n') + line);
+        }
     }
     QSaveFile file(m_path);
-    return file.open(QIODevice::WriteOnly) && file.write(lines.join(QLatin1Char('\n')).toUtf8()) >= 0 && file.commit();
+    return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) >= 0 && file.commit();
 }

@@ -4,8 +4,8 @@
 #include <QString>
 
 /**
- * An INI file that people edit while the terminal runs: read anew each time, and written one value at a time, so that
- * the comments and the order of the lines stay as they are.
+ * An INI file that people edit while the terminal runs. It is read for each value, and changed one line at a time: the
+ * comments and the order of the lines stay.
  */
 class SettingsFile
 {
