@@ -6,8 +6,7 @@
 #include <QString>
 
 /**
- * Standard output: lines, and on a terminal below them one that changes, the progress of a boot or the prompt. Without
- * a terminal there are plain lines and nothing else.
+ * Standard output: lines and, on a terminal, a bottom line that changes: the progress of a boot or the prompt.
  */
 class Display
 {
@@ -22,8 +21,8 @@ public:
     Display &operator=(const Display &) = delete;
 
     void line(const QString &text, Colour colour = Colour::None);
-    /// With the time since the boot began, in microseconds, before it, and where it belongs. What is heard of a little
-    /// late is shown with the time of the line above it.
+    /// A line with `time`, in microseconds since the boot began, and a subject. An event that arrives late is shown
+    /// with the time of the line above it.
     void event(qint64 time, const QString &subject, const QString &text, Colour colour);
 
     void restartClock() { m_lastTime = 0; }

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// `installed` below the folder of the installed simulator, or `inSources` below the sources that it was built from.
+/// `installed` below the directory of the installed simulator, or `inSources` below the sources of this build.
 QString find(const QString &installed, const QString &inSources)
 {
     const QDir shared(QCoreApplication::applicationDirPath() + QStringLiteral("/../../share/jov-simulator"));

@@ -3,15 +3,15 @@
 
 #include <QString>
 
-/// Where the simulator's own parts are: beside its program, in a build tree as well as installed.
+/// The paths of the simulator's own parts, in a build tree or installed.
 namespace Installation {
 
-/// A program that stands beside the simulator.
+/// A program of this project.
 [[nodiscard]] QString program(const QString &name);
-/// The folder of a terminal that comes with the simulator; `name` is what stands behind "terminal-", empty for the
-/// usual one.
+/// The directory of a terminal that comes with the simulator; `name` is the part after "terminal-", empty for the
+/// default one.
 [[nodiscard]] QString terminal(const QString &name);
-/// The folder of the pictures that a crash puts on the screen.
+/// The directory of the pictures that the terminal shows after a crash.
 [[nodiscard]] QString images();
 
 } // namespace Installation

@@ -31,7 +31,7 @@ PrivateBus::PrivateBus()
 {
     QFile file(configurationFile());
     if (!file.open(QIODevice::WriteOnly)) {
-        qFatal("no place for the configuration of a bus: %s", qPrintable(file.errorString()));
+        qFatal("cannot write the configuration of the bus: %s", qPrintable(file.errorString()));
     }
     file.write(privateBusConfiguration(address()));
     file.close();
@@ -62,9 +62,9 @@ void PrivateBus::start()
     m_daemon.start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
                     QStringLiteral("--config-file=") + configurationFile()});
-    // It tells its address when it listens.
+    // It prints its address when it listens.
     if (!m_daemon.waitForReadyRead()) {
-        qFatal("dbus-daemon does not come up: %s", qPrintable(m_daemon.errorString()));
+        qFatal("cannot start dbus-daemon: %s", qPrintable(m_daemon.errorString()));
     }
 }
 

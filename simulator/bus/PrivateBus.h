@@ -6,14 +6,14 @@
 #include <QTemporaryDir>
 
 /**
- * The configuration of a dbus-daemon that listens at `address`: a system bus with its limits, on which everybody may do
- * and hear everything. Only the number of connections is higher, since a terminal's modules all connect as one user.
+ * The configuration of a dbus-daemon that listens at `address`: a system bus on which everybody may send and receive
+ * everything. The limit of connections is higher, because all modules of a terminal connect as one user.
  */
 [[nodiscard]] QByteArray privateBusConfiguration(const QString &address);
 
 /**
- * A dbus-daemon of one's own, for tests and benchmarks. DBUS_SYSTEM_BUS_ADDRESS names it while the object lives. stop()
- * and start() let a test lose the bus and get it back at the same address.
+ * A private dbus-daemon, for tests and benchmarks. DBUS_SYSTEM_BUS_ADDRESS has its address while the object lives.
+ * After stop(), start() starts it again at the same address.
  */
 class PrivateBus
 {

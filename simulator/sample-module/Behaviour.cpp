@@ -9,13 +9,13 @@
 
 namespace {
 
-/// Takes an argument's value into the behaviour; false when it is none.
+/// Stores the value of an argument in the behaviour; false when the value is invalid.
 using Taker = std::function<bool(Behaviour &, const QString &)>;
 
 struct Argument
 {
     const char *name;
-    const char *valueName; ///< empty for a flag, in brackets when it may be left out
+    const char *valueName; ///< empty for a flag, in brackets when it is optional
     const char *help;
     Taker take;
 };
@@ -81,36 +81,37 @@ Taker signal(int Behaviour::*field, const char *standard)
 const std::vector<Argument> &knownArguments()
 {
     static const std::vector<Argument> arguments = {
-        {"moduleName", "NAME", "the module it plays",
+        {"moduleName", "NAME", "name of the module that it plays",
          [](Behaviour &behaviour, const QString &text) {
              behaviour.moduleName = text;
              return !text.isEmpty();
          }},
-        {"ready-after", "MS", "announces the end of its initialisation so long after its start (0)",
+        {"ready-after", "MS", "time from the start until it announces that it is ready (default: 0)",
          number(&Behaviour::readyAfter)},
-        {"never-ready", "", "never announces it", flag(&Behaviour::neverReady)},
-        {"presentation-after", "MS", "announces the presentation so long after it is ready",
+        {"never-ready", "", "never announce that it is ready", flag(&Behaviour::neverReady)},
+        {"presentation-after", "MS", "announce the presentation this long after it is ready",
          time(&Behaviour::presentationAfter)},
-        {"exit-after", "MS", "ends so long after its start", time(&Behaviour::exitAfter)},
-        {"exit-on-ready", "", "ends as soon as it has announced that it is ready", flag(&Behaviour::exitOnReady)},
-        {"exit-code", "N", "the exit status of these two (0)", number(&Behaviour::exitCode)},
-        {"crash-after", "MS", "crashes so long after its start", time(&Behaviour::crashAfter)},
-        {"crash-signal", "SIG", "the signal it crashes with, a number or a name (SEGV); alone: at once",
+        {"exit-after", "MS", "exit this long after the start", time(&Behaviour::exitAfter)},
+        {"exit-on-ready", "", "exit as soon as it has announced that it is ready", flag(&Behaviour::exitOnReady)},
+        {"exit-code", "N", "exit status for these two options (default: 0)", number(&Behaviour::exitCode)},
+        {"crash-after", "MS", "crash this long after the start", time(&Behaviour::crashAfter)},
+        {"crash-signal", "SIG",
+         "signal of the crash, a number or a name (default: SEGV); without crash-after: crash at once",
          signal(&Behaviour::crashSignal, "SEGV")},
-        {"ignore-stop", "", "goes on when it is asked to stop", flag(&Behaviour::ignoreStop)},
-        {"stop-after", "MS", "ends so long after it was asked to stop", number(&Behaviour::stopAfter)},
-        {"stop-exit-code", "N", "its exit status then (0)", number(&Behaviour::stopExitCode)},
-        {"crash-on-stop", "[SIG]", "crashes when it is asked to stop", signal(&Behaviour::stopSignal, "SEGV")},
-        {"allocate-kb", "N", "takes that much memory at its start", number(&Behaviour::allocateKb)},
-        {"leak-kb-per-second", "N", "takes that much more every second", number(&Behaviour::leakKbPerSecond)},
-        {"chatter", "", "writes lines to standard output and standard error all the time", flag(&Behaviour::chatter)},
-        {"busy", "", "keeps a processor busy", flag(&Behaviour::busy)},
-        {"help", "", "shows this text", flag(&Behaviour::help)},
+        {"ignore-stop", "", "ignore the request to stop", flag(&Behaviour::ignoreStop)},
+        {"stop-after", "MS", "exit this long after the request to stop", number(&Behaviour::stopAfter)},
+        {"stop-exit-code", "N", "exit status after the request to stop (default: 0)", number(&Behaviour::stopExitCode)},
+        {"crash-on-stop", "[SIG]", "crash at the request to stop", signal(&Behaviour::stopSignal, "SEGV")},
+        {"allocate-kb", "N", "allocate this much memory at the start", number(&Behaviour::allocateKb)},
+        {"leak-kb-per-second", "N", "allocate this much more every second", number(&Behaviour::leakKbPerSecond)},
+        {"chatter", "", "write lines to standard output and standard error all the time", flag(&Behaviour::chatter)},
+        {"busy", "", "keep a processor busy", flag(&Behaviour::busy)},
+        {"help", "", "print this text", flag(&Behaviour::help)},
     };
     return arguments;
 }
 
-/// Empty when the argument was taken, else why not.
+/// What is wrong with the argument; empty if it was stored.
 QByteArray take(Behaviour &behaviour, const QString &text)
 {
     for (const Argument &argument : knownArguments()) {
@@ -123,12 +124,11 @@ QByteArray take(Behaviour &behaviour, const QString &text)
         const bool mayMissValue = !wantsValue || argument.valueName[0] == '[';
         if ((hasValue && !wantsValue) || (!hasValue && !mayMissValue)
             || !argument.take(behaviour, text.mid(option.size() + 1))) {
-            return QByteArray("unusable value, it is --") + argument.name + (wantsValue ? "=" : "")
-                + argument.valueName;
+            return QByteArray("invalid value, use --") + argument.name + (wantsValue ? "=" : "") + argument.valueName;
         }
         return {};
     }
-    return "unknown, see --help";
+    return "unknown argument, see --help";
 }
 
 } // namespace
@@ -153,8 +153,8 @@ Behaviour Behaviour::parse(const QStringList &arguments)
 
 QByteArray Behaviour::helpText()
 {
-    QByteArray text = "sample-module plays any module of a terminal; its arguments say how it behaves.\n"
-                      "On the terminal they stand in its config.xml, as <extra_args>.\n\n";
+    QByteArray text = "sample-module plays any module of a terminal. Its arguments, which a config.xml\n"
+                      "lists as <extra_args>, select its behaviour.\n\n";
     for (const Argument &argument : knownArguments()) {
         QByteArray option = QByteArray("--") + argument.name;
         if (argument.valueName[0] == '[') {

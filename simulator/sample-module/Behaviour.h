@@ -8,8 +8,8 @@
 #include <optional>
 
 /**
- * What a sample module is told to do by its arguments. Times are milliseconds; an absent one means "not at all".
- * parse() says on standard error what it could not use, and goes on: a module with a typing error still plays its part.
+ * The arguments of a sample module. Times are milliseconds; an absent one means "never". parse() writes an error for
+ * each invalid argument to standard error, and uses the others.
  */
 struct Behaviour
 {

@@ -31,17 +31,17 @@ void Load::begin()
         m_leak.start(1000 / leaksPerSecond);
     }
     if (m_behaviour.chatter) {
-        // The reader may be gone: what is said is then lost, and that is no reason to end.
+        // The reader may be gone; that must not end the module.
         std::signal(SIGPIPE, SIG_IGN);
         m_chatter.start(chatterInterval);
     }
     if (m_behaviour.busy) {
-        // A timer without interval turns the loop as fast as it can, and events still get through.
+        // A timer without interval keeps the loop busy, and it still handles events.
         m_busy.start(0);
     }
 }
 
-// Over the seconds exactly what was asked for, also where it is no multiple of the parts of a second.
+// The sum over a second is exact, also where it is not a multiple of leaksPerSecond.
 void Load::leak()
 {
     const qint64 perSecond = m_behaviour.leakKbPerSecond;
@@ -53,6 +53,7 @@ void Load::leak()
 void Load::take(int kilobytes)
 {
     auto block = std::make_unique<Kilobyte[]>(static_cast<std::size_t>(kilobytes));
-    std::memset(block.get(), 1, static_cast<std::size_t>(kilobytes) * sizeof(Kilobyte)); // unwritten memory is free
+    std::memset(block.get(), 1,
+                static_cast<std::size_t>(kilobytes) * sizeof(Kilobyte)); // the kernel allocates written pages only
     m_taken.push_back(std::move(block));
 }

@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-/// What a sample module costs the terminal: memory taken and leaked, a busy processor, lines written.
+/// The load that a sample module causes: memory, a busy processor, lines of output.
 class Load : public QObject
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ class Load : public QObject
 public:
     explicit Load(const Behaviour &behaviour);
 
-    /// From here on it costs what the behaviour says, until the process ends.
+    /// Causes the load of the behaviour until the process ends.
     void begin();
 
 private:

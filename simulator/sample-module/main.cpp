@@ -19,7 +19,7 @@ int main(int argc, char **argv)
         return 0;
     }
     if (behaviour.moduleName.isEmpty()) {
-        std::fputs("sample-module: which module? Give --moduleName=NAME; --help shows the rest\n", stderr);
+        std::fputs("sample-module: --moduleName=NAME is missing; --help lists all arguments\n", stderr);
         return 2;
     }
     JovApplication application(argc, argv);
