@@ -1,11 +1,14 @@
 #include "app/Guard.h"
 
+#include "system/ProcStat.h"
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <optional>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -27,15 +30,10 @@ std::vector<pid_t> children()
     std::vector<pid_t> found;
     std::error_code error;
     for (std::filesystem::directory_iterator entry("/proc", error), none; entry != none; entry.increment(error)) {
-        std::ifstream file(entry->path() / "stat");
-        std::string text;
-        std::getline(file, text, '\0');
-        // The name, in brackets, may contain blanks and brackets.
-        const std::size_t nameEnd = text.rfind(')');
-        pid_t parent = 0;
-        if (nameEnd != std::string::npos && std::sscanf(text.c_str() + nameEnd, ") %*c %d", &parent) == 1
-            && parent == getpid()) {
-            found.push_back(std::stoi(text));
+        const pid_t pid = std::atoi(entry->path().filename().c_str());
+        const std::optional<ProcStat> stat = pid > 0 ? ProcStat::read(pid) : std::nullopt;
+        if (stat && stat->parent == getpid()) {
+            found.push_back(pid);
         }
     }
     return found;

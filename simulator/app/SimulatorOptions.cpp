@@ -10,13 +10,13 @@ namespace {
 
 constexpr int timeoutOfOnce = 120; // s
 
-const char description[] = "Boots a whole terminal on this computer: a private bus, the real supervisor and a\n"
-                           "process for each module. It changes nothing outside its own directory, and no\n"
-                           "process is left when it ends. It runs until Ctrl-C and takes commands; the\n"
-                           "command help lists them.\n\n"
+const char description[] = "Boots a complete terminal: a private bus, the real supervisor, a process for\n"
+                           "each module. Reads commands (\"help\" lists them); Ctrl-C stops it in order.\n"
+                           "Changes nothing outside its own directory, and leaves no files or processes\n"
+                           "behind.\n\n"
                            "Exit status: 0 success; 1 a module did not start, the terminal rebooted\n"
                            "unexpectedly with --once, or the supervisor failed; 2 wrong usage, or the\n"
-                           "files of the terminal cannot be created.";
+                           "terminal's files cannot be created.";
 
 [[noreturn]] void reject(const QString &text)
 {
@@ -53,13 +53,12 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this text."));
     parser.addOptions({
         help,
-        {once, QStringLiteral("Boot, print the summary, stop everything and exit.")},
-        {crash, QStringLiteral("Crash the module NAME after the boot."), QStringLiteral("NAME")},
+        {once, QStringLiteral("Boot, show the summary, stop, exit.")},
+        {crash, QStringLiteral("Crash the module NAME when the terminal has booted."), QStringLiteral("NAME")},
         {after, QStringLiteral("Time from the end of the boot to the crash, in milliseconds (default: 2000)."),
          milliseconds},
         {terminal,
-         QStringLiteral("Boot the files in DIR. \"leak\" is a terminal that comes with the simulator, with a module "
-                        "that uses more and more memory."),
+         QStringLiteral("Boot the set of files in DIR; \"leak\" is a set that is supplied with the simulator."),
          directory},
         {minute, QStringLiteral("Set the length of one minute of the memory watchdog, in milliseconds."), milliseconds},
         {root,
