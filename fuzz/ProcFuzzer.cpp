@@ -44,7 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const int step = input.byte() + 1;
     const QByteArray text = input.rest();
 
-    const qint64 whole = ProcParser::sumField(text.constData(), std::size_t(text.size()), field);
+    ProcParser::FieldSum atOnce(field);
+    atOnce.add(text.constData(), std::size_t(text.size()));
+    const qint64 whole = atOnce.total();
     ProcParser::FieldSum pieces(field);
     for (int at = 0; at < text.size(); at += step) {
         pieces.add(text.constData() + at, std::size_t(std::min(step, text.size() - at)));

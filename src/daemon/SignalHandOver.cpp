@@ -3,6 +3,7 @@
 #include "supervision/SupervisionState.h"
 
 #include <atomic>
+#include <charconv>
 #include <csignal>
 #include <cstring>
 
@@ -28,21 +29,11 @@ void writeLine(const char (&text)[Size])
 
 void writeIgnored(int signal)
 {
-    char line[64];
-    char digits[12];
-    std::size_t count = 0;
-    for (int rest = signal; rest > 0; rest /= 10) {
-        digits[count++] = char('0' + rest % 10);
-    }
-    constexpr char before[] = "Sig ";
     constexpr char after[] = " intercepted while stopping\n";
-    std::size_t size = sizeof before - 1;
-    std::memcpy(line, before, size);
-    while (count > 0) {
-        line[size++] = digits[--count];
-    }
-    std::memcpy(line + size, after, sizeof after - 1);
-    writeText(line, size + sizeof after - 1);
+    char line[64] = "Sig ";
+    char *const end = std::to_chars(line + 4, line + sizeof line - sizeof after, signal).ptr;
+    std::memcpy(end, after, sizeof after - 1);
+    writeText(line, std::size_t(end - line) + sizeof after - 1);
 }
 
 // Runs in the signal handler.

@@ -127,13 +127,6 @@ void FieldSum::skipLine(const char *&position, const char *end)
     }
 }
 
-qint64 sumField(const char *data, std::size_t size, const QByteArray &field)
-{
-    FieldSum sum(field);
-    sum.add(data, size);
-    return sum.total();
-}
-
 qint64 meminfoField(const QByteArray &text, const QByteArray &field)
 {
     const QByteArray name = field + ':';

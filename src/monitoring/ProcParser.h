@@ -41,8 +41,6 @@ private:
     qint64 m_total = 0;
 };
 
-[[nodiscard]] qint64 sumField(const char *data, std::size_t size, const QByteArray &field);
-
 /// The number behind the first "FIELD:" of `meminfo`, in kB.
 [[nodiscard]] qint64 meminfoField(const QByteArray &text, const QByteArray &field);
 
