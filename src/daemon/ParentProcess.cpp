@@ -1,5 +1,6 @@
 #include "daemon/ParentProcess.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,7 +27,7 @@ void reportTaken(int signal)
     _exit(1);
 }
 
-[[noreturn]] void waitForReport(const sigset_t &callersMask)
+[[noreturn]] void waitForReport(pid_t child, const sigset_t &callersMask)
 {
     struct sigaction action = {};
     action.sa_handler = reportTaken;
@@ -39,8 +40,9 @@ void reportTaken(int signal)
     sigprocmask(SIG_SETMASK, &mask, nullptr);
 
     int status = 0;
-    const pid_t ended = wait(&status);
-    std::fprintf(stderr, "Child process is dead (%d), %d\n", int(ended), status);
+    // Not any child: a shell that was replaced by this program can have left some.
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) { }
+    std::fprintf(stderr, "Child process is dead (%d), %d\n", int(child), status);
     std::exit(2);
 }
 
@@ -63,7 +65,11 @@ int daemonise(const std::function<int(pid_t parent)> &child)
         return 1;
     }
     if (pid > 0) {
-        waitForReport(callersMask);
+        waitForReport(pid, callersMask);
+    }
+    // They would end a process without a handler; no module inherits this.
+    for (const int ignored : {SIGUSR1, SIGUSR2, SIGQUIT, SIGALRM, SIGIO}) {
+        signal(ignored, SIG_IGN);
     }
     sigprocmask(SIG_SETMASK, &callersMask, nullptr);
     umask(0);

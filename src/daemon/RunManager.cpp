@@ -55,8 +55,9 @@ int runDaemon(int argc, char **argv, const ManagerTiming &timing)
         if (!options.debugMode) {
             closeStandardStreams();
         }
-        if (!options.pidFile.empty()) {
-            writePidFile(options.pidFile);
+        PidFile pidFile;
+        if (!options.pidFile.empty() && !pidFile.write(options.pidFile)) {
+            return 1;
         }
         return runManager(argc, argv, parent, options.debugMode, timing);
     });

@@ -79,6 +79,10 @@ private Q_SLOTS:
     void up()
     {
         Terminal terminal("step one 1\nA one");
+        // The waiting process has a child that is not the daemon.
+        terminal.root.writeScript("/daemon"_s, "true & exec $0-program \"$@\"");
+        terminal.root.link("/daemon-program"_s, QStringLiteral(QUICK_DAEMON));
+        terminal.setDaemon(terminal.root.path("/daemon"_s));
         const QString path = terminal.root.path("/pid"_s);
         terminal.root.write("/pid"_s, "4711 and much more");
         QFile old(path);
@@ -93,6 +97,13 @@ private Q_SLOTS:
         QCOMPARE(int(file.st_mode & 0777), 0644);
         QVERIFY(terminal.logCount("Kill father ("_s) == 1);
         QCOMPARE(getsid(terminal.pid()), terminal.pid());
+
+        QCOMPARE(terminal.startDaemon({"--pidFile="_s + path}), 2);
+        QCOMPARE(terminal.root.read("/pid"_s), QByteArray::number(terminal.pid()) + '\n');
+        QCOMPARE(terminal.logCount("error PID file %1: another supervisor holds it"_s.arg(path)), 1);
+        for (const int signal : {SIGUSR1, SIGUSR2, SIGQUIT, SIGALRM, SIGIO}) {
+            kill(terminal.pid(), signal);
+        }
 
         // Writing to standard output must not go into the next socket.
         QCOMPARE(Processes::descriptors(terminal.pid()).value(0), "null"_s);
@@ -114,6 +125,21 @@ private Q_SLOTS:
         QVERIFY(terminal.waitForAll("RUNNING"_s));
     }
 
+    // The limit of a file's size acts as a full disk. It would also end the modules: without a bus there are none.
+    void fullDisk()
+    {
+        Terminal terminal("step one 1\nA one");
+        const QString program = "/limited"_s;
+        terminal.root.writeScript(program, "trap '' XFSZ; ulimit -f 0; exec " QUICK_DAEMON " \"$@\"");
+        terminal.setDaemon(terminal.root.path(program));
+        terminal.bus.stop();
+        QCOMPARE(terminal.startDaemon({"--debug"_s, "--pidFile="_s + terminal.root.path("/pid"_s)}), 2);
+        const QByteArray output = terminal.output();
+        QVERIFY2(output.contains("PID writing error  : File too large"), output);
+        QVERIFY2(output.contains("/pid cannot be written: File too large"), output);
+        QVERIFY(!QFile::exists(terminal.root.path("/pid"_s)));
+    }
+
     // A module sees the descriptors that any child of this test sees, and not one more.
     void inheritedByModules()
     {
@@ -121,7 +147,9 @@ private Q_SLOTS:
         const QString script = "/usr/lib/JovApplication/Script"_s;
         const QString seen = "/seen"_s;
         terminal.root.writeScript(
-            script, "exec >" + QFile::encodeName(terminal.root.path(seen)) + "; ulimit -n; exec ls /proc/self/fd");
+            script,
+            "exec >" + QFile::encodeName(terminal.root.path(seen))
+                + "; sh -c 'kill -USR1 $$'; echo $?; env | grep NOTIFY_; ulimit -n; exec ls /proc/self/fd");
         QCOMPARE(QProcess::execute(terminal.root.path(script), {}), 0);
         const QByteArray expected = terminal.root.read(seen);
         QVERIFY(!expected.isEmpty());
