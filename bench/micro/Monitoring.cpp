@@ -50,6 +50,7 @@ double checkTime(Catalogue &catalogue, int repetitions)
     struct NoOrders : RestartOrders
     {
         bool stopModuleAlone(const QString & /*name*/) override { return false; }
+        void rebootAccepted() override { }
         int startAll() override { return 0; }
     } orders;
     JovModule component(QStringLiteral("Bench"));

@@ -1,5 +1,6 @@
 #include "core/EventBus.h"
 #include "qtdbus/EventValue.h"
+#include "system/LifeSign.h"
 
 #include <jov/BusNames.h>
 #include <jov/JovApplication.h>
@@ -82,6 +83,7 @@ QDBusMessage JovModule::syncRemoteCall(const QString &component, const QString &
         return call.createErrorReply(QDBusError::InvalidArgs,
                                      QStringLiteral("an argument of %1 cannot travel on the bus").arg(method));
     }
+    LifeSign::give();
     return m_bus->link().connection().call(call, QDBus::Block, replyLimit);
 }
 

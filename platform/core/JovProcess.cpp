@@ -1,19 +1,25 @@
+#include "system/LifeSign.h"
 #include "system/Spawn.h"
 
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 
 #include <cerrno>
 #include <csignal>
 
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
+
+constexpr int slice = 50; // ms between two looks at a command
+constexpr int reapLimit = 1000; // ms; a killed process that waits for a device does not end
 
 /// The wait status. A command that somebody stops is told to go on: the caller would stand still with it.
 int waitForEnd(pid_t pid)
@@ -27,6 +33,33 @@ int waitForEnd(pid_t pid)
             return status;
         }
     }
+}
+
+/// True with the wait status when it has ended before `goOn` returned false.
+bool waitWhile(const std::function<bool()> &goOn, pid_t pid, int &status)
+{
+    while (waitpid(pid, &status, WNOHANG) == 0) {
+        if (!goOn()) {
+            return false;
+        }
+        LifeSign::give();
+        // A signal ends it, that of a child as well where the caller handles it.
+        poll(nullptr, 0, slice);
+    }
+    return true;
+}
+
+/// waitForEnd() of a process that leads a group, and a kill of the group when `goOn` returns false.
+int waitOrKill(pid_t pid, const std::function<bool()> &goOn)
+{
+    int status = -1;
+    if (!waitWhile(goOn, pid, status)) {
+        kill(-pid, SIGKILL);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        waitWhile([&elapsed] { return elapsed.elapsed() < reapLimit; }, pid, status);
+    }
+    return status;
 }
 
 /// The caller's environment; under another root, commands are looked for there first.
@@ -93,12 +126,19 @@ QString getProcessErrorInString(int processError)
     }
 }
 
-int qor_system(const QByteArray &commandLine)
+int qor_system(const QByteArray &commandLine, const std::function<bool()> &goOn)
 {
+    LifeSign::give();
     Spawn spawn;
     // A tool whose output is closed would print into the first file that it opens.
     spawn.fillClosedStreams();
     spawn.replaceEnvironment(environment());
+    if (goOn) {
+        spawn.separateGroup();
+    }
     pid_t pid = 0;
-    return spawn.run(pid, "/bin/sh", {"sh", "-c", commandLine}) == 0 ? waitForEnd(pid) : -1;
+    if (spawn.run(pid, "/bin/sh", {"sh", "-c", commandLine}) != 0) {
+        return -1;
+    }
+    return goOn ? waitOrKill(pid, goOn) : waitForEnd(pid);
 }

@@ -1,5 +1,6 @@
 #include "daemon/RunManager.h"
 
+#include "daemon/Heartbeat.h"
 #include "daemon/Options.h"
 #include "daemon/ParentProcess.h"
 #include "daemon/PidFile.h"
@@ -10,12 +11,19 @@
 #include "module/ChildReaper.h"
 
 #include <jov/JovApplication.h>
+#include <jov/JovRoot.h>
 
 #include <cstdio>
 
 namespace {
 
 constexpr int lastWait = 200; // milliseconds, for processes that were killed at the end
+
+QString watchdogDevice(const ApplicationManager &manager)
+{
+    const QString path = manager.getParameters().value(QStringLiteral("watchdog_device"));
+    return path.isEmpty() ? path : JovRoot::rooted(path.startsWith(QLatin1Char('/')) ? path : QLatin1Char('/') + path);
+}
 
 } // namespace
 
@@ -33,7 +41,12 @@ int runManager(int argc, char **argv, pid_t parent, bool debugMode, const Manage
         SignalHandOver signalHandOver(parent == 0);
         QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
         QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
+        Heartbeat heartbeat(parent, watchdogDevice(manager));
         result = application.exec();
+        // After a request to reboot the device also watches over the reboot.
+        if (!manager.isRebootRequested()) {
+            heartbeat.disarm();
+        }
     }
     reaper.waitForGivenUp(lastWait);
     return result;

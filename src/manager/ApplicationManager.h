@@ -38,6 +38,9 @@ public:
     /// `parent` is the process that waits for the report of the start-up; 0 outside daemon mode.
     void setParent(pid_t parent) { m_parentReport.setParent(parent); }
 
+    /// The terminal is about to reboot.
+    [[nodiscard]] bool isRebootRequested() const { return m_state.isRebootRequested(); }
+
     // The platform's operations.
     bool check() override;
     bool deploy() override;

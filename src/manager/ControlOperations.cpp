@@ -36,6 +36,11 @@ int ControlOperations::stopAll()
     return count;
 }
 
+void ControlOperations::rebootAccepted()
+{
+    m_state.noteRebootRequest();
+}
+
 bool ControlOperations::startModule(const QString &moduleName)
 {
     Log::debug("startModule %1", moduleName);

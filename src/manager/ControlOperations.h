@@ -27,6 +27,7 @@ public:
 
     /// The counts are those of InitStep, added up.
     int startAll() override;
+    void rebootAccepted() override;
     int stopAll();
     /// False when no step holds the module, or when it may not start yet.
     bool startModule(const QString &moduleName);

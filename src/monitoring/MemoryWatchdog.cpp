@@ -128,6 +128,7 @@ bool MemoryWatchdog::requestReboot() const
     try {
         const QDBusMessage reply = m_bus.syncRemoteCall(Components::platform, Components::rebootMethod, arguments);
         if (reply.type() == QDBusMessage::ReplyMessage) {
+            m_orders.rebootAccepted();
             return true;
         }
         Log::error("ApplicationManager::checkMemory error while contacting Platform for reboot (reply not valid):");

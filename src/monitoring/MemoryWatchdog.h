@@ -22,6 +22,8 @@ public:
     virtual bool stopModuleAlone(const QString &name) = 0;
     /// Starts what does not run. The watchdog ignores the count.
     virtual int startAll() = 0;
+    /// "Platform" reboots the terminal.
+    virtual void rebootAccepted() = 0;
 };
 
 /**

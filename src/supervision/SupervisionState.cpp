@@ -22,11 +22,13 @@ bool SupervisionState::startFailed() const
 void SupervisionState::beginStart()
 {
     m_startFailed = false;
+    m_rebootRequested = false;
     m_initInProgress = true;
 }
 
 void SupervisionState::rebootRequested()
 {
+    noteRebootRequest();
     m_startFailed = true;
     m_initInProgress = false;
 }

@@ -34,6 +34,10 @@ public:
     /// A new start: nothing has failed yet.
     void beginStart();
     void rebootRequested();
+    /// A reboot of the terminal was requested, and no start since.
+    [[nodiscard]] bool isRebootRequested() const { return m_rebootRequested; }
+    /// The same without an end of the start: the modules go on until then.
+    void noteRebootRequest() { m_rebootRequested = true; }
 
     /// Around a stop of everything. Stops can nest.
     void beginStop();
@@ -73,6 +77,7 @@ private:
     quint64 m_stopGeneration = 0;
     int m_stops = 0; ///< stops of everything that are on the stack
     bool m_startFailed = false;
+    bool m_rebootRequested = false;
     bool m_initInProgress = false;
     bool m_restartPending = false;
     bool m_restarting = false;

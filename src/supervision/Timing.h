@@ -12,6 +12,7 @@ struct ModuleLimits
     int stop = 30000; ///< from the request to end to the kill
     int stopWithEverything = 2000; ///< the same while the whole manager is stopping
     int presentation = 45000; ///< from the web client's end of initialisation to its presentation
+    int archive = 10000; ///< of the logs after a crash, until it is killed
 };
 
 /// The clocks of the memory watchdog.

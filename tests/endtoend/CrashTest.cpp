@@ -96,6 +96,33 @@ private Q_SLOTS:
         records.sort(Qt::CaseInsensitive);
         QCOMPARE(found, records);
         QTEST(!terminal.root.read(archive).isEmpty(), "archived");
+        QCOMPARE(int(QFile::permissions(terminal.root.path(archive))) & 0x0077, 0);
+    }
+
+    void endlessArchive_data()
+    {
+        columns<int>("signal");
+        row("limit", 0);
+        row("end of the daemon", SIGTERM);
+    }
+
+    void endlessArchive()
+    {
+        QFETCH(int, signal);
+        Terminal terminal("step one 1\nA one");
+        terminal.root.writeScript("/usr/bin/tar"_s, "(echo >$JOV_ROOT/begun; while :; do sleep 0.1; done) & wait");
+        PlatformStandIn platform(terminal.connection(), terminal.root.path(recordsFile));
+        QVERIFY(terminal.boot());
+        kill(terminal.modules().value("A"_s).value(0), SIGSEGV);
+        QVERIFY(terminal.wait([&] { return !terminal.root.read("/begun"_s).isEmpty(); }));
+        if (signal != 0) {
+            QCOMPARE(terminal.end(signal), 0);
+        }
+        QVERIFY(terminal.waitForLog(" is incomplete: tar was killed after "_s));
+        const QString line = terminal.log().filter("tar was killed"_s).value(0);
+        QCOMPARE(line.section(u' ', -2, -2).toInt() < 2000, signal != 0);
+        QVERIFY(terminal.wait([&] { return terminal.records().size() == 1; }));
+        QCOMPARE(terminal.leftBehind().filter("/usr/bin/tar"_s), QStringList());
     }
 
     void whoseKill_data()

@@ -8,8 +8,12 @@
 #include <QElapsedTimer>
 #include <QFile>
 
+#include <cstddef>
+
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -26,6 +30,40 @@ bool isReserved(pid_t pid, int descriptor)
     const QByteArray flags = file.readAll().split('\n').value(1);
     return (flags.mid(6).trimmed().toULong(nullptr, 8) & O_PATH) != 0;
 }
+
+/// The service manager's end of the notification socket; a name that begins with "@" is abstract.
+class NotifiedSocket
+{
+public:
+    explicit NotifiedSocket(const QByteArray &name)
+        : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        memcpy(address.sun_path, name.constData(), std::size_t(name.size()));
+        if (name.startsWith('@')) {
+            address.sun_path[0] = '\0';
+        }
+        bind(m_socket, reinterpret_cast<sockaddr *>(&address),
+             socklen_t(offsetof(sockaddr_un, sun_path) + std::size_t(name.size())));
+    }
+    ~NotifiedSocket() { close(m_socket); }
+    Q_DISABLE_COPY(NotifiedSocket)
+
+    /// The messages since the last call.
+    [[nodiscard]] int count() const
+    {
+        char text[64];
+        int messages = 0;
+        for (ssize_t size = 0; (size = recv(m_socket, text, sizeof text, 0)) >= 0;) {
+            messages += QByteArray(text, int(size)) == "WATCHDOG=1" ? 1 : 1000;
+        }
+        return messages;
+    }
+
+private:
+    int m_socket;
+};
 
 } // namespace
 
@@ -154,8 +192,55 @@ private Q_SLOTS:
         const QByteArray expected = terminal.root.read(seen);
         QVERIFY(!expected.isEmpty());
         terminal.root.write(seen, QByteArray());
+        terminal.setVariable("NOTIFY_SOCKET"_s, "@nobody"_s);
+        terminal.setVariable("WATCHDOG_USEC"_s, "1000000"_s);
         QCOMPARE(terminal.startDaemon(), 0);
         QCOMPARE(terminal.root.read(seen), expected);
+    }
+
+    void heartbeat_data()
+    {
+        columns<QString, QString, bool>("name", "watched", "fed");
+        row("abstract name", "@%1", "", true);
+        row("path", "%1/socket", "", true);
+        row("another process", "@%1", "1", false);
+    }
+
+    // A loop that turns feeds the watchdog, and so does a call that blocks it for a limited time; a loop that hangs
+    // does not. The default queue of such a socket holds ten messages.
+    void heartbeat()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, watched);
+        QFETCH(bool, fed);
+        Terminal terminal("step one 1\nA one");
+        name = name.arg(terminal.root.path());
+        const NotifiedSocket socket(QFile::encodeName(name));
+        terminal.setVariable("NOTIFY_SOCKET"_s, name);
+        terminal.setVariable("WATCHDOG_USEC"_s, "500000"_s);
+        terminal.setVariable("WATCHDOG_PID"_s, watched);
+        const QString parameters = "/etc/JovApplication/platform.ini"_s;
+        terminal.root.write(parameters,
+                            terminal.root.read(parameters) + "[ApplicationManager]\nwatchdog_device=/dev/watchdog\n");
+        terminal.root.writeScript("/usr/bin/tar"_s, "sleep 1");
+        QCOMPARE(terminal.startDaemon(), 0);
+        QCOMPARE(terminal.logCount(
+                     "error watchdog device %1 cannot be opened: "_s.arg(terminal.root.path("/dev/watchdog"_s))),
+                 1);
+        int messages = 0;
+        if (!fed) {
+            terminal.call("setAdminPasswd"_s, {"sleep 0.6"_s});
+            QCOMPARE(socket.count(), 0);
+            return;
+        }
+        QVERIFY(terminal.wait([&] { return (messages += socket.count()) >= 3; }));
+        terminal.call("setAdminPasswd"_s, {"sleep 2"_s});
+        messages = socket.count();
+        QVERIFY2(messages <= 4, qPrintable(QString::number(messages)));
+        kill(terminal.modules().value("A"_s).value(0), SIGSEGV);
+        QVERIFY(terminal.waitForStates("A:STOPPED"_s));
+        messages = socket.count();
+        QVERIFY2(messages >= 8, qPrintable(QString::number(messages)));
     }
 
     void stopDuringStart_data()

@@ -135,6 +135,8 @@ private Q_SLOTS:
         m_watchdog->startMonitoring();
         m_watchdog->checkMemory();
         QCOMPARE(m_supervision.bus.calls, QStringList(rebootCall));
+        QCOMPARE(m_supervision.state.isRebootRequested(), outcome == 0);
+        m_supervision.state.beginStart();
         QCOMPARE(m_watchdog->remainingTime(), -1);
         QStringList expected = {
             "error checkMemory module leak Too much memory (VmSize=1001 MemTotal=1000000 MaxMem=1000 percentage=0)"_s};

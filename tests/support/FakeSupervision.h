@@ -89,6 +89,7 @@ public:
         onStart();
         return 0;
     }
+    void rebootAccepted() override { state.noteRebootRequest(); }
     void starting() override { bus.calls << "home page starts"_s; }
     void started() override { bus.calls << "home page started"_s; }
 };

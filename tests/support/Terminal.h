@@ -45,7 +45,8 @@ public:
     void setDaemon(const QString &program)
     {
         m_program = program;
-        setVariable("JOV_DURATIONS"_s, "stop=600 stop-with-everything=300 presentation=500"_s); // of a quick daemon
+        setVariable("JOV_DURATIONS"_s,
+                    "stop=600 stop-with-everything=300 presentation=500 archive=2000"_s); // of a quick daemon
     }
     /// A variable for the daemon; before start().
     void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }

@@ -3,6 +3,8 @@
 
 #include <QString>
 
+#include <functional>
+
 /// The text for an exit code: 0 "EXITED_OK", 127 "BAD_LIBRARIES", 4 6 7 8 9 11 15 the signal's name, else "EXITED_n".
 [[nodiscard]] QString getExitCodeInString(int exitCode);
 
@@ -14,7 +16,10 @@
  * Runs a command line with `/bin/sh -c` and waits for its end, as system(3) does, but with open standard streams
  * whatever the caller's are, and, with JOV_ROOT set, with a PATH that begins with its `usr/bin`. Returns the wait
  * status, -1 when no process could be made.
+ *
+ * With `goOn` the command has a process group of its own, and `goOn` is asked several times in a second: when it
+ * returns false, the group is killed.
  */
-int qor_system(const QByteArray &commandLine);
+int qor_system(const QByteArray &commandLine, const std::function<bool()> &goOn = {});
 
 #endif

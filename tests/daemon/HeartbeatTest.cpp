@@ -1,0 +1,89 @@
+#include "daemon/Heartbeat.h"
+
+#include "support/DataTable.h"
+#include "support/RootDir.h"
+#include "system/LifeSign.h"
+
+#include <fcntl.h>
+#include <linux/watchdog.h>
+#include <termios.h>
+#include <unistd.h>
+
+Q_DECLARE_METATYPE(WatchdogDevice::Control)
+
+namespace {
+
+int takes(int /*device*/, unsigned long request, int *seconds)
+{
+    return (request == WDIOC_SETTIMEOUT && *seconds == 30) || request == WDIOC_GETTIMEOUT ? 0 : -1;
+}
+
+int takesLess(int device, unsigned long request, int *seconds)
+{
+    const int result = takes(device, request, seconds);
+    *seconds = 16;
+    return result;
+}
+
+} // namespace
+
+/// With a pseudo terminal as the device: what is written to it can be read at its other end.
+class HeartbeatTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { m_root.keepLog(); }
+
+    void device_data()
+    {
+        columns<WatchdogDevice::Control, bool, QByteArray, int>("control", "orderly", "written", "errors");
+        row("orderly end", &takes, true, QByteArray("..V"), 0);
+        row("reboot", &takes, false, QByteArray(".."), 0);
+        row("shorter time-out", &takesLess, true, QByteArray("V"), 1);
+        row("no watchdog", &WatchdogDevice::realControl, true, QByteArray("V"), 1);
+    }
+
+    void device()
+    {
+        QFETCH(WatchdogDevice::Control, control);
+        QFETCH(bool, orderly);
+        QFETCH(int, errors);
+        const Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK));
+        QVERIFY(grantpt(terminal.number()) == 0 && unlockpt(terminal.number()) == 0);
+        const char *name = ptsname(terminal.number());
+        const Descriptor kept(open(name, O_RDWR | O_NOCTTY));
+        termios raw = {};
+        cfmakeraw(&raw);
+        tcsetattr(kept.number(), TCSANOW, &raw);
+        const int logged = m_root.log().size();
+        {
+            Heartbeat heartbeat(0, QString::fromLatin1(name), control);
+            LifeSign::give();
+            if (orderly) {
+                heartbeat.disarm();
+            }
+        }
+        LifeSign::give();
+        // Until this mark arrives something can be on its way.
+        QCOMPARE(write(kept.number(), "|", 1), 1);
+        QByteArray written;
+        const auto hasMark = [&] {
+            char text[16];
+            const ssize_t size = read(terminal.number(), text, sizeof text);
+            written.append(text, int(qMax(size, ssize_t(0))));
+            return written.endsWith('|');
+        };
+        QVERIFY(QTest::qWaitFor(hasMark));
+        written.chop(1);
+        QTEST(written.replace('\0', '.'), "written");
+        QCOMPARE(m_root.log(logged).filter("refuses a time-out of 30 s: not armed"_s).size(), errors);
+    }
+
+private:
+    RootDir m_root;
+};
+
+QTEST_GUILESS_MAIN(HeartbeatTest)
+
+#include "HeartbeatTest.moc"
