@@ -110,6 +110,7 @@ private Q_SLOTS:
     {
         QFETCH(int, signal);
         Terminal terminal("step one 1\nA one");
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         terminal.root.writeScript("/usr/bin/tar"_s, "(echo >$JOV_ROOT/begun; while :; do sleep 0.1; done) & wait");
         PlatformStandIn platform(terminal.connection(), terminal.root.path(recordsFile));
         QVERIFY(terminal.boot());
