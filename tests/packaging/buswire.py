@@ -3,7 +3,7 @@ import os
 import socket
 import struct
 
-CALL, SIGNAL, ERROR = 1, 4, 3
+CALL, RETURN, ERROR, SIGNAL = 1, 2, 3, 4
 BUS = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
 
 
@@ -51,8 +51,8 @@ class Connection:
                 return message[0], message[1].get(4, ""), message[2]
             self.waiting.append(message)
 
-    def send(self, kind, destination, path, interface, member, signature="", *values):
-        fields = b""
+    def send(self, kind, destination, path, interface, member, signature="", *values, answers=0):
+        fields = b"\x05\x01u\0" + struct.pack("<I", answers) if answers else b""
         for code, kind_of_field, value in ((1, "o", path), (2, "s", interface), (3, "s", member), (6, "s", destination)):
             if value:
                 fields = _pad(fields, 8) + bytes((code, 1)) + kind_of_field.encode() + b"\0" + _text(value)
@@ -68,10 +68,10 @@ class Connection:
         head = self.input.read(16)
         if len(head) < 16:
             raise ConnectionError("the bus closed the connection")
-        _, kind, _, _, body_size, _, fields_size = struct.unpack("<cBBBIII", head)
+        _, kind, _, _, body_size, serial, fields_size = struct.unpack("<cBBBIII", head)
         raw = self.input.read(fields_size + -fields_size % 8)
         body = self.input.read(body_size)
-        fields, at = {}, 0
+        fields, at = {0: serial}, 0
         while at < fields_size:
             at += -at % 8
             code, signature = raw[at], raw[at + 2:at + 3]
@@ -88,6 +88,10 @@ class Connection:
         if fields.get(8, "").startswith("s"):
             text = body[4:4 + struct.unpack_from("<I", body)[0]].decode()
         return kind, fields, text
+
+    def messages(self):
+        while True:
+            yield self.waiting.pop(0) if self.waiting else self.receive()
 
     def arrived(self):
         """What came unasked up to now; the bus keeps the order, so its answer comes behind all of it."""
