@@ -1,88 +1,41 @@
 #include "logger/LogSink.h"
 
+#include "logger/LogRecord.h"
+#include "logger/WriteNow.h"
+
 #include <jov/JovLogger.h>
+#include <jov/JovRoot.h>
 
 #include <QFile>
 
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <syslog.h>
 #include <unistd.h>
 
 namespace {
 
-const char *levelName(int level)
+using Write = std::size_t (*)(int descriptor, const char *data, std::size_t size);
+
+bool writeLine(Write write, int descriptor, QByteArray line, bool &torn)
 {
-    switch (level) {
-    case JovLogger::Emergency:
-        return "emergency";
-    case JovLogger::Error:
-        return "error";
-    case JovLogger::Warning:
-        return "warning";
-    case JovLogger::Info:
-        return "info";
-    default:
-        return "debug";
+    if (torn) {
+        line.prepend('\n');
     }
-}
-
-QByteArray timeStamp()
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    char seconds[32];
-    const size_t length = strftime(seconds, sizeof seconds, "%Y-%m-%dT%H:%M:%S", &local);
-    QByteArray stamp(seconds, static_cast<int>(length));
-    return stamp + '.' + QByteArray::number(static_cast<int>(now.tv_nsec / 1000000)).rightJustified(3, '0');
-}
-
-// Without a bare line end in it, so that a record is one line and nobody can forge a second one.
-QByteArray oneLine(const QString &text)
-{
-    QByteArray bytes = text.toUtf8();
-    bytes.replace('\n', "\\n");
-    bytes.replace('\r', "\\r");
-    return bytes;
-}
-
-QByteArray record(int level, const QByteArray &text)
-{
-    return timeStamp() + ' ' + levelName(level) + ' ' + text + '\n';
-}
-
-bool writeAll(int descriptor, const QByteArray &line)
-{
-    const char *rest = line.constData();
-    auto length = static_cast<size_t>(line.size());
-    while (length > 0) {
-        const ssize_t written = ::write(descriptor, rest, length);
-        if (written > 0) {
-            rest += written;
-            length -= static_cast<size_t>(written);
-        } else if (written == 0 || errno != EINTR) {
-            return false;
-        }
+    const auto written = static_cast<int>(write(descriptor, line.constData(), static_cast<std::size_t>(line.size())));
+    if (written > 0) {
+        torn = line.at(written - 1) != '\n';
     }
-    return true;
-}
-
-bool standardErrorIsOpen()
-{
-    const int flags = fcntl(STDERR_FILENO, F_GETFL);
-    return flags != -1 && (flags & O_PATH) == 0 && (flags & O_ACCMODE) != O_RDONLY;
+    return written == line.size();
 }
 
 } // namespace
 
 LogSink::LogSink(const QString &path)
     : m_path(QFile::encodeName(path))
+    , m_syslogSocket(QFile::encodeName(JovRoot::rooted(QStringLiteral("/dev/log"))))
 { }
 
 LogSink::~LogSink()
@@ -96,14 +49,27 @@ void LogSink::write(int level, const QString &text)
 {
     const QByteArray line = oneLine(text);
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_dropped > 0
+        && put(
+            JovLogger::Warning,
+            oneLine(QStringLiteral("%1 lines of the log were dropped: the sink did not take them").arg(m_dropped)))) {
+        m_dropped = 0;
+    }
+    if (m_dropped > 0 || !put(level, line)) {
+        ++m_dropped;
+    }
+}
+
+bool LogSink::put(int level, const QByteArray &text)
+{
     if (!m_path.isEmpty()) {
-        if (writeToFile(record(level, line))) {
+        if (writeToFile(record(level, text))) {
             m_announced = false;
-            return;
+            return true;
         }
         announce(errno);
     }
-    fallBack(level, line);
+    return fallBack(level, text);
 }
 
 bool LogSink::writeToFile(const QByteArray &line)
@@ -112,7 +78,7 @@ bool LogSink::writeToFile(const QByteArray &line)
     { };
     const bool stillThere = m_descriptor != -1 && stat(m_path.constData(), &named) == 0 && named.st_ino == m_inode
         && named.st_dev == m_device;
-    return (stillThere || openFile()) && writeAll(m_descriptor, line);
+    return (stillThere || openFile()) && writeLine(writeAll, m_descriptor, line, m_fileIsTorn);
 }
 
 bool LogSink::openFile()
@@ -129,22 +95,24 @@ bool LogSink::openFile()
     }
     m_inode = opened.st_ino;
     m_device = opened.st_dev;
+    m_fileIsTorn = false;
     return true;
 }
 
-void LogSink::fallBack(int level, const QByteArray &text)
+bool LogSink::fallBack(int level, const QByteArray &text)
 {
-    if (!standardErrorIsOpen() || !writeAll(STDERR_FILENO, record(level, text))) {
-        syslog(LOG_DAEMON | level, "%s", text.constData());
+    if (writeLine(writeToStream, STDERR_FILENO, record(level, text), m_standardErrorIsTorn)) {
+        return true;
     }
+    // A stream that is only full stays the place of the log.
+    return errno != EAGAIN && sendDatagram(m_syslogSocket, syslogRecord(level, text));
 }
 
 void LogSink::announce(int error)
 {
     if (!m_announced) {
-        m_announced = true;
-        fallBack(JovLogger::Error,
-                 "cannot write the log file " + oneLine(QFile::decodeName(m_path)) + ": "
-                     + QByteArray(strerror(error)));
+        m_announced = fallBack(JovLogger::Error,
+                               "cannot write the log file " + oneLine(QFile::decodeName(m_path)) + ": "
+                                   + QByteArray(strerror(error)));
     }
 }

@@ -1,5 +1,6 @@
 #include "daemon/SignalHandOver.h"
 
+#include "logger/WriteNow.h"
 #include "supervision/SupervisionState.h"
 
 #include <atomic>
@@ -17,7 +18,7 @@ static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a sign
 
 void writeText(const char *text, std::size_t size)
 {
-    const ssize_t written = write(STDOUT_FILENO, text, size);
+    const std::size_t written = writeToStream(STDOUT_FILENO, text, size);
     static_cast<void>(written);
 }
 

@@ -310,6 +310,21 @@ private Q_SLOTS:
         QCOMPARE(terminal.logCount("emergency"_s), 0);
     }
 
+    void nobodyReadsStandardOutput()
+    {
+        Terminal terminal("step one 1\nA one");
+        const QString script = "/piped"_s;
+        terminal.root.writeScript(script, "exec " QUICK_DAEMON " \"$@\" >$JOV_ROOT/pipe");
+        terminal.setDaemon(terminal.root.path(script));
+        const QByteArray path = terminal.root.path("/pipe"_s).toLocal8Bit();
+        QCOMPARE(mkfifo(path, 0600), 0);
+        const int pipe = open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        QVERIFY(terminal.boot());
+        while (write(pipe, "\n", 1) == 1) { }
+        QCOMPARE(terminal.end(SIGTERM), 0);
+        close(pipe);
+    }
+
     // Calls that each hold up the daemon for two seconds do not hold up its end by more than the one under way.
     void terminateBehindMeasurements()
     {

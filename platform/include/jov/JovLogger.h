@@ -8,8 +8,9 @@
  * none is named, or to syslog(3) when standard error cannot be written.
  *
  * A line reads `2026-11-21T10:00:00.123 LEVEL TEXT`; line feeds and carriage returns inside a text are written as `\n`
- * and `\r`, so that nobody can forge a record. The level is `[log] level` (6 when absent), and setLevel() changes it in
- * a running process. Qt's own messages go the same way from the first call of logger() on.
+ * and `\r`, so that nobody can forge a record. A text is cut after 8,192 characters. A line that cannot be written at
+ * once is dropped, and the number of such lines is logged later. The level is `[log] level` (6 when absent), and
+ * setLevel() changes it in a running process. Qt's own messages go the same way from the first call of logger() on.
  *
  * Callers use Log.h, which asks for the level before it builds a text. The logger is for the thread of the event loop.
  */
