@@ -3,6 +3,8 @@
 //
 //     bench-floor DIRECTORY/ NAME...
 
+#include "contract/Events.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -54,7 +56,7 @@ int main(int argc, char **argv)
         module.setStandardErrorFile(QProcess::nullDevice());
         module.start(directory + name, {QStringLiteral("--moduleName=") + name}, QIODevice::ReadWrite);
         module.waitForStarted();
-        announcements.waitFor(QStringLiteral("end_of_init_") + name);
+        announcements.waitFor(Events::endOfInitOf(name));
     }
     return QCoreApplication::exec();
 }

@@ -1,5 +1,7 @@
 #include "rig/MeasuredBoot.h"
 
+#include "contract/Events.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
@@ -18,11 +20,6 @@ namespace {
 
 constexpr int longestBoot = 120000;
 constexpr int longestEnd = 10000;
-
-QString endOfInit(const QString &name)
-{
-    return QStringLiteral("end_of_init_") + name;
-}
 
 QString newConnectionName()
 {
@@ -54,17 +51,18 @@ void reapAll()
 Programs Programs::beside(const QString &program, const QString &daemon)
 {
     const QString directory = QFileInfo(program).absolutePath() + QLatin1Char('/');
-    return {daemon.isEmpty() ? directory + QStringLiteral("ApplicationManager") : daemon,
+    const QString installed = directory + QStringLiteral("../bin/");
+    return {daemon.isEmpty() ? installed + QStringLiteral("ApplicationManager") : daemon,
             directory + QStringLiteral("bench-floor"), directory + QStringLiteral("tiny-module"),
-            directory + QStringLiteral("bench-list-server"), directory + QStringLiteral("jovctl")};
+            directory + QStringLiteral("bench-list-server"), installed + QStringLiteral("jovctl")};
 }
 
 MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names)
     : m_connectionName(newConnectionName())
-    , m_last(endOfInit(names.last()))
+    , m_last(Events::endOfInitOf(names.last()))
     , m_starts(names.size() - 1)
 {
-    subscribe(endOfInit(names.first()));
+    subscribe(Events::endOfInitOf(names.first()));
     subscribe(m_last);
     m_clock.start();
     m_process.setStandardErrorFile(QProcess::nullDevice());
