@@ -39,7 +39,7 @@ Q_SIGNALS:
 private:
     struct Subscription
     {
-        quint64 number; ///< never given twice, so that one made anew is not taken for its predecessor
+        quint64 number; ///< never given twice, so that a new one is not taken for its predecessor
         QObject *receiver;
         EventSlot slot;
     };

@@ -5,7 +5,7 @@
 #include <QString>
 
 /**
- * The platform's INI file, `/etc/JovApplication/platform.ini` under the root prefix, read anew at each call.
+ * The platform's INI file, `/etc/JovApplication/platform.ini` under the root prefix, read again at each call.
  *
  * Here and not among the settings because the logger, which stands below them, reads it too. A file that is missing or
  * has a fault() counts as empty.

@@ -13,7 +13,7 @@
 
 enum { fileOfProcess = 3 }; /* P_PIDFD */
 
-/* What it starts may not be emulated, and an emulated program is given this library anew. */
+/* What it starts may not be emulated, and an emulated program is given this library again. */
 __attribute__((constructor)) static void forget(void)
 {
     unsetenv("LD_PRELOAD");

@@ -300,7 +300,7 @@ private Q_SLOTS:
     void restart_data()
     {
         columns<QString, QString>("what", "done");
-        row("everything anew", "rebuild", rebuilt);
+        row("everything", "rebuild", rebuilt);
         row("the same modules", "again", startedAgain);
         row("files that cannot be used", "rebuild unusable", "stop clear begin build end");
         row("requests during the stop, the thorough one wins", "again, in its stop: again rebuild again", rebuilt);

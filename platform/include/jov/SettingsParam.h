@@ -5,7 +5,7 @@
 #include <QString>
 
 /**
- * The platform's parameters: one INI file, `/etc/JovApplication/platform.ini` under the root prefix, read anew at each
+ * The platform's parameters: one INI file, `/etc/JovApplication/platform.ini` under the root prefix, read again at each
  * call.
  *
  *     [platform]              ; settings_get_param
