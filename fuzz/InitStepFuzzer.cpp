@@ -32,7 +32,7 @@ void compareWithCheck(const InitStepChain &chain)
     for (const InitStep *same : table.chain()) {
         require(step && same->getName() == step->getName() && same->getValue() == step->getValue(),
                 "the check sees another chain than the daemon");
-        step = step->getNext();
+        step = step ? step->getNext() : nullptr;
     }
     require(!read || !step, "the check sees a part of the chain");
 }
