@@ -27,7 +27,7 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
 
 ApplicationManager::~ApplicationManager()
 {
-    clearAllLists();
+    m_inventory.clear();
 }
 
 bool ApplicationManager::check()
