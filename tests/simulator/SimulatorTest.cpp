@@ -180,11 +180,8 @@ private Q_SLOTS:
             }
         }
         QCOMPARE(run.end(), status);
-        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(processes.begin(), processes.end(),
-                                             [](const Processes::Process &process) {
-                                                 return Processes::commandLine(process.pid).isEmpty();
-                                             }),
-                                 patience);
+        const auto isGone = [](const auto &process) { return Processes::commandLine(process.pid).isEmpty(); };
+        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(processes.begin(), processes.end(), isGone), patience);
         // Nobody is left to remove the root of two that are killed at once.
         QTRY_VERIFY_WITH_TIMEOUT(run.leftNoFiles() || victim == "outer inner"_s, patience);
     }
@@ -198,13 +195,11 @@ private Q_SLOTS:
             run.command(line);
         }
         QCOMPARE(run.end(), 0);
-        QVERIFY2(
-            isInOrder(
-                "modules are up|odd              stopped|fine stopped (EXITED_OK)|fine             up|"
-                "odd              up|unknown command 'nonsense'|nobody: no running module|fine             stopped|"
-                "odd              up|odd   only  RUNNING|asking the supervisor to end"_s,
-                run.output()),
-            qPrintable(run.output()));
+        const QString texts =
+            "modules are up|odd              stopped|fine stopped (EXITED_OK)|fine             up|odd              up|"
+            "unknown command 'nonsense'|nobody: no running module|fine             stopped|odd              up|"
+            "odd   only  RUNNING|asking the supervisor to end"_s;
+        QVERIFY2(isInOrder(texts, run.output()), qPrintable(run.output()));
     }
 
     void watchdogFollowsSettings()
