@@ -44,8 +44,10 @@ public:
         if (name.startsWith('@')) {
             address.sun_path[0] = '\0';
         }
-        bind(m_socket, reinterpret_cast<sockaddr *>(&address),
-             socklen_t(offsetof(sockaddr_un, sun_path) + std::size_t(name.size())));
+        const auto size = socklen_t(offsetof(sockaddr_un, sun_path) + std::size_t(name.size()));
+        if (bind(m_socket, reinterpret_cast<sockaddr *>(&address), size) != 0) {
+            qFatal("no socket %s", name.constData());
+        }
     }
     ~NotifiedSocket() { close(m_socket); }
     Q_DISABLE_COPY(NotifiedSocket)
