@@ -2,7 +2,7 @@
 //
 //     bench-list-server     takes the name com.velmora.Jovara.BareList and reads the list from the daemon once
 
-#include <jov/ApplicationConfig.h>
+#include "qtdbus/BusRecords.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -29,7 +29,7 @@ private:
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    registerDBusApplicationConfig();
+    registerQtDBusRecords();
     QDBusConnection bus = QDBusConnection::systemBus();
     QDBusInterface daemon(QStringLiteral("com.velmora.Jovara.ApplicationManager"),
                           QStringLiteral("/ApplicationManager"), QStringLiteral("com.velmora.Jovara.JovInterface"),

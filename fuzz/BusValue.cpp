@@ -1,38 +1,21 @@
 #include "BusValue.h"
 
-#include <QDBusArgument>
-#include <QDBusMetaType>
-#include <QDBusObjectPath>
-#include <QDBusSignature>
-#include <QDBusUnixFileDescriptor>
-#include <QDBusVariant>
+#include "bus/BusTypes.h"
+
 #include <QStringList>
+#include <QUuid>
 
 #include <algorithm>
 
-/// (saia{iv}v)
+/// (saia{sv}v)
 struct Record
 {
     QString text;
     QList<int> numbers;
-    QMap<int, QDBusVariant> values;
-    QDBusVariant inner;
+    QVariantMap values;
+    QVariant inner;
 };
 Q_DECLARE_METATYPE(Record)
-
-QDBusArgument &operator<<(QDBusArgument &argument, const Record &record)
-{
-    argument.beginStructure();
-    argument << record.text << record.numbers << record.values << record.inner;
-    argument.endStructure();
-    return argument;
-}
-
-// Nobody here reads one.
-const QDBusArgument &operator>>(const QDBusArgument &argument, Record & /*record*/)
-{
-    return argument;
-}
 
 namespace {
 
@@ -57,9 +40,9 @@ QVariant takePlain(FuzzInput &input, int kind)
     case 5:
         return input.text();
     case 6:
-        return QVariant::fromValue(QDBusObjectPath(QLatin1Char('/') + QString::fromLatin1(input.text())));
+        return QVariant::fromValue(BusObjectPath{QLatin1Char('/') + QString::fromLatin1(input.text())});
     case 7:
-        return QVariant::fromValue(QDBusSignature(QString::fromLatin1(input.text())));
+        return QVariant::fromValue(BusSignature{QString::fromLatin1(input.text())});
     case 8:
         return QStringList{BusValue::takeText(input), QString::fromLatin1(input.text())};
     case 9:
@@ -69,7 +52,7 @@ QVariant takePlain(FuzzInput &input, int kind)
     case 11:
         return input.byte() % 2 == 0 ? QVariant() : QVariant(QChar(ushort(input.number())));
     default:
-        return QVariant::fromValue(QDBusUnixFileDescriptor());
+        return QVariant(QUuid());
     }
 }
 
@@ -83,25 +66,41 @@ QVariant takeContainer(FuzzInput &input, Add add)
     return values;
 }
 
-// QtDBus has no type of its own for this and what it holds: a receiver that does not know it gets a QDBusArgument.
 Record takeRecord(FuzzInput &input, int depth)
 {
     Record record;
     record.text = BusValue::takeText(input);
     for (int count = input.byte() % 4; count > 0; --count) {
         record.numbers.append(int(input.number()));
-        const int key = input.byte();
-        record.values.insert(key, QDBusVariant(takePlain(input, input.byte() % 6)));
+        const QString key = QString::number(input.byte());
+        record.values.insert(key, takePlain(input, input.byte() % 6));
     }
     const bool isInner = depth < deepestRecord && input.byte() % 2 == 1;
-    record.inner = QDBusVariant(isInner ? QVariant::fromValue(takeRecord(input, depth + 1)) : record.text);
+    record.inner = isInner ? QVariant::fromValue(takeRecord(input, depth + 1)) : record.text;
     return record;
+}
+
+QVariant toPlain(const Record &record)
+{
+    QVariantList numbers;
+    for (const int number : record.numbers) {
+        numbers.append(number);
+    }
+    return QVariantList{record.text, QVariant(numbers), record.values, record.inner};
+}
+
+Record fromPlain(const QVariant &plain)
+{
+    const QVariantList fields = plain.toList();
+    return {fields.at(0).toString(), {}, fields.at(2).toMap(), fields.at(3)};
 }
 
 QVariant takeStructured(FuzzInput &input)
 {
-    static const bool isRegistered = qDBusRegisterMetaType<Record>() >= 0 && qDBusRegisterMetaType<QList<Record>>() >= 0
-        && qDBusRegisterMetaType<QMap<int, QDBusVariant>>() >= 0 && qDBusRegisterMetaType<QList<QVariantMap>>() >= 0;
+    static const bool isRegistered = [] {
+        BusTypes::add<Record>("(saia{sv}v)", toPlain, fromPlain);
+        return true;
+    }();
     Q_UNUSED(isRegistered)
     const int form = input.byte() % 5;
     const Record record = takeRecord(input, 0);
@@ -113,7 +112,7 @@ QVariant takeStructured(FuzzInput &input)
     case 2:
         return QVariant::fromValue(QList<Record>{record, takeRecord(input, 0)});
     case 3:
-        return QVariant::fromValue(QList<QVariantMap>{{{record.text, record.inner.variant()}}});
+        return QVariant::fromValue(QList<QVariantMap>{{{record.text, record.inner}}});
     default:
         return QVariant::fromValue(record);
     }
@@ -125,7 +124,7 @@ QVariant takeValue(FuzzInput &input, int depth)
     switch (kind) {
     case 13:
     case 14:
-        return QVariant::fromValue(QDBusVariant(takeValue(input, depth + 1)));
+        return QVariant::fromValue(BusVariant{takeValue(input, depth + 1)});
     case 15:
         return takeContainer<QVariantList>(input,
                                            [&](QVariantList &values) { values.append(takeValue(input, depth + 1)); });
@@ -167,6 +166,6 @@ bool BusValue::isPlain(const QVariant &value)
         return std::all_of(map.cbegin(), map.cend(), isPlain);
     }
     default:
-        return value.userType() < QMetaType::User || value.userType() == qMetaTypeId<QDBusUnixFileDescriptor>();
+        return value.userType() < QMetaType::User;
     }
 }

@@ -11,10 +11,11 @@ namespace BusValue {
 /// Up to 64 kB, and rarely so long.
 [[nodiscard]] QString takeText(FuzzInput &input);
 
-/// Plain ones, QtDBus's own, lists and maps of them, structures and arrays of one type; also what cannot travel.
+/// Plain ones, those of the bus alone, lists and maps of them, structures and arrays of one type; also what cannot
+/// travel.
 [[nodiscard]] QVariant take(FuzzInput &input);
 
-/// Nothing of QtDBus in it, however deep.
+/// Only what every receiver knows in it, however deep.
 [[nodiscard]] bool isPlain(const QVariant &value);
 
 } // namespace BusValue

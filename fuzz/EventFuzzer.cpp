@@ -1,8 +1,6 @@
 #include "BusValue.h"
 #include "FuzzRoot.h"
-#include "Wire.h"
 #include "core/EventBus.h"
-#include "qtdbus/EventValue.h"
 
 #include <jov/BusNames.h>
 
@@ -10,6 +8,8 @@
 #include <QStringList>
 
 #include <algorithm>
+
+#include <dbus/dbus.h>
 
 namespace {
 
@@ -43,7 +43,7 @@ private Q_SLOTS:
         require(event.getEvtName() == m_name, "an event of another name is delivered");
         const QVariantMap arguments = event.arguments();
         require(!m_isFromBus || std::all_of(arguments.cbegin(), arguments.cend(), BusValue::isPlain),
-                "a receiver is given something of QtDBus");
+                "a receiver is given a type that it does not know");
     }
     void text(const QString &reason) { m_seen += reason.size(); }
     void number(int value) { m_seen += value != 0 ? 1 : 0; }
@@ -79,66 +79,83 @@ QVariantMap takeArguments(FuzzInput &input)
     return arguments;
 }
 
-/// An event; or another signal of the events' interface, with a name perhaps.
-QDBusMessage takeMessage(FuzzInput &input, const QString &name)
+/// The arguments of an event; or of another signal of the events' interface, with a name perhaps.
+QVariantList takeSignal(FuzzInput &input, const QString &name)
 {
-    QDBusMessage message =
-        QDBusMessage::createSignal(QStringLiteral("/fuzzer"), BusNames::eventInterface(), BusNames::eventMember());
+    QVariantList values;
     const int form = input.byte() % 8;
     if (form != 0) {
-        message << (form == 1 ? QStringLiteral("other") : name);
+        values << (form == 1 ? QStringLiteral("other") : name);
     }
     if (form > 2) {
-        return message << takeArguments(input);
+        return values << takeArguments(input);
     }
     for (int count = input.byte() % 3; count > 0; --count) {
-        message << BusValue::take(input);
+        values << BusValue::take(input);
     }
-    return message;
+    return values;
 }
 
-void deliver(EventBus &bus, Receiver &receiver, const QDBusMessage &message)
+/// What the other end of a connection makes of the bytes; null when they are no message.
+BusMessage fromWire(const char *bytes, int size)
 {
-    static QCoreApplication &application = *[] {
-        static int count = 1;
-        static char name[] = "fuzz-event";
-        static char *arguments[] = {name, nullptr};
-        return new QCoreApplication(count, arguments);
-    }();
-    static Wire &wire = *new Wire;
-    static_cast<void>(application);
-    const bool canTravel = EventValue::canTravel(message);
+    return BusMessage(dbus_message_demarshal(bytes, size, nullptr));
+}
+
+BusMessage carried(const BusMessage &message)
+{
+    char *bytes = nullptr;
+    int size = 0;
+    dbus_message_set_serial(message.handle(), 1);
+    require(dbus_message_marshal(message.handle(), &bytes, &size), "a message that can travel is not written");
+    const BusMessage come = fromWire(bytes, size);
+    dbus_free(bytes);
+    require(!come.isNull(), "a message that can travel would end the connection");
+    return come;
+}
+
+void deliver(EventBus &bus, Receiver &receiver, const QVariantList &values)
+{
+    BusMessage message =
+        BusMessage::signal(QStringLiteral("/fuzzer"), BusNames::eventInterface(), BusNames::eventMember());
+    const bool canTravel = message.setArguments(values);
     receiver.expect(canTravel);
     if (canTravel) {
-        const QDBusMessage come = wire.carry(message);
+        const BusMessage come = carried(message);
         const int before = receiver.count();
-        require(QMetaObject::invokeMethod(&bus, "slot_anyEvent", Qt::DirectConnection, Q_ARG(QDBusMessage, come)),
-                "the bus takes no events");
-        require(receiver.count() == before || come.signature() == QLatin1String("sa{sv}"),
-                "a message of another form is delivered");
+        bus.receive(come);
+        require(receiver.count() == before || come.signature() == "sa{sv}", "a message of another form is delivered");
         return;
     }
-    const QVariantMap arguments = message.arguments().value(1).toMap();
-    bus.subscriptions().deliver(JovEvent(message.arguments().value(0).toString(), arguments));
+    bus.subscriptions().deliver(JovEvent(values.value(0).toString(), values.value(1).toMap()));
 }
 
 } // namespace
 
-// Messages off a D-Bus connection, and events raised in the process, given to receivers with slots of every kind.
+// Messages off a connection, and events raised in the process, given to receivers with slots of every kind.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     FuzzRoot::write(QStringLiteral("/unused"), nullptr, 0);
+    const BusMessage foreign = fromWire(reinterpret_cast<const char *>(data), int(size));
+    static_cast<void>(foreign.arguments());
     FuzzInput input(data, size);
     const QString name = BusValue::takeText(input);
     const QString element = BusNames::element(name);
     require(element.size() <= name.size() + 1, "the element of a bus name grows");
 
+    static QCoreApplication &application = *[] {
+        static int count = 1;
+        static char program[] = "fuzz-event";
+        static char *arguments[] = {program, nullptr};
+        return new QCoreApplication(count, arguments);
+    }();
+    static_cast<void>(application);
     QObject object;
-    EventBus bus(QStringLiteral("fuzzer"), &object);
+    EventBus bus(QStringLiteral("fuzzer"), object);
     Receiver receiver(bus.subscriptions(), name);
     Receiver other(bus.subscriptions(), QStringLiteral("other"));
     for (int events = 0; events < 4 && !input.isEmpty(); ++events) {
-        deliver(bus, receiver, takeMessage(input, name));
+        deliver(bus, receiver, takeSignal(input, name));
     }
     return 0;
 }

@@ -41,7 +41,7 @@ package(jovctl jovctl admin "" "operator's command for a terminal's supervisor"
     "Shows the modules of a terminal with their states and dependencies, starts\nand stops them, and checks configuration files before they are installed.")
 set(CPACK_DEBIAN_JOVCTL_PACKAGE_SUGGESTS applicationmanager)
 
-package(dev libjov-dev libdevel "qtbase5-dev" "libraries for writing modules of a terminal"
+package(dev libjov-dev libdevel "libdbus-1-dev, qtbase5-dev" "libraries for writing modules of a terminal"
     "Headers, static libraries and CMake package of the component platform:\nbus names, events, remote calls, settings and logging.")
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 

@@ -1,6 +1,6 @@
-#include <jov/ApplicationConfig.h>
+#include "bus/BusTypes.h"
 
-#include <QDBusMetaType>
+#include <jov/ApplicationConfig.h>
 
 QString ApplicationConfig::toString() const
 {
@@ -9,39 +9,42 @@ QString ApplicationConfig::toString() const
              QString::number(m_settingsDeployed ? 1 : 0));
 }
 
-QDBusArgument &operator<<(QDBusArgument &argument, const ApplicationConfig &config)
+namespace {
+
+QVariant toPlain(const ApplicationConfig &config)
 {
-    argument.beginStructure();
-    argument << config.getID() << static_cast<int>(config.getType()) << config.getName() << config.getStatus()
-             << config.getState() << config.getDescription() << config.getVersion() << config.getLabel()
-             << config.getSettingsDeployed();
-    argument.endStructure();
-    return argument;
+    return QVariantList{config.getID(),
+                        static_cast<int>(config.getType()),
+                        config.getName(),
+                        config.getStatus(),
+                        config.getState(),
+                        config.getDescription(),
+                        config.getVersion(),
+                        config.getLabel(),
+                        config.getSettingsDeployed()};
 }
 
-const QDBusArgument &operator>>(const QDBusArgument &argument, ApplicationConfig &config)
+ApplicationConfig fromPlain(const QVariant &plain)
 {
-    QString id, name, status, state, description, version, label;
-    int type = 0;
-    bool settingsDeployed = false;
-    argument.beginStructure();
-    argument >> id >> type >> name >> status >> state >> description >> version >> label >> settingsDeployed;
-    argument.endStructure();
-    config.setID(id);
-    config.setType(static_cast<ApplicationType>(type));
-    config.setName(name);
-    config.setStatus(status);
-    config.setState(state);
-    config.setDescription(description);
-    config.setVersion(version);
-    config.setLabel(label);
-    config.setSettingsDeployed(settingsDeployed);
-    return argument;
+    const QVariantList fields = plain.toList();
+    ApplicationConfig config;
+    config.setID(fields.at(0).toString());
+    config.setType(static_cast<ApplicationType>(fields.at(1).toInt()));
+    config.setName(fields.at(2).toString());
+    config.setStatus(fields.at(3).toString());
+    config.setState(fields.at(4).toString());
+    config.setDescription(fields.at(5).toString());
+    config.setVersion(fields.at(6).toString());
+    config.setLabel(fields.at(7).toString());
+    config.setSettingsDeployed(fields.at(8).toBool());
+    return config;
 }
+
+} // namespace
 
 void registerDBusApplicationConfig()
 {
-    qDBusRegisterMetaType<ApplicationConfig>();
-    qDBusRegisterMetaType<ListApplicationConfig>();
+    BusTypes::add<ApplicationConfig>("(sissssssb)", toPlain, fromPlain);
+    qRegisterMetaType<ListApplicationConfig>("ListApplicationConfig");
     qRegisterMetaType<ListApplicationConfig>("QList<ApplicationConfig>");
 }

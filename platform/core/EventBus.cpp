@@ -1,52 +1,71 @@
 #include "core/EventBus.h"
 
-#include "qtdbus/EventValue.h"
-#include "qtdbus/MatchText.h"
-
 #include <jov/BusNames.h>
 #include <jov/Log.h>
 
-#include <QDBusArgument>
-
-#include <algorithm>
-
 namespace {
 
-constexpr int mostOwnRules = 32;
-const QString eventSignature = QStringLiteral("sa{sv}");
+constexpr int mostOwnRules = 400;
+// The bus refuses a longer one.
+constexpr int longestRule = 1024;
+constexpr char eventSignature[] = "sa{sv}";
 
-QString nameOf(const QDBusMessage &message)
+QString commonRule()
 {
-    return message.arguments().value(0).toString();
+    return QStringLiteral("type='signal',interface='%1',member='%2'")
+        .arg(BusNames::eventInterface(), BusNames::eventMember());
 }
 
-// One rule and one hook of QtDBus; an empty `match` stands for all events.
-void connectEvents(QDBusConnection connection, const QStringList &match, QObject *receiver, const char *slot)
+QString ruleOf(const QString &name)
 {
-    connection.connect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), match, eventSignature,
-                       receiver, slot);
-}
-
-void disconnectEvents(QDBusConnection connection, const QStringList &match, QObject *receiver, const char *slot)
-{
-    connection.disconnect(QString(), QString(), BusNames::eventInterface(), BusNames::eventMember(), match,
-                          eventSignature, receiver, slot);
+    // A quote ends the quoted part, is written as \' outside it, and begins the next.
+    QString value = name;
+    return commonRule() + QStringLiteral(",arg0='") + value.replace(u'\'', QLatin1String("'\\''")) + u'\'';
 }
 
 } // namespace
 
-EventBus::EventBus(const QString &component, QObject *object)
-    : m_link(component, object)
+EventBus::EventBus(const QString &component, QObject &target)
+    : m_path(BusNames::object(component))
+    , m_link(component, target)
+    , m_announcements(component, m_link)
 {
     connect(&m_link, &BusLink::opened, this, &EventBus::takeRules);
     connect(&m_link, &BusLink::closed, this, &EventBus::forgetRules);
     connect(&m_subscriptions, &EventSubscriptions::nameTaken, this, &EventBus::takeRule);
     connect(&m_subscriptions, &EventSubscriptions::nameGone, this, &EventBus::dropRule);
+    m_link.setSignalHandler([this](BusMessage signal) {
+        m_announcements.receive(signal);
+        receive(std::move(signal));
+    });
 }
 
-bool EventBus::send(const QDBusMessage &message) const
+bool EventBus::notify(const QString &name, const QVariantMap &arguments)
 {
-    return m_link.isOpen() && EventValue::canTravel(message) && m_link.connection().send(message);
+    m_announcements.note(name);
+    BusMessage signal = BusMessage::signal(m_path, BusNames::eventInterface(), BusNames::eventMember());
+    return m_link.isOpen() && signal.setArguments({name, arguments}) && m_link.send(signal);
+}
+
+void EventBus::receive(BusMessage signal)
+{
+    static const QByteArray interface = BusNames::eventInterface().toUtf8();
+    static const QByteArray member = BusNames::eventMember().toUtf8();
+    if (!signal.isSignal(interface.constData(), member.constData())) {
+        return;
+    }
+    const QString name = signal.firstText();
+    if (!m_subscriptions.contains(name)) {
+        return;
+    }
+    if (signal.signature() != eventSignature) {
+        Log::debug("event %1 of %2 has the signature %3: ignored", name, QString::fromUtf8(signal.origin().sender),
+                   QString::fromUtf8(signal.signature()));
+        return;
+    }
+    const JovEvent event(name, signal.arguments().at(1).toMap());
+    signal = BusMessage();
+    m_subscriptions.deliver(event);
 }
 
 void EventBus::takeRules()
@@ -63,18 +82,26 @@ void EventBus::forgetRules()
     m_sharedNames.clear();
 }
 
+void EventBus::sendRule(const char *method, const QString &rule)
+{
+    BusMessage request = BusMessage::busCall(method, {rule});
+    request.setWantsNoReply();
+    m_link.send(request);
+}
+
 void EventBus::takeRule(const QString &name)
 {
     if (!m_link.isOpen()) {
         return;
     }
-    if (fitsMatchRule(name) && m_ownNames.size() < mostOwnRules) {
+    const QString rule = ruleOf(name);
+    if (m_ownNames.size() < mostOwnRules && rule.toUtf8().size() <= longestRule) {
         m_ownNames.insert(name);
-        connectEvents(m_link.connection(), {name}, this, SLOT(slot_ownEvent(QDBusMessage)));
+        sendRule("AddMatch", rule);
         return;
     }
     if (m_sharedNames.isEmpty()) {
-        connectEvents(m_link.connection(), {}, this, SLOT(slot_anyEvent(QDBusMessage)));
+        sendRule("AddMatch", commonRule());
     }
     m_sharedNames.insert(name);
 }
@@ -82,36 +109,8 @@ void EventBus::takeRule(const QString &name)
 void EventBus::dropRule(const QString &name)
 {
     if (m_ownNames.remove(name)) {
-        disconnectEvents(m_link.connection(), {name}, this, SLOT(slot_ownEvent(QDBusMessage)));
+        sendRule("RemoveMatch", ruleOf(name));
     } else if (m_sharedNames.remove(name) && m_sharedNames.isEmpty()) {
-        disconnectEvents(m_link.connection(), {}, this, SLOT(slot_anyEvent(QDBusMessage)));
+        sendRule("RemoveMatch", commonRule());
     }
-}
-
-void EventBus::slot_ownEvent(const QDBusMessage &message)
-{
-    const QString name = nameOf(message);
-    if (m_ownNames.contains(name)) {
-        deliver(name, message);
-    }
-}
-
-void EventBus::slot_anyEvent(const QDBusMessage &message)
-{
-    const QString name = nameOf(message);
-    if (!m_ownNames.contains(name)) {
-        deliver(name, message);
-    }
-}
-
-void EventBus::deliver(const QString &name, const QDBusMessage &message)
-{
-    if (!m_subscriptions.contains(name)) {
-        return;
-    }
-    if (message.signature() != eventSignature) {
-        Log::debug("event %1 of %2 has the signature %3: ignored", name, message.service(), message.signature());
-        return;
-    }
-    m_subscriptions.deliver(JovEvent(name, qdbus_cast<QVariantMap>(message.arguments().at(1))));
 }

@@ -1,51 +1,52 @@
 #ifndef EVENT_BUS_H
 #define EVENT_BUS_H
 
+#include "core/Announcements.h"
 #include "core/BusLink.h"
 #include "core/EventSubscriptions.h"
 
-#include <QDBusMessage>
 #include <QObject>
 #include <QSet>
 
 /**
  * The events of a component, and its link to the bus that they come over.
  *
- * Which events the bus daemon passes on is a trade. While the component subscribes to few names each has a match rule
- * of its own, and nobody else's events wake it. The system bus allows 512 rules a connection, and QtDBus writes the
- * name into the rule neither escaped nor as UTF-8, so past thirty-two names, and for any name that is not plain ASCII,
- * one rule brings all events and the look-up is ours. A name keeps the rule that it was given; an event whose name has
- * one of its own is taken from that one alone, so none is lost or doubled when the other rule comes or goes.
+ * Each name has a match rule of its own, so that nobody else's events wake the component. The system bus allows 512
+ * rules for each connection: beyond four hundred names, and for a name that is too long for a rule, one rule brings all
+ * events. The look-up is ours in any case, so an event comes once whatever rules there are.
+ *
+ * A rule is requested without waiting for an answer. The bus takes what one connection sends in order: the rule holds
+ * for all that happens because of what is sent after it.
  */
 class EventBus : public QObject
 {
     Q_OBJECT
 
 public:
-    /// `component` is the component's name, `object` what is served under it.
-    EventBus(const QString &component, QObject *object);
+    /// `component` is the component's name, `target` what is served under it.
+    EventBus(const QString &component, QObject &target);
 
     [[nodiscard]] BusLink &link() { return m_link; }
-    [[nodiscard]] const BusLink &link() const { return m_link; }
     [[nodiscard]] EventSubscriptions &subscriptions() { return m_subscriptions; }
-    /// False without a bus, and when the message holds what cannot travel.
-    bool send(const QDBusMessage &message) const;
 
-private Q_SLOTS:
-    void slot_ownEvent(const QDBusMessage &message);
-    void slot_anyEvent(const QDBusMessage &message);
+    /// False without a bus, and when it holds what cannot travel.
+    bool notify(const QString &name, const QVariantMap &arguments);
+    /// Gives an event that came from the bus to its subscribers; other signals are left alone.
+    void receive(BusMessage signal);
 
 private:
     void takeRules();
     void forgetRules();
     void takeRule(const QString &name);
     void dropRule(const QString &name);
-    void deliver(const QString &name, const QDBusMessage &message);
+    void sendRule(const char *method, const QString &rule);
 
+    const QString m_path;
     EventSubscriptions m_subscriptions;
     QSet<QString> m_ownNames; ///< names with a match rule of their own
     QSet<QString> m_sharedNames; ///< names behind the rule for all events, which is there while this is not empty
     BusLink m_link;
+    Announcements m_announcements;
 };
 
 #endif

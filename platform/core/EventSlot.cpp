@@ -1,6 +1,6 @@
 #include "core/EventSlot.h"
 
-#include "qtdbus/EventValue.h"
+#include "bus/BusTypes.h"
 
 #include <jov/Log.h>
 
@@ -27,12 +27,7 @@ void EventSlot::call(QObject *receiver, const JovEvent &event) const
         return;
     }
     if (m_method.parameterType(0) == qMetaTypeId<JovEvent>()) {
-        JovEvent plain(event.getEvtName());
-        const QVariantMap arguments = event.arguments();
-        for (auto argument = arguments.cbegin(); argument != arguments.cend(); ++argument) {
-            plain.addArgument(argument.key(), EventValue::plain(argument.value()));
-        }
-        m_method.invoke(receiver, Qt::AutoConnection, Q_ARG(JovEvent, plain));
+        m_method.invoke(receiver, Qt::AutoConnection, Q_ARG(JovEvent, event));
         return;
     }
     const std::optional<QVariant> value = valueFor(event);
@@ -51,10 +46,10 @@ std::optional<QVariant> EventSlot::valueFor(const JovEvent &event) const
     const QVariantMap arguments = event.arguments();
     const auto named = arguments.constFind(QString::fromUtf8(m_method.parameterNames().constFirst()));
     if (named != arguments.cend()) {
-        return EventValue::converted(*named, m_method.parameterType(0));
+        return BusTypes::converted(*named, m_method.parameterType(0));
     }
     if (arguments.size() == 1) {
-        return EventValue::converted(arguments.first(), m_method.parameterType(0));
+        return BusTypes::converted(arguments.first(), m_method.parameterType(0));
     }
     return std::nullopt;
 }

@@ -1,6 +1,4 @@
 #include "core/EventBus.h"
-#include "qtdbus/AskedNames.h"
-#include "qtdbus/CallContext.h"
 #include "root/PlatformIni.h"
 
 #include <jov/JovApplication.h>
@@ -39,34 +37,45 @@ void JovApplication::setModule(JovModule *module)
 int JovApplication::exec()
 {
     m_lifeBegun = false;
-    QMetaObject::invokeMethod(this, &JovApplication::runLife, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &JovApplication::openBus, Qt::QueuedConnection);
     const int status = QCoreApplication::exec();
     if (m_module) {
-        m_module->m_bus->link().close();
+        BusLink &link = m_module->m_bus->link();
+        disconnect(&link, nullptr, this, nullptr);
+        link.close();
     }
     return status;
 }
 
-void JovApplication::runLife()
+void JovApplication::openBus()
 {
     if (!m_module || m_module->isExiting()) {
         return;
     }
     BusLink &link = m_module->m_bus->link();
-    if (!link.open()) {
-        fail(QStringLiteral("no bus: %1").arg(link.errorText()));
+    connect(&link, &BusLink::opened, this, &JovApplication::beginLife);
+    connect(&link, &BusLink::nameTaken, this, [this] {
+        if (!m_module->isExiting()) {
+            run("init_step", &JovModule::init_step);
+        }
+    });
+    connect(&link, &BusLink::failed, this, [this](const QString &reason) {
+        if (!m_module->isExiting()) {
+            fail(m_lifeBegun ? reason : QStringLiteral("no bus: %1").arg(reason));
+        }
+    });
+    link.open();
+}
+
+void JovApplication::beginLife()
+{
+    if (m_lifeBegun || m_module->isExiting()) {
         return;
     }
     m_lifeBegun = true;
-    if (!run("check", &JovModule::check) || !run("deploy", &JovModule::deploy) || !run("init", &JovModule::init)) {
-        return;
+    if (run("check", &JovModule::check) && run("deploy", &JovModule::deploy) && run("init", &JovModule::init)) {
+        m_module->m_bus->link().takeName();
     }
-    // Asked again: the bus may have gone meanwhile.
-    if (!link.open() || !link.takeName()) {
-        fail(link.errorText());
-        return;
-    }
-    run("init_step", &JovModule::init_step);
 }
 
 bool JovApplication::run(const char *name, bool (JovModule::*operation)())
@@ -113,16 +122,10 @@ bool JovApplication::notify(QObject *receiver, QEvent *event)
     if (QThread::currentThread() != thread()) {
         return QCoreApplication::notify(receiver, event);
     }
-    limitAskedNames(receiver, event);
-    JovModule *const module = m_module;
-    const CallContext context(module);
     try {
         return QCoreApplication::notify(receiver, event);
     } catch (JovException *thrown) { // NOLINT(misc-throw-by-value-catch-by-reference): the platform throws pointers
         logAndDelete(thrown);
-        if (module && module == m_module) {
-            context.restore(*module);
-        }
     }
     return false;
 }

@@ -1,6 +1,4 @@
 #include "core/EventBus.h"
-#include "qtdbus/EventValue.h"
-#include "system/LifeSign.h"
 
 #include <jov/BusNames.h>
 #include <jov/JovApplication.h>
@@ -8,20 +6,16 @@
 #include <jov/JovModule.h>
 #include <jov/SettingsParam.h>
 
-#include <QDBusError>
-
 namespace {
 
 constexpr int replyLimit = 25000;
 
-const QString errorName = QStringLiteral("com.velmora.Jovara.Error.Failed");
-
-QDBusMessage methodCall(const QString &component, const QString &method, const QVariantList &arguments)
+/// Null when a name or an argument is nothing that the bus carries.
+BusMessage methodCall(const QString &component, const QString &method, const QVariantList &arguments)
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(BusNames::service(component), BusNames::object(component),
-                                                          BusNames::methodInterface(), method);
-    message.setArguments(arguments);
-    return message;
+    BusMessage message = BusMessage::call(BusNames::service(component), BusNames::object(component),
+                                          BusNames::methodInterface(), method);
+    return message.setArguments(arguments) ? message : BusMessage();
 }
 
 } // namespace
@@ -29,7 +23,7 @@ QDBusMessage methodCall(const QString &component, const QString &method, const Q
 JovModule::JovModule(const QString &moduleName, QObject *parent)
     : QObject(parent)
     , m_moduleName(moduleName)
-    , m_bus(std::make_unique<EventBus>(moduleName, this))
+    , m_bus(std::make_unique<EventBus>(moduleName, *this))
 {
     if (JovApplication *application = JovApplication::instance()) {
         application->setModule(this);
@@ -66,30 +60,33 @@ bool JovModule::notifyEvent(const JovEvent &event)
 
 bool JovModule::notifyEvent(const QString &name, const QVariantMap &arguments)
 {
-    QDBusMessage message =
-        QDBusMessage::createSignal(BusNames::object(m_moduleName), BusNames::eventInterface(), BusNames::eventMember());
-    message.setArguments({name, arguments});
-    return m_bus->send(message);
+    return m_bus->notify(name, arguments);
 }
 
-QDBusMessage JovModule::syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
+JovReply JovModule::syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
 {
     if (!m_bus->link().isOpen()) {
         throw new JovException(this, JovException::BusUnavailable,
                                QStringLiteral("no bus to call %1 of %2").arg(method, component));
     }
-    const QDBusMessage call = methodCall(component, method, arguments);
-    if (!EventValue::canTravel(call)) {
-        return call.createErrorReply(QDBusError::InvalidArgs,
-                                     QStringLiteral("an argument of %1 cannot travel on the bus").arg(method));
+    const BusMessage call = methodCall(component, method, arguments);
+    if (call.isNull()) {
+        return {QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"),
+                QStringLiteral("a name or an argument of %1 cannot travel on the bus").arg(method)};
     }
-    LifeSign::give();
-    return m_bus->link().connection().call(call, QDBus::Block, replyLimit);
+    const BusMessage reply = m_bus->link().callAndWait(call, replyLimit);
+    return reply.type() == BusMessage::Type::Return ? JovReply(reply.arguments())
+                                                    : JovReply(reply.errorName(), reply.firstText());
 }
 
 bool JovModule::asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
 {
-    return m_bus->send(methodCall(component, method, arguments));
+    BusMessage call = methodCall(component, method, arguments);
+    if (call.isNull()) {
+        return false;
+    }
+    call.setWantsNoReply();
+    return m_bus->link().send(call);
 }
 
 void JovModule::exit()
@@ -105,16 +102,21 @@ void JovModule::exit()
     }
 }
 
-void JovModule::failBusCall(const QString &text)
+bool JovModule::isBusCall() const
 {
-    if (calledFromDBus()) {
-        sendErrorReply(errorName, text);
-    }
+    return m_bus->link().object().isCall();
 }
 
-QDBusConnection JovModule::busConnection() const
+void JovModule::failBusCall(const QString &text)
 {
-    return m_bus->link().connection();
+    m_bus->link().object().failCall(text);
+}
+
+bool JovModule::sendSignal(const QString &path, const QString &interface, const QString &member,
+                           const QVariantList &arguments)
+{
+    BusMessage signal = BusMessage::signal(path, interface, member);
+    return signal.setArguments(arguments) && m_bus->link().send(signal);
 }
 
 bool JovModule::check()

@@ -1,56 +1,53 @@
-#include <jov/Setting.h>
+#include "bus/BusTypes.h"
 
-#include <QDBusMetaType>
+#include <jov/Setting.h>
 
 const QString Setting::UNDEFINEDVALUE = QStringLiteral("UNDEFINED_VALUE");
 
-QDBusArgument &operator<<(QDBusArgument &argument, const SettingChoice &choice)
+namespace {
+
+QVariant toPlain(const Setting &setting)
 {
-    argument.beginStructure();
-    argument << choice.value << choice.label;
-    argument.endStructure();
-    return argument;
+    QVariantList choices;
+    for (const SettingChoice &choice : setting.m_choices) {
+        choices.append(QVariant(QVariantList{choice.value, choice.label}));
+    }
+    return QVariantList{setting.getId(),       setting.getValue(), setting.m_defaultValue, setting.m_label,
+                        setting.m_description, setting.m_owner,    setting.m_unit,         setting.m_type,
+                        setting.m_minimum,     setting.m_maximum,  QVariant(choices),      setting.getDefined(),
+                        setting.m_mandatory,   setting.m_pattern};
 }
 
-const QDBusArgument &operator>>(const QDBusArgument &argument, SettingChoice &choice)
+Setting fromPlain(const QVariant &plain)
 {
-    argument.beginStructure();
-    argument >> choice.value >> choice.label;
-    argument.endStructure();
-    return argument;
+    const QVariantList fields = plain.toList();
+    Setting setting;
+    setting.setId(fields.at(0).toString());
+    setting.setValue(fields.at(1).toString());
+    setting.m_defaultValue = fields.at(2).toString();
+    setting.m_label = fields.at(3).toString();
+    setting.m_description = fields.at(4).toString();
+    setting.m_owner = fields.at(5).toString();
+    setting.m_unit = fields.at(6).toString();
+    setting.m_type = fields.at(7).toInt();
+    setting.m_minimum = fields.at(8).toInt();
+    setting.m_maximum = fields.at(9).toInt();
+    const QVariantList choices = fields.at(10).toList();
+    for (const QVariant &choice : choices) {
+        setting.m_choices.append({choice.toList().at(0).toString(), choice.toList().at(1).toString()});
+    }
+    setting.setDefined(fields.at(11).toBool());
+    setting.m_mandatory = fields.at(12).toBool();
+    setting.m_pattern = fields.at(13).toString();
+    return setting;
 }
 
-QDBusArgument &operator<<(QDBusArgument &argument, const Setting &setting)
-{
-    argument.beginStructure();
-    argument << setting.getId() << setting.getValue() << setting.m_defaultValue << setting.m_label
-             << setting.m_description << setting.m_owner << setting.m_unit << setting.m_type << setting.m_minimum
-             << setting.m_maximum << setting.m_choices << setting.getDefined() << setting.m_mandatory
-             << setting.m_pattern;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, Setting &setting)
-{
-    QString id, value;
-    bool defined = false;
-    argument.beginStructure();
-    argument >> id >> value >> setting.m_defaultValue >> setting.m_label >> setting.m_description >> setting.m_owner
-        >> setting.m_unit >> setting.m_type >> setting.m_minimum >> setting.m_maximum >> setting.m_choices >> defined
-        >> setting.m_mandatory >> setting.m_pattern;
-    argument.endStructure();
-    setting.setId(id);
-    setting.setValue(value);
-    setting.setDefined(defined);
-    return argument;
-}
+} // namespace
 
 void registerDBusSetting()
 {
-    qDBusRegisterMetaType<SettingChoice>();
-    qDBusRegisterMetaType<QList<SettingChoice>>();
-    qDBusRegisterMetaType<Setting>();
-    qDBusRegisterMetaType<ListSetting>();
+    BusTypes::add<Setting>("(sssssssiiia(ss)bbs)", toPlain, fromPlain);
+    qRegisterMetaType<Setting>("Setting");
+    qRegisterMetaType<ListSetting>("ListSetting");
     qRegisterMetaType<ListSetting>("QList<Setting>");
 }

@@ -22,10 +22,8 @@ public:
 public Q_SLOTS:
     Q_SCRIPTABLE void reboot(int, bool, const QString &owner, const QString &reason)
     {
-        QDBusMessage signal =
-            QDBusMessage::createSignal(Announcement::path, Announcement::interface, Announcement::rebootRequested);
-        signal << getModuleName() << QStringLiteral("reboot requested by %1: %2").arg(owner, reason);
-        busConnection().send(signal);
+        sendSignal(Announcement::path, Announcement::interface, Announcement::rebootRequested,
+                   {getModuleName(), QStringLiteral("reboot requested by %1: %2").arg(owner, reason)});
     }
 };
 

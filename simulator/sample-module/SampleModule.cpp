@@ -61,7 +61,7 @@ void SampleModule::becomeReady()
         QTimer::singleShot(*m_behaviour.presentationAfter, this, [this] { notifyEvent(Events::presentationReady); });
     }
     if (m_behaviour.exitOnReady) {
-        // Another thread sends the event. The reply to this call comes after the bus has received the event.
+        // Once the bus has answered that there is nobody of this name, it has received the event too.
         static_cast<void>(syncRemoteCall(QStringLiteral("Nobody"), QStringLiteral("nothing")));
         quit(m_behaviour.exitCode);
     }

@@ -1,5 +1,6 @@
 #include "daemon/RunManager.h"
 
+#include "bus/BusConnection.h"
 #include "daemon/Heartbeat.h"
 #include "daemon/Options.h"
 #include "daemon/ParentProcess.h"
@@ -39,6 +40,7 @@ int runManager(int argc, char **argv, pid_t parent, bool debugMode, const Manage
         manager.setDebugMode(debugMode);
         manager.setParent(parent);
         SignalHandOver signalHandOver(parent == 0);
+        BusConnection::setInterruption(&SupervisionState::isTerminationTaken);
         QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
         QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
         Heartbeat heartbeat(parent, watchdogDevice(manager));

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Not only one handler at a time: the bus has a thread of its own, and a mask holds in one thread alone.
+// A library may have a thread of its own, and a mask holds in one thread alone.
 std::atomic<bool> signalTaken{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a signal handler");
 

@@ -49,12 +49,10 @@ const char *typeName(const Setting &)
 } // namespace
 
 ApplicationManagerAdaptor::ApplicationManagerAdaptor(JovModule *manager, const WaitLoop &waits)
-    : QDBusAbstractAdaptor(manager)
+    : QObject(manager)
     , m_manager(*manager)
     , m_waits(waits)
-{
-    setAutoRelaySignals(true);
-}
+{ }
 
 template <typename Result, typename... Arguments>
 Result ApplicationManagerAdaptor::forward(const char *method, const char *resultType, const Arguments &...arguments)
@@ -94,8 +92,6 @@ void ApplicationManagerAdaptor::forwardingFailed(const char *method)
 {
     const QString text = QStringLiteral("Adaptor::invokeMethod failed: %1").arg(QLatin1String(method));
     qDebug("Adaptor::invokeMethod failed: %s", method);
-    // The caller's reply goes out first: past QtDBus it would be too late.
-    m_manager.failBusCall(text);
     throw new JovException(&m_manager, JovException::InvocationFailed, text);
 }
 

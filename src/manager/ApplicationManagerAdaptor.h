@@ -4,7 +4,7 @@
 #include <jov/ApplicationConfig.h>
 #include <jov/Setting.h>
 
-#include <QDBusAbstractAdaptor>
+#include <QObject>
 
 class JovModule;
 class WaitLoop;
@@ -17,7 +17,7 @@ class WaitLoop;
  * A method for which the manager has no slot can only come from a build fault. Its caller gets an error reply, and a
  * `JovException *` is thrown, which the application object logs and deletes.
  */
-class ApplicationManagerAdaptor : public QDBusAbstractAdaptor
+class ApplicationManagerAdaptor : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.JovInterface")

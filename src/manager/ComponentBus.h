@@ -25,7 +25,7 @@ public:
     {
         return m_component.notifyEvent(name, arguments);
     }
-    QDBusMessage syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
+    JovReply syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
     {
         return m_component.syncRemoteCall(component, method, arguments);
     }

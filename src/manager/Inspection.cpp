@@ -8,15 +8,13 @@
 
 #include <jov/Log.h>
 
-#include <QDBusMetaType>
-
 namespace Key = Inspect::Key;
 
 namespace {
 
 /**
- * QtDBus takes a written property for done, unless the class answers through the status that comes with the call that
- * it was not: a bad log level is refused so, and its caller gets an error instead of a success without effect.
+ * A written property counts as done, unless the class says through the status that comes with the call that it was not:
+ * a bad log level is refused so, and its caller gets an error instead of a success without effect.
  */
 class CheckedInspection : public Inspection
 {
@@ -63,13 +61,14 @@ QVariantMap describe(const ApplicationRecord &record, const InitStep *step, cons
 
 Inspection::Inspection(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
                        const StartupProgression &progression)
-    : QDBusAbstractAdaptor(manager)
+    : QObject(manager)
     , m_state(state)
     , m_inventory(inventory)
     , m_journal(journal)
     , m_progression(progression)
 {
-    qDBusRegisterMetaType<ListOfMaps>();
+    // moc's table knows the type of a result by its name alone.
+    qRegisterMetaType<ListOfMaps>("ListOfMaps");
     connect(&journal, &Journal::moduleStateChanged, this,
             [this](const QString &name, ModuleState oldState, ModuleState newState) {
                 Q_EMIT ModuleStateChanged(name, stateText(oldState), stateText(newState));

@@ -1,8 +1,8 @@
 #ifndef INSPECTION_H
 #define INSPECTION_H
 
-#include <QDBusAbstractAdaptor>
 #include <QList>
+#include <QObject>
 #include <QVariantMap>
 
 class Inventory;
@@ -11,7 +11,6 @@ class StartupProgression;
 class SupervisionState;
 
 using ListOfMaps = QList<QVariantMap>;
-Q_DECLARE_METATYPE(ListOfMaps)
 
 /**
  * A second look into the daemon, beside the control interface: what the modules and steps are, how they depend on each
@@ -23,7 +22,7 @@ Q_DECLARE_METATYPE(ListOfMaps)
  *
  * Make it with create(), once; it is a Qt child of the manager.
  */
-class Inspection : public QDBusAbstractAdaptor
+class Inspection : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.Inspection")

@@ -2,14 +2,11 @@
 
 #include "contract/Components.h"
 #include "monitoring/MemoryWatchdog.h"
-#include "qtdbus/EventValue.h"
 #include "supervision/BusAccess.h"
 
 #include <jov/JovException.h>
 #include <jov/Log.h>
 #include <jov/Setting.h>
-
-#include <QDBusMessage>
 
 #include <memory>
 
@@ -26,13 +23,13 @@ QString SettingsAccess::getSettingValue(const QString &id) const
 {
     Log::debug("getSettingValue %1", id);
     try {
-        const QDBusMessage reply =
+        const JovReply reply =
             m_bus.syncRemoteCall(Components::settingsManager, Components::getSettingValueMethod, {id});
-        if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
+        if (reply.isError() || reply.arguments().isEmpty()) {
             return Setting::UNDEFINEDVALUE;
         }
-        const auto value = EventValue::converted(reply.arguments().constFirst(), QMetaType::QString);
-        return value ? value->toString() : Setting::UNDEFINEDVALUE;
+        const QVariant value = reply.arguments().constFirst();
+        return value.canConvert<QString>() ? value.toString() : Setting::UNDEFINEDVALUE;
     } catch (JovException *thrown) {
         const std::unique_ptr<JovException> exception(thrown);
         Log::error("getSettingValue: error while contacting SettingsManager (ID=%1) : %2", id, exception->message());

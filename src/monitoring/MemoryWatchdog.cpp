@@ -126,8 +126,8 @@ bool MemoryWatchdog::requestReboot() const
     const QVariantList arguments = {1, false, QString(Components::applicationManager),
                                     QStringLiteral("Too much faulty applications restart")};
     try {
-        const QDBusMessage reply = m_bus.syncRemoteCall(Components::platform, Components::rebootMethod, arguments);
-        if (reply.type() == QDBusMessage::ReplyMessage) {
+        const JovReply reply = m_bus.syncRemoteCall(Components::platform, Components::rebootMethod, arguments);
+        if (!reply.isError()) {
             m_orders.rebootAccepted();
             return true;
         }

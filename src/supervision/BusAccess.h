@@ -1,7 +1,8 @@
 #ifndef BUS_ACCESS_H
 #define BUS_ACCESS_H
 
-#include <QDBusMessage>
+#include <jov/JovReply.h>
+
 #include <QMap>
 #include <QString>
 #include <QVariant>
@@ -19,8 +20,8 @@ public:
     virtual bool notifyEvent(const QString &name, const QVariantMap &arguments = QVariantMap()) = 0;
     /// Blocks until the reply has come: nothing else of the manager runs in between. Throws a `JovException *` without
     /// a bus.
-    [[nodiscard]] virtual QDBusMessage syncRemoteCall(const QString &component, const QString &method,
-                                                      const QVariantList &arguments) = 0;
+    [[nodiscard]] virtual JovReply syncRemoteCall(const QString &component, const QString &method,
+                                                  const QVariantList &arguments) = 0;
     virtual bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) = 0;
     /// The manager's own section of platform.ini.
     [[nodiscard]] virtual QMap<QString, QString> getParameters() const = 0;

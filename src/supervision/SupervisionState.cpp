@@ -14,6 +14,11 @@ void SupervisionState::noteTermination() noexcept
     terminationTaken.store(true);
 }
 
+bool SupervisionState::isTerminationTaken() noexcept
+{
+    return terminationTaken.load();
+}
+
 bool SupervisionState::startFailed() const
 {
     return m_startFailed || terminationTaken.load();

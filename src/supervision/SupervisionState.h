@@ -24,6 +24,7 @@ public:
 
     /// A `SIGTERM` was taken. Async-signal-safe; nothing takes it back.
     static void noteTermination() noexcept;
+    [[nodiscard]] static bool isTerminationTaken() noexcept;
 
     /// The stop flag.
     [[nodiscard]] bool startFailed() const;

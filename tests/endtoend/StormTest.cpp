@@ -1,7 +1,6 @@
 #include "qtdbus/BusExchange.h"
+#include "qtdbus/BusRecords.h"
 #include "support/Terminal.h"
-
-#include <jov/Setting.h>
 
 #include <QCommandLineParser>
 #include <QDBusPendingReply>
@@ -88,7 +87,7 @@ private Q_SLOTS:
         m_terminal->setDaemon(QStringLiteral(QUICK_DAEMON));
         m_terminal->standIn("/sbin/reboot"_s);
         m_terminal->standIn("/usr/bin/jpg2fb"_s);
-        registerDBusSetting();
+        registerQtDBusRecords();
         bool calm = true;
         connect(m_terminal.get(), &Terminal::event, this, [&](const QString &name) {
             if (name == "checkMandatorySettings"_s && (calm || upTo(3) > 0)) {

@@ -29,7 +29,7 @@ private Q_SLOTS:
     {
         m_catalogue.clearApplications();
         m_supervision.bus.calls.clear();
-        m_supervision.bus.answer = [] { return QDBusMessage(); };
+        m_supervision.bus.answer = FakeBus().answer;
         m_supervision.onStop = m_supervision.onStart = [] {};
         m_now = start;
         WatchdogTiming timing;
@@ -126,8 +126,7 @@ private Q_SLOTS:
             if (outcome == 3) {
                 throw std::runtime_error("other");
             }
-            const QDBusMessage call = QDBusMessage::createMethodCall("a.b"_s, "/a"_s, "a.b"_s, "reboot"_s);
-            return outcome == 0 ? call.createReply() : call.createErrorReply(QDBusError::Failed, QString());
+            return outcome == 0 ? JovReply() : JovReply("org.freedesktop.DBus.Error.Failed"_s, QString());
         };
         setUsage("leak"_s, 1001, 1000);
         setUsage("other"_s, 1000, 1000);

@@ -19,7 +19,7 @@ public:
     QStringList calls;
     QStringList events; ///< "NAME" or "NAME VALUE" of the first argument
     QStringList subscriptions;
-    std::function<QDBusMessage()> answer = [] { return QDBusMessage(); };
+    std::function<JovReply()> answer = [] { return JovReply("org.freedesktop.DBus.Error.NoReply"_s, QString()); };
     std::function<void(const QString &)> onEvent = [](const QString &) {};
 
     bool subscribeEvent(const QString &name, QObject * /*receiver*/, const char * /*slot*/) override
@@ -37,7 +37,7 @@ public:
         onEvent(name);
         return true;
     }
-    QDBusMessage syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
+    JovReply syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
     {
         asyncRemoteCall(component, method, arguments);
         return answer();

@@ -1,8 +1,8 @@
 #include "support/Terminal.h"
 
 #include "qtdbus/BusExchange.h"
+#include "qtdbus/BusRecords.h"
 
-#include <jov/ApplicationConfig.h>
 #include <jov/BusNames.h>
 
 #include <QDBusReply>
@@ -34,7 +34,7 @@ QString elements(const QString &element, const QStringList &texts)
 Terminal::Terminal(const QString &description)
     : m_program(QStringLiteral(DAEMON_PROGRAM))
 {
-    registerDBusApplicationConfig();
+    registerQtDBusRecords();
     layOut(description);
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     reconnect();

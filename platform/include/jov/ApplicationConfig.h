@@ -1,7 +1,6 @@
 #ifndef APPLICATION_CONFIG_H
 #define APPLICATION_CONFIG_H
 
-#include <QDBusArgument>
 #include <QList>
 #include <QMetaType>
 #include <QString>
@@ -55,10 +54,7 @@ private:
 
 using ListApplicationConfig = QList<ApplicationConfig>;
 
-QDBusArgument &operator<<(QDBusArgument &argument, const ApplicationConfig &config);
-const QDBusArgument &operator>>(const QDBusArgument &argument, ApplicationConfig &config);
-
-/// Makes both types known to QtDBus. Call it once before they travel; a second call does no harm.
+/// Makes both types known to the platform's bus. Call it once before they travel; a second call does no harm.
 void registerDBusApplicationConfig();
 
 Q_DECLARE_METATYPE(ApplicationConfig)

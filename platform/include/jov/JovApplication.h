@@ -32,7 +32,9 @@ private:
     friend class JovModule;
 
     void setModule(JovModule *module);
-    void runLife();
+    void openBus();
+    /// The operations up to the bus name, which init_step() waits for.
+    void beginLife();
     /// One operation of the life; false when the life does not go on.
     bool run(const char *name, bool (JovModule::*operation)());
     bool attempt(bool (JovModule::*operation)());

@@ -2,10 +2,8 @@
 #define JOV_MODULE_H
 
 #include <jov/JovEvent.h>
+#include <jov/JovReply.h>
 
-#include <QDBusConnection>
-#include <QDBusContext>
-#include <QDBusMessage>
 #include <QMap>
 #include <QObject>
 #include <QVariant>
@@ -24,11 +22,18 @@ class EventBus;
  * called, the loop ends with status 0. In NAME every character outside [A-Za-z0-9_] becomes `_`, and a leading digit
  * gets a `_` before it.
  *
- * Bus methods are those of a QDBusAbstractAdaptor child, or the Q_SCRIPTABLE slots of the derived class, on the
- * interface `com.velmora.Jovara.JovInterface` (a derived class with scriptable slots repeats the Q_CLASSINFO below).
+ * Bus methods are the Q_SCRIPTABLE slots of the derived class, on the interface `com.velmora.Jovara.JovInterface` (a
+ * derived class with scriptable slots repeats the Q_CLASSINFO below), and the public slots of children whose class has
+ * two Q_CLASSINFO texts: "D-Bus Interface", the name, and "D-Bus Introspection", the XML element that describes it. The
+ * signals and properties of such a child are on the bus too. A slot takes and returns what an event can carry
+ * (JovEvent) and records; a `JovException *` that it throws is logged, and its caller gets the error
+ * `com.velmora.Jovara.Error.Failed`.
  *
- * Everything is for the thread of the event loop. A lost bus is survived: an error line, a new try every second, and
- * name, object and subscriptions are taken back when the bus is there again.
+ * Everything is for the thread of the event loop, and nothing but syncRemoteCall() waits for the bus. A lost bus is
+ * survived: an error line, new attempts after pauses that grow to a second, and name, object and subscriptions are
+ * taken back when the bus is there again. `end_of_init_NAME` and `presentationReady` are then sent again, with the
+ * argument `repeated` = true, if they were sent before and the supervisor is the parent of this process: it may have
+ * missed them.
  *
  *     class Clock : public JovModule
  *     {
@@ -38,7 +43,7 @@ class EventBus;
  *         bool init_step() override { return notifyEvent(QStringLiteral("end_of_init_Clock")); }
  *     };
  */
-class JovModule : public QObject, protected QDBusContext
+class JovModule : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.velmora.Jovara.JovInterface")
@@ -68,11 +73,12 @@ public:
     bool notifyEvent(const QString &name, const QVariantMap &arguments = QVariantMap());
 
     /**
-     * Calls a method of another component and waits for the reply, 25 s at most. A D-Bus error (nobody of that name, no
-     * reply in time) comes back as an error message. Without a bus it throws a `JovException *`.
+     * Calls a method of another component and waits for the reply, 25 s at most, in which nothing else of the process
+     * runs. A D-Bus error (nobody of that name, no reply in time) comes back as an error reply. Without a bus it throws
+     * a `JovException *`.
      */
-    [[nodiscard]] QDBusMessage syncRemoteCall(const QString &component, const QString &method,
-                                              const QVariantList &arguments = QVariantList());
+    [[nodiscard]] JovReply syncRemoteCall(const QString &component, const QString &method,
+                                          const QVariantList &arguments = QVariantList());
     /// The same without waiting; the reply is dropped. False without a bus.
     bool asyncRemoteCall(const QString &component, const QString &method,
                          const QVariantList &arguments = QVariantList());
@@ -86,13 +92,14 @@ public:
     [[nodiscard]] bool isExiting() const { return m_exiting; }
 
     /// True while a bus call is being served.
-    [[nodiscard]] bool isBusCall() const { return calledFromDBus(); }
+    [[nodiscard]] bool isBusCall() const;
     /// Answers the bus call that is being served, if there is one, with the error `com.velmora.Jovara.Error.Failed`;
     /// what the slot returns is then not sent.
     void failBusCall(const QString &text);
 
-    /// For signals of interfaces of the component's own. Not connected without a bus, and another one after a loss.
-    [[nodiscard]] QDBusConnection busConnection() const;
+    /// Sends a signal of an interface of the component's own. False without a bus, or with what D-Bus cannot carry.
+    bool sendSignal(const QString &path, const QString &interface, const QString &member,
+                    const QVariantList &arguments = QVariantList());
 
     // The operations of a component's life, each true for success.
     virtual bool check();

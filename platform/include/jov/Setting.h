@@ -1,7 +1,6 @@
 #ifndef SETTING_H
 #define SETTING_H
 
-#include <QDBusArgument>
 #include <QList>
 #include <QMetaType>
 #include <QString>
@@ -53,12 +52,7 @@ private:
 
 using ListSetting = QList<Setting>;
 
-QDBusArgument &operator<<(QDBusArgument &argument, const SettingChoice &choice);
-const QDBusArgument &operator>>(const QDBusArgument &argument, SettingChoice &choice);
-QDBusArgument &operator<<(QDBusArgument &argument, const Setting &setting);
-const QDBusArgument &operator>>(const QDBusArgument &argument, Setting &setting);
-
-/// Makes the types known to QtDBus and to Qt's meta-type system. Call it once before they travel.
+/// Makes the types known to the platform's bus and to Qt's meta-type system. Call it once before they travel.
 void registerDBusSetting();
 
 Q_DECLARE_METATYPE(SettingChoice)

@@ -1,0 +1,167 @@
+#include "bus/BusConnection.h"
+#include "support/DataTable.h"
+#include "support/Terminal.h"
+
+#include <jov/BusNames.h>
+
+#include <QElapsedTimer>
+
+#include <csignal>
+
+namespace {
+
+constexpr int promised = 1000; // milliseconds until an end or SIGTERM is noticed
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool memoryIsTelling = false;
+#else
+constexpr bool memoryIsTelling = true;
+#endif
+
+/// A caller beside the daemon, with a connection like a component's.
+class Caller : public QObject
+{
+public:
+    Caller()
+    {
+        m_connection.setHandler([](const BusMessage &) {}); // and answers nobody
+        m_connection.open();
+        QTest::qWaitFor([this] { return m_connection.isOpen(); }) ? void() : qFatal("no bus for the caller");
+    }
+
+    void takeName(const QString &component)
+    {
+        m_connection.send(BusMessage::busCall("RequestName", {BusNames::service(component), 4U}));
+    }
+
+    /// So many calls in each millisecond, without waiting for a reply.
+    void flood(const QString &interface, const QString &method, int count)
+    {
+        connect(&m_clock, &QTimer::timeout, this, [this, interface, method, count] {
+            for (int i = 0; i < count; ++i) {
+                BusMessage call = BusMessage::call(BusNames::service("ApplicationManager"_s),
+                                                   BusNames::object("ApplicationManager"_s), interface, method);
+                call.setWantsNoReply();
+                m_sent += m_connection.send(call) ? 1 : 0;
+            }
+        });
+        m_clock.start(1);
+    }
+    [[nodiscard]] int sent() const { return m_sent; }
+
+private:
+    BusConnection m_connection;
+    QTimer m_clock;
+    int m_sent = 0;
+};
+
+} // namespace
+
+class BusTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void flood_data()
+    {
+        columns<QString, QString>("interface", "method");
+        row("lists", "com.velmora.Jovara.Inspection", "ListModules");
+        row("texts", BusNames::methodInterface(), "getModulesListInString");
+    }
+
+    // Calls faster than they can be answered hold up neither the end of a module nor the daemon's own.
+    void flood()
+    {
+        QFETCH(QString, interface);
+        QFETCH(QString, method);
+        Terminal terminal("step one 1\nA one\nB one\nC one");
+        QVERIFY(terminal.boot());
+        const qint64 before = Processes::figure(terminal.pid(), "status", "VmRSS");
+        Caller caller;
+        caller.flood(interface, method, 40);
+        QVERIFY(Terminal::wait([&] { return caller.sent() > 20000; }));
+        QElapsedTimer clock;
+        clock.start();
+        kill(terminal.modules().value("B"_s).value(0), SIGKILL);
+        QVERIFY(terminal.waitForLog("Terminal will reboot now: B crashed"_s));
+        QVERIFY2(clock.elapsed() < promised, qPrintable(QString::number(clock.elapsed())));
+        const qint64 most = Processes::figure(terminal.pid(), "status", "VmHWM");
+        QVERIFY2(!memoryIsTelling || most - before < 20LL * 1024, qPrintable(QString::number(most - before)));
+        clock.start();
+        kill(terminal.pid(), SIGTERM);
+        QVERIFY(terminal.waitForLog("debug stopAll"_s));
+        QVERIFY2(clock.elapsed() < promised, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(terminal.end(0), 0);
+    }
+
+    void muteBus_data()
+    {
+        columns<QString>("when");
+        row("at the start", "start");
+        row("while it runs", "running");
+        row("at a reconnection", "reconnection");
+    }
+
+    void muteBus()
+    {
+        QFETCH(QString, when);
+        Terminal terminal("step one 1\nA one");
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        const auto pauseBus = [&] { kill(pid_t(terminal.bus.processId()), SIGSTOP); };
+        if (when == "start"_s) {
+            pauseBus();
+            terminal.start();
+            QVERIFY(Terminal::wait([&] { return Processes::catches(terminal.pid(), SIGTERM); }));
+            QTest::qWait(200);
+        } else {
+            QVERIFY(terminal.boot());
+            if (when == "reconnection"_s) {
+                terminal.bus.stop();
+                QVERIFY(terminal.waitForLog("the bus is lost"_s));
+                terminal.bus.start();
+            }
+            pauseBus();
+            QTest::qWait(200);
+        }
+        QElapsedTimer clock;
+        clock.start();
+        const int status = terminal.end(SIGTERM);
+        // With the kill of the module, after 300 ms, that does not hear of its end.
+        QVERIFY2(clock.elapsed() < promised, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(status, 0);
+        terminal.bus.stop();
+    }
+
+    // A component that never answers holds up everything but SIGTERM.
+    void synchronousCall()
+    {
+        Terminal terminal("step one 1 home\nA one");
+        Caller silent;
+        silent.takeName("SettingsManager"_s);
+        terminal.start();
+        QVERIFY(terminal.waitForLog("getSettingValue MonitoringWatchDelay"_s));
+        QElapsedTimer clock;
+        clock.start();
+        const int status = terminal.end(SIGTERM);
+        QVERIFY2(clock.elapsed() < promised, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(status, 0);
+    }
+
+    // A bus that is replaced in the middle of a boot loses announcements; they are repeated.
+    void busReplacedDuringTheBoot()
+    {
+        Terminal terminal("step one 1\nA one --ready-after=300\nB one <A");
+        terminal.start();
+        QVERIFY(terminal.waitForLog("PID of :A"_s));
+        kill(terminal.pid(), SIGSTOP);
+        QTest::qWait(400);
+        terminal.bus.stop();
+        terminal.bus.start();
+        kill(terminal.pid(), SIGCONT);
+        terminal.reconnect();
+        QVERIFY(terminal.waitForStates("A:RUNNING B:RUNNING"_s));
+    }
+};
+
+QTEST_GUILESS_MAIN(BusTest)
+
+#include "BusTest.moc"
