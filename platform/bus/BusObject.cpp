@@ -12,8 +12,6 @@
 namespace {
 
 constexpr char failedError[] = "com.velmora.Jovara.Error.Failed";
-// The name that clients of the properties know.
-constexpr char notWrittenError[] = "org.qtproject.QtDBus.Error.InternalError";
 
 QString text(const QByteArray &bytes)
 {
@@ -236,8 +234,10 @@ void BusObject::writeProperty(const BusInterface &interface, const QByteArray &n
     } else if (value.userType() != property.userType()) {
         refuse(call, DBUS_ERROR_INVALID_ARGS,
                QStringLiteral("Invalid arguments for writing to property %1").arg(fullName));
-    } else if (!property.write(interface.object(), value)) {
-        refuse(call, notWrittenError, QStringLiteral("Internal error"));
+    } else if (!property.write(interface.object(), value) || property.read(interface.object()) != value) {
+        // A setter says no by keeping the old value.
+        refuse(call, DBUS_ERROR_INVALID_ARGS,
+               QStringLiteral("Property %1 does not take the value %2").arg(fullName, value.toString()));
     } else {
         reply(call);
     }

@@ -18,6 +18,12 @@ BusMessage methodCall(const QString &component, const QString &method, const QVa
     return message.setArguments(arguments) ? message : BusMessage();
 }
 
+JovReply replyOf(const BusMessage &message)
+{
+    return message.type() == BusMessage::Type::Return ? JovReply(message.arguments())
+                                                      : JovReply(message.errorName(), message.firstText());
+}
+
 } // namespace
 
 JovModule::JovModule(const QString &moduleName, QObject *parent)
@@ -74,16 +80,19 @@ JovReply JovModule::syncRemoteCall(const QString &component, const QString &meth
         return {QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"),
                 QStringLiteral("a name or an argument of %1 cannot travel on the bus").arg(method)};
     }
-    const BusMessage reply = m_bus->link().callAndWait(call, replyLimit);
-    return reply.type() == BusMessage::Type::Return ? JovReply(reply.arguments())
-                                                    : JovReply(reply.errorName(), reply.firstText());
+    return replyOf(m_bus->link().callAndWait(call, replyLimit));
 }
 
-bool JovModule::asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments)
+bool JovModule::asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments,
+                                const std::function<void(const JovReply &)> &reply)
 {
     BusMessage call = methodCall(component, method, arguments);
-    if (call.isNull()) {
+    if (call.isNull() || !m_bus->link().isOpen()) {
         return false;
+    }
+    if (reply) {
+        return m_bus->link().connection().call(call, replyLimit,
+                                               [reply](const BusMessage &message) { reply(replyOf(message)); });
     }
     call.setWantsNoReply();
     return m_bus->link().send(call);

@@ -128,6 +128,11 @@ QString getProcessErrorInString(int processError)
 
 int qor_system(const QByteArray &commandLine, const std::function<bool()> &goOn)
 {
+    return qor_execute("/bin/sh", {"sh", "-c", commandLine}, goOn);
+}
+
+int qor_execute(const QByteArray &program, const std::vector<QByteArray> &arguments, const std::function<bool()> &goOn)
+{
     LifeSign::give();
     Spawn spawn;
     // A tool whose output is closed would print into the first file that it opens.
@@ -137,7 +142,7 @@ int qor_system(const QByteArray &commandLine, const std::function<bool()> &goOn)
         spawn.separateGroup();
     }
     pid_t pid = 0;
-    if (spawn.run(pid, "/bin/sh", {"sh", "-c", commandLine}) != 0) {
+    if (spawn.run(pid, program, arguments) != 0) {
         return -1;
     }
     return goOn ? waitOrKill(pid, goOn) : waitForEnd(pid);

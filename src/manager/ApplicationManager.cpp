@@ -15,6 +15,7 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
     : JovModule(Components::applicationManager)
     , m_state(timing.module)
     , m_bus(*this)
+    , m_reboot(m_bus, m_state, timing.reboot)
     , m_control(m_state, m_inventory, m_journal, m_startContext)
     , m_watchdog(m_bus, m_control, m_inventory.catalogue(), m_procReader, timing.watchdog)
     , m_settings(m_bus, m_watchdog)
@@ -96,6 +97,7 @@ bool ApplicationManager::stop()
 void ApplicationManager::beginStart()
 {
     m_state.beginStart();
+    m_reboot.cancel();
     m_state.setParameters(Parameters::read(getParameters()));
     m_mandatorySettings.reset();
     m_journal.noteStart(m_initialised);
@@ -103,7 +105,7 @@ void ApplicationManager::beginStart()
 
 bool ApplicationManager::buildAll()
 {
-    return m_inventory.build(getModuleName(), {m_state, m_bus, m_journal, *this});
+    return m_inventory.build(getModuleName(), {m_state, m_bus, m_journal, *this, m_reboot});
 }
 
 void ApplicationManager::restart()

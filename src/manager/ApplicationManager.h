@@ -13,6 +13,7 @@
 #include "manager/StartupProgression.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/ProcReader.h"
+#include "supervision/RebootRequest.h"
 #include "supervision/SupervisionState.h"
 
 #include <jov/JovModule.h>
@@ -89,6 +90,7 @@ private:
     // A part is built from those above it, and destroyed before them.
     SupervisionState m_state;
     ComponentBus m_bus;
+    RebootRequest m_reboot;
     Journal m_journal;
     ParentReport m_parentReport;
     ProcReader m_procReader;

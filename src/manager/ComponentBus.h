@@ -29,9 +29,10 @@ public:
     {
         return m_component.syncRemoteCall(component, method, arguments);
     }
-    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
+    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments,
+                         const std::function<void(const JovReply &)> &reply) override
     {
-        return m_component.asyncRemoteCall(component, method, arguments);
+        return m_component.asyncRemoteCall(component, method, arguments, reply);
     }
     [[nodiscard]] QMap<QString, QString> getParameters() const override { return m_component.getParameters(); }
 

@@ -12,25 +12,6 @@ namespace Key = Inspect::Key;
 
 namespace {
 
-/**
- * A written property counts as done, unless the class says through the status that comes with the call that it was not:
- * a bad log level is refused so, and its caller gets an error instead of a success without effect.
- */
-class CheckedInspection : public Inspection
-{
-public:
-    using Inspection::Inspection;
-
-    int qt_metacall(QMetaObject::Call call, int id, void **arguments) override
-    {
-        static const int logLevel = staticMetaObject.indexOfProperty(Inspect::logLevel.latin1());
-        if (call == QMetaObject::WriteProperty && id == logLevel && !isLogLevel(*static_cast<int *>(arguments[0]))) {
-            *static_cast<int *>(arguments[2]) = 0;
-        }
-        return Inspection::qt_metacall(call, id, arguments);
-    }
-};
-
 QStringList dependents(const InitStep *step, const QString &name)
 {
     if (!step) {
@@ -80,7 +61,7 @@ Inspection::Inspection(QObject *manager, const SupervisionState &state, Inventor
 void Inspection::create(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
                         const StartupProgression &progression)
 {
-    new CheckedInspection(manager, state, inventory, journal, progression);
+    new Inspection(manager, state, inventory, journal, progression);
 }
 
 int Inspection::currentStep() const
@@ -105,7 +86,7 @@ int Inspection::logLevel() const
 
 void Inspection::setLogLevel(int level)
 {
-    if (!isLogLevel(level)) {
+    if (level < 0 || level > 7) {
         Log::warning("log level %1 refused: the levels are 0 to 7", level);
         return;
     }

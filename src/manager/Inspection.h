@@ -75,8 +75,6 @@ public:
     static void create(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
                        const StartupProgression &progression);
 
-    [[nodiscard]] static bool isLogLevel(int level) { return level >= 0 && level <= 7; }
-
     [[nodiscard]] int currentStep() const;
     [[nodiscard]] bool startFailed() const;
     [[nodiscard]] bool initInProgress() const;
@@ -93,11 +91,10 @@ Q_SIGNALS:
     void ModuleStateChanged(const QString &name, const QString &oldState, const QString &newState);
     void StepDone(int value, const QString &name);
 
-protected:
+private:
     Inspection(QObject *manager, const SupervisionState &state, Inventory &inventory, const Journal &journal,
                const StartupProgression &progression);
 
-private:
     const SupervisionState &m_state;
     Inventory &m_inventory;
     const Journal &m_journal;

@@ -1,7 +1,7 @@
 #include "module/CrashPolicy.h"
 
 #include "contract/Components.h"
-#include "supervision/BusAccess.h"
+#include "supervision/RebootRequest.h"
 #include "supervision/SupervisionState.h"
 #include "system/Descriptor.h"
 
@@ -91,8 +91,7 @@ void CrashPolicy::apply(const QString &moduleName)
 
 void CrashPolicy::requestPlatformReboot(const QString &reason)
 {
-    m_context.bus.asyncRemoteCall(Components::platform, Components::rebootMethod,
-                                  {1, true, QString(Components::applicationManager), reason});
+    m_context.reboot.send(reason);
     m_context.state.rebootRequested();
 }
 

@@ -3,6 +3,7 @@
 
 class BusAccess;
 class QString;
+class RebootRequest;
 class SupervisionObserver;
 class SupervisionState;
 
@@ -24,6 +25,7 @@ struct ModuleContext
     BusAccess &bus;
     SupervisionObserver &observer;
     ModuleOrders &orders;
+    RebootRequest &reboot;
 };
 
 #endif

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
+
 class QObject;
 
 /// What a part of the supervisor needs of the bus. The component implements it; its functions are those of JovModule.
@@ -22,7 +24,9 @@ public:
     /// a bus.
     [[nodiscard]] virtual JovReply syncRemoteCall(const QString &component, const QString &method,
                                                   const QVariantList &arguments) = 0;
-    virtual bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) = 0;
+    /// `reply` is called later, once, unless this returns false: the call was not sent.
+    virtual bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments,
+                                 const std::function<void(const JovReply &)> &reply) = 0;
     /// The manager's own section of platform.ini.
     [[nodiscard]] virtual QMap<QString, QString> getParameters() const = 0;
 };

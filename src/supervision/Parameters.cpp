@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr int longestFallback = 7 * 24 * 3600;
+
 /// A number from 0 to `largest`; nothing when the key is absent, or, with a warning, when it has another value.
 std::optional<int> number(const QMap<QString, QString> &section, const QString &key, int base, int largest)
 {
@@ -28,5 +30,6 @@ Parameters Parameters::read(const QMap<QString, QString> &section)
     if (const std::optional<int> mask = number(section, QStringLiteral("module_umask"), 8, 0777)) {
         parameters.moduleUmask = mode_t(*mask);
     }
+    parameters.rebootFallback = number(section, QStringLiteral("reboot_fallback"), 10, longestFallback);
     return parameters;
 }

@@ -13,6 +13,7 @@
 struct Parameters
 {
     std::optional<mode_t> moduleUmask; ///< `module_umask`, octal: the umask of the modules
+    std::optional<int> rebootFallback; ///< `reboot_fallback`: seconds for "Platform" to take a request for a reboot
 
     /// Logs a warning for each invalid value.
     [[nodiscard]] static Parameters read(const QMap<QString, QString> &section);

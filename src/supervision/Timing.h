@@ -12,7 +12,7 @@ struct ModuleLimits
     int stop = 30000; ///< from the request to end to the kill
     int stopWithEverything = 2000; ///< the same while the whole manager is stopping
     int presentation = 45000; ///< from the web client's end of initialisation to its presentation
-    int archive = 10000; ///< of the logs after a crash, until it is killed
+    int archive = 10000; ///< of the logs after a crash, and the reboot command, until it is killed
 };
 
 /// The clocks of the memory watchdog.
@@ -23,11 +23,20 @@ struct WatchdogTiming
     std::function<QDateTime()> now = &QDateTime::currentDateTime;
 };
 
+/// The clocks of a request for a reboot that nobody takes.
+struct RebootTiming
+{
+    std::chrono::milliseconds retry = std::chrono::seconds(1); ///< after an attempt that could not be delivered
+    std::chrono::milliseconds minute = std::chrono::minutes(1); ///< the unit of the pauses between its lines
+    std::chrono::milliseconds second = std::chrono::seconds(1); ///< the unit of `reboot_fallback`
+};
+
 /// All durations of the supervisor; tests and the simulator hand in shorter ones.
 struct ManagerTiming
 {
     ModuleLimits module;
     WatchdogTiming watchdog;
+    RebootTiming reboot;
 };
 
 #endif

@@ -4,11 +4,13 @@
 #include "initstep/InitStep.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "supervision/BusAccess.h"
+#include "supervision/RebootRequest.h"
 #include "supervision/SupervisionObserver.h"
 #include "supervision/SupervisionState.h"
 #include "support/Text.h"
 
 #include <QStringList>
+#include <QTimer>
 
 #include <functional>
 
@@ -39,19 +41,31 @@ public:
     }
     JovReply syncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
     {
-        asyncRemoteCall(component, method, arguments);
+        note(component, method, arguments);
         return answer();
     }
-    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments) override
+    bool asyncRemoteCall(const QString &component, const QString &method, const QVariantList &arguments,
+                         const std::function<void(const JovReply &)> &reply) override
+    {
+        note(component, method, arguments);
+        const JovReply result = answer();
+        const bool isSent = result.errorName() != "no bus"_s;
+        if (isSent) {
+            QTimer::singleShot(0, [reply, result] { reply(result); });
+        }
+        return isSent;
+    }
+    [[nodiscard]] QMap<QString, QString> getParameters() const override { return {}; }
+
+private:
+    void note(const QString &component, const QString &method, const QVariantList &arguments)
     {
         QString call = component + u'.' + method;
         for (const QVariant &argument : arguments) {
             call += u',' + argument.toString();
         }
         calls << call;
-        return true;
     }
-    [[nodiscard]] QMap<QString, QString> getParameters() const override { return {}; }
 };
 
 /// Everything that surrounds a part of the supervisor. Orders are written down among the calls of the bus.
@@ -67,8 +81,10 @@ public:
     SupervisionObserver observer;
     std::function<void()> onStop = [] {};
     std::function<void()> onStart = [] {};
+    RebootRequest reboot{
+        bus, state, {std::chrono::milliseconds(10), std::chrono::milliseconds(50), std::chrono::milliseconds(100)}};
 
-    [[nodiscard]] ModuleContext moduleContext() { return {state, bus, observer, *this}; }
+    [[nodiscard]] ModuleContext moduleContext() { return {state, bus, observer, *this, reboot}; }
     const StartContext startContext{state, observer, *this};
 
     void stopManager() override { bus.calls << "stopManager"_s; }

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 
 class EventBus;
@@ -79,9 +80,11 @@ public:
      */
     [[nodiscard]] JovReply syncRemoteCall(const QString &component, const QString &method,
                                           const QVariantList &arguments = QVariantList());
-    /// The same without waiting; the reply is dropped. False without a bus.
+    /// The same without waiting. False without a bus. `reply` is called with the reply, or with an error when the bus
+    /// is lost or 25 s are over; without it the reply is dropped.
     bool asyncRemoteCall(const QString &component, const QString &method,
-                         const QVariantList &arguments = QVariantList());
+                         const QVariantList &arguments = QVariantList(),
+                         const std::function<void(const JovReply &)> &reply = {});
 
     /**
      * Ends the component: returns at once and queues the end, which is stop() and then the end of the event loop with

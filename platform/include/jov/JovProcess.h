@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <functional>
+#include <vector>
 
 /// The text for an exit code: 0 "EXITED_OK", 127 "BAD_LIBRARIES", 4 6 7 8 9 11 15 the signal's name, else "EXITED_n".
 [[nodiscard]] QString getExitCodeInString(int exitCode);
@@ -21,5 +22,9 @@
  * returns false, the group is killed.
  */
 int qor_system(const QByteArray &commandLine, const std::function<bool()> &goOn = {});
+
+/// The same for the file `program`, without a shell. The first argument is the name that it is given.
+int qor_execute(const QByteArray &program, const std::vector<QByteArray> &arguments,
+                const std::function<bool()> &goOn = {});
 
 #endif

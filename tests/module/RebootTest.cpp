@@ -1,0 +1,61 @@
+#include "support/DataTable.h"
+#include "support/FakeSupervision.h"
+#include "support/RootDir.h"
+
+#include <QFile>
+
+class RebootTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void request_data()
+    {
+        columns<QStringList, int, QString, int, QString>("replies", "fallback", "calls", "lines", "command");
+        const QString none = "org.freedesktop.DBus.Error.ServiceUnknown"_s;
+        const QString failed = "com.velmora.Jovara.Error.Failed"_s;
+        row("taken", QStringList{QString()}, 1, "1", 0, "");
+        row("without a bus, then taken", QStringList{"no bus"_s, "no bus"_s, QString()}, -1, "3", 1, "");
+        row("nobody there, then taken", QStringList{none, none, none, QString()}, 9, "4", 1, "");
+        row("refused: not asked again", QStringList{failed}, -1, "1", 3, "");
+        row("refused: fallback", QStringList{failed}, 1, "1", 2,
+            "--soft --owner ApplicationManager --reason A 'crashed'");
+        row("never there: fallback", QStringList{none}, 1, "many", 2,
+            "--soft --owner ApplicationManager --reason A 'crashed'");
+    }
+
+    // The lines come at the problem, a minute (of 50 ms) and 5 minutes later.
+    void request()
+    {
+        QFETCH(QStringList, replies);
+        QFETCH(QString, calls);
+        QFETCH(int, lines);
+        QFETCH(QString, command);
+        m_root.keepLog();
+        m_root.writeScript("/sbin/reboot"_s, "echo \"$*\" >>$JOV_ROOT/command");
+        FakeSupervision supervision;
+        QFETCH(int, fallback);
+        if (fallback >= 0) {
+            supervision.state.setParameters(Parameters::read({{"reboot_fallback"_s, QString::number(fallback)}}));
+        }
+        supervision.bus.answer = [&replies] {
+            const QString error = replies.size() > 1 ? replies.takeFirst() : replies.first();
+            return error.isEmpty() ? JovReply() : JovReply(error, "why"_s);
+        };
+        supervision.reboot.send("A 'crashed'"_s);
+        QTest::qWait(350);
+        QCOMPARE(m_root.log().filter("error no reboot yet (A 'crashed'): "_s).size(), lines);
+        const int asked =
+            supervision.bus.calls.filter("Platform.reboot,1,true,ApplicationManager,A 'crashed'"_s).size();
+        QVERIFY2(calls == "many"_s ? asked > 2 : asked == calls.toInt(), qPrintable(QString::number(asked)));
+        QCOMPARE(QString::fromUtf8(m_root.read("/command"_s)).trimmed(), command);
+        QFile::remove(m_root.path("/command"_s));
+    }
+
+private:
+    RootDir m_root;
+};
+
+QTEST_GUILESS_MAIN(RebootTest)
+
+#include "RebootTest.moc"
