@@ -105,6 +105,7 @@ const std::vector<Argument> &knownArguments()
         {"allocate-kb", "N", "allocate this much memory at the start", number(&Behaviour::allocateKb)},
         {"leak-kb-per-second", "N", "allocate this much more every second", number(&Behaviour::leakKbPerSecond)},
         {"chatter", "", "write lines to standard output and standard error all the time", flag(&Behaviour::chatter)},
+        {"child", "", "start a process of its own, which does not end with it", flag(&Behaviour::child)},
         {"busy", "", "keep a processor busy", flag(&Behaviour::busy)},
         {"help", "", "print this text", flag(&Behaviour::help)},
     };

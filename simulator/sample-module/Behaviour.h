@@ -35,6 +35,7 @@ struct Behaviour
     int leakKbPerSecond = 0;
     bool chatter = false;
     bool busy = false;
+    bool child = false;
 
     /// The arguments without the program's own name.
     [[nodiscard]] static Behaviour parse(const QStringList &arguments);

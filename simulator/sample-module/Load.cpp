@@ -1,5 +1,10 @@
 #include "sample-module/Load.h"
 
+#include "system/Spawn.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -34,6 +39,10 @@ void Load::begin()
         // The reader may be gone; that must not end the module.
         std::signal(SIGPIPE, SIG_IGN);
         m_chatter.start(chatterInterval);
+    }
+    if (m_behaviour.child) {
+        pid_t pid = 0;
+        Spawn().run(pid, "/bin/sleep", {QFile::encodeName(QCoreApplication::applicationFilePath()), "1000000"});
     }
     if (m_behaviour.busy) {
         // A timer without interval keeps the loop busy, and it still handles events.

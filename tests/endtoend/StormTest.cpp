@@ -7,12 +7,16 @@
 #include <QElapsedTimer>
 #include <QScopeGuard>
 #include <QTest>
+#include <QTimer>
 
 #include <cstdio>
 #include <memory>
 #include <random>
+#include <thread>
 #include <vector>
 
+#include <sys/ptrace.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -39,7 +43,7 @@ G nine <F)";
 const QStringList manners =
     "| | |--never-ready|--exit-after=30|--exit-after=5 --exit-code=127|--crash-after=40 --crash-signal=SEGV|"
     "--crash-after=300 --crash-signal=ABRT|--ignore-stop|--crash-on-stop|--stop-after=400|--exit-on-ready|"
-    "--ready-after=150|--stop-exit-code=3|--chatter"_s.split(u'|');
+    "--ready-after=150|--stop-exit-code=3|--chatter|--child|--child --ignore-stop"_s.split(u'|');
 
 QStringList words(const char *text)
 {
@@ -100,10 +104,11 @@ private Q_SLOTS:
         const int descriptors = Processes::descriptors(m_terminal->pid()).size();
         const qint64 threads = Processes::figure(m_terminal->pid(), "status", "Threads");
 
-        const Order orders[] = {&StormTest::call,          &StormTest::restart,      &StormTest::vanish,
-                                &StormTest::spoofProgress, &StormTest::spoofControl, &StormTest::hangUp,
-                                &StormTest::signalModule,  &StormTest::changeManners};
-        std::discrete_distribution<int> order{30, 8, 2, 20, 10, 1, 20, 8};
+        const Order orders[] = {&StormTest::call,          &StormTest::restart,       &StormTest::vanish,
+                                &StormTest::spoofProgress, &StormTest::spoofControl,  &StormTest::hangUp,
+                                &StormTest::signalModule,  &StormTest::changeManners, &StormTest::flood,
+                                &StormTest::muteBus,       &StormTest::debug};
+        std::discrete_distribution<int> order{30, 8, 2, 20, 10, 1, 20, 8, 2, 1, 2};
         calm = false;
         QElapsedTimer elapsed;
         elapsed.start();
@@ -232,6 +237,55 @@ private:
     {
         const QString name = any(m_names);
         m_terminal->addArguments(name, any(manners).split(u' ', Qt::SkipEmptyParts));
+    }
+
+    /// Faster than they can be answered, and without waiting for the replies.
+    void flood()
+    {
+        static const QStringList methods = words("getModulesListInString getTotalMemory startModule");
+        const QString method = any(methods);
+        const QDBusMessage message =
+            Terminal::message(method, method == "startModule"_s ? QVariantList{anyName()} : QVariantList());
+        const QString name = "flooding"_s;
+        const QDBusConnection connection = QDBusConnection::connectToBus(m_terminal->bus.address(), name);
+        for (int i = 0; i < 3000; ++i) {
+            connection.send(message);
+        }
+        exchangeWithBus(connection);
+        QDBusConnection::disconnectFromBus(name);
+    }
+
+    /// Ended in a thread: this one may be waiting for the bus.
+    void muteBus()
+    {
+        const pid_t bus = pid_t(m_terminal->bus.processId());
+        kill(bus, SIGSTOP);
+        std::thread([bus, pause = std::chrono::milliseconds(upTo(600))] {
+            std::this_thread::sleep_for(pause);
+            kill(bus, SIGCONT);
+        }).detach();
+    }
+
+    /// A debugger keeps the module, also when it is killed, until it lets it go.
+    void debug()
+    {
+        const QList<pid_t> pids = m_terminal->modules().value(any(m_names));
+        if (!pids.isEmpty() && ptrace(PTRACE_SEIZE, pids.first(), nullptr, nullptr) == 0) {
+            QTimer::singleShot(upTo(800), this, [pid = pids.first()] { letGo(pid); });
+        }
+    }
+
+    static void letGo(pid_t pid)
+    {
+        ptrace(PTRACE_INTERRUPT, pid, nullptr, nullptr);
+        int status = 0;
+        while (waitpid(pid, &status, __WALL) == pid && WIFSTOPPED(status)) {
+            const bool isOver = status >> 16 == PTRACE_EVENT_STOP;
+            const int signal = isOver ? 0 : WSTOPSIG(status);
+            if (ptrace(isOver ? PTRACE_DETACH : PTRACE_CONT, pid, nullptr, signal) != 0 || isOver) {
+                return;
+            }
+        }
     }
 
     void endDaemon()
