@@ -1,5 +1,6 @@
 #include "client/BusClient.h"
 
+#include "client/BusDeadline.h"
 #include "client/Console.h"
 #include "client/Failure.h"
 #include "client/NearMiss.h"
@@ -65,6 +66,12 @@ void check(const QDBusMessage &reply, const char *permitted)
     }
 }
 
+QDBusConnection connectToBus()
+{
+    const BusDeadline deadline;
+    return QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("jovctl"));
+}
+
 } // namespace
 
 QString BusClient::service()
@@ -79,7 +86,7 @@ QString BusClient::path()
 
 BusClient::BusClient(Purpose purpose)
     : m_purpose(purpose)
-    , m_connection(QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("jovctl")))
+    , m_connection(connectToBus())
 {
     if (!m_connection.isConnected()) {
         throw Failure(ExitStatus::NoDaemon,

@@ -16,8 +16,11 @@ QString unsettled(const ModuleInfo &module)
     case ModuleState::WebClientStarted:
         return QStringLiteral("it has not announced its presentation yet");
     case ModuleState::Starting:
-        return module.isLaunched() ? QStringLiteral("it has not announced the end of its initialization yet")
-                                   : QStringLiteral("it was not launched; see the daemon's log");
+        return module.isLaunched()
+            ? QStringLiteral("it has not announced the end of its initialization yet; if its announcement "
+                             "was lost with the bus: jovctl restart %1")
+                  .arg(module.name)
+            : QStringLiteral("it was not launched; see the daemon's log");
     default:
         return QStringLiteral("it is %1").arg(module.stateText);
     }
