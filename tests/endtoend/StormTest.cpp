@@ -354,11 +354,11 @@ private:
             m_terminal->addArguments(name, {});
         }
         // An end that was asked for last may still be under way.
-        QTest::qWait(m_endAsked ? 5000 : 0);
-        watch();
+        Terminal::wait([this] { return !m_endAsked || !m_terminal->isUp(); }, longestSilence);
         for (QDBusPendingCall &call : m_calls) {
             QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
         }
+        watch();
     }
 
     const unsigned m_seed;

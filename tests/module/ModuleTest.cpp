@@ -184,9 +184,18 @@ private Q_SLOTS:
         };
         {
             Module module(&m_record, supervision.moduleContext());
+            QTimer look;
+            connect(&look, &QTimer::timeout, &module, [&] {
+                family = Processes::below(m_record.getID().toInt());
+                if (remain() == 2) {
+                    look.stop();
+                    module.slot_endOfInit();
+                }
+            });
             const auto start = [&] {
-                QTimer::singleShot(100, &module, &Module::slot_endOfInit);
-                family = module.start() ? Processes::below(m_record.getID().toInt()) : QList<Processes::Process>();
+                family.clear();
+                look.start(10);
+                QVERIFY(module.start());
             };
             start();
             QCOMPARE(remain(), 2);
