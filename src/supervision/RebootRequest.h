@@ -11,9 +11,9 @@ class JovReply;
 class SupervisionState;
 
 /**
- * The request to "Platform" to reboot the terminal after a crash, until it is taken. What could not be delivered is sent
- * again; an error reply is not answered by another request. While nobody has taken it, an error line says so from time
- * to time, and after `reboot_fallback` seconds the reboot command is run.
+ * The request to "Platform" to reboot the terminal after a crash, until it is taken. What could not be delivered is
+ * sent again; an error reply is not answered by another request. While nobody has taken it, an error line says so from
+ * time to time, and after `reboot_fallback` seconds the reboot command is run.
  */
 class RebootRequest : public QObject
 {
