@@ -74,7 +74,15 @@ private Q_SLOTS:
         Terminal terminal("step one 1\nfoo one -a --ready-after=5 -b");
         const QString ini = "/etc/JovApplication/platform.ini"_s;
         terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\nmodule_umask=0137\n");
+        // Whatever signals the daemon inherits blocked or ignored.
+        const QString program = "/deaf"_s;
+        terminal.root.writeScript(program, "trap '' CHLD USR1; exec " QUICK_DAEMON " \"$@\"");
+        terminal.setDaemon(terminal.root.path(program));
+        sigset_t user = {};
+        sigaddset(&user, SIGUSR2);
+        sigprocmask(SIG_BLOCK, &user, nullptr);
         terminal.start();
+        sigprocmask(SIG_UNBLOCK, &user, nullptr);
         QVERIFY(terminal.waitForStates("foo:RUNNING"_s));
         const QList<pid_t> pids = terminal.modules().value("foo"_s);
         QCOMPARE(pids.size(), 1);
@@ -86,6 +94,8 @@ private Q_SLOTS:
         QCOMPARE(Processes::figure(pids.first(), "status", "Umask"), 137);
         QCOMPARE(Processes::figure(pids.first(), "status", "SigBlk"), 0);
         QVERIFY(terminal.call("getModulesListInString"_s).startsWith("ID:%1 "_s.arg(pids.first())));
+        kill(pids.first(), SIGUSR1);
+        QVERIFY(terminal.waitForLog("Terminal will reboot now: foo crashed"_s));
     }
 
     void events()

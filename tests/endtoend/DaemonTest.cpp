@@ -11,6 +11,7 @@
 #include <cstddef>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -190,6 +191,11 @@ private Q_SLOTS:
             script,
             "exec >" + QFile::encodeName(terminal.root.path(seen))
                 + "; sh -c 'kill -USR1 $$'; echo $?; env | grep NOTIFY_; ulimit -n; exec ls /proc/self/fd");
+        // The daemon raises its own limit.
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = limit.rlim_max / 2;
+        setrlimit(RLIMIT_NOFILE, &limit);
         QCOMPARE(QProcess::execute(terminal.root.path(script), {}), 0);
         const QByteArray expected = terminal.root.read(seen);
         QVERIFY(!expected.isEmpty());

@@ -133,6 +133,19 @@ private Q_SLOTS:
         QVERIFY(!Parameters::read({}).moduleUmask);
     }
 
+    // Those of the terminal; tests hand in shorter ones everywhere else.
+    void shippedDurations()
+    {
+        using namespace std::chrono_literals;
+        const ManagerTiming timing;
+        QCOMPARE(timing.module.stop, 30000);
+        QCOMPARE(timing.module.stopWithEverything, 2000);
+        QCOMPARE(timing.module.presentation, 45000);
+        QCOMPARE(timing.module.archive, 10000);
+        QVERIFY(timing.watchdog.minute == 60s && timing.watchdog.restartDelay == 5s);
+        QVERIFY(timing.reboot.retry == 1s && timing.reboot.minute == 60s && timing.reboot.second == 1s);
+    }
+
     // Only the parent at the time of the fork is told.
     void reportToAnotherParent()
     {

@@ -8,10 +8,13 @@
 
 #include <jov/JovException.h>
 
+#include <QElapsedTimer>
+
 #include <stdexcept>
 
 namespace {
 
+constexpr int restartDelay = 40;
 constexpr int day = 24 * 60 * 60;
 const QDateTime start(QDate(2026, 3, 27), QTime(12, 0));
 const QString rebootCall = "Platform.reboot,1,false,ApplicationManager,Too much faulty applications restart"_s;
@@ -34,7 +37,7 @@ private Q_SLOTS:
         m_now = start;
         WatchdogTiming timing;
         timing.minute = std::chrono::milliseconds(10);
-        timing.restartDelay = std::chrono::milliseconds(10);
+        timing.restartDelay = std::chrono::milliseconds(restartDelay);
         timing.now = [this] { return m_now; };
         m_watchdog = std::make_unique<MemoryWatchdog>(m_supervision.bus, m_supervision, m_catalogue,
                                                       ProcReader(m_root.path()), timing);
@@ -143,7 +146,7 @@ private Q_SLOTS:
             expected << error << "error checkMemory: Modules (leak) use too much memory"_s;
             QTRY_COMPARE(m_supervision.bus.calls.size(), 3);
         } else {
-            QTest::qWait(50);
+            QTest::qWait(3 * restartDelay);
         }
         QCOMPARE(m_supervision.bus.calls.size(), outcome == 0 ? 1 : 3);
         QCOMPARE(m_root.log(), expected);
@@ -163,9 +166,12 @@ private Q_SLOTS:
             m_watchdog->startMonitoring();
         };
         m_watchdog->startMonitoring();
+        QElapsedTimer elapsed;
+        elapsed.start();
         QTRY_COMPARE(m_supervision.bus.calls, QStringList({"stop a"_s, "stop b"_s, "startAll"_s}));
+        QVERIFY(elapsed.elapsed() >= restartDelay);
         QCOMPARE(m_root.log().last(), "error checkMemory: Modules (a, b) use too much memory"_s);
-        QTest::qWait(50);
+        QTest::qWait(3 * restartDelay);
         QCOMPARE(m_supervision.bus.calls.size(), 3);
     }
 
@@ -187,7 +193,7 @@ private Q_SLOTS:
         m_watchdog->startMonitoring();
         m_watchdog->checkMemory();
         m_watchdog->cancel();
-        QTest::qWait(50);
+        QTest::qWait(3 * restartDelay);
         QCOMPARE(m_supervision.bus.calls, QStringList());
 
         m_supervision.onStop = [this] { m_watchdog->cancel(); };
@@ -211,7 +217,7 @@ private Q_SLOTS:
             QTRY_VERIFY(m_watchdog->remainingTime() >= 0);
         };
         QTRY_COMPARE(m_supervision.bus.calls, QStringList({"stop a"_s, "startAll"_s}));
-        QTest::qWait(50);
+        QTest::qWait(3 * restartDelay);
         QCOMPARE(m_supervision.bus.calls.size(), 2);
     }
 
