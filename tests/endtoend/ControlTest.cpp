@@ -4,6 +4,7 @@
 #include <jov/BusNames.h>
 
 #include <QDBusPendingReply>
+#include <QProcess>
 #include <QTimer>
 #include <QXmlStreamReader>
 
@@ -81,6 +82,32 @@ private Q_SLOTS:
         QCOMPARE(describe(xml, BusNames::methodInterface()), QString::fromLatin1(controlInterface).split(u'\n'));
         // Nothing of the object's own has slipped onto the bus beside this one and the inspection.
         QCOMPARE(xml.count("<interface name=\"com.velmora."_s), 2);
+    }
+
+    // By position, and by a client that shares nothing with this project.
+    void recordsOnTheWire()
+    {
+        Terminal terminal("step one 1\nA one\nB one --exit-after=1 --exit-code=3 --never-ready");
+        terminal.start();
+        QVERIFY(terminal.waitForStates("A:RUNNING B:STOPPED"_s));
+        const auto ask = [&](const QStringList &call) {
+            QProcess busctl;
+            busctl.start("busctl"_s,
+                         QStringList{"--address="_s + terminal.bus.address(), "--json=short"_s, "call"_s,
+                                     BusNames::service("ApplicationManager"_s), "/ApplicationManager"_s,
+                                     BusNames::methodInterface()}
+                             + call);
+            busctl.waitForFinished();
+            return QString::fromUtf8(busctl.readAll()).section("\"data\":"_s, 1).trimmed();
+        };
+        const QString modules = R"([[["%1",0,"A","OK","RUNNING","","","",false],)"
+                                R"(["0",0,"B","EXITED_3","STOPPED","","","",false]]]})"_s;
+        QCOMPARE(ask({"getModulesList"_s}), modules.arg(terminal.modules().value("A"_s).value(0)));
+        const QString setting =
+            "MonitoringWatchDelay 7 6 label description owner unit 1 2 3 1 v l true false pattern"_s;
+        QCOMPARE(ask(QStringList{"monitoringSettingsChanged"_s, "(sssssssiiia(ss)bbs)"_s} + setting.split(u' ')),
+                 "[[]]}"_s);
+        QVERIFY(terminal.waitForLog("new monitoringWatchDelay value=7"_s));
     }
 
     void operation_data()
