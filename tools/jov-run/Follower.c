@@ -325,18 +325,6 @@ static bool turn(struct Follower *self)
     return true;
 }
 
-/* Until then the program has no more processor time to share with libdbus than without a helper. */
-static bool waitUntilExecuted(const struct Program *program)
-{
-    char failed = 0;
-    ssize_t size = -1;
-    do {
-        size = read(program->executed, &failed, 1);
-    } while (size < 0 && errno == EINTR);
-    close(program->executed);
-    return size == 0;
-}
-
 void follow(const struct Program *program, const struct Readiness *readiness)
 {
     static struct Follower self;
@@ -345,7 +333,7 @@ void follow(const struct Program *program, const struct Readiness *readiness)
     self.options = readiness->options;
     signal(SIGPIPE, SIG_IGN);
     signal(SIGCHLD, SIG_DFL);
-    if (!waitUntilExecuted(program) || !loadBusLibrary()) {
+    if (!loadBusLibrary()) {
         return;
     }
     if (!bus.validate_utf8(self.options->module, NULL)) {

@@ -72,8 +72,8 @@ static bool armLifeline(const struct Options *options, struct Program *program, 
  * first. */
 static void keepOnly(struct Program *program, bool keepsOutput)
 {
-    int *const kept[] = {&program->handle, &program->lifeline,  &program->executed,
-                         &program->source, &program->output[0], &program->output[1]};
+    int *const kept[] = {&program->handle, &program->lifeline, &program->source, &program->output[0],
+                         &program->output[1]};
     const int count = sizeof kept / sizeof *kept;
     for (int i = 0; i < count; ++i) {
         const int moved = *kept[i] < 0 ? -1 : fcntl(*kept[i], F_DUPFD_CLOEXEC, 16);
@@ -94,35 +94,59 @@ static void keepOnly(struct Program *program, bool keepsOutput)
     close(null);
 }
 
-static _Noreturn void runHelper(struct Program program, const struct Readiness *readiness)
+struct Helper
+{
+    struct Program program;
+    const struct Readiness *readiness;
+    int executedByProgram; /* the other end of program.executed */
+    int error;
+};
+
+static _Noreturn void runHelper(struct Helper *helper)
 {
     setsid();
-    keepOnly(&program, readiness->options->ready == readyOutput);
-    follow(&program, readiness);
+    keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
+    follow(&helper->program, helper->readiness);
+    _exit(0);
+}
+
+/* Has the memory of jov-run to itself when the program is executed, and touches nothing in it before: it is jov-run's,
+   and no page of it is copied for a process that only waits. */
+static int waitUntilExecuted(void *argument)
+{
+    struct Helper *helper = argument;
+    char failed = 0;
+    ssize_t size = -1;
+    close(helper->executedByProgram);
+    do {
+        size = read(helper->program.executed, &failed, 1);
+    } while (size < 0 && errno == EINTR);
+    /* The C library finds itself in a process of its own, and not in a thread of one that has gone. */
+    if (size == 0 && fork() == 0) {
+        runHelper(helper);
+    }
+    _exit(0);
+}
+
+static int cloneAgain(void *argument)
+{
+    static _Alignas(16) char stack[256 * 1024];
+    struct Helper *helper = argument;
+    helper->error = clone(waitUntilExecuted, stack + sizeof stack, CLONE_VM | SIGCHLD, helper) < 0 ? errno : 0;
     _exit(0);
 }
 
 /* The process between the two sends no SIGCHLD when it ends: blocked, that would be left to the program. */
-static bool forkHelper(const struct Program *program, const struct Readiness *readiness)
+static bool startHelper(struct Helper *helper)
 {
-    const pid_t between = (pid_t)syscall(SYS_clone, 0, NULL, NULL, NULL, NULL);
-    if (between == 0) {
-        const pid_t helper = fork();
-        if (helper == 0) {
-            runHelper(*program, readiness);
-        }
-        _exit(helper < 0 ? errno : 0);
+    static _Alignas(16) char stack[16 * 1024];
+    const pid_t between = clone(cloneAgain, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
+    if (between < 0) {
+        return false;
     }
-    int status = 0;
-    while (between > 0 && waitpid(between, &status, __WALL) < 0) {
-        if (errno != EINTR) {
-            return false;
-        }
-    }
-    if (between > 0 && status != 0) {
-        errno = WEXITSTATUS(status);
-    }
-    return between > 0 && status == 0;
+    while (waitpid(between, NULL, __WALL) < 0 && errno == EINTR) { }
+    errno = helper->error;
+    return helper->error == 0;
 }
 
 static bool handOver(const struct Options *options, const struct Inherited *inherited)
@@ -132,18 +156,30 @@ static bool handOver(const struct Options *options, const struct Inherited *inhe
             || (dup2(inherited->output[0], STDOUT_FILENO) >= 0 && dup2(inherited->output[1], STDERR_FILENO) >= 0));
 }
 
+static int refuseToStart(const struct Options *options)
+{
+    fprintf(stderr, "jov-run: %s: cannot start its helper: %s\n", options->module, strerror(errno));
+    return exitNotExecuted;
+}
+
 int launch(const struct Options *options)
 {
-    struct Program program = {.pid = getpid(), .source = -1, .output = {-1, -1}};
+    static struct Helper helper;
     struct Inherited inherited = {.source = -1, .output = {-1, -1}};
     struct Readiness readiness;
+    struct Program *program = &helper.program;
+    *program = (struct Program){.pid = getpid(), .source = -1, .output = {-1, -1}};
+    helper.readiness = &readiness;
     beginReadiness(&readiness, options);
-    program.handle = (int)syscall(SYS_pidfd_open, getpid(), 0);
-    if (program.handle < 0 || !openPipe(&program.executed, &inherited.executed)
-        || !armLifeline(options, &program, &inherited) || !openSource(options, &program, &inherited)
-        || setenv("JOV_MODULE_NAME", options->module, 1) != 0 || !forkHelper(&program, &readiness)) {
-        fprintf(stderr, "jov-run: %s: cannot start its helper: %s\n", options->module, strerror(errno));
-        return exitNotExecuted;
+    program->handle = (int)syscall(SYS_pidfd_open, getpid(), 0);
+    if (program->handle < 0 || !openPipe(&program->executed, &inherited.executed)
+        || !armLifeline(options, program, &inherited) || !openSource(options, program, &inherited)
+        || setenv("JOV_MODULE_NAME", options->module, 1) != 0) {
+        return refuseToStart(options);
+    }
+    helper.executedByProgram = inherited.executed;
+    if (!startHelper(&helper)) {
+        return refuseToStart(options);
     }
     const int errorStream = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, firstOwnDescriptor);
     if (handOver(options, &inherited)) {
