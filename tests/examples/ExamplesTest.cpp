@@ -1,30 +1,87 @@
+#include "support/DataTable.h"
 #include "support/Terminal.h"
 
 #include <jov/BusNames.h>
 
 #include <QDBusReply>
+#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTest>
 
-/// The two modules of examples/, the one after the other has announced itself.
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+int freePort()
+{
+    sockaddr_in address = {};
+    socklen_t size = sizeof address;
+    address.sin_family = AF_INET;
+    auto *general = reinterpret_cast<sockaddr *>(&address);
+    const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool isBound = bind(probe, general, size) == 0 && getsockname(probe, general, &size) == 0;
+    close(probe);
+    return isBound ? ntohs(address.sin_port) : 0;
+}
+
+} // namespace
+
+/// The modules of examples/.
 class ExamplesTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
+    void initTestCase()
+    {
+        qputenv("PATH", QFile::encodeName(QFileInfo(QStringLiteral(JOV_RUN)).path()) + ':' + qgetenv("PATH"));
+    }
+
+    void anyProgram_data()
+    {
+        columns<QString, QString, QByteArray>("program", "question", "answer");
+        const char *get = "GET / HTTP/1.0\\r\\n\\r\\n";
+        row("broker", "mosquitto", "\\x10\\x0d\\x00\\x04MQTT\\x04\\x02\\x00\\x0a\\x00\\x01a",
+            QByteArray("\x20\x02\x00\x00", 4));
+        row("web", "nginx", get, QByteArray("HTTP"));
+        row("files", "python3", get, QByteArray("HTTP"));
+        row("cache", "redis-server", "PING\\r\\n", QByteArray("+PON"));
+    }
+
+    // It is up when the supervisor says so: nobody tries again.
+    void anyProgram()
+    {
+        QFETCH(QString, program);
+        QFETCH(QString, question);
+        if (QStandardPaths::findExecutable(program).isEmpty()) {
+            QSKIP("the program is not installed: scripts/install-dependencies examples");
+        }
+        const QString name = QString::fromLatin1(QTest::currentDataTag());
+        const QString port = QString::number(freePort());
+        Terminal terminal("step one 1\n"_s + name + " one"_s);
+        terminal.root.link("/usr/lib/JovApplication/"_s + name, QStringLiteral(EXAMPLES "any-program/") + name);
+        terminal.setVariable("PORT"_s, port);
+        QVERIFY(terminal.boot());
+        QProcess client;
+        client.start("bash"_s,
+                     {"-c"_s, "exec 3<>/dev/tcp/127.0.0.1/%1; printf '%2' >&3; head -c 4 <&3"_s.arg(port, question)});
+        QVERIFY(client.waitForFinished());
+        QTEST(client.readAll(), "answer");
+        QCOMPARE(terminal.end(SIGTERM), 0);
+        QCOMPARE(terminal.logCount("ret false"_s), 0);
+    }
+
+    // The one after the other has announced itself.
     void life()
     {
-        for (const char *tool : {"busctl", "setpriv"}) {
-            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty()) {
-                QSKIP("the script's tools are not installed");
-            }
-        }
         Terminal terminal("step one 1 home\nhello one\nticker one <hello");
         terminal.root.link("/usr/lib/JovApplication/hello"_s, QStringLiteral(HELLO_PROGRAM));
-        terminal.root.link("/usr/lib/JovApplication/ticker"_s, QStringLiteral(TICKER_PROGRAM));
+        terminal.root.link("/usr/lib/JovApplication/ticker"_s, QStringLiteral(EXAMPLES "shell/ticker"));
         QVERIFY(terminal.boot());
-        QVERIFY(Terminal::wait([&] { return !terminal.events().filter("tick seconds="_s).isEmpty(); }));
+        QVERIFY(Terminal::wait([&] { return !terminal.events().filter("tick time="_s).isEmpty(); }));
 
         QDBusMessage call = QDBusMessage::createMethodCall(BusNames::service("hello"_s), BusNames::object("hello"_s),
                                                            BusNames::methodInterface(), "greet"_s);
