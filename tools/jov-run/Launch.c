@@ -99,7 +99,6 @@ struct Helper
     struct Program program;
     const struct Readiness *readiness;
     int executedByProgram; /* the other end of program.executed */
-    int error;
 };
 
 static _Noreturn void runHelper(struct Helper *helper)
@@ -128,25 +127,32 @@ static int waitUntilExecuted(void *argument)
     _exit(0);
 }
 
+/* An emulator of programs cannot share memory between processes, and copies it. */
 static int cloneAgain(void *argument)
 {
     static _Alignas(16) char stack[256 * 1024];
-    struct Helper *helper = argument;
-    helper->error = clone(waitUntilExecuted, stack + sizeof stack, CLONE_VM | SIGCHLD, helper) < 0 ? errno : 0;
-    _exit(0);
+    pid_t pid = clone(waitUntilExecuted, stack + sizeof stack, CLONE_VM | SIGCHLD, argument);
+    if (pid < 0 && (pid = fork()) == 0) {
+        waitUntilExecuted(argument);
+    }
+    _exit(pid < 0 ? errno : 0);
 }
 
 /* The process between the two sends no SIGCHLD when it ends: blocked, that would be left to the program. */
 static bool startHelper(struct Helper *helper)
 {
     static _Alignas(16) char stack[16 * 1024];
-    const pid_t between = clone(cloneAgain, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
+    int status = 0;
+    pid_t between = clone(cloneAgain, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
+    if (between < 0 && (between = fork()) == 0) {
+        cloneAgain(helper);
+    }
     if (between < 0) {
         return false;
     }
-    while (waitpid(between, NULL, __WALL) < 0 && errno == EINTR) { }
-    errno = helper->error;
-    return helper->error == 0;
+    while (waitpid(between, &status, __WALL) < 0 && errno == EINTR) { }
+    errno = WEXITSTATUS(status);
+    return status == 0;
 }
 
 static bool handOver(const struct Options *options, const struct Inherited *inherited)
