@@ -17,7 +17,14 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { firstPause = 10, longestPause = 1000, noticeAfter = 30000, shortestCheck = 2, longestCheck = 100 };
+enum {
+    firstPause = 10,
+    longestPause = 1000,
+    noticeAfter = 30000,
+    shortestCheck = 2,
+    longestCheck = 100,
+    notificationsPerTurn = 16
+};
 
 enum { ofProgram, ofCommand, ofSource, ofFirstOutput, ofSecondOutput, ofBus, entryCount = ofBus + mostWatches };
 
@@ -230,7 +237,8 @@ static void readSource(struct Follower *self)
 {
     if (self->options->ready == readyNotify) {
         struct Notification notification;
-        while (receiveNotification(self->source, self->program->pid, &notification)) {
+        for (int i = 0;
+             i < notificationsPerTurn && receiveNotification(self->source, self->program->pid, &notification); ++i) {
             self->isStopping = self->isStopping || notification.isStopping;
             if (notification.status[0] != '\0') {
                 memcpy(self->status, notification.status, sizeof self->status);

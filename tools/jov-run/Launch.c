@@ -68,8 +68,7 @@ static bool armLifeline(const struct Options *options, struct Program *program, 
         && fcntl(inherited->lifeline, F_SETFL, O_ASYNC) == 0 && fcntl(inherited->lifeline, F_SETFD, 0) == 0;
 }
 
-/* Leaves the helper its standard error and what it has of the program, from 3 on: what is kept moves out of the way
- * first. */
+/* Leaves the helper its standard error and what it has of the program, from 3 on. */
 static void keepOnly(struct Program *program, bool keepsOutput)
 {
     int *const kept[] = {&program->handle, &program->lifeline, &program->source, &program->output[0],
@@ -192,6 +191,8 @@ int launch(const struct Options *options)
         execvp(options->words[0], options->words);
     }
     dprintf(errorStream, "jov-run: %s: cannot execute %s: %s\n", options->module, options->words[0], strerror(errno));
+    /* The helper ends before this process does: that is no reason for a signal. */
+    close(inherited.lifeline);
     (void)!write(inherited.executed, "x", 1);
     return exitNotExecuted;
 }
