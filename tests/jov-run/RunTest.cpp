@@ -146,6 +146,7 @@ private Q_SLOTS:
     // The program finds its signals and its children as if nothing had been before it.
     void unnoticed()
     {
+        const Terminal terminal("step one 1");
         const QString script =
             "while read -r line; do case $line in Sig[BCIP]*|Shd*|PPid*) echo $line; esac; done </proc/$$/status;"
             "read -r children </proc/$$/task/$$/children; echo \"[$children]\"; umask"_s;
@@ -206,7 +207,7 @@ private Q_SLOTS:
     {
         columns<QStringList, QString, int>("options", "script", "expected");
         const auto onSignal = [](const QString &signal) {
-            return "trap 'exit 5' %1; jov-run --notify; while :; do sleep 0.02; done"_s.arg(signal);
+            return "trap 'exit 5' %1; jov-run --notify; jov-run --emit up; while :; do sleep 0.02; done"_s.arg(signal);
         };
         row("the default", QStringList(), onSignal("TERM"_s), 5);
         row("another signal", QStringList{"--stop-signal=SIGUSR1"_s}, onSignal("USR1"_s), 5);
@@ -214,7 +215,7 @@ private Q_SLOTS:
         row("a command", QStringList{"--stop-command=kill -HUP $JOV_MODULE_PID"_s}, onSignal("HUP"_s), 5);
         row("a command that fails", QStringList{"--stop-command=exit 1"_s}, onSignal("TERM"_s), 5);
         row("already stopping", QStringList(),
-            "trap 'exit 9' TERM; jov-run --notify; jov-run --notify STOPPING=1; jov-run --wait "
+            "trap 'exit 9' TERM; jov-run --notify; jov-run --notify STOPPING=1; jov-run --emit up; jov-run --wait "
             "\"stop_module_$JOV_MODULE_NAME\"",
             0);
     }
@@ -225,7 +226,7 @@ private Q_SLOTS:
         QFETCH(QString, script);
         Terminal terminal("step one 1");
         Run run(jovRun(options + QStringList{"--ready=notify"_s, "--moduleName="_s + oddName}, script));
-        QVERIFY(terminal.waitForEvent("end_of_init_"_s + oddName));
+        QVERIFY(terminal.waitForEvent("up"_s));
         // Again, as the last script may not listen yet.
         QVERIFY(Terminal::wait([&] {
             terminal.notify("stop_module_"_s + oddName);
@@ -309,9 +310,12 @@ private Q_SLOTS:
         QCOMPARE(helpers().size(), 20);
         QCOMPARE(terminal.logCount("ret false"_s, begin), 0);
 
+        // They wait for the supervisor, and it for the test.
+        kill(terminal.pid(), SIGSTOP);
         terminal.bus.stop();
         terminal.bus.start();
         terminal.reconnect();
+        kill(terminal.pid(), SIGCONT);
         for (int i = 0; i < 20; ++i) {
             QVERIFY(terminal.waitForEvent("end_of_init_m-%1 repeated=true"_s.arg(i)));
         }

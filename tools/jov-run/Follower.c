@@ -82,7 +82,7 @@ static void sendSignal(const struct Follower *self)
     syscall(SYS_pidfd_send_signal, self->program->handle, self->options->stopSignal, NULL, 0);
 }
 
-static _Noreturn void executeStopCommand(const struct Follower *self)
+static void executeStopCommand(const struct Follower *self)
 {
     char pid[16];
     snprintf(pid, sizeof pid, "%d", (int)self->program->pid);

@@ -100,12 +100,11 @@ struct Helper
     int executedByProgram; /* the other end of program.executed */
 };
 
-static _Noreturn void runHelper(struct Helper *helper)
+static void runHelper(struct Helper *helper)
 {
     setsid();
     keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
     follow(&helper->program, helper->readiness);
-    _exit(0);
 }
 
 /* Has the memory of jov-run to itself when the program is executed, and touches nothing in it before: it is jov-run's,
@@ -123,7 +122,7 @@ static int waitUntilExecuted(void *argument)
     if (size == 0 && fork() == 0) {
         runHelper(helper);
     }
-    _exit(0);
+    return 0;
 }
 
 /* An emulator of programs cannot share memory between processes, and copies it. */
@@ -132,9 +131,9 @@ static int cloneAgain(void *argument)
     static _Alignas(16) char stack[256 * 1024];
     pid_t pid = clone(waitUntilExecuted, stack + sizeof stack, CLONE_VM | SIGCHLD, argument);
     if (pid < 0 && (pid = fork()) == 0) {
-        waitUntilExecuted(argument);
+        return waitUntilExecuted(argument);
     }
-    _exit(pid < 0 ? errno : 0);
+    return pid < 0 ? errno : 0;
 }
 
 /* The process between the two sends no SIGCHLD when it ends: blocked, that would be left to the program. */
@@ -144,7 +143,7 @@ static bool startHelper(struct Helper *helper)
     int status = 0;
     pid_t between = clone(cloneAgain, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
     if (between < 0 && (between = fork()) == 0) {
-        cloneAgain(helper);
+        _exit(cloneAgain(helper));
     }
     if (between < 0) {
         return false;
