@@ -315,6 +315,8 @@ private Q_SLOTS:
         terminal.bus.stop();
         terminal.bus.start();
         terminal.reconnect();
+        // The reply comes behind the subscription.
+        QVERIFY(!terminal.connection().interface()->isServiceRegistered("com.velmora.Jovara.ApplicationManager"_s));
         kill(terminal.pid(), SIGCONT);
         for (int i = 0; i < 20; ++i) {
             QVERIFY(terminal.waitForEvent("end_of_init_m-%1 repeated=true"_s.arg(i)));

@@ -4,6 +4,8 @@
 #include <string.h>
 #include <unistd.h>
 
+enum { patience = 1000 }; /* with a reader, after the end of the program */
+
 struct pollfd relayWaitsFor(const struct OutputRelay *relay)
 {
     const bool isFull = relay->done < relay->size;
@@ -69,8 +71,12 @@ bool relayOutput(struct OutputRelay *relay, short events)
 
 void finishOutput(struct OutputRelay *relay)
 {
-    for (struct pollfd next = relayWaitsFor(relay); next.fd >= 0 && poll(&next, 1, 0) > 0;
-         next = relayWaitsFor(relay)) {
+    for (;;) {
+        struct pollfd next = relayWaitsFor(relay);
+        const int limit = next.events == POLLOUT ? patience : 0;
+        if (next.fd < 0 || poll(&next, 1, limit) <= 0) {
+            return;
+        }
         relayOutput(relay, next.revents);
     }
 }

@@ -25,7 +25,7 @@ struct OutputRelay
 struct pollfd relayWaitsFor(const struct OutputRelay *relay);
 /* Goes on; true when the line has been found. */
 bool relayOutput(struct OutputRelay *relay, short events);
-/* The program has ended: passes on what it has written, as far as that is possible without waiting. */
+/* The program has ended: passes on what it has written, to a reader that goes on reading. */
 void finishOutput(struct OutputRelay *relay);
 
 #endif
