@@ -115,9 +115,12 @@ void busDisconnect(struct BusLink *link)
     memset(link->watches, 0, sizeof link->watches);
 }
 
-int busPoll(const struct BusLink *link, struct pollfd *entries)
+int busPoll(const struct BusLink *link, struct pollfd *entries, int *timeout)
 {
     int count = 0;
+    if (link->connection && !bus.connection_get_is_connected(link->connection)) {
+        *timeout = 0;
+    }
     for (int i = 0; link->connection && i < mostWatches; ++i) {
         DBusWatch *watch = link->watches[i];
         if (watch && bus.watch_get_enabled(watch)) {

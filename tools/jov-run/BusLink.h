@@ -27,8 +27,9 @@ struct BusLink
 bool busConnect(struct BusLink *link, char *error, size_t size);
 void busDisconnect(struct BusLink *link);
 
-/* Fills up to mostWatches entries, and returns their number. */
-int busPoll(const struct BusLink *link, struct pollfd *entries);
+/* Fills up to mostWatches entries, and returns their number. Makes the time-out 0 if the bus was lost while something
+   was sent: no entry would show that. */
+int busPoll(const struct BusLink *link, struct pollfd *entries, int *timeout);
 /* Reads, writes and hands over; false when the bus is lost: busDisconnect() follows. */
 bool busServe(struct BusLink *link, const struct pollfd *entries, int count);
 

@@ -306,8 +306,9 @@ static bool turn(struct Follower *self)
     entries[ofSource] = (struct pollfd){self->source, POLLIN, 0};
     entries[ofFirstOutput] = relayWaitsFor(&self->outputs[0]);
     entries[ofSecondOutput] = relayWaitsFor(&self->outputs[1]);
-    const int watches = busPoll(&self->link, entries + ofBus);
-    if (poll(entries, (nfds_t)(ofBus + watches), timeUntilDue(self)) < 0) {
+    int timeout = timeUntilDue(self);
+    const int watches = busPoll(&self->link, entries + ofBus, &timeout);
+    if (poll(entries, (nfds_t)(ofBus + watches), timeout) < 0) {
         return true;
     }
     if (entries[ofSource].revents != 0) {

@@ -50,8 +50,9 @@ static bool connectBus(struct BusLink *link, void (*handler)(DBusMessage *, void
 static bool turn(struct BusLink *link)
 {
     struct pollfd entries[mostWatches];
-    const int count = busPoll(link, entries);
-    const int ready = poll(entries, (nfds_t)count, link->isOpen ? -1 : patience);
+    int timeout = link->isOpen ? -1 : patience;
+    const int count = busPoll(link, entries, &timeout);
+    const int ready = poll(entries, (nfds_t)count, timeout);
     return (ready > 0 || (ready < 0 && errno == EINTR)) && busServe(link, entries, ready > 0 ? count : 0);
 }
 
