@@ -100,50 +100,40 @@ struct Helper
     int executedByProgram; /* the other end of program.executed */
 };
 
-static void runHelper(struct Helper *helper)
+static bool isExecuted(const struct Helper *helper)
 {
-    setsid();
-    keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
-    follow(&helper->program, helper->readiness);
-}
-
-/* Has the memory of jov-run to itself when the program is executed, and touches nothing in it before: it is jov-run's,
-   and no page of it is copied for a process that only waits. */
-static int waitUntilExecuted(void *argument)
-{
-    struct Helper *helper = argument;
     char failed = 0;
     ssize_t size = -1;
     close(helper->executedByProgram);
     do {
         size = read(helper->program.executed, &failed, 1);
     } while (size < 0 && errno == EINTR);
-    /* The C library finds itself in a process of its own, and not in a thread of one that has gone. */
-    if (size == 0 && fork() == 0) {
-        runHelper(helper);
-    }
-    return 0;
+    return size == 0;
 }
 
-/* An emulator of programs cannot share memory between processes, and copies it. */
-static int cloneAgain(void *argument)
+/* Nothing here ends by _exit(): the address sanitizer takes that for a fault on a stack that is not the process's own.
+ */
+static int forkHelper(void *argument)
 {
-    static _Alignas(16) char stack[256 * 1024];
-    pid_t pid = clone(waitUntilExecuted, stack + sizeof stack, CLONE_VM | SIGCHLD, argument);
-    if (pid < 0 && (pid = fork()) == 0) {
-        return waitUntilExecuted(argument);
+    struct Helper *helper = argument;
+    const pid_t pid = fork();
+    if (pid == 0 && isExecuted(helper)) {
+        setsid();
+        keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
+        follow(&helper->program, helper->readiness);
     }
     return pid < 0 ? errno : 0;
 }
 
-/* The process between the two sends no SIGCHLD when it ends: blocked, that would be left to the program. */
+/* The process between the two shares this one's memory, as one copy of it is enough, and sends no SIGCHLD when it ends:
+   blocked, that would be left to the program. An emulator of single programs can do neither. */
 static bool startHelper(struct Helper *helper)
 {
-    static _Alignas(16) char stack[16 * 1024];
+    static _Alignas(16) char stack[256 * 1024];
     int status = 0;
-    pid_t between = clone(cloneAgain, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
+    pid_t between = clone(forkHelper, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
     if (between < 0 && (between = fork()) == 0) {
-        _exit(cloneAgain(helper));
+        _exit(forkHelper(helper));
     }
     if (between < 0) {
         return false;
