@@ -50,7 +50,9 @@ double checkTime(Catalogue &catalogue, int repetitions)
     struct NoOrders : RestartOrders
     {
         bool stopModuleAlone(const QString & /*name*/) override { return false; }
+        void rebootComes(const QVariantMap & /*reason*/) override { }
         void rebootAccepted() override { }
+        void rebootRefused() override { }
         int startAll() override { return 0; }
     } orders;
     JovModule component(QStringLiteral("Bench"));

@@ -1,4 +1,5 @@
 #include "logger/PlatformLogger.h"
+#include "logger/RecentLines.h"
 #include "root/PlatformIni.h"
 
 #include <jov/JovRoot.h>
@@ -68,6 +69,7 @@ PlatformLogger::PlatformLogger(const LogOptions &options)
 void PlatformLogger::write(Level level, const QString &text)
 {
     if (level == Emergency || m_level >= level) {
+        rememberLogLine(level, text);
         m_sink.write(level, text);
     }
 }

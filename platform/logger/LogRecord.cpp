@@ -25,12 +25,18 @@ const char *levelName(int level)
     }
 }
 
-/// This moment.
+timespec thisMoment()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
 struct Moment
 {
-    Moment()
+    explicit Moment(const timespec &time = thisMoment())
+        : now(time)
     {
-        clock_gettime(CLOCK_REALTIME, &now);
         localtime_r(&now.tv_sec, &local);
     }
     [[nodiscard]] QByteArray as(const char *format) const
@@ -39,7 +45,7 @@ struct Moment
         return QByteArray(text, static_cast<int>(strftime(text, sizeof text, format, &local)));
     }
 
-    timespec now{};
+    const timespec now;
     tm local{};
 };
 
@@ -63,7 +69,12 @@ QByteArray oneLine(const QString &text)
 
 QByteArray record(int level, const QByteArray &text)
 {
-    const Moment moment;
+    return record(level, text, thisMoment());
+}
+
+QByteArray record(int level, const QByteArray &text, const timespec &time)
+{
+    const Moment moment(time);
     const auto milliseconds = QByteArray::number(static_cast<int>(moment.now.tv_nsec / 1000000)).rightJustified(3, '0');
     return moment.as("%Y-%m-%dT%H:%M:%S.") + milliseconds + ' ' + levelName(level) + ' ' + text + '\n';
 }

@@ -22,11 +22,11 @@ constexpr int crashLimit = 10000; // ms
 const QString separator = QStringLiteral(", ");
 
 /// The commands of jovctl that end by themselves and do not end the supervisor.
-const QStringList ofJovctl = {
-    QStringLiteral("list"),        QStringLiteral("status"),      QStringLiteral("tree"),
-    QStringLiteral("boot"),        QStringLiteral("start"),       QStringLiteral("stop"),
-    QStringLiteral("restart"),     QStringLiteral("start-all"),   QStringLiteral("stop-all"),
-    QStringLiteral("restart-all"), QStringLiteral("restart-app"), QStringLiteral("log-level")};
+const QStringList ofJovctl = {QStringLiteral("list"),        QStringLiteral("status"),   QStringLiteral("tree"),
+                              QStringLiteral("why"),         QStringLiteral("history"),  QStringLiteral("boot"),
+                              QStringLiteral("start"),       QStringLiteral("stop"),     QStringLiteral("restart"),
+                              QStringLiteral("start-all"),   QStringLiteral("stop-all"), QStringLiteral("restart-all"),
+                              QStringLiteral("restart-app"), QStringLiteral("log-level")};
 
 bool isTerminal()
 {
@@ -35,6 +35,7 @@ bool isTerminal()
 
 const char helpText[] = "  crash NAME           kill the process of module NAME with SIGSEGV\n"
                         "  set SETTING VALUE    change a setting of the terminal, such as MonitoringWatchDelay\n"
+                        "  power-cut            kill everything and boot again\n"
                         "  step N               continue a boot that the step file holds\n"
                         "  quit                 stop everything in order (the same as Ctrl-C)\n"
                         "  commands of jovctl:  %1,\n"
@@ -149,6 +150,8 @@ void Commands::execute(const QStringList &words)
         Q_EMIT quit();
     } else if (is("crash", 1)) {
         crash(words.at(1));
+    } else if (is("power-cut", 0)) {
+        Q_EMIT powerCut();
     } else if (is("step", 1)) {
         m_bus.sendEvent(Events::initStep, {{Events::stepNum, words.at(1).toInt()}});
         finish();
@@ -166,7 +169,7 @@ void Commands::execute(const QStringList &words)
         }
         if (!words.isEmpty()) {
             m_display.line(
-                QString::fromLatin1(helpText).arg(ofJovctl.mid(0, 7).join(separator), ofJovctl.mid(7).join(separator)));
+                QString::fromLatin1(helpText).arg(ofJovctl.mid(0, 9).join(separator), ofJovctl.mid(9).join(separator)));
         }
         finish();
     }

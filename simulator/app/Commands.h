@@ -37,6 +37,7 @@ public:
 
 Q_SIGNALS:
     void quit();
+    void powerCut();
     /// The supervisor has not rebooted the terminal after a crash.
     void crashIgnored();
 

@@ -57,6 +57,7 @@ void Simulator::connectParts()
     connect(&m_narrator, &Narrator::bootComplete, this, &Simulator::bootComplete);
     connect(&m_narrator, &Narrator::rebootRequested, this, &Simulator::rebootRequested);
     connect(&m_commands, &Commands::quit, this, [this] { goDown(Then::End); });
+    connect(&m_commands, &Commands::powerCut, this, &Simulator::cutPower);
     connect(&m_commands, &Commands::crashIgnored, this, [this] {
         m_status = m_crashIsDue ? 1 : m_status;
         m_crashIsDue = false;
@@ -135,6 +136,8 @@ void Simulator::startDaemon()
 {
     m_state = State::Booting;
     m_rebootIsDue = false;
+    m_powerIsCut = false;
+    m_root.drawBootId();
     m_narrator.beginBoot();
     QString program = Components::applicationManager;
     if (m_options.watchdogMinute > 0) {
@@ -153,8 +156,9 @@ void Simulator::daemonEnded()
 {
     m_narrator.catchUp();
     const bool expected = m_state == State::GoingDown;
-    const bool endedWell =
-        (expected || m_state == State::Up) && m_daemon.exitStatus() == QProcess::NormalExit && m_daemon.exitCode() == 0;
+    const bool endedWell = m_powerIsCut
+        || ((expected || m_state == State::Up) && m_daemon.exitStatus() == QProcess::NormalExit
+            && m_daemon.exitCode() == 0);
     if (!endedWell) {
         m_status = 1;
     }
@@ -291,6 +295,16 @@ void Simulator::killDaemon()
 {
     m_narrator.tell(subject, QStringLiteral("killing the supervisor and its modules"), Colour::Bad);
     m_status = 1;
+    m_daemon.kill();
+}
+
+void Simulator::cutPower()
+{
+    m_narrator.tell(subject, QStringLiteral("cutting the power"), Colour::Bad);
+    m_state = State::GoingDown;
+    m_then = Then::Reboot;
+    m_powerIsCut = true;
+    m_commands.setTerminalUp(false);
     m_daemon.kill();
 }
 

@@ -49,6 +49,7 @@ private:
     void giveUp();
     void goDown(Then then);
     void killDaemon();
+    void cutPower();
     void fail(const QString &text, int status = 1);
 
     const SimulatorOptions m_options;
@@ -66,6 +67,7 @@ private:
     bool m_wasUp = false;
     bool m_crashIsDue = false;
     bool m_rebootIsDue = false;
+    bool m_powerIsCut = false;
     QTimer m_bootLimit;
     QTimer m_stopLimit;
 };

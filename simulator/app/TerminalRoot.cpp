@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QUuid>
 
 #include <filesystem>
 #include <system_error>
@@ -116,6 +117,14 @@ QString TerminalRoot::fill(const QString &terminal)
 QString TerminalRoot::daemonLog() const
 {
     return m_path + SettingsFile(at("/etc/JovApplication/platform.ini")).value(logSection, logFile);
+}
+
+void TerminalRoot::drawBootId() const
+{
+    QFile file(at("/run/boot_id"));
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(QUuid::createUuid().toByteArray(QUuid::WithoutBraces) + '\n');
+    }
 }
 
 QString TerminalRoot::writeFiles() const

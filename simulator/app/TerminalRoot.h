@@ -25,6 +25,8 @@ public:
     [[nodiscard]] QString busAddress() const { return QStringLiteral("unix:path=") + busSocket(); }
     [[nodiscard]] QString busConfig() const { return at("/run/bus.conf"); }
     [[nodiscard]] QString daemonLog() const;
+    /// What the kernel does at each boot.
+    void drawBootId() const;
 
 private:
     [[nodiscard]] QString busSocket() const { return at("/run/bus"); }

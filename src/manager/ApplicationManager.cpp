@@ -2,7 +2,9 @@
 
 #include "contract/Components.h"
 #include "contract/Events.h"
+#include "contract/HistoryNames.h"
 #include "manager/ApplicationManagerAdaptor.h"
+#include "manager/BootSummary.h"
 #include "manager/Inspection.h"
 #include "manager/StepFile.h"
 #include "monitoring/ApplicationMemory.h"
@@ -16,18 +18,22 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
     , m_state(timing.module)
     , m_bus(*this)
     , m_reboot(m_bus, m_state, timing.reboot)
+    , m_blackBox([this] { return m_progression.currentStep(); })
     , m_control(m_state, m_inventory, m_journal, m_startContext)
     , m_watchdog(m_bus, m_control, m_inventory.catalogue(), m_procReader, timing.watchdog)
     , m_settings(m_bus, m_watchdog)
     , m_endOfInit(m_state, m_bus, m_journal, m_settings, m_watchdog)
     , m_startContext{m_state, m_journal, m_endOfInit}
-    , m_mandatorySettings(m_state, m_bus, m_inventory.catalogue())
+    , m_mandatorySettings(m_state, m_bus, m_journal, m_inventory.catalogue())
     , m_progression(m_state, m_bus, m_inventory.steps(), m_startContext, m_mandatorySettings, m_parentReport)
     , m_restarts(m_state, *this)
-{ }
+{
+    noteEnds();
+}
 
 ApplicationManager::~ApplicationManager()
 {
+    m_blackBox.noteEnd();
     m_inventory.clear();
 }
 
@@ -74,6 +80,8 @@ bool ApplicationManager::init()
 bool ApplicationManager::init_step()
 {
     Log::debug("run");
+    // A second daemon does not come so far: its end is none of the terminal's.
+    m_blackBox.begin(m_state.parameters().historyFile, m_state.parameters().historySize);
     m_progression.begin(readStepFile(JovRoot::rooted(QStringLiteral("/tmp/step"))));
     return true;
 }
@@ -101,6 +109,20 @@ void ApplicationManager::beginStart()
     m_state.setParameters(Parameters::read(getParameters()));
     m_mandatorySettings.reset();
     m_journal.noteStart(m_initialised);
+    m_blackBox.noteRestart();
+}
+
+void ApplicationManager::noteEnds()
+{
+    connect(&m_journal, &Journal::startFailed, &m_blackBox, &BlackBox::noteFailed);
+    connect(&m_journal, &Journal::rebootComes, &m_blackBox, &BlackBox::noteReboot);
+    connect(&m_journal, &Journal::rebootUntaken, &m_blackBox, &BlackBox::noteUntaken);
+    connect(&m_journal, &Journal::ending, &m_blackBox, &BlackBox::noteReason);
+    connect(&m_journal, &Journal::stepDone, this, [this](const QString & /*name*/, int value) {
+        if (value == m_inventory.steps().last()->getValue()) {
+            m_blackBox.noteStarted(bootSummary(m_journal, m_inventory.steps()));
+        }
+    });
 }
 
 bool ApplicationManager::buildAll()
@@ -120,9 +142,19 @@ void ApplicationManager::restart()
 void ApplicationManager::stopManager()
 {
     Log::debug("stopManager");
+    m_journal.noteEnding(
+        {{History::Key::cause, QString(History::Cause::order)},
+         {History::Key::by,
+          SupervisionState::isTerminationTaken() ? QStringLiteral("SIGTERM") : QStringLiteral("bus")}});
     m_state.failStart();
     m_state.setEnding();
     exit();
+}
+
+void ApplicationManager::endDaemon()
+{
+    m_journal.noteEnding({{History::Key::cause, QString(History::Cause::files)}});
+    stopManager();
 }
 
 void ApplicationManager::restartApp()

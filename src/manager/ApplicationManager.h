@@ -1,6 +1,7 @@
 #ifndef APPLICATION_MANAGER_H
 #define APPLICATION_MANAGER_H
 
+#include "history/BlackBox.h"
 #include "manager/ComponentBus.h"
 #include "manager/ControlOperations.h"
 #include "manager/EndOfInit.h"
@@ -85,13 +86,15 @@ private:
     [[nodiscard]] bool buildAll() override;
     void startEverything() override { startAll(); }
     void resumeProgression() override { m_progression.resumeAfterRestart(); }
-    void endDaemon() override { stopManager(); }
+    void endDaemon() override;
+    void noteEnds();
 
     // A part is built from those above it, and destroyed before them.
     SupervisionState m_state;
     ComponentBus m_bus;
     RebootRequest m_reboot;
     Journal m_journal;
+    BlackBox m_blackBox;
     ParentReport m_parentReport;
     ProcReader m_procReader;
     Inventory m_inventory;

@@ -36,6 +36,16 @@ int ControlOperations::stopAll()
     return count;
 }
 
+void ControlOperations::rebootComes(const QVariantMap &reason)
+{
+    m_journal.noteReboot(reason);
+}
+
+void ControlOperations::rebootRefused()
+{
+    m_journal.noteUntakenReboot();
+}
+
 void ControlOperations::rebootAccepted()
 {
     m_state.noteRebootRequest();

@@ -27,7 +27,9 @@ public:
 
     /// The counts are those of InitStep, added up.
     int startAll() override;
+    void rebootComes(const QVariantMap &reason) override;
     void rebootAccepted() override;
+    void rebootRefused() override;
     int stopAll();
     /// False when no step holds the module, or when it may not start yet.
     bool startModule(const QString &moduleName);

@@ -65,12 +65,13 @@ void Journal::noteStepDone(const QString &name, int value)
 void Journal::noteStart(bool again)
 {
     m_timeline.beginStartUp();
-    add(again ? Inspect::Happened::restart : Inspect::Happened::start);
+    m_startedAt = add(again ? Inspect::Happened::restart : Inspect::Happened::start);
+    m_endOfInitAt = 0;
 }
 
 void Journal::noteEndOfInit()
 {
-    add(Inspect::Happened::endOfInit);
+    m_endOfInitAt = add(Inspect::Happened::endOfInit);
     m_timeline.endStartUp();
 }
 

@@ -41,17 +41,28 @@ public:
     void noteExit(const QString &name, int exitCode) override;
     void noteStepStarted(const QString &name) override;
     void noteStepDone(const QString &name, int value) override;
+    void noteFailedStart(const QVariantMap &reason) override { Q_EMIT startFailed(reason); }
+    void noteReboot(const QVariantMap &reason) override { Q_EMIT rebootComes(reason); }
+    void noteUntakenReboot() override { Q_EMIT rebootUntaken(); }
+    void noteEnding(const QVariantMap &reason) override { Q_EMIT ending(reason); }
     void noteStart(bool again);
     void noteEndOfInit();
     void noteStopAll();
 
     [[nodiscard]] ModuleHistory module(const QString &name) const { return m_modules.value(name); }
     [[nodiscard]] StepHistory step(const QString &name) const { return m_steps.value(name); }
+    /// Of the last start or restart, and of the end of its initialisation.
+    [[nodiscard]] quint64 startedAt() const { return m_startedAt; }
+    [[nodiscard]] quint64 endOfInitAt() const { return m_endOfInitAt; }
     [[nodiscard]] const Timeline &timeline() const { return m_timeline; }
 
 Q_SIGNALS:
     void moduleStateChanged(const QString &name, ModuleState oldState, ModuleState newState);
     void stepDone(const QString &name, int value);
+    void startFailed(const QVariantMap &reason);
+    void rebootComes(const QVariantMap &reason);
+    void rebootUntaken();
+    void ending(const QVariantMap &reason);
 
 private:
     quint64 add(const QString &event, const QString &name = QString());
@@ -59,6 +70,8 @@ private:
     QHash<QString, ModuleHistory> m_modules;
     QHash<QString, StepHistory> m_steps;
     Timeline m_timeline;
+    quint64 m_startedAt = 0;
+    quint64 m_endOfInitAt = 0;
 };
 
 #endif

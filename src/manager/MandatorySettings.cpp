@@ -3,7 +3,9 @@
 #include "catalogue/Catalogue.h"
 #include "contract/Components.h"
 #include "contract/Events.h"
+#include "contract/HistoryNames.h"
 #include "supervision/BusAccess.h"
+#include "supervision/SupervisionObserver.h"
 #include "supervision/SupervisionState.h"
 
 #include <jov/JovEvent.h>
@@ -80,6 +82,7 @@ void MandatorySettings::failStart(const QString &message)
     init_message(message);
     m_failed = true;
     m_state.failStart();
+    m_observer.noteFailedStart({{History::Key::cause, QString(History::Cause::settings)}, {History::Key::by, message}});
 }
 
 void MandatorySettings::init_message(const QString &message)

@@ -6,6 +6,7 @@
 class BusAccess;
 class Catalogue;
 class JovEvent;
+class SupervisionObserver;
 class SupervisionState;
 
 /**
@@ -20,9 +21,10 @@ class MandatorySettings : public QObject
     Q_OBJECT
 
 public:
-    MandatorySettings(SupervisionState &state, BusAccess &bus, Catalogue &catalogue)
+    MandatorySettings(SupervisionState &state, BusAccess &bus, SupervisionObserver &observer, Catalogue &catalogue)
         : m_state(state)
         , m_bus(bus)
+        , m_observer(observer)
         , m_catalogue(catalogue)
     { }
 
@@ -46,6 +48,7 @@ private:
 
     SupervisionState &m_state;
     BusAccess &m_bus;
+    SupervisionObserver &m_observer;
     Catalogue &m_catalogue;
     bool m_done = false;
     bool m_answered = false;

@@ -4,6 +4,8 @@
 #include "catalogue/ModulePaths.h"
 #include "contract/Components.h"
 #include "contract/Events.h"
+#include "contract/ExitText.h"
+#include "contract/HistoryNames.h"
 #include "module/ChildReaper.h"
 #include "module/CrashPolicy.h"
 #include "supervision/BusAccess.h"
@@ -272,6 +274,10 @@ void Module::slot_webapp_timeout()
         return;
     }
     Log::error("Webapp timeout : Failed to receive presentationReady event");
+    if (m_context.state.initInProgress()) {
+        // Before the stop, which can become a crash of its own.
+        m_context.observer.noteEnding({{History::Key::cause, QString(History::Cause::presentation)}});
+    }
     stop();
     if (m_context.state.initInProgress()) {
         m_context.orders.stopManager();
@@ -300,7 +306,7 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
         crashed = false;
     }
     m_ownKill = false;
-    m_killedOnStop = false;
+    m_stopTimedOut = std::exchange(m_killedOnStop, false);
     if (config) {
         config->setID(QStringLiteral("0"));
     }
@@ -321,6 +327,23 @@ void Module::slot_error(QProcess::ProcessError error)
     Log::error("[Module] Process %1 error %2", getName(), getProcessErrorInString(error));
 }
 
+void Module::noteCrash()
+{
+    const QString name = getName();
+    const QString core = JovRoot::rooted(QStringLiteral("/data/core/core.%1").arg(name));
+    QVariantMap reason{
+        {History::Key::cause, QString(m_stopTimedOut ? History::Cause::stopTimeout : History::Cause::crash)},
+        {History::Key::module, name},
+        {History::Key::signal, exitCode}};
+    if (QFile::exists(core)) {
+        Log::emergency("%1 was killed by %2, core file %3", name, signalName(exitCode), core);
+        reason.insert(History::Key::core, core);
+    } else {
+        Log::emergency("%1 was killed by %2, without a core file", name, signalName(exitCode));
+    }
+    m_context.observer.noteReboot(reason);
+}
+
 void Module::slot_crashed()
 {
     const QString name = getName();
@@ -330,6 +353,7 @@ void Module::slot_crashed()
         return;
     }
     Log::emergency("Terminal will reboot now: %1 crashed", name);
+    noteCrash();
     // A kill after a stop's time-out is answered like any other crash, as slot_finished() has cleared the flag before
     // it emits the signal. It is set only for a caller of this slot between the kill and the end of the process.
     if (m_killedOnStop) {

@@ -79,6 +79,8 @@ private:
     bool waitUntilStarted();
     bool waitState(std::initializer_list<ModuleState> states, int timeout);
     void killAsOurOwnDoing();
+    /// What is written down of a crash before the terminal reboots.
+    void noteCrash();
 
     const ModuleContext m_context;
     ChildProcess m_process{*this};
@@ -87,6 +89,7 @@ private:
     quint64 m_run = 0; ///< counts launches
     bool m_startPending = false; ///< a start waits for the previous process to be reaped
     bool m_killedOnStop = false; ///< killed after a stop's time-out, and not ended yet
+    bool m_stopTimedOut = false; ///< the crash that is answered is that kill
     bool m_killedWithEverything = false; ///< that stop was one of everything
     bool m_ownKill = false; ///< killed otherwise by stop(), and not ended yet
 };

@@ -3,6 +3,7 @@
 #include "catalogue/Catalogue.h"
 #include "catalogue/Saturated.h"
 #include "contract/Components.h"
+#include "contract/HistoryNames.h"
 #include "monitoring/ApplicationMemory.h"
 #include "monitoring/RetryPolicy.h"
 #include "supervision/BusAccess.h"
@@ -108,8 +109,19 @@ bool MemoryWatchdog::checkModule(ApplicationRecord &record, qint64 totalMemory)
         return true;
     }
     Log::error("checkMemory module %1 Too much memory (%2)", name, detail);
-    if (retriesExhausted(record) && requestReboot()) {
-        return false;
+    if (retriesExhausted(record)) {
+        const int count = qMax(1, record.getRestartTimes().size());
+        Log::emergency("checkMemory: %1 is over its limit (%2 kB of %3 kB, excess %4): asking for a reboot", name, used,
+                       ceiling.size(totalMemory), count);
+        m_orders.rebootComes({{History::Key::cause, QString(History::Cause::memory)},
+                              {History::Key::module, name},
+                              {History::Key::size, used},
+                              {History::Key::ceiling, ceiling.size(totalMemory)},
+                              {History::Key::count, count}});
+        if (requestReboot()) {
+            return false;
+        }
+        m_orders.rebootRefused();
     }
     m_outOfMemoryModules.append(name);
     return true;

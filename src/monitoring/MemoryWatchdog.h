@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QTimer>
+#include <QVariantMap>
 
 class ApplicationRecord;
 class BusAccess;
@@ -22,8 +23,11 @@ public:
     virtual bool stopModuleAlone(const QString &name) = 0;
     /// Starts what does not run. The watchdog ignores the count.
     virtual int startAll() = 0;
+    /// Before "Platform" is asked for a reboot, with the keys of History::Key.
+    virtual void rebootComes(const QVariantMap &reason) = 0;
     /// "Platform" reboots the terminal.
     virtual void rebootAccepted() = 0;
+    virtual void rebootRefused() = 0;
 };
 
 /**

@@ -1,13 +1,19 @@
 #include "supervision/Parameters.h"
 
+#include "history/HistoryText.h"
+
 #include <jov/Log.h>
 
 namespace {
 
 constexpr int longestFallback = 7 * 24 * 3600;
+constexpr int smallestHistory = 64; // kB: each of the two files has room for the longest record
+constexpr int largestHistory = 65536;
 
-/// A number from 0 to `largest`; nothing when the key is absent, or, with a warning, when it has another value.
-std::optional<int> number(const QMap<QString, QString> &section, const QString &key, int base, int largest)
+/// A number from `smallest` to `largest`; nothing when the key is absent, or, with a warning, when it has another
+/// value.
+std::optional<int> number(const QMap<QString, QString> &section, const QString &key, int base, int smallest,
+                          int largest)
 {
     const auto found = section.constFind(key);
     if (found == section.cend()) {
@@ -15,7 +21,7 @@ std::optional<int> number(const QMap<QString, QString> &section, const QString &
     }
     bool isNumber = false;
     const int value = found->trimmed().toInt(&isNumber, base);
-    if (isNumber && value >= 0 && value <= largest) {
+    if (isNumber && value >= smallest && value <= largest) {
         return value;
     }
     Log::warning("platform.ini: %1=%2 is not valid, the default applies", key, *found);
@@ -27,9 +33,12 @@ std::optional<int> number(const QMap<QString, QString> &section, const QString &
 Parameters Parameters::read(const QMap<QString, QString> &section)
 {
     Parameters parameters;
-    if (const std::optional<int> mask = number(section, QStringLiteral("module_umask"), 8, 0777)) {
+    if (const std::optional<int> mask = number(section, QStringLiteral("module_umask"), 8, 0, 0777)) {
         parameters.moduleUmask = mode_t(*mask);
     }
-    parameters.rebootFallback = number(section, QStringLiteral("reboot_fallback"), 10, longestFallback);
+    parameters.rebootFallback = number(section, QStringLiteral("reboot_fallback"), 10, 0, longestFallback);
+    parameters.historyFile = HistoryText::pathOf(section);
+    parameters.historySize = number(section, QStringLiteral("history_size"), 10, smallestHistory, largestHistory)
+                                 .value_or(parameters.historySize);
     return parameters;
 }

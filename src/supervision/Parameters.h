@@ -15,6 +15,9 @@ struct Parameters
     std::optional<mode_t> moduleUmask; ///< `module_umask`, octal: the umask of the modules
     std::optional<int> rebootFallback; ///< `reboot_fallback`: seconds for "Platform" to take a request for a reboot
 
+    QString historyFile; ///< `history_file`, with the root prefix; empty: no history
+    int historySize = 256; ///< `history_size`, in kB
+
     /// Logs a warning for each invalid value.
     [[nodiscard]] static Parameters read(const QMap<QString, QString> &section);
 };

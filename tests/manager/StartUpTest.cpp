@@ -54,7 +54,7 @@ public:
     Catalogue catalogue;
     InitStepChain steps;
     ParentReport report;
-    MandatorySettings settings{state, bus, catalogue};
+    MandatorySettings settings{state, bus, observer, catalogue};
     StartupProgression progression{state, bus, steps, context, settings, report};
 
     /// "1 3": what was started; the numbers that were announced.

@@ -272,7 +272,7 @@ private Q_SLOTS:
         QTimer::singleShot(0, &module, &Module::slot_endOfInit);
         QVERIFY(module.start());
         kill(m_record.getID().toInt(), SIGSEGV);
-        QTRY_COMPARE(m_root.log().filter("emergency"_s).size(), 1);
+        QTRY_COMPARE(m_root.log().filter("emergency Terminal"_s).size(), 1);
     }
 
     void repeatedAnnouncement_data()

@@ -141,7 +141,8 @@ private Q_SLOTS:
         m_supervision.state.beginStart();
         QCOMPARE(m_watchdog->remainingTime(), -1);
         QStringList expected = {
-            "error checkMemory module leak Too much memory (VmSize=1001 MemTotal=1000000 MaxMem=1000 percentage=0)"_s};
+            "error checkMemory module leak Too much memory (VmSize=1001 MemTotal=1000000 MaxMem=1000 percentage=0)"_s,
+            "emergency checkMemory: leak is over its limit (1001 kB of 1000 kB, excess 1): asking for a reboot"_s};
         if (outcome != 0) {
             expected << error << "error checkMemory: Modules (leak) use too much memory"_s;
             QTRY_COMPARE(m_supervision.bus.calls.size(), 3);

@@ -105,6 +105,8 @@ public:
         onStart();
         return 0;
     }
+    void rebootComes(const QVariantMap & /*reason*/) override { }
+    void rebootRefused() override { }
     void rebootAccepted() override { state.noteRebootRequest(); }
     void starting() override { bus.calls << "home page starts"_s; }
     void started() override { bus.calls << "home page started"_s; }

@@ -86,7 +86,7 @@ void Terminal::layOut(const QString &description)
     }
     root.write(configDirectory + manager + "/initStep.xml"_s, "<initStep>%1</initStep>"_s.arg(steps).toUtf8());
     root.keepLog();
-    for (const char *folder : {"/usr/lib/JovApplication/", "/tmp/", "/log/"}) {
+    for (const char *folder : {"/usr/lib/JovApplication/", "/tmp/", "/log/", "/data/"}) {
         root.write(QString::fromLatin1(folder) + ".keep"_s, QByteArray());
     }
 }
@@ -150,6 +150,7 @@ int Terminal::startDaemon(const QStringList &arguments)
     for (const Processes::Process &process : processes) {
         if (process.commandLine.startsWith(m_program) && process.pid != m_process.processId()) {
             m_daemonPid = process.pid;
+            break; // The next one would be a child that it has forked.
         }
     }
     return ended ? m_process.exitCode() : -1;

@@ -3,6 +3,7 @@
 #include "client/BusClient.h"
 #include "client/Units.h"
 #include "jovctl/BootChart.h"
+#include "jovctl/BootCompare.h"
 #include "jovctl/Command.h"
 
 #include <QJsonDocument>
@@ -69,6 +70,9 @@ void print(const BootRecord &record, bool all)
     Console::writeLine(QStringLiteral("\nSlowest modules%1:")
                            .arg(hidden > 0 ? QStringLiteral(" (%1 more with --all)").arg(hidden) : QString()));
     slowestTable(record, all).print(false);
+    if (record.critical == 0) {
+        return;
+    }
     Console::writeLine(QStringLiteral("\nCritical chain, %1 in total:").arg(Units::duration(record.critical)));
     for (const BootStep &step : record.steps) {
         QStringList parts;
@@ -100,22 +104,50 @@ void writeChart(const QString &path, const BootRecord &record)
     }
 }
 
+BootRecord presentRecord()
+{
+    const BusClient client;
+    BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps());
+    if (!record.isKnown) {
+        throw Failure(ExitStatus::Failed, QStringLiteral("the daemon's timeline no longer has the start-up"));
+    }
+    return record;
+}
+
+BootRecord previousRecord(const QStringList &operands)
+{
+    const QList<PastBoot> boots = readPastBoots();
+    const PastBoot &boot = bootBefore(boots, operands);
+    BootRecord record = boot.record();
+    if (!record.isKnown) {
+        throw Failure(ExitStatus::Failed,
+                      QStringLiteral("the start-up of %1 did not end").arg(PastBoot::timeOf(boot.start)));
+    }
+    return record;
+}
+
 } // namespace
 
 ExitStatus Commands::boot(const Arguments &arguments)
 {
-    const BusClient client;
-    const BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps());
-    if (!record.isKnown) {
-        throw Failure(ExitStatus::Failed, QStringLiteral("the daemon's timeline no longer has the start-up"));
+    const bool all = arguments.isSet(QStringLiteral("all"));
+    const bool previous = arguments.isSet(QStringLiteral("previous"));
+    if (arguments.isSet(QStringLiteral("compare"))) {
+        const QList<PastBoot> boots = readPastBoots();
+        printComparison(boots.first(), bootBefore(boots, arguments.operands()), all, arguments.wantsJson());
+        return ExitStatus::Done;
     }
+    if (!previous && !arguments.operands().isEmpty()) {
+        throw Failure(ExitStatus::Usage, QStringLiteral("N needs --previous or --compare. Try: jovctl boot --help"));
+    }
+    const BootRecord record = previous ? previousRecord(arguments.operands()) : presentRecord();
     const QString path = arguments.value(QStringLiteral("svg"));
     if (arguments.isSet(QStringLiteral("svg"))) {
         writeChart(path, record);
     } else if (arguments.wantsJson()) {
         printJson(record);
     } else {
-        print(record, arguments.isSet(QStringLiteral("all")));
+        print(record, all);
     }
     return ExitStatus::Done;
 }

@@ -36,6 +36,8 @@ ExitStatus top(const Arguments &arguments);
 ExitStatus watch(const Arguments &arguments);
 ExitStatus logLevel(const Arguments &arguments);
 ExitStatus boot(const Arguments &arguments);
+ExitStatus why(const Arguments &arguments);
+ExitStatus history(const Arguments &arguments);
 ExitStatus metrics(const Arguments &arguments);
 ExitStatus verify(const Arguments &arguments);
 

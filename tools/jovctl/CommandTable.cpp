@@ -53,11 +53,23 @@ constexpr Command commands[] = {
      "jovctl log-level\n"
      "jovctl log-level 7\n"
      "jovctl log-level info"},
-    {"boot", Commands::boot, "", 0, 0, "json all svg", "Show how long the start-up took, by step and by module",
+    {"why", Commands::why, "", 0, 0, "", "Say why the terminal was rebooted or the daemon ended last",
+     "Reads the history, and needs no daemon.", "jovctl why"},
+    {"history", Commands::history, "", 0, 0, "json n", "List the boots of the terminal and why each ended",
+     "The newest comes first; boot 0 is this one. Reads the history, and needs no\n"
+     "daemon. With --json an object has the whole record of the end, with the last\n"
+     "lines of the log.",
+     "jovctl history\n"
+     "jovctl history --json -n 2 | jq -r '.[1].reason.log[]'"},
+    {"boot", Commands::boot, "[N]", 0, 1, "json all svg previous compare",
+     "Show how long the start-up took, by step and by module",
      "Shows the total, the steps, the slowest modules and the critical chain: the\n"
-     "sequence of dependent modules that sets the shortest possible start-up time.",
+     "sequence of dependent modules that sets the shortest possible start-up time.\n"
+     "With --previous or --compare, N is the number of the boot in the history (1, the\n"
+     "default, is the one before this); no daemon is needed.",
      "jovctl boot\n"
      "jovctl boot --svg boot.svg\n"
+     "jovctl boot --compare 3\n"
      "jovctl boot --json | jq .total"},
     {"metrics", Commands::metrics, "", 0, 0, "", "Print metrics for a monitoring system (OpenMetrics)",
      "Suitable for the textfile collector of a node exporter. If the daemon is not\n"
@@ -80,11 +92,21 @@ constexpr struct
                {"interval", "SECONDS", "Time between two tables (default: 1)"},
                {"events", "", "Print the events of the platform, too"},
                {"all", "", "Show all modules, not only the slowest"},
+               {"previous", "", "Show an earlier start-up, of the history"},
+               {"compare", "", "Show which modules are slower or faster than in an earlier boot"},
+               {"n", "COUNT", "Show the last COUNT only"},
                {"svg", "FILE", "Write a chart to FILE (- for standard output)"}};
 
 QString aligned(const QString &left, const QString &right)
 {
     return QStringLiteral("  %1 %2\n").arg(left.leftJustified(summaryColumn), right);
+}
+
+QString optionText(const QString &name, const QString &value)
+{
+    const bool isLong = name.size() > 1;
+    const QLatin1String separator(value.isEmpty() ? "" : isLong ? "=" : " ");
+    return QLatin1String(isLong ? "--" : "-") + name + separator + value;
 }
 
 QString usage(const Command &command)
@@ -157,9 +179,7 @@ QString commandHelp(const Command &command)
     text += QStringLiteral("\nOptions:\n");
     for (const QCommandLineOption &option : optionsOf(command)) {
         const QString value = option.valueName();
-        text +=
-            aligned(QStringLiteral("--") + option.names().last() + (value.isEmpty() ? value : QLatin1Char('=') + value),
-                    option.description());
+        text += aligned(optionText(option.names().last(), value), option.description());
     }
     text += aligned(QStringLiteral("-h, --help"), QStringLiteral("Show this help")) + QStringLiteral("\nExamples:\n");
     const QStringList examples = QString::fromLatin1(command.examples).split(QLatin1Char('\n'));

@@ -1,0 +1,17 @@
+#ifndef BOOT_IDENTITY_H
+#define BOOT_IDENTITY_H
+
+#include <QString>
+
+/// What tells one boot of the terminal from another.
+namespace BootIdentity {
+
+/// A text that the kernel draws at each boot. Below a root prefix the file `/run/boot_id` replaces it, if it exists.
+[[nodiscard]] QString bootId();
+
+/// The name and version of the system, of `/etc/os-release`; empty without the file.
+[[nodiscard]] QString systemVersion();
+
+} // namespace BootIdentity
+
+#endif

@@ -1,0 +1,106 @@
+#include "history/ForkedTask.h"
+
+#include <QDeadlineTimer>
+
+#include <cerrno>
+#include <csignal>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+void closeFrom(unsigned first)
+{
+#ifdef SYS_close_range
+    if (syscall(SYS_close_range, first, ~0U, 0) == 0) {
+        return;
+    }
+#endif
+    constexpr long most = 65536;
+    for (long number = first, end = qMin(sysconf(_SC_OPEN_MAX), most); number < end; ++number) {
+        close(int(number));
+    }
+}
+
+[[noreturn]] void runChild(const ForkedTask::Work &work, int output)
+{
+    prctl(PR_SET_NAME, "am-history");
+    dup2(output, STDIN_FILENO);
+    closeFrom(STDOUT_FILENO);
+    _exit(work(STDIN_FILENO));
+}
+
+} // namespace
+
+ForkedTask::~ForkedTask()
+{
+    // One that hangs goes on alone; its parent is about to end.
+}
+
+bool ForkedTask::start(const Work &work)
+{
+    int ends[2] = {-1, -1};
+    if (isRunning() || pipe2(ends, O_CLOEXEC) != 0) {
+        return false;
+    }
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        runChild(work, ends[1]);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    close(ends[1]);
+    m_output.reset(ends[0]);
+    if (pid < 0) {
+        m_output.reset();
+        return false;
+    }
+    m_pid = pid;
+    m_text.clear();
+    fcntl(m_output.number(), F_SETFL, O_NONBLOCK);
+    m_notifier = std::make_unique<QSocketNotifier>(m_output.number(), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &ForkedTask::readOutput);
+    return true;
+}
+
+bool ForkedTask::wait(int limit)
+{
+    const QDeadlineTimer deadline(limit);
+    while (isRunning()) {
+        pollfd readable{m_output.number(), POLLIN, 0};
+        if (poll(&readable, 1, int(deadline.remainingTime())) > 0) {
+            readOutput();
+        } else if (deadline.hasExpired()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void ForkedTask::readOutput()
+{
+    char piece[4096];
+    ssize_t count = 0;
+    while ((count = read(m_output.number(), piece, sizeof piece)) > 0) {
+        m_text.append(piece, int(count));
+    }
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return;
+    }
+    int status = 0;
+    // The child closes its output by its end, so this does not wait.
+    while (waitpid(m_pid, &status, 0) < 0 && errno == EINTR) { }
+    m_pid = 0;
+    m_notifier->setEnabled(false);
+    m_notifier.release()->deleteLater(); // It may be what called.
+    m_output.reset();
+    Q_EMIT done(m_text, WIFEXITED(status) ? WEXITSTATUS(status) : EIO);
+}

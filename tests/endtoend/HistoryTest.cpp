@@ -1,0 +1,159 @@
+#include "support/DataTable.h"
+#include "support/Terminal.h"
+
+#include <jov/Setting.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr char description[] = "step one 1\nstep five 5 home\nSettingsManager one\nA five\nB five <A --ignore-stop";
+
+QJsonArray history(const QString &words = "history --json"_s)
+{
+    QProcess process;
+    process.start(QStringLiteral(JOVCTL), words.split(u' '));
+    Terminal::wait([&] { return process.state() == QProcess::NotRunning; });
+    return QJsonDocument::fromJson(process.readAllStandardOutput()).array();
+}
+
+void kill(Terminal &terminal, const QString &module, int signal)
+{
+    const int from = terminal.log().size();
+    ::kill(terminal.modules().value(module).value(0), signal);
+    QVERIFY(terminal.waitForLog(module + " was killed by "_s, from));
+}
+
+void exceedMemory(Terminal &terminal)
+{
+    for (const QString &id : {"MonitoringWatchRetry"_s, "MonitoringWatchDelay"_s}) {
+        Setting setting;
+        setting.setId(id);
+        setting.setValue("1"_s);
+        setting.setDefined(1);
+        terminal.call("monitoringSettingsChanged"_s, {QVariant::fromValue(setting)});
+    }
+    QVERIFY(terminal.waitForLog("asking for a reboot"_s));
+}
+
+/// With all its processes, so that nothing is written down.
+void killAll(Terminal &terminal)
+{
+    const QList<QList<pid_t>> modules = terminal.modules().values();
+    terminal.end(SIGKILL);
+    for (const QList<pid_t> &module : modules) {
+        ::kill(module.value(0), SIGKILL);
+    }
+}
+
+} // namespace
+
+class EndsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // Each boot ends in its own way; the next one, and who reads the history then, learns of it.
+    void ends()
+    {
+        struct End
+        {
+            QString cause, text;
+            std::function<void(Terminal &)> run;
+        };
+        const QList<End> ends{
+            {"crash"_s, "A crashed, killed by SIGSEGV"_s, [](Terminal &terminal) { kill(terminal, "A"_s, SIGSEGV); }},
+            {"stop_timeout"_s, "B did not stop in time and was killed"_s,
+             [](Terminal &terminal) {
+                 terminal.call("stopModule"_s, {"B"_s});
+                 QVERIFY(terminal.waitForLog("B was killed by SIGKILL"_s));
+             }},
+            {"memory"_s, "A used "_s, exceedMemory},
+            {"killed"_s, "the supervisor was killed"_s, killAll},
+            {"power"_s, "power lost or rebooted by somebody else"_s,
+             [](Terminal &terminal) {
+                 killAll(terminal);
+                 terminal.root.write("/run/boot_id"_s, "another");
+             }},
+            {"settings"_s, "the check of the mandatory settings failed (Reboot in progress)"_s, [](Terminal &) {}},
+            {"order"_s, "the daemon was stopped by SIGTERM"_s, [](Terminal &) {}},
+            {"order"_s, "the daemon was stopped by a call over the bus"_s,
+             [](Terminal &terminal) { terminal.call("stopManager"_s); }}};
+
+        Terminal terminal(description);
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        terminal.setVariable("JOV_DURATIONS"_s, "stop=300 stop-with-everything=300 minute=100"_s);
+        terminal.root.write("/run/boot_id"_s, "one");
+        terminal.root.write("/etc/JovApplication/module/A/config.xml"_s,
+                            "<config><initStep>five</initStep><maxMemory><DDRSz criteria=\"256MB\">1000</DDRSz>"
+                            "</maxMemory></config>");
+        bool failsCheck = false;
+        connect(&terminal, &Terminal::event, &terminal, [&](const QString &name) {
+            if (name == "checkMandatorySettings"_s) {
+                terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, failsCheck}});
+            }
+        });
+        for (int i = 0; i < ends.size(); ++i) {
+            const int from = terminal.log().size();
+            failsCheck = ends[i].cause == "settings"_s;
+            terminal.start();
+            QVERIFY2(terminal.waitForLog(failsCheck ? "interrupted because stopping"_s : "initStepDone: 5"_s, from),
+                     qPrintable(ends[i].cause));
+            ends[i].run(terminal);
+            if (terminal.isUp()) {
+                terminal.end(SIGTERM);
+            }
+        }
+        terminal.start();
+        QVERIFY(terminal.waitForAll("RUNNING"_s));
+        QTRY_COMPARE(history().size(), ends.size() + 1);
+        const QJsonArray boots = history();
+        for (int i = 0; i < ends.size(); ++i) {
+            const QJsonObject boot = boots[ends.size() - i].toObject();
+            QCOMPARE(boot["cause"_s].toString(), ends[i].cause);
+            QVERIFY2(boot["text"_s].toString().startsWith(ends[i].text), qPrintable(boot["text"_s].toString()));
+        }
+        QCOMPARE(boots[0]["text"_s].toString(), "running"_s);
+        QVERIFY(boots[ends.size()]["reason"_s]["log"_s].toVariant().toStringList().join(u' ').contains("A crashed"_s));
+    }
+
+    // Whatever is wrong with the disk, the terminal boots, and a crash is answered.
+    void unusable_data()
+    {
+        columns<QString, bool>("commands", "isMounted");
+        row("full", "mount -t tmpfs -o size=4k none data && head -c 9000 /dev/zero >data/filler", true);
+        row("read-only", "mount -t tmpfs -o ro none data", true);
+        row("FIFO", "mkdir data/ApplicationManager && mkfifo data/ApplicationManager/history", false);
+        row("directory", "mkdir -p data/ApplicationManager/history", false);
+        row("no folder", "rm -r data", false);
+    }
+
+    void unusable()
+    {
+        QFETCH(QString, commands);
+        QFETCH(bool, isMounted);
+        if (isMounted && geteuid() != 0) {
+            QSKIP("only root can mount");
+        }
+        Terminal terminal("step one 1\nA one");
+        const QString prefix = "exec "_s + (isMounted ? "unshare -m "_s : QString());
+        terminal.root.writeScript("/daemon"_s,
+                                  "cd $JOV_ROOT; "_s.toUtf8() + prefix.toUtf8() + "sh -c '" + commands.toUtf8()
+                                      + "; exec " QUICK_DAEMON " --nodaemon'");
+        terminal.setDaemon(terminal.root.path("/daemon"_s));
+        QVERIFY(terminal.boot());
+        QVERIFY(terminal.waitForLog("warning history: "_s));
+        kill(terminal, "A"_s, SIGSEGV);
+        QVERIFY(terminal.waitForStates("A:STOPPED"_s));
+        QCOMPARE(terminal.logCount("warning history: "_s), 1);
+        QCOMPARE(terminal.end(SIGTERM), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(EndsTest)
+
+#include "HistoryTest.moc"

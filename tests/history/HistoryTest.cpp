@@ -1,0 +1,204 @@
+#include "contract/HistoryNames.h"
+#include "history/BlackBox.h"
+#include "support/DataTable.h"
+#include "support/Processes.h"
+#include "support/RootDir.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QSignalSpy>
+
+#include <csignal>
+
+#include <sys/stat.h>
+
+namespace Key = History::Key;
+
+namespace {
+
+QByteArray numbered(int number, int padding)
+{
+    return HistoryText::lineOf({{Key::version, History::version},
+                                {Key::kind, QString(History::Kind::start)},
+                                {Key::count, number},
+                                {Key::by, QString(padding, u'x')}});
+}
+
+int append(const HistoryRing &ring, const QByteArray &line)
+{
+    return ring.append(line.constData(), std::size_t(line.size()));
+}
+
+} // namespace
+
+class HistoryTest : public QObject
+{
+    Q_OBJECT
+
+    RootDir m_root;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_root.keepLog(6);
+        m_root.write("/directory/file"_s, {});
+        m_root.write("/file"_s, {});
+        QCOMPARE(mkfifo(QFile::encodeName(m_root.path("/fifo"_s)).constData(), 0600), 0);
+    }
+
+    void cutAtEveryByte_data()
+    {
+        columns<bool>("blocksOfNul");
+        row("cut", false);
+        row("filled with NUL", true);
+    }
+
+    // Power is lost in the middle of a write, a thousand times: no record but that one is lost.
+    void cutAtEveryByte()
+    {
+        QFETCH(bool, blocksOfNul);
+        m_root.write("/history"_s, {});
+        QFile::remove(m_root.path("/history.old"_s));
+        constexpr int size = 16 * 1024;
+        const HistoryRing ring(QFile::encodeName(m_root.path("/history"_s)), size);
+        QList<int> whole;
+        for (int i = 0, cut = 0; i < 1000; ++i) {
+            const QByteArray line = numbered(i, i % 200);
+            QCOMPARE(append(ring, line), 0);
+            const qint64 fileSize = QFileInfo(m_root.path("/history"_s)).size();
+            cut = i % 2 == 0 ? cut : (cut + 1) % line.size();
+            if (i % 2 == 1) {
+                QVERIFY(QFile::resize(m_root.path("/history"_s), fileSize - line.size() + cut));
+                QVERIFY(!blocksOfNul || QFile::resize(m_root.path("/history"_s), fileSize));
+            }
+            if (i % 2 == 0 || cut == line.size() - 1) { // only its line feed is lost
+                whole << i;
+            }
+            QList<int> found;
+            const HistoryRecords records =
+                HistoryText::parse(m_root.read("/history.old"_s) + '\n' + m_root.read("/history"_s));
+            for (const QJsonObject &record : records) {
+                found << record[Key::count].toInt();
+            }
+            QVERIFY2(found.size() >= qMin(whole.size(), 10) && found == whole.mid(whole.size() - found.size()),
+                     QByteArray::number(i));
+            QVERIFY(QFileInfo(m_root.path("/history"_s)).size() <= size / 2);
+            QVERIFY(QFileInfo(m_root.path("/history.old"_s)).size() <= size / 2);
+        }
+    }
+
+    void limits()
+    {
+        QJsonArray lines;
+        QJsonArray modules;
+        for (int i = 0; i < 50; ++i) {
+            lines << QString(600, QChar(0xE9)) + QString::number(i);
+        }
+        for (int i = 0; i < 900; ++i) {
+            modules << QJsonArray{"module-%1"_s.arg(i), 1, 1000000 + i, 2000000 + i};
+        }
+        QByteArray line = HistoryText::lineOf({{Key::version, 1}, {Key::kind, "reboot"_s}, {Key::log, lines}});
+        QVERIFY(line.size() <= 16 * 1024 && line.size() > 15 * 1024);
+        QVERIFY(HistoryText::parse(line).value(0)[Key::log].toArray().last().toString().toUtf8().size() <= 500);
+        line = HistoryText::lineOf(
+            {{Key::version, 1}, {Key::kind, "started"_s}, {Key::boot, QJsonObject{{Key::modules, modules}}}});
+        QVERIFY(line.size() <= 24 * 1024 && line.size() > 23 * 1024);
+        const QJsonObject boot = HistoryText::parse(line).value(0)[Key::boot].toObject();
+        QCOMPARE(boot[Key::omitted].toInt() + boot[Key::modules].toArray().size(), 900);
+    }
+
+    // Two boots of a supervisor, which differ in how the first one ends.
+    void causes_data()
+    {
+        columns<QVariantMap, bool, QString, QString>("reason", "inOrder", "nextBootId", "cause");
+        const QVariantMap crash{{Key::cause, QString(History::Cause::crash)}};
+        row("crash", crash, true, "1", "crash");
+        row("crash without an end", crash, false, "2", "crash");
+        row("supervisor killed", QVariantMap(), false, "1", "killed");
+        row("power lost", QVariantMap(), false, "2", "power");
+    }
+
+    void causes()
+    {
+        QFETCH(QVariantMap, reason);
+        QFETCH(bool, inOrder);
+        QFETCH(QString, nextBootId);
+        m_root.write("/history"_s, {});
+        QFile::remove(m_root.path("/history.old"_s));
+        int boots = 0;
+        for (const QString &bootId : {"1"_s, nextBootId}) {
+            m_root.write("/run/boot_id"_s, bootId.toLatin1());
+            BlackBox blackBox([] { return 3; });
+            blackBox.begin(m_root.path("/history"_s), 64);
+            if (!reason.isEmpty() && boots == 0) {
+                blackBox.noteReboot(reason);
+                blackBox.noteReason({{Key::cause, QString(History::Cause::order)}});
+            }
+            if (inOrder) {
+                blackBox.noteEnd();
+            }
+            ++boots;
+            QTRY_COMPARE(m_root.read("/history"_s).count("\"start\""), boots);
+        }
+        const HistoryRecords records = HistoryText::parse(m_root.read("/history"_s));
+        const auto start = std::find_if(records.rbegin(), records.rend(), [](const QJsonObject &record) {
+            return record[Key::kind].toString() == History::Kind::start;
+        });
+        QTEST((*start)[Key::previous].toString(), "cause");
+        QTEST(records.last()[Key::totals].toObject().keys().join(u','), "cause");
+    }
+
+    // A disk that hangs, or a fault of the file: a reboot waits a second at most, and the log has one line.
+    void unusable_data()
+    {
+        columns<QString, QString>("path", "line");
+        row("no folder", "/no/folder/history", "No such file or directory");
+        row("directory", "/directory", "Invalid argument");
+        row("FIFO", "/fifo", "Invalid argument");
+        row("in a file", "/file/history", "Not a directory");
+        row("read-only", "/sys/history", "");
+    }
+
+    void unusable()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, line);
+        const int from = m_root.log().size();
+        BlackBox blackBox([] { return 0; });
+        blackBox.begin(path.startsWith("/sys"_s) ? path : m_root.path(path), 64);
+        blackBox.noteReboot({{Key::cause, QString(History::Cause::crash)}});
+        blackBox.noteEnd();
+        const QStringList warnings = m_root.log(from).filter("warning history: "_s);
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY2(warnings.first().endsWith(line), qPrintable(warnings.first()));
+    }
+
+    void hanging()
+    {
+        ForkedTask task;
+        QSignalSpy done(&task, &ForkedTask::done);
+        int pipe[2];
+        QCOMPARE(::pipe(pipe), 0);
+        QVERIFY(task.start([](int output) {
+            char byte = 0;
+            return int(::read(STDOUT_FILENO, &byte, 1)) + (::write(output, "x", 1) == 1 ? 2 : 0);
+        }));
+        QVERIFY(task.wait(5000)); // its standard output is closed: it has nothing of ours
+        QCOMPARE(done.value(0), (QVariantList{QByteArray("x"), 1}));
+        QVERIFY(task.start([](int) {
+            ::kill(::getpid(), SIGSTOP);
+            return 0;
+        }));
+        QVERIFY(!task.wait(100));
+        const QList<pid_t> children = Processes::children(getpid());
+        for (const pid_t child : children) {
+            kill(child, SIGCONT);
+        }
+        QVERIFY(task.wait(5000));
+    }
+};
+
+QTEST_GUILESS_MAIN(HistoryTest)
+
+#include "HistoryTest.moc"
