@@ -3,6 +3,7 @@
 
 #include <jov/BusNames.h>
 
+#include <QDir>
 #include <QFile>
 
 #include <memory>
@@ -116,6 +117,25 @@ private Q_SLOTS:
         QCOMPARE(terminal.records(), QStringList{"Platform 1 1 ApplicationManager A crashed"_s});
     }
 
+    // The sixth archive replaces the oldest; without its folder the first one makes it.
+    void keptArchives()
+    {
+        Terminal terminal("step one 1\nA one");
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        QVERIFY(QDir(terminal.root.path("/log"_s)).removeRecursively());
+        QVERIFY(terminal.boot());
+        for (int i = 1; i <= 7; ++i) {
+            kill(terminal.modules().value("A"_s).value(0), SIGSEGV);
+            QVERIFY(terminal.wait([&] { return terminal.logCount("was killed by SIGSEGV"_s) == i; }));
+            terminal.root.write("/var/log/big"_s, QByteArray(100, char('0' + i)));
+            QCOMPARE(terminal.call("restart"_s), QString());
+            QVERIFY(terminal.waitForStates("A:RUNNING"_s));
+            const QStringList files = QDir(terminal.root.path("/log"_s)).entryList(QDir::Files);
+            QCOMPARE(files.size(), qMin(i, 6));
+        }
+        QVERIFY(terminal.root.read(archive + ".1"_s) != terminal.root.read(archive));
+    }
+
     void endlessArchive_data()
     {
         columns<int>("signal");
@@ -137,6 +157,8 @@ private Q_SLOTS:
             QCOMPARE(terminal.end(signal), 0);
         }
         QVERIFY(terminal.waitForLog(" is incomplete: tar was killed after "_s));
+        QVERIFY(!QFile::exists(terminal.root.path(archive))
+                && QFile::exists(terminal.root.path(archive + ".partial"_s)));
         const QString line = terminal.log().filter("tar was killed"_s).value(0);
         QCOMPARE(line.section(u' ', -2, -2).toInt() < 2000, signal != 0);
         QVERIFY(terminal.wait([&] { return terminal.records().size() == 1; }));

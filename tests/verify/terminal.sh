@@ -29,4 +29,4 @@ $(printf '    <step name="%s"/>\n' "$@" | sed 's|=\([^"=]*\)"/|" value="\1"/|; s
 elf() { printf "\\177ELF\\$2\\1\\1\\0\\0\\0\\0\\0\\0\\0\\0\\0\\$3\\0\\$4\\0" >"$programs/$1"; }
 
 steps early=1 late=5 home=8!
-modules early SettingsManager
+modules early Platform SettingsManager

@@ -66,6 +66,17 @@ void checkSettingsManager(const InstalledModules &modules, Findings &findings)
     }
 }
 
+void checkPlatform(const InstalledModules &modules, Findings &findings)
+{
+    if (!modules.contains(Components::platform)) {
+        findings.warning({ModulePaths::rootedModuleDirectory(), 0, QString()},
+                         QStringLiteral("there is no module '%1': nobody can answer a request to reboot the terminal, "
+                                        "after a crash for example")
+                             .arg(Components::platform),
+                         QStringLiteral("install it, unless another program has its name on the bus"));
+    }
+}
+
 } // namespace
 
 int TerminalReport::errors() const
@@ -88,5 +99,6 @@ TerminalReport checkTerminal()
         checkDependencies(modules, findings);
     }
     checkSettingsManager(modules, findings);
+    checkPlatform(modules, findings);
     return {modules.size(), steps.chain().size(), findings.sorted()};
 }
