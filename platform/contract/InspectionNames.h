@@ -15,6 +15,8 @@ inline constexpr QLatin1String interface = latin1("com.velmora.Jovara.Inspection
 inline constexpr QLatin1String currentStep = latin1("CurrentStep");
 inline constexpr QLatin1String startFailed = latin1("StartFailed");
 inline constexpr QLatin1String initInProgress = latin1("InitInProgress");
+inline constexpr QLatin1String rebootRequested = latin1("RebootRequested"); ///< bool, and no start since
+inline constexpr QLatin1String version = latin1("Version"); ///< of the daemon, a text
 inline constexpr QLatin1String logLevel = latin1("LogLevel");
 
 inline constexpr QLatin1String listModules = latin1("ListModules");
@@ -38,6 +40,7 @@ inline constexpr QLatin1String pid = latin1("Pid"); ///< uint; 0: no process
 inline constexpr QLatin1String starts = latin1("Starts"); ///< uint
 inline constexpr QLatin1String maxMemory = latin1("MaxMemory"); ///< int, see MemoryCeiling
 inline constexpr QLatin1String exitCode = latin1("ExitCode"); ///< int, of the last run that ended
+inline constexpr QLatin1String exitedBySignal = latin1("ExitedBySignal"); ///< bool: that code is a signal
 inline constexpr QLatin1String dependencies = latin1("Dependencies");
 inline constexpr QLatin1String dependents = latin1("Dependents");
 inline constexpr QLatin1String launchedAt = latin1("LaunchedAt");

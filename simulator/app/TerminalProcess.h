@@ -1,6 +1,8 @@
 #ifndef TERMINAL_PROCESS_H
 #define TERMINAL_PROCESS_H
 
+#include "contract/ExitText.h"
+
 #include <QProcess>
 
 #include <csignal>
@@ -13,11 +15,11 @@
 class TerminalProcess : public QProcess
 {
 public:
-    /// "with status 0", "by signal 9": how it ended.
+    /// "with status 0", "by SIGKILL": how it ended.
     [[nodiscard]] QString end() const
     {
-        return (exitStatus() == CrashExit ? QStringLiteral("by signal %1") : QStringLiteral("with status %1"))
-            .arg(exitCode());
+        return exitStatus() == CrashExit ? QStringLiteral("by %1").arg(signalName(exitCode()))
+                                         : QStringLiteral("with status %1").arg(exitCode());
     }
 
 protected:

@@ -32,6 +32,8 @@ Options Options::parse(int argc, char **argv)
             std::puts("No daemon mode");
         } else if (i > 0 && argument == "--help") {
             options.help = true;
+        } else if (i > 0 && argument == "--version") {
+            options.version = true;
         }
     }
     std::fflush(stdout);
@@ -49,6 +51,7 @@ dependencies, and supervises them.
   --debug         keep the standard streams open, also for the modules
   --pidFile=PATH  write the daemon's process id to PATH (not with --nodaemon)
   --help          print this text
+  --version       print the version
 
 Without --nodaemon the program waits until the start-up has ended:
   exit status 0   the start-up is complete; a module can still have failed

@@ -13,6 +13,7 @@ struct Options
     bool debugMode = false; ///< standard streams stay open, modules write to them
     bool daemonMode = true;
     bool help = false;
+    bool version = false;
 
     [[nodiscard]] static Options parse(int argc, char **argv);
 };

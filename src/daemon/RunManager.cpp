@@ -62,6 +62,10 @@ int runDaemon(int argc, char **argv, const ManagerTiming &timing)
         std::fputs(helpText(), stdout);
         return 0;
     }
+    if (options.version) {
+        std::puts("ApplicationManager " JOV_VERSION);
+        return 0;
+    }
     if (!options.daemonMode) {
         // A process in the foreground always shows what its modules print.
         return runManager(argc, argv, 0, true, timing);

@@ -31,6 +31,7 @@ QVariantMap describe(const ApplicationRecord &record, const InitStep *step, cons
             {Key::starts, history.starts},
             {Key::maxMemory, record.getMaxMemory().figure()},
             {Key::exitCode, history.exitCode},
+            {Key::exitedBySignal, history.exitedBySignal},
             {Key::dependencies, record.getDependencies()},
             {Key::dependents, dependents(step, record.getName())},
             {Key::launchedAt, history.launchedAt},
@@ -77,6 +78,16 @@ bool Inspection::startFailed() const
 bool Inspection::initInProgress() const
 {
     return m_state.initInProgress();
+}
+
+bool Inspection::rebootRequested() const
+{
+    return m_state.isRebootRequested();
+}
+
+QString Inspection::version() const
+{
+    return QStringLiteral(JOV_VERSION);
 }
 
 int Inspection::logLevel() const

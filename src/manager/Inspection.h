@@ -38,6 +38,12 @@ class Inspection : public QObject
 "    <property name=\"InitInProgress\" type=\"b\" access=\"read\">\n"
 "      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
 "    </property>\n"
+"    <property name=\"RebootRequested\" type=\"b\" access=\"read\">\n"
+"      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
+"    </property>\n"
+"    <property name=\"Version\" type=\"s\" access=\"read\">\n"
+"      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
+"    </property>\n"
 "    <property name=\"LogLevel\" type=\"i\" access=\"readwrite\">\n"
 "      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
 "    </property>\n"
@@ -68,6 +74,8 @@ class Inspection : public QObject
     Q_PROPERTY(int CurrentStep READ currentStep)
     Q_PROPERTY(bool StartFailed READ startFailed)
     Q_PROPERTY(bool InitInProgress READ initInProgress)
+    Q_PROPERTY(bool RebootRequested READ rebootRequested)
+    Q_PROPERTY(QString Version READ version)
     Q_PROPERTY(int LogLevel READ logLevel WRITE setLogLevel)
 
 public:
@@ -78,6 +86,8 @@ public:
     [[nodiscard]] int currentStep() const;
     [[nodiscard]] bool startFailed() const;
     [[nodiscard]] bool initInProgress() const;
+    [[nodiscard]] bool rebootRequested() const;
+    [[nodiscard]] QString version() const;
     [[nodiscard]] int logLevel() const;
     /// A level that there is not is refused.
     void setLogLevel(int level);

@@ -44,11 +44,12 @@ void Journal::noteLaunch(const QString &name)
     ++history.starts;
 }
 
-void Journal::noteExit(const QString &name, int exitCode)
+void Journal::noteExit(const QString &name, int exitCode, bool bySignal)
 {
     ModuleHistory &history = m_modules[name];
     history.exitedAt = add(Inspect::Happened::exited, name);
     history.exitCode = exitCode;
+    history.exitedBySignal = bySignal;
 }
 
 void Journal::noteStepStarted(const QString &name)

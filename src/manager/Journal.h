@@ -27,7 +27,8 @@ public:
         quint64 readyAt = 0;
         quint64 exitedAt = 0;
         quint32 starts = 0;
-        int exitCode = 0; ///< of the last run that ended
+        int exitCode = 0; ///< of the last run that ended, or the signal
+        bool exitedBySignal = false;
     };
 
     struct StepHistory
@@ -38,7 +39,7 @@ public:
 
     void noteState(const QString &name, ModuleState oldState, ModuleState newState) override;
     void noteLaunch(const QString &name) override;
-    void noteExit(const QString &name, int exitCode) override;
+    void noteExit(const QString &name, int exitCode, bool bySignal) override;
     void noteStepStarted(const QString &name) override;
     void noteStepDone(const QString &name, int value) override;
     void noteFailedStart(const QVariantMap &reason) override { Q_EMIT startFailed(reason); }

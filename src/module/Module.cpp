@@ -314,7 +314,7 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
                crashed ? QLatin1String("Crashed") : QLatin1String("Normal"));
     exitCode = code;
     setStatus(getExitCodeInString(code));
-    m_context.observer.noteExit(name, code);
+    m_context.observer.noteExit(name, code, exitStatus == QProcess::CrashExit);
     setState(ModuleState::Stopped);
     m_killedWithEverything = m_killedWithEverything && crashed;
     if (crashed) {

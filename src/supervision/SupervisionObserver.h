@@ -13,7 +13,7 @@ public:
 
     virtual void noteState(const QString & /*module*/, ModuleState /*oldState*/, ModuleState /*newState*/) { }
     virtual void noteLaunch(const QString & /*module*/) { }
-    virtual void noteExit(const QString & /*module*/, int /*exitCode*/) { }
+    virtual void noteExit(const QString & /*module*/, int /*exitCode*/, bool /*bySignal*/) { }
     virtual void noteStepStarted(const QString & /*step*/) { }
     // What ends a boot, with the keys of History::Key.
     virtual void noteFailedStart(const QVariantMap & /*reason*/) { }

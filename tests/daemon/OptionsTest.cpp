@@ -20,6 +20,7 @@ private Q_SLOTS:
         row("not how it begins", "am -debug x--nodaemon --pidfile=a --pidFile", " daemon");
         row("the program's name", "--debug", " debug daemon");
         row("help", "am --help", " daemon help");
+        row("version", "am --version --versions", " daemon version");
     }
 
     void parse()
@@ -32,7 +33,8 @@ private Q_SLOTS:
         }
         const Options options = Options::parse(int(argv.size()), argv.data());
         QTEST(QString::fromStdString(options.pidFile + (options.debugMode ? " debug" : "")
-                                     + (options.daemonMode ? " daemon" : "") + (options.help ? " help" : "")),
+                                     + (options.daemonMode ? " daemon" : "") + (options.help ? " help" : "")
+                                     + (options.version ? " version" : "")),
               "result");
     }
 };

@@ -61,7 +61,7 @@ private Q_SLOTS:
             types += value.key() + u':' + QLatin1String(value->typeName()) + u' ';
         }
         QCOMPARE(types,
-                 "Dependencies:QStringList Dependents:QStringList ExitCode:int ExitedAt:qulonglong "
+                 "Dependencies:QStringList Dependents:QStringList ExitCode:int ExitedAt:qulonglong ExitedBySignal:bool "
                  "LaunchedAt:qulonglong MaxMemory:int Name:QString Pid:uint ReadyAt:qulonglong "
                  "Starts:uint State:QString Status:QString Step:QString "_s);
         const ModuleList modules = readModules(ask(terminal, "ListModules"_s));

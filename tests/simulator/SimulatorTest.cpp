@@ -196,7 +196,8 @@ private Q_SLOTS:
         }
         QCOMPARE(run.end(), 0);
         const QString texts =
-            "modules are up|odd              stopped|fine stopped (EXITED_OK)|fine             up|odd              up|"
+            "modules are up|odd              stopped|fine stopped (exit status 0)|fine             up|odd              "
+            "up|"
             "unknown command 'nonsense'|nobody: no running module|fine             stopped|odd              up|"
             "odd   only  RUNNING|asking the supervisor to end"_s;
         QVERIFY2(isInOrder(texts, run.output()), qPrintable(run.output()));

@@ -202,8 +202,10 @@ private Q_SLOTS:
         Outcome outcome = jovctl("restart-app"_s);
         QVERIFY2(outcome.err.contains("has reached step 3"_s), qPrintable(outcome.err));
         QCOMPARE(outcome.status, 1);
-        terminal.notify("init_step"_s, {{"stepNum"_s, 5}});
+        QVERIFY(jovctl("status"_s).out.contains("held at step 3"_s));
+        QCOMPARE(jovctl("step 5"_s).status, 0);
         QVERIFY(terminal.waitForAll("RUNNING"_s));
+        QVERIFY(jovctl("step 6"_s).err.contains("no longer listens"_s));
         terminal.notify("PLTF_LOCK_REBOOT"_s);
         QVERIFY(terminal.waitForLog("received event : PLTF_LOCK_REBOOT"_s));
         outcome = jovctl("restart-app"_s);
@@ -244,8 +246,11 @@ private Q_SLOTS:
     {
         columns<QString, QString>("words", "pattern");
         row("list", "list", "(?m)^Five +five +RUNNING +\\d+ +1 ");
-        row("why it ended", "status Quits", "Why +its process ended .* exit code 3");
-        row("why it was not started", "status AfterQuits", "Why +it depends on Quits, which is not running");
+        row("why it ended", "status Quits", "Why +its process ended .*exit status 3");
+        row("why it was not started", "status AfterQuits",
+            "Why +it depends on Quits, .*: its process ended .* .exit status 3.");
+        row("overview", "status", "(?m)^State +up$(.|\n)*2 of 7 are not running:\n(.|\n)*AfterQuits: it depends");
+        row("states for scripts", "is-running A Quits", "^A RUNNING\nQuits STOPPED\n$");
         row("tree", "tree", "A RUNNING\n.*B RUNNING\n.*C RUNNING\n");
         row("graph", "tree --dot", "\"A\" -> \"B\";");
         row("top", "top --once --interval 0.1", "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING");
@@ -266,7 +271,7 @@ private Q_SLOTS:
         QFETCH(QString, pattern);
         const Outcome outcome = jovctl(words);
         QCOMPARE(outcome.err, QString());
-        QCOMPARE(outcome.status, 0);
+        QCOMPARE(outcome.status, words.startsWith("status"_s) || words.startsWith("is-"_s) ? 4 : 0);
         if (pattern.isEmpty()) {
             QVERIFY2(!QJsonDocument::fromJson(outcome.out.toUtf8()).isNull(), qPrintable(outcome.out));
             QVERIFY(outcome.out.contains("\"A\""_s));
@@ -283,10 +288,10 @@ private Q_SLOTS:
         const QString all =
             "A:RUNNING AfterQuits:STOPPED B:RUNNING C:RUNNING Five:RUNNING Nine:RUNNING Quits:STOPPED"_s;
         const QString none = QString(all).replace("RUNNING"_s, "STOPPED"_s);
-        row("near miss", "start five", 1, "unknown module \"five\". Did you mean Five\\?", all);
-        row("one bad name, nothing done", "stop A nonsense", 1, "unknown module \"nonsense\"", all);
+        row("near miss", "start five", 2, "unknown module \"five\". Did you mean Five\\?", all);
+        row("one bad name, nothing done", "stop A nonsense", 2, "unknown module \"nonsense\"", all);
         row("running", "start A", 0, "A is already running", all);
-        row("ends at once", "start Quits", 1, "Quits is not running: .*exit code 3", all);
+        row("ends at once", "start Quits", 1, "Quits is not running: .*exit status 3", all);
         row("dependency missing", "start AfterQuits", 1, "depends on Quits, which is not running", all);
         row("stopped", "stop Quits", 0, "already stopped", all);
         row("restart", "restart B Five", 0, "B restarted(.|\n)*Five restarted", all);

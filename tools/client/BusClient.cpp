@@ -119,10 +119,10 @@ TimelineList BusClient::timeline() const
     return readTimeline(call(Inspect::interface, Inspect::getTimeline));
 }
 
-int BusClient::property(QLatin1String name) const
+QVariant BusClient::value(QLatin1String name) const
 {
     const QDBusMessage reply = call(propertiesInterface, QStringLiteral("Get"), {Inspect::interface, name});
-    return qdbus_cast<QDBusVariant>(reply.arguments().value(0)).variant().toInt();
+    return qdbus_cast<QDBusVariant>(reply.arguments().value(0)).variant();
 }
 
 void BusClient::setLogLevel(int level) const
@@ -147,6 +147,15 @@ void BusClient::control(const QString &method, const QVariantList &arguments) co
     check(watcher.reply(), forControl);
 }
 
+void BusClient::sendEvent(const QString &name, const QVariantMap &arguments) const
+{
+    QDBusMessage signal =
+        QDBusMessage::createSignal(QStringLiteral("/jovctl"), BusNames::eventInterface(), BusNames::eventMember());
+    signal << name << arguments;
+    m_connection.send(signal);
+    exchangeWithBus(m_connection); // or the process could end before it is sent
+}
+
 QString BusClient::owner() const
 {
     return m_connection.interface()->serviceOwner(service()).value();
@@ -157,7 +166,7 @@ void checkNames(const ModuleList &modules, const QStringList &names)
     for (const QString &name : names) {
         if (!findModule(modules, name)) {
             throw Failure(
-                ExitStatus::Failed,
+                ExitStatus::Usage,
                 QStringLiteral("unknown module \"%1\". %2")
                     .arg(Console::printable(name),
                          didYouMean(name, moduleNames(modules), QStringLiteral("List all modules with: jovctl list"))));

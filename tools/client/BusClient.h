@@ -31,12 +31,16 @@ public:
     [[nodiscard]] StepList steps() const;
     [[nodiscard]] TimelineList timeline() const;
     /// A property of the inspection interface.
-    [[nodiscard]] int property(QLatin1String name) const;
+    [[nodiscard]] int property(QLatin1String name) const { return value(name).toInt(); }
+    [[nodiscard]] QVariant value(QLatin1String name) const;
     void setLogLevel(int level) const;
 
     /// Calls a method of the control interface and waits for the reply without a time limit. After a second it prints
     /// on standard error what the daemon is waiting for.
     void control(const QString &method, const QVariantList &arguments = {}) const;
+
+    /// Sends an event, as any component could.
+    void sendEvent(const QString &name, const QVariantMap &arguments) const;
 
     /// The unique name of the daemon's connection; empty without a daemon.
     [[nodiscard]] QString owner() const;

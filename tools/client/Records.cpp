@@ -71,6 +71,7 @@ ModuleList readModules(const QDBusMessage &reply)
         {Key::starts, [](ModuleInfo &m, const QVariant &v) { m.starts = v.toUInt(); }},
         {Key::maxMemory, [](ModuleInfo &m, const QVariant &v) { m.maxMemory = MemoryCeiling(v.toInt()); }},
         {Key::exitCode, [](ModuleInfo &m, const QVariant &v) { m.exitCode = v.toInt(); }},
+        {Key::exitedBySignal, [](ModuleInfo &m, const QVariant &v) { m.exitedBySignal = v.toBool(); }},
         {Key::dependencies, [](ModuleInfo &m, const QVariant &v) { m.dependencies = v.toStringList(); }},
         {Key::dependents, [](ModuleInfo &m, const QVariant &v) { m.dependents = v.toStringList(); }},
         {Key::launchedAt, [](ModuleInfo &m, const QVariant &v) { m.launchedAt = v.toULongLong(); }},

@@ -1,6 +1,7 @@
 #ifndef RECORDS_H
 #define RECORDS_H
 
+#include "contract/ExitText.h"
 #include "contract/MemoryCeiling.h"
 #include "contract/ModuleState.h"
 
@@ -25,6 +26,7 @@ struct ModuleInfo
     uint starts = 0;
     MemoryCeiling maxMemory;
     int exitCode = 0;
+    bool exitedBySignal = false;
     QStringList dependencies;
     QStringList dependents;
     quint64 launchedAt = 0;
@@ -37,6 +39,10 @@ struct ModuleInfo
     [[nodiscard]] bool isStopped() const { return state == ModuleState::Stopped || stateText.isEmpty(); }
     /// False for a program that could not be run, although its state is Starting.
     [[nodiscard]] bool isLaunched() const { return pid != 0; }
+    /// "exit status 4", "killed by SIGILL" of the last process that ended.
+    [[nodiscard]] QString lastExit() const { return exitText(exitCode, exitedBySignal); }
+    /// The same if it is the last process that was launched; else the status, which is the daemon's text.
+    [[nodiscard]] QString statusText() const { return exitedAt > launchedAt ? lastExit() : status; }
     /// From the last launch until the module was ready; 0 if it was not.
     [[nodiscard]] quint64 startDuration() const { return readyAt > launchedAt ? readyAt - launchedAt : 0; }
 };

@@ -23,6 +23,8 @@ namespace Commands {
 
 ExitStatus list(const Arguments &arguments);
 ExitStatus status(const Arguments &arguments);
+ExitStatus isRunning(const Arguments &arguments);
+ExitStatus step(const Arguments &arguments);
 ExitStatus tree(const Arguments &arguments);
 ExitStatus start(const Arguments &arguments);
 ExitStatus stop(const Arguments &arguments);

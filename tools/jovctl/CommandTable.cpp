@@ -8,10 +8,17 @@ constexpr Command commands[] = {
     {"list", Commands::list, "", 0, 0, "json names", "List all modules with their states", "",
      "jovctl list\n"
      "jovctl list --json | jq -r '.[] | select(.state != \"RUNNING\") | .name'"},
-    {"status", Commands::status, "NAME...", 1, -1, "json", "Show the details of modules, and why they are not running",
-     "",
+    {"status", Commands::status, "[NAME...]", 0, -1, "json",
+     "Show the state of the terminal, or the details of modules",
+     "Says what is not running and why. Exits with status 4 if a module is not\n"
+     "running.",
+     "jovctl status\n"
      "jovctl status JovGate\n"
      "jovctl status --json JovGate Platform"},
+    {"is-running", Commands::isRunning, "NAME...", 1, -1, "q", "Print the states of modules; for scripts",
+     "Exits with status 4 if one of them is not running.",
+     "jovctl is-running JovGate || echo no gate\n"
+     "until jovctl is-running -q JovGate; do sleep 1; done"},
     {"tree", Commands::tree, "", 0, 0, "json dot", "Show the steps and the dependencies between modules", "",
      "jovctl tree\n"
      "jovctl tree --dot | dot -Tsvg -o tree.svg"},
@@ -36,6 +43,8 @@ constexpr Command commands[] = {
      "reached, and the platform has not locked restarts. The files are not read again.",
      "jovctl restart-app"},
     {"shutdown", Commands::shutDown, "", 0, 0, "", "Stop all modules and exit the daemon", "", "jovctl shutdown"},
+    {"step", Commands::step, "N", 1, 1, "", "Continue a start-up that the step file holds, up to step N", "",
+     "jovctl step 4"},
     {"top", Commands::top, "", 0, 0, "json once interval", "Show the memory and processor use of the modules, live",
      "Sorted by processor use. The daemon compares VIRTUAL with LIMIT.\n"
      "Ctrl-C ends it.",
@@ -92,6 +101,7 @@ constexpr struct
                {"interval", "SECONDS", "Time between two tables (default: 1)"},
                {"events", "", "Print the events of the platform, too"},
                {"all", "", "Show all modules, not only the slowest"},
+               {"q", "", "Print nothing"},
                {"previous", "", "Show an earlier start-up, of the history"},
                {"compare", "", "Show which modules are slower or faster than in an earlier boot"},
                {"n", "COUNT", "Show the last COUNT only"},
@@ -162,7 +172,9 @@ QString programHelp()
                          "\nExamples:\n"
                          "  jovctl status JovGate      Show why a module is not running\n"
                          "  jovctl boot --svg boot.svg Write a chart of the start-up\n"
-                         "\nExit status: 0 success, 1 failure, 2 wrong usage, 3 the daemon is not running.\n"
+                         "\nExit status: 0 done, or all modules are up; 1 failure; 2 wrong usage, or an unknown\n"
+                         "module; 3 the daemon is not running; 4 not all modules are up (status,\n"
+                         "is-running); 5 the terminal will reboot (stop).\n"
                          "jovctl uses the system bus, or the bus that DBUS_SYSTEM_BUS_ADDRESS names.\n"
                          "The output is coloured on a terminal or if CLICOLOR_FORCE is set, but not if\n"
                          "NO_COLOR is set.\n");

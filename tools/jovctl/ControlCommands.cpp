@@ -10,6 +10,9 @@
 
 #include <QThread>
 
+#include <algorithm>
+#include <csignal>
+
 namespace {
 
 constexpr int pollInterval = 10; // milliseconds
@@ -24,6 +27,11 @@ bool complain(const QString &text)
 {
     Console::complain(Console::printable(text));
     return false;
+}
+
+ExitStatus statusOf(bool isDone)
+{
+    return isDone ? ExitStatus::Done : ExitStatus::Failed;
 }
 
 bool reportStarted(const BusClient &client, const QString &name, const ModuleList &modules, const char *done)
@@ -42,16 +50,16 @@ bool reportStarted(const BusClient &client, const QString &name, const ModuleLis
                                     : QStringLiteral("the daemon no longer knows it")));
 }
 
-bool startOne(const BusClient &client, const QString &name)
+ExitStatus startOne(const BusClient &client, const QString &name)
 {
     const ModuleList before = client.modules();
     const ModuleInfo *module = findModule(before, name);
     if (module && module->isRunning()) {
         say(QStringLiteral("%1 is already running, pid %2").arg(name).arg(module->pid));
-        return true;
+        return ExitStatus::Done;
     }
     client.control(QStringLiteral("startModule"), {name});
-    return reportStarted(client, name, client.modules(), "started");
+    return statusOf(reportStarted(client, name, client.modules(), "started"));
 }
 
 /// The modules after the process of `name` has ended: the daemon may reply between the kill and the end.
@@ -69,17 +77,20 @@ ModuleList modulesAfterStop(const BusClient &client, const QString &name)
     return modules;
 }
 
-void reportStopped(const ModuleInfo &module, bool isAsked, bool isCrash)
+ExitStatus reportStopped(const ModuleInfo &module, bool isAsked, bool isCrash)
 {
-    const bool isKilled = module.status == QLatin1String("SIGKILL") || module.isLaunched();
+    const bool isKilled = (module.exitedBySignal && module.exitCode == SIGKILL) || module.isLaunched();
     if (!isAsked || !isKilled) {
-        say(QStringLiteral("%1 stopped (%2)").arg(module.name, module.status));
+        say(QStringLiteral("%1 stopped (%2)").arg(module.name, module.lastExit()));
     } else if (isCrash) {
-        complain(QStringLiteral("%1 did not stop in time and was killed, which the daemon treats as a crash")
+        complain(QStringLiteral("%1 did not stop in time and was killed, which the daemon treats as a crash: the "
+                                "terminal will reboot")
                      .arg(module.name));
+        return ExitStatus::Reboot;
     } else {
         complain(QStringLiteral("%1 was killed before it had stopped").arg(module.name));
     }
+    return ExitStatus::Done;
 }
 
 void reportOthers(const QString &name, const ModuleList &before, const ModuleList &after)
@@ -96,33 +107,33 @@ void reportOthers(const QString &name, const ModuleList &before, const ModuleLis
     }
 }
 
-bool stopOne(const BusClient &client, const QString &name)
+ExitStatus stopOne(const BusClient &client, const QString &name)
 {
     const ModuleList before = client.modules();
     const ModuleInfo *module = findModule(before, name);
     if (module && module->isStopped()) {
         // The daemon would stop all later steps nevertheless.
         say(QStringLiteral("%1 is already stopped").arg(name));
-        return true;
+        return ExitStatus::Done;
     }
     const bool isAsked = module && (module->isRunning() || module->state == ModuleState::WebClientStarted);
     const bool wasRefusing = client.property(Inspect::startFailed);
     client.control(QStringLiteral("stopModule"), {name});
     const ModuleList after = modulesAfterStop(client, name);
     module = findModule(after, name);
-    const bool isStopped = module && module->isStopped();
-    if (isStopped) {
+    ExitStatus status = ExitStatus::Failed;
+    if (module && module->isStopped()) {
         // Only a crash sets the flag here; a kill by a second stop and one while all modules are stopped do not.
-        reportStopped(*module, isAsked, !wasRefusing && client.property(Inspect::startFailed));
+        status = reportStopped(*module, isAsked, !wasRefusing && client.property(Inspect::startFailed));
     } else {
         complain(QStringLiteral("%1 is not stopped: it is %2")
                      .arg(name, module ? module->stateText : QStringLiteral("unknown to the daemon")));
     }
     reportOthers(name, before, after);
-    return isStopped;
+    return status;
 }
 
-bool restartOne(const BusClient &client, const QString &name)
+ExitStatus restartOne(const BusClient &client, const QString &name)
 {
     const ModuleList before = client.modules();
     client.control(QStringLiteral("restartModule"), {name});
@@ -130,22 +141,24 @@ bool restartOne(const BusClient &client, const QString &name)
     const ModuleInfo *old = findModule(before, name);
     const ModuleInfo *now = findModule(after, name);
     if (old && now && now->isRunning() && now->starts == old->starts) {
-        return complain(QStringLiteral("%1 was not restarted: the same process is still running").arg(name));
+        complain(QStringLiteral("%1 was not restarted: the same process is still running").arg(name));
+        return ExitStatus::Failed;
     }
-    return reportStarted(client, name, after, "restarted");
+    return statusOf(reportStarted(client, name, after, "restarted"));
 }
 
-ExitStatus each(const Arguments &arguments, bool (*one)(const BusClient &, const QString &))
+/// The result is the highest status of one: a reboot is more than a failure.
+ExitStatus each(const Arguments &arguments, ExitStatus (*one)(const BusClient &, const QString &))
 {
     const BusClient client(BusClient::Purpose::Control);
     const QStringList names = arguments.operands();
     checkNames(client.modules(), names);
-    bool done = true;
+    ExitStatus result = ExitStatus::Done;
     for (const QString &name : names) {
-        done = one(client, name) && done;
+        result = std::max(result, one(client, name));
         Console::flush();
     }
-    return done ? ExitStatus::Done : ExitStatus::Failed;
+    return result;
 }
 
 } // namespace

@@ -111,6 +111,11 @@ QString moduleMetrics(const ModuleList &modules)
         + family(
                "module_exit_code", "gauge", "Exit code of the last process that ended.", modules,
                [](const ModuleInfo &module) { return module.exitedAt ? QString::number(module.exitCode) : QString(); })
+        + family("module_exited_by_signal", "gauge", "1 if the exit code is the signal that ended the process, else 0.",
+                 modules,
+                 [](const ModuleInfo &module) {
+                     return module.exitedAt ? QString::number(int(module.exitedBySignal)) : QString();
+                 })
         + family("module_cpu_seconds", "counter", "Processor time of the module's process.", modules,
                  ofProcess([](const ProcessUsage &usage) { return usage.microseconds; }, true))
         + family("module_resident_bytes", "gauge", "Resident memory of the module's process.", modules,

@@ -14,6 +14,7 @@ Table moduleTable(const ModuleList &modules)
                  {QStringLiteral("READY IN"), QStringLiteral("startMicroseconds"), right},
                  {QStringLiteral("STATUS"), QStringLiteral("status")},
                  {QString(), QStringLiteral("exitCode")},
+                 {QString(), QStringLiteral("exitedBySignal")},
                  {QString(), QStringLiteral("maxMemory")},
                  {QString(), QStringLiteral("dependencies")},
                  {QString(), QStringLiteral("dependents")},
@@ -26,14 +27,14 @@ Table moduleTable(const ModuleList &modules)
         Cell state(module.stateText.isEmpty() ? none : module.stateText, QJsonValue(module.stateText));
         state.colour = Console::colourOfState(module.stateText);
         const quint64 duration = module.startDuration();
-        table.add(
-            {module.name, module.step, state, module.pid ? Cell(module.pid) : Cell(none, 0), module.starts,
-             Cell(duration ? Units::duration(duration) : none, qint64(duration)),
-             Cell(module.status, module.status == QLatin1String("OK") ? Console::Colour::None : Console::Colour::Bad),
-             hidden(module.exitCode), hidden(module.maxMemory.figure()),
-             hidden(QJsonArray::fromStringList(module.dependencies)),
-             hidden(QJsonArray::fromStringList(module.dependents)), hidden(qint64(module.launchedAt)),
-             hidden(qint64(module.readyAt)), hidden(qint64(module.exitedAt))});
+        Cell status(module.statusText(), QJsonValue(module.status));
+        status.colour = module.status == QLatin1String("OK") ? Console::Colour::None : Console::Colour::Bad;
+        table.add({module.name, module.step, state, module.pid ? Cell(module.pid) : Cell(none, 0), module.starts,
+                   Cell(duration ? Units::duration(duration) : none, qint64(duration)), status, hidden(module.exitCode),
+                   hidden(module.exitedBySignal), hidden(module.maxMemory.figure()),
+                   hidden(QJsonArray::fromStringList(module.dependencies)),
+                   hidden(QJsonArray::fromStringList(module.dependents)), hidden(qint64(module.launchedAt)),
+                   hidden(qint64(module.readyAt)), hidden(qint64(module.exitedAt))});
     }
     return table;
 }

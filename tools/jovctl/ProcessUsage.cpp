@@ -1,6 +1,9 @@
 #include "jovctl/ProcessUsage.h"
 
 #include "system/ProcStat.h"
+#include "system/RegularFile.h"
+
+#include <QByteArrayList>
 
 #include <unistd.h>
 
@@ -16,6 +19,14 @@ std::optional<ProcessUsage> ProcessUsage::read(uint pid)
     usage.virtualKb = stat->virtualBytes / 1024;
     usage.residentKb = stat->residentPages * (sysconf(_SC_PAGESIZE) / 1024);
     return usage;
+}
+
+qint64 availableMemoryKb()
+{
+    const QByteArray text = RegularFile(QStringLiteral("/proc/meminfo")).read(4096).value_or(QByteArray());
+    const QByteArray key("\nMemAvailable:");
+    const int found = text.indexOf(key);
+    return found < 0 ? 0 : text.mid(found + key.size()).simplified().split(' ').first().toLongLong();
 }
 
 qint64 totalMemoryKb()

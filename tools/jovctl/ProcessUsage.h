@@ -19,5 +19,7 @@ struct ProcessUsage
 
 /// The terminal's memory in kB; 0 if it cannot be read.
 [[nodiscard]] qint64 totalMemoryKb();
+/// What the kernel can give to new processes without swapping, in kB; 0 if it cannot be read.
+[[nodiscard]] qint64 availableMemoryKb();
 
 #endif

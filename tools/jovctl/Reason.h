@@ -5,7 +5,11 @@
 
 class BusClient;
 
-/// Why the module is not running, in one line. Asks the daemon for what the records do not say.
+/// The module for which the start-up waits: the first one that is launched and not ready. Null if there is none.
+[[nodiscard]] const ModuleInfo *moduleWaitedFor(const ModuleList &modules, const StepList &steps);
+
+/// Why the module is not running, in one line, with the root cause: that of the last module that it waits for, through
+/// dependencies and steps. Asks the daemon for what the records do not say.
 [[nodiscard]] QString reasonNotRunning(const ModuleInfo &module, const ModuleList &modules, const BusClient &client);
 
 #endif

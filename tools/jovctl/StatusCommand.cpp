@@ -2,6 +2,7 @@
 #include "client/Units.h"
 #include "jovctl/Command.h"
 #include "jovctl/ModuleTable.h"
+#include "jovctl/Overview.h"
 #include "jovctl/Reason.h"
 
 #include <QJsonDocument>
@@ -45,7 +46,7 @@ void print(const ModuleInfo &module, const ModuleList &modules, const QString &w
         line("Why", Console::printable(why));
     }
     line("Step", Console::printable(module.step));
-    line("Status", Console::printable(module.status));
+    line("Status", Console::printable(module.statusText()));
     line("Pid", module.pid ? QString::number(module.pid) : QStringLiteral("-"));
     line("Starts", QString::number(module.starts));
     line("Launched", Units::ago(module.launchedAt));
@@ -53,7 +54,7 @@ void print(const ModuleInfo &module, const ModuleList &modules, const QString &w
          module.startDuration() ? QStringLiteral("%1 after the launch").arg(Units::duration(module.startDuration()))
                                 : QStringLiteral("not since the last launch"));
     if (module.exitedAt) {
-        line("Last exit", QStringLiteral("%1, exit code %2").arg(Units::ago(module.exitedAt)).arg(module.exitCode));
+        line("Last exit", QStringLiteral("%1, %2").arg(Units::ago(module.exitedAt), module.lastExit()));
     }
     line("Memory limit", limit(module.maxMemory));
     line("Depends on", withStates(module.dependencies, modules));
@@ -65,23 +66,47 @@ void print(const ModuleInfo &module, const ModuleList &modules, const QString &w
 ExitStatus Commands::status(const Arguments &arguments)
 {
     const BusClient client;
-    const ModuleList modules = client.modules();
     const QStringList names = arguments.operands();
-    checkNames(modules, names);
+    if (names.isEmpty()) {
+        return showOverview(client, arguments.wantsJson());
+    }
+    const ModuleList modules = client.modules();
     QJsonArray array;
+    ExitStatus result = ExitStatus::Done;
     for (const QString &name : names) {
-        const ModuleInfo &module = *findModule(modules, name);
-        const QString why = module.isRunning() ? QString() : reasonNotRunning(module, modules, client);
+        const ModuleInfo *module = findModule(modules, name);
+        if (!module) {
+            continue; // The others are shown all the same.
+        }
+        const QString why = module->isRunning() ? QString() : reasonNotRunning(*module, modules, client);
+        result = module->isRunning() ? result : ExitStatus::NotUp;
         if (arguments.wantsJson()) {
-            QJsonObject object = moduleTable({module}).json().first().toObject();
+            QJsonObject object = moduleTable({*module}).json().first().toObject();
             object.insert(QStringLiteral("why"), why);
             array << object;
         } else {
-            print(module, modules, why);
+            print(*module, modules, why);
         }
     }
     if (arguments.wantsJson()) {
         Console::writeJson(QJsonDocument(array));
     }
-    return ExitStatus::Done;
+    checkNames(modules, names);
+    return result;
+}
+
+ExitStatus Commands::isRunning(const Arguments &arguments)
+{
+    const ModuleList modules = BusClient().modules();
+    const QStringList names = arguments.operands();
+    checkNames(modules, names);
+    ExitStatus result = ExitStatus::Done;
+    for (const QString &name : names) {
+        const ModuleInfo &module = *findModule(modules, name);
+        result = module.isRunning() ? result : ExitStatus::NotUp;
+        if (!arguments.isSet(QStringLiteral("q"))) {
+            Console::writeLine(QStringLiteral("%1 %2").arg(Console::printable(name), module.stateText));
+        }
+    }
+    return result;
 }

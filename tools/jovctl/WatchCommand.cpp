@@ -20,7 +20,8 @@ class WatchPrinter : public QObject
 
 public:
     WatchPrinter(const BusClient &client, bool asJson)
-        : m_connection(client.connection())
+        : m_client(client)
+        , m_connection(client.connection())
         , m_asJson(asJson)
     { }
 
@@ -47,11 +48,15 @@ public:
         if (!oldState.isEmpty()) {
             values.insert(QStringLiteral("old"), oldState);
         }
+        const QString exit = kind == QLatin1String("change") ? exitOf(name, newState) : QString();
+        if (!exit.isEmpty()) {
+            values.insert(QStringLiteral("exit"), exit);
+        }
         line(kind,
-             QStringLiteral("%1 %2%3").arg(Console::printable(name),
-                                           oldState.isEmpty() ? QStringLiteral("is ")
-                                                              : oldState + QStringLiteral(" -> "),
-                                           Console::colouredState(newState)),
+             QStringLiteral("%1 %2%3%4")
+                 .arg(Console::printable(name),
+                      oldState.isEmpty() ? QStringLiteral("is ") : oldState + QStringLiteral(" -> "),
+                      Console::colouredState(newState), exit.isEmpty() ? exit : QStringLiteral(" (%1)").arg(exit)),
              values);
     }
 
@@ -73,6 +78,22 @@ private Q_SLOTS:
     }
 
 private:
+    /// How the process ended that has just stopped. Nothing if the daemon is gone meanwhile.
+    [[nodiscard]] QString exitOf(const QString &name, const QString &state) const
+    {
+        if (stateOf(state) != ModuleState::Stopped) {
+            return {};
+        }
+        try {
+            const ModuleList modules = m_client.modules();
+            const ModuleInfo *module = findModule(modules, name);
+            return module && module->exitedAt > module->launchedAt ? module->lastExit() : QString();
+        } catch (const Failure &) {
+            return {};
+        }
+    }
+
+    const BusClient &m_client;
     QDBusConnection m_connection;
     const bool m_asJson;
 };
