@@ -22,6 +22,8 @@ bool take(const QByteArray &word, ManagerTiming &timing)
         timing.module.stopWithEverything = milliseconds;
     } else if (name == "presentation") {
         timing.module.presentation = milliseconds;
+    } else if (name == "wait-report") {
+        timing.module.waitReport = milliseconds;
     } else if (name == "archive") {
         timing.module.archive = milliseconds;
     } else {
@@ -41,7 +43,7 @@ int main(int argc, char **argv)
         if (!word.isEmpty() && !take(word, timing)) {
             std::fprintf(stderr,
                          "ApplicationManager-fast-clock: %s: '%s' is not NAME=MS with a NAME of minute, stop, "
-                         "stop-with-everything, presentation or archive, and MS above 0\n",
+                         "stop-with-everything, presentation, wait-report or archive, and MS above 0\n",
                          variable, word.constData());
             return 2;
         }

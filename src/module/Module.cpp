@@ -8,6 +8,7 @@
 #include "contract/HistoryNames.h"
 #include "module/ChildReaper.h"
 #include "module/CrashPolicy.h"
+#include "module/WaitReport.h"
 #include "supervision/BusAccess.h"
 #include "supervision/SupervisionObserver.h"
 #include "supervision/SupervisionState.h"
@@ -150,6 +151,7 @@ bool Module::waitUntilStarted()
 {
     const QString name = getName();
     const quint64 run = m_run;
+    const WaitReport report(name, m_process.processId(), m_context.state.limits().waitReport);
     const bool settled = waitState({ModuleState::Running, ModuleState::Stopped}, -1);
     if (m_run != run) {
         Log::error("[Module] start %1 ret false [stopped] state= %2)", name, stateText(ModuleState::Stopped));

@@ -12,6 +12,7 @@ struct ModuleLimits
     int stop = 30000; ///< from the request to end to the kill
     int stopWithEverything = 2000; ///< the same while the whole manager is stopping
     int presentation = 45000; ///< from the web client's end of initialisation to its presentation
+    int waitReport = 30000; ///< until the log says which module a start waits for; then twice that, and so on
     int archive = 10000; ///< of the logs after a crash, and the reboot command, until it is killed
 };
 

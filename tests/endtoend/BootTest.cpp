@@ -34,6 +34,21 @@ class BootTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // Its program announces itself, and is on the bus, under the name that it was built with.
+    void waitThatSaysWhy()
+    {
+        Terminal terminal("step one 1\nA one");
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        terminal.setVariable("JOV_DURATIONS"_s, "wait-report=100"_s);
+        QVERIFY(QFile::rename(terminal.root.path("/usr/lib/JovApplication/A"_s), terminal.root.path("/program"_s)));
+        terminal.root.writeScript("/usr/lib/JovApplication/A"_s,
+                                  "exec $JOV_ROOT/program --moduleName=B --ready-after=400");
+        terminal.start();
+        QVERIFY(terminal.waitForLog("warning [Module] waiting for A (process "_s));
+        QVERIFY(terminal.waitForLog("is on the bus as com.velmora.Jovara.B, but it is installed as A"_s));
+        QVERIFY(terminal.waitForLog(" announces end_of_init_B, but it is installed as A"_s));
+    }
+
     void order_data()
     {
         columns<QString, QString, QString, QString, QString>("description", "variable", "started", "states", "stopped");
