@@ -69,6 +69,7 @@ inline constexpr QLatin1String ceiling = latin1("ceiling"); ///< kB
 inline constexpr QLatin1String count = latin1("count"); ///< restarts
 inline constexpr QLatin1String by = latin1("by"); ///< "SIGTERM" or "bus"; of failed settings the text that was shown
 inline constexpr QLatin1String log = latin1("log"); ///< the last lines
+inline constexpr QLatin1String output = latin1("output"); ///< the last lines that the module printed
 
 // Of a start-up that has ended.
 inline constexpr QLatin1String boot = latin1("boot");

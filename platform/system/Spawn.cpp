@@ -64,6 +64,16 @@ void Spawn::discardOutput()
     openNull(STDERR_FILENO, O_WRONLY);
 }
 
+void Spawn::takeOutput(int descriptor)
+{
+    posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDERR_FILENO);
+    sigset_t others;
+    sigfillset(&others);
+    sigdelset(&others, SIGPIPE);
+    posix_spawnattr_setsigdefault(&m_attributes, &others);
+}
+
 void Spawn::fillClosedStreams()
 {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

@@ -49,8 +49,10 @@ int shorten(QJsonArray &list, int excess, bool firstOnes)
 
 QByteArray HistoryText::lineOf(QJsonObject record)
 {
-    if (record.contains(Key::log)) {
-        record[Key::log] = cutLines(record[Key::log].toArray());
+    for (const QLatin1String key : {Key::log, Key::output}) {
+        if (record.contains(key)) {
+            record[key] = cutLines(record[key].toArray());
+        }
     }
     const int most = record.contains(Key::boot) ? longestWithBoot : longest;
     QByteArray line = serialised(record);

@@ -104,7 +104,9 @@ bool ChildProcess::start(const Command &command)
         spawn.separateGroup();
         spawn.takeInput(childsInput.number());
         spawn.changeDirectory(QFile::encodeName(command.workingDirectory));
-        if (command.quiet) {
+        if (command.output >= 0) {
+            spawn.takeOutput(command.output);
+        } else if (command.quiet) {
             spawn.discardOutput();
         }
         const std::vector<QByteArray> words = wordsOf(command);

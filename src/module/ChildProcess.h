@@ -48,6 +48,7 @@ public:
         QString workingDirectory;
         std::optional<mode_t> mask; ///< its umask instead of our own
         bool quiet = true; ///< its output goes to /dev/null, else to our own streams
+        int output = -1; ///< where it goes instead, if this is open
     };
 
     explicit ChildProcess(Listener &listener)

@@ -8,6 +8,7 @@
 #include "contract/HistoryNames.h"
 #include "module/ChildReaper.h"
 #include "module/CrashPolicy.h"
+#include "module/ModuleOutput.h"
 #include "module/WaitReport.h"
 #include "supervision/BusAccess.h"
 #include "supervision/SupervisionObserver.h"
@@ -25,6 +26,8 @@
 #include <utility>
 
 namespace {
+
+constexpr int outputLines = 10; // of what a module has printed, in the record of its crash
 
 /// Industrial mode runs the terminal without its sound and its desk application.
 bool isLeftOutInIndustrialMode(const QString &name)
@@ -136,6 +139,11 @@ bool Module::launch()
     command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + config->getExtraArgs();
     command.workingDirectory = directory;
     command.quiet = !m_context.state.debugMode();
+    Descriptor output;
+    if (command.quiet) {
+        openModuleOutput(m_context.state.parameters().moduleOutput, name, output);
+        command.output = output.number();
+    }
     if (!m_process.start(command)) {
         Log::warning("[Module] launch error :%1 exec : %2", m_process.errorString(), command.program);
         return false;
@@ -337,6 +345,10 @@ void Module::noteCrash()
         {History::Key::cause, QString(m_stopTimedOut ? History::Cause::stopTimeout : History::Cause::crash)},
         {History::Key::module, name},
         {History::Key::signal, exitCode}};
+    const QStringList lines = m_context.state.parameters().moduleOutput.lastLines(name, outputLines);
+    if (!lines.isEmpty()) {
+        reason.insert(History::Key::output, lines);
+    }
     if (QFile::exists(core)) {
         Log::emergency("%1 was killed by %2, core file %3", name, signalName(exitCode), core);
         reason.insert(History::Key::core, core);

@@ -10,6 +10,11 @@ constexpr int longestFallback = 7 * 24 * 3600;
 constexpr int smallestHistory = 64; // kB: each of the two files has room for the longest record
 constexpr int largestHistory = 65536;
 
+void warn(const QString &key, const QString &value)
+{
+    Log::warning("platform.ini: %1=%2 is not valid, the default applies", key, value);
+}
+
 /// A number from `smallest` to `largest`; nothing when the key is absent, or, with a warning, when it has another
 /// value.
 std::optional<int> number(const QMap<QString, QString> &section, const QString &key, int base, int smallest,
@@ -24,8 +29,19 @@ std::optional<int> number(const QMap<QString, QString> &section, const QString &
     if (isNumber && value >= smallest && value <= largest) {
         return value;
     }
-    Log::warning("platform.ini: %1=%2 is not valid, the default applies", key, *found);
+    warn(key, *found);
     return std::nullopt;
+}
+
+OutputSetting outputOf(const QMap<QString, QString> &section)
+{
+    const QString key = QStringLiteral("module_output");
+    const QString text = section.value(key, QStringLiteral("none")).trimmed();
+    const std::optional<OutputSetting> setting = OutputSetting::parse(text);
+    if (!setting) {
+        warn(key, text);
+    }
+    return setting.value_or(OutputSetting());
 }
 
 } // namespace
@@ -40,5 +56,6 @@ Parameters Parameters::read(const QMap<QString, QString> &section)
     parameters.historyFile = HistoryText::pathOf(section);
     parameters.historySize = number(section, QStringLiteral("history_size"), 10, smallestHistory, largestHistory)
                                  .value_or(parameters.historySize);
+    parameters.moduleOutput = outputOf(section);
     return parameters;
 }

@@ -1,6 +1,8 @@
 #ifndef PARAMETERS_H
 #define PARAMETERS_H
 
+#include "supervision/OutputSetting.h"
+
 #include <QMap>
 #include <QString>
 
@@ -17,6 +19,8 @@ struct Parameters
 
     QString historyFile; ///< `history_file`, with the root prefix; empty: no history
     int historySize = 256; ///< `history_size`, in kB
+
+    OutputSetting moduleOutput; ///< `module_output`
 
     /// Logs a warning for each invalid value.
     [[nodiscard]] static Parameters read(const QMap<QString, QString> &section);

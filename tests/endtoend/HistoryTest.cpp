@@ -3,10 +3,13 @@
 
 #include <jov/Setting.h>
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -38,6 +41,17 @@ void exceedMemory(Terminal &terminal)
         terminal.call("monitoringSettingsChanged"_s, {QVariant::fromValue(setting)});
     }
     QVERIFY(terminal.waitForLog("asking for a reboot"_s));
+}
+
+int listenAt(const QString &path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
+    const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    return bind(server, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 && listen(server, 1) == 0
+        ? server
+        : -1;
 }
 
 /// With all its processes, so that nothing is written down.
@@ -119,6 +133,49 @@ private Q_SLOTS:
         }
         QCOMPARE(boots[0]["text"_s].toString(), "running"_s);
         QVERIFY(boots[ends.size()]["reason"_s]["log"_s].toVariant().toStringList().join(u' ').contains("A crashed"_s));
+    }
+
+    void moduleOutput_data()
+    {
+        columns<QString>("setting");
+        row("file", "file:/var/log/modules/%n");
+        row("journal", "journal");
+    }
+
+    // What a module prints outlives its crash; a file that has grown is moved away at the next launch.
+    void moduleOutput()
+    {
+        QFETCH(QString, setting);
+        Terminal terminal("step one 1\nA one");
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        const QString ini = "/etc/JovApplication/platform.ini"_s;
+        terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\nmodule_output=" + setting.toUtf8());
+        terminal.root.write("/var/log/modules/A"_s, QByteArray(70000, '.'));
+        terminal.root.write("/run/systemd/journal/.keep"_s, {});
+        const QString program = terminal.root.path("/usr/lib/JovApplication/A"_s);
+        QVERIFY(QFile::rename(program, terminal.root.path("/program"_s)));
+        terminal.root.writeScript("/usr/lib/JovApplication/A"_s, "echo 'low on paper'; exec $JOV_ROOT/program $*");
+        const int journal = listenAt(terminal.root.path("/run/systemd/journal/stdout"_s));
+        QCOMPARE(terminal.startDaemon(), 0);
+        if (setting == "journal"_s) {
+            int stream = -1;
+            QVERIFY(terminal.wait([&] { return (stream = accept4(journal, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; }));
+            QByteArray text(100, '\0');
+            QByteArray all;
+            QVERIFY(terminal.wait([&] {
+                return all.append(text.constData(), qMax(0, int(read(stream, text.data(), 100)))).contains("paper");
+            }));
+            QCOMPARE(all, QByteArray("A\n\n6\n0\n0\n0\n0\nlow on paper\n"));
+            close(stream); // A journal that ends does not end the module.
+        } else {
+            QVERIFY(terminal.wait([&] { return terminal.root.read("/var/log/modules/A"_s) == "low on paper\n"; }));
+            QCOMPARE(terminal.root.read("/var/log/modules/A.old"_s).size(), 70000);
+            kill(terminal, "A"_s, SIGSEGV);
+            QTRY_COMPARE(history().at(0)["reason"_s]["output"_s].toVariant().toStringList(),
+                         QStringList("low on paper"_s));
+        }
+        close(journal);
+        QCOMPARE(terminal.end(SIGTERM), 0);
     }
 
     // Whatever is wrong with the disk, the terminal boots, and a crash is answered.

@@ -36,6 +36,7 @@ ExitStatus restartApp(const Arguments &arguments);
 ExitStatus shutDown(const Arguments &arguments);
 ExitStatus top(const Arguments &arguments);
 ExitStatus watch(const Arguments &arguments);
+ExitStatus log(const Arguments &arguments);
 ExitStatus logLevel(const Arguments &arguments);
 ExitStatus boot(const Arguments &arguments);
 ExitStatus why(const Arguments &arguments);

@@ -55,6 +55,11 @@ constexpr Command commands[] = {
      "daemon is not running. Ctrl-C ends it. With --json each line is an object.",
      "jovctl watch --events\n"
      "jovctl watch --json | jq 'select(.kind == \"change\")'"},
+    {"log", Commands::log, "NAME", 1, 1, "n f", "Print what a module has printed",
+     "Reads the file or the journal that module_output in platform.ini names, and\n"
+     "needs no daemon.",
+     "jovctl log JovGate\n"
+     "jovctl log -f -n 50 JovGate"},
     {"log-level", Commands::logLevel, "[N]", 0, 1, "", "Show or set the log level of the running daemon",
      "N is a number or a name: 0 emergency, 3 error, 4 warning, 6 info, 7 debug.\n"
      "Levels 1 and 2 log the same as 0, and 5 the same as 4.\n"
@@ -105,6 +110,7 @@ constexpr struct
                {"previous", "", "Show an earlier start-up, of the history"},
                {"compare", "", "Show which modules are slower or faster than in an earlier boot"},
                {"n", "COUNT", "Show the last COUNT only"},
+               {"f", "", "Print what is added, too, until Ctrl-C"},
                {"svg", "FILE", "Write a chart to FILE (- for standard output)"}};
 
 QString aligned(const QString &left, const QString &right)

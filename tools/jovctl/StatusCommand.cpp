@@ -2,6 +2,7 @@
 #include "client/Units.h"
 #include "jovctl/Command.h"
 #include "jovctl/ModuleTable.h"
+#include "jovctl/OutputFile.h"
 #include "jovctl/Overview.h"
 #include "jovctl/Reason.h"
 
@@ -11,6 +12,7 @@
 namespace {
 
 constexpr int labelWidth = 14;
+constexpr int outputLines = 5;
 
 void line(const char *label, const QString &text)
 {
@@ -59,6 +61,10 @@ void print(const ModuleInfo &module, const ModuleList &modules, const QString &w
     line("Memory limit", limit(module.maxMemory));
     line("Depends on", withStates(module.dependencies, modules));
     line("Needed by", withStates(module.dependents, modules));
+    const QStringList printed = outputSetting().lastLines(module.name, outputLines);
+    for (const QString &text : printed) {
+        line(&text == &printed.first() ? "Printed" : "", Console::printable(text));
+    }
 }
 
 } // namespace

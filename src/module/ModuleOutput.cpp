@@ -1,0 +1,93 @@
+#include "module/ModuleOutput.h"
+
+#include "supervision/OutputSetting.h"
+
+#include <jov/JovRoot.h>
+#include <jov/Log.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace {
+
+constexpr mode_t permissions = S_IRUSR | S_IWUSR | S_IRGRP;
+constexpr qint64 largestFile = 64 * 1024; // bytes, at a launch
+constexpr char groupOfReaders[] = "jovtech";
+
+int openFile(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    const QByteArray name = QFile::encodeName(path);
+    if (QFileInfo(path).size() > largestFile) {
+        const int moved = std::rename(name.constData(), (name + ".old").constData());
+        static_cast<void>(moved);
+    }
+    // O_NONBLOCK: a FIFO without a reader would stop the daemon here.
+    Descriptor file(
+        open(name.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions));
+    struct stat status = {};
+    if (!file.isOpen() || fstat(file.number(), &status) != 0) {
+        return -1;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = EINVAL;
+        return -1;
+    }
+    if (status.st_size == 0) {
+        const group *readers = getgrnam(groupOfReaders);
+        fchmod(file.number(), permissions);
+        const int changed = fchown(file.number(), uid_t(-1), readers ? readers->gr_gid : gid_t(-1));
+        static_cast<void>(changed); // Only root may.
+    }
+    return fcntl(file.number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1); // the other one is closed
+}
+
+/// The journal's stream socket: a header of lines, then what the module prints.
+int openJournal(const QString &module)
+{
+    const QByteArray path = QFile::encodeName(JovRoot::rooted(QStringLiteral("/run/systemd/journal/stdout")));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (std::size_t(path.size()) >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    std::memcpy(address.sun_path, path.constData(), std::size_t(path.size()));
+    const int journal = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    // Identifier, unit, priority, prefixes of lines as priorities, copies to syslog, kernel and console.
+    const QByteArray header = module.toUtf8() + "\n\n6\n0\n0\n0\n0\n";
+    if (connect(journal, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0
+        || send(journal, header.constData(), std::size_t(header.size()), MSG_NOSIGNAL) != header.size()) {
+        const int error = errno;
+        close(journal);
+        errno = error;
+        return -1;
+    }
+    shutdown(journal, SHUT_RD);
+    return journal;
+}
+
+} // namespace
+
+void openModuleOutput(const OutputSetting &setting, const QString &module, Descriptor &output)
+{
+    if (setting.kind == OutputSetting::Kind::None) {
+        return;
+    }
+    const bool isFile = setting.kind == OutputSetting::Kind::File;
+    output.reset(isFile ? openFile(setting.pathOf(module)) : openJournal(module));
+    if (!output.isOpen()) {
+        Log::warning("module_output of %1 cannot be opened: %2", module, qt_error_string(errno));
+    }
+}

@@ -1,0 +1,107 @@
+#include "client/Console.h"
+#include "client/Interrupt.h"
+#include "jovctl/Command.h"
+#include "jovctl/OutputFile.h"
+#include "root/PlatformIni.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTimer>
+
+namespace {
+
+constexpr int pollInterval = 250; // milliseconds
+constexpr int linesByDefault = 20;
+
+void writeText(const QByteArray &text)
+{
+    // What a module prints may hold anything: only line feeds and tabs reach the terminal as they are.
+    const QStringList lines = QString::fromUtf8(text).split(QLatin1Char('\n'));
+    for (int i = 0; i < lines.size(); ++i) {
+        Console::write(Console::printable(lines.at(i)) + (i + 1 < lines.size() ? QStringLiteral("\n") : QString()));
+    }
+}
+
+/// Writes what is added to the file of that path, also after another one took its place.
+void follow(const QString &path)
+{
+    Interrupt interrupt;
+    QObject::connect(&interrupt, &Interrupt::raised, &interrupt, [] { QCoreApplication::quit(); });
+    qint64 position = QFileInfo(path).size();
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        QFile file(path);
+        if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
+            return;
+        }
+        position = file.size() < position ? 0 : position;
+        file.seek(position);
+        const QByteArray text = file.readAll();
+        position += text.size();
+        writeText(text);
+        if (!Console::flush()) {
+            QCoreApplication::exit(int(ExitStatus::Failed));
+        }
+    });
+    timer.start(pollInterval);
+    QCoreApplication::exec();
+}
+
+ExitStatus showJournal(const QString &module, const QString &count, bool follows)
+{
+    QStringList words{QStringLiteral("-t"), module, QStringLiteral("-n"), count};
+    if (follows) {
+        words << QStringLiteral("-f");
+    }
+    const int status = QProcess::execute(QStringLiteral("journalctl"), words);
+    if (status == -2) {
+        throw Failure(ExitStatus::Failed, QStringLiteral("journalctl cannot be run"));
+    }
+    return status == 0 ? ExitStatus::Done : ExitStatus::Failed;
+}
+
+} // namespace
+
+OutputSetting outputSetting()
+{
+    const QString text =
+        PlatformIni::section(QStringLiteral("ApplicationManager")).value(QStringLiteral("module_output"));
+    return OutputSetting::parse(text.trimmed()).value_or(OutputSetting());
+}
+
+ExitStatus Commands::log(const Arguments &arguments)
+{
+    const QString module = arguments.operands().first();
+    const bool follows = arguments.isSet(QStringLiteral("f"));
+    bool isNumber = true;
+    const int count =
+        arguments.isSet(QStringLiteral("n")) ? arguments.value(QStringLiteral("n")).toInt(&isNumber) : linesByDefault;
+    if (!isNumber || count < 0) {
+        throw Failure(ExitStatus::Usage, QStringLiteral("-n needs a number"));
+    }
+    const OutputSetting setting = outputSetting();
+    if (setting.kind == OutputSetting::Kind::None) {
+        throw Failure(ExitStatus::Failed,
+                      QStringLiteral("what modules print is discarded: set module_output in platform.ini"));
+    }
+    if (setting.kind == OutputSetting::Kind::Journal) {
+        return showJournal(module, QString::number(count), follows);
+    }
+    const QString path = setting.pathOf(module);
+    if (!QFile::exists(path)) {
+        throw Failure(
+            ExitStatus::Failed,
+            QStringLiteral("%1 does not exist: the module has not been started with it").arg(Console::printable(path)));
+    }
+    const QStringList lines = setting.lastLines(module, count);
+    for (const QString &line : lines) {
+        Console::writeLine(Console::printable(line));
+    }
+    if (follows) {
+        Console::flush();
+        follow(path);
+    }
+    return ExitStatus::Done;
+}
