@@ -22,7 +22,8 @@ public:
     void takeInput(int descriptor);
     /// Standard output and error go to `/dev/null`.
     void discardOutput();
-    /// Standard output and error go to `descriptor`. SIGPIPE is ignored as in the caller, so that its other end can end.
+    /// Standard output and error go to `descriptor`. SIGPIPE is ignored as in the caller, so that its other end can
+    /// end.
     void takeOutput(int descriptor);
     /// Standard streams that are closed here are open there, to `/dev/null`.
     void fillClosedStreams();

@@ -22,7 +22,7 @@
 namespace {
 
 constexpr mode_t permissions = S_IRUSR | S_IWUSR | S_IRGRP;
-constexpr qint64 largestFile = 64 * 1024; // bytes, at a launch
+constexpr qint64 largestFile = 65536; // bytes, at a launch
 constexpr char groupOfReaders[] = "jovtech";
 
 int openFile(const QString &path)

@@ -258,7 +258,7 @@ private Q_SLOTS:
         row("metrics", "metrics",
             "jovara_module_state\\{module=\"A\",step=\"one\",state=\"RUNNING\"\\} 1\n(.|\n)*# EOF\n$");
         row("log level", "log-level", "^7 \\(debug\\)\n$");
-        for (const char *words : {"list --json", "status --json A Quits", "tree --json",
+        for (const char *words : {"list --json", "list --json --names", "status --json A Quits", "tree --json",
                                   "top --once --json --interval 0.1", "boot --json"}) {
             row(words, words, QString());
         }

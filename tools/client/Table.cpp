@@ -19,21 +19,13 @@ QString padded(const QString &shown, const QString &plain, int width, Table::Ali
     return align == Table::Align::Right ? blanks + shown : shown + blanks;
 }
 
-/// Narrows the widest columns until the line fits, or all are at their minimum.
-void fit(QVector<int> &widths, int room)
+int lineWidth(const QVector<int> &widths)
 {
     int total = -gap;
-    for (const int width : qAsConst(widths)) {
+    for (const int width : widths) {
         total += width > 0 ? width + gap : 0;
     }
-    while (total > room) {
-        int &widest = *std::max_element(widths.begin(), widths.end());
-        if (widest <= narrowestColumn) {
-            return;
-        }
-        --widest;
-        --total;
-    }
+    return total;
 }
 
 QString trimmedRight(QString line)
@@ -61,6 +53,28 @@ QVector<int> Table::widths() const
     return widths;
 }
 
+/// Narrows the widest columns until the line fits, or all are at their minimum; then leaves out the last ones.
+void Table::fit(QVector<int> &widths, int room) const
+{
+    while (lineWidth(widths) > room) {
+        int widest = -1;
+        int last = -1;
+        for (int i = 0; i < widths.size(); ++i) {
+            const bool mayChange = widths.at(i) > 0 && !m_columns.at(i).isWhole;
+            widest = mayChange && (widest < 0 || widths.at(i) > widths.at(widest)) ? i : widest;
+            last = mayChange ? i : last;
+        }
+        if (last < 0) {
+            return;
+        }
+        if (widths.at(widest) > narrowestColumn) {
+            --widths[widest];
+        } else {
+            widths[last] = 0;
+        }
+    }
+}
+
 QStringList Table::lines(int width) const
 {
     QVector<int> columnWidths = widths();
@@ -70,7 +84,7 @@ QStringList Table::lines(int width) const
     const auto lineOf = [&](const auto &textAt, const auto &colourAt) {
         QString line;
         for (int i = 0; i < m_columns.size(); ++i) {
-            if (!m_columns.at(i).title.isEmpty()) {
+            if (columnWidths.at(i) > 0) {
                 const QString text = shortened(textAt(i), columnWidths.at(i));
                 line += padded(Console::coloured(text, colourAt(i)), text, columnWidths.at(i), m_columns.at(i).align)
                     + QString(gap, QLatin1Char(' '));

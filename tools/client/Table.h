@@ -23,6 +23,7 @@ public:
         QString title;
         QString key; ///< in the JSON objects
         Align align = Align::Left;
+        bool isWhole = false; ///< never cut, and never left out
     };
 
     struct Cell
@@ -53,14 +54,15 @@ public:
     void add(const QVector<Cell> &row) { m_rows.append(row); }
     [[nodiscard]] bool isEmpty() const { return m_rows.isEmpty(); }
 
-    /// The title line and the rows. Unless `width` is 0, the widest columns are cut until a line fits into so many
-    /// cells.
+    /// The title line and the rows. Unless `width` is 0, the widest columns are cut, and the last ones left out, until
+    /// a line fits into so many cells.
     [[nodiscard]] QStringList lines(int width = 0) const;
     [[nodiscard]] QJsonArray json() const;
     void print(bool asJson) const;
 
 private:
     [[nodiscard]] QVector<int> widths() const;
+    void fit(QVector<int> &widths, int room) const;
 
     QList<Column> m_columns;
     QVector<QVector<Cell>> m_rows;

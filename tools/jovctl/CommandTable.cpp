@@ -47,7 +47,7 @@ constexpr Command commands[] = {
      "jovctl step 4"},
     {"top", Commands::top, "", 0, 0, "json once interval", "Show the memory and processor use of the modules, live",
      "Sorted by processor use. The daemon compares VIRTUAL with LIMIT.\n"
-     "Ctrl-C ends it.",
+     "Ctrl-C or q ends it.",
      "jovctl top\n"
      "jovctl top --once --json"},
     {"watch", Commands::watch, "", 0, 0, "json events", "Print state changes and completed steps as they happen",

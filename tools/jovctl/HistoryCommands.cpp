@@ -53,7 +53,7 @@ Table historyTable(const QList<PastBoot> &boots)
                  {QStringLiteral("STARTED"), QStringLiteral("started")},
                  {QStringLiteral("RAN FOR"), QStringLiteral("seconds"), right},
                  {QStringLiteral("VERSION"), QStringLiteral("version")},
-                 {QStringLiteral("END"), QStringLiteral("text")},
+                 {QStringLiteral("END"), QStringLiteral("text"), Table::Align::Left, true},
                  {QString(), QStringLiteral("cause")},
                  {QString(), QStringLiteral("clock_ok")},
                  {QString(), QStringLiteral("reason")}});

@@ -2,10 +2,15 @@
 #include "jovctl/Command.h"
 #include "jovctl/ModuleTable.h"
 
+#include <QJsonDocument>
+
 ExitStatus Commands::list(const Arguments &arguments)
 {
     const ModuleList modules = BusClient().modules();
-    if (arguments.isSet(QStringLiteral("names"))) {
+    const bool namesOnly = arguments.isSet(QStringLiteral("names"));
+    if (namesOnly && arguments.wantsJson()) {
+        Console::writeJson(QJsonDocument(QJsonArray::fromStringList(moduleNames(modules))));
+    } else if (namesOnly) {
         for (const ModuleInfo &module : modules) {
             Console::writeLine(Console::printable(module.name));
         }

@@ -6,7 +6,7 @@ Table moduleTable(const ModuleList &modules)
 {
     using Cell = Table::Cell;
     const auto right = Table::Align::Right;
-    Table table({{QStringLiteral("NAME"), QStringLiteral("name")},
+    Table table({{QStringLiteral("NAME"), QStringLiteral("name"), Table::Align::Left, true},
                  {QStringLiteral("STEP"), QStringLiteral("step")},
                  {QStringLiteral("STATE"), QStringLiteral("state")},
                  {QStringLiteral("PID"), QStringLiteral("pid"), right},

@@ -3,6 +3,7 @@
 #include "client/Table.h"
 #include "client/Units.h"
 #include "jovctl/Command.h"
+#include "jovctl/KeyReader.h"
 #include "jovctl/ProcessUsage.h"
 
 #include <QCoreApplication>
@@ -57,7 +58,7 @@ private:
 Table tableOf(const QList<Sample> &samples)
 {
     const auto right = Table::Align::Right;
-    Table table({{QStringLiteral("NAME"), QStringLiteral("name")},
+    Table table({{QStringLiteral("NAME"), QStringLiteral("name"), Table::Align::Left, true},
                  {QStringLiteral("PID"), QStringLiteral("pid"), right},
                  {QStringLiteral("CPU %"), QStringLiteral("cpuPercent"), right},
                  {QStringLiteral("RESIDENT"), QStringLiteral("residentKb"), right},
@@ -155,6 +156,12 @@ ExitStatus Commands::top(const Arguments &arguments)
     };
     QObject::connect(&timer, &QTimer::timeout, &timer, refresh);
     QObject::connect(&interrupt, &Interrupt::raised, &timer, [] { QCoreApplication::quit(); });
+    const KeyReader keys;
+    QObject::connect(&keys, &KeyReader::pressed, &timer, [](char key) {
+        if (key == 'q') {
+            QCoreApplication::quit();
+        }
+    });
     timer.start(int(interval * 1000));
     QCoreApplication::exec();
     return status;
