@@ -5,13 +5,17 @@
 #include "rig/Statistics.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QJsonArray>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <ctime>
 
 namespace {
+
+constexpr int settleTime = 50; // milliseconds
 
 double processorTime()
 {
@@ -47,6 +51,10 @@ double recordTime()
     BlackBox blackBox([] { return 5; });
     blackBox.begin(path, 256);
     waitForRecords(path, 1);
+    // Until the child of that record has been reaped: the next one would only be queued.
+    QEventLoop loop;
+    QTimer::singleShot(settleTime, &loop, &QEventLoop::quit);
+    loop.exec();
     const double before = processorTime();
     blackBox.noteStarted(boot);
     const double time = processorTime() - before;
