@@ -17,7 +17,7 @@ namespace Key = History::Key;
 
 namespace {
 
-constexpr qint64 most = 64 * 1024 * 1024; // bytes: the largest history_size
+constexpr qint64 most = 64LL * 1024 * 1024; // bytes: the largest history_size
 
 bool isKind(const QJsonObject &record, QLatin1String kind)
 {
