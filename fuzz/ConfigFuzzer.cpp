@@ -35,8 +35,8 @@ void compareWithCheck(const ApplicationRecord &record)
     const Place place{configPath(ApplicationType::Module, record.getName()), 0, record.getName()};
     const XmlFile file = readXmlFile(place.file);
     Findings findings;
-    const XmlElement root =
-        XmlElements::rootOf(file, QStringLiteral("config"), place, QStringLiteral("left out"), findings);
+    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("config"), Rule::ConfigUnusable, place,
+                                                QStringLiteral("left out"), findings);
     require((file.result == XmlFile::Result::Ok) == (record.getStatus() == ConfigStatus::ok),
             "two readings of a file differ");
     if (root.isNull()) {

@@ -47,8 +47,11 @@ JovLogger::~JovLogger() = default;
 
 LogOptions LogOptions::read()
 {
-    const QMap<QString, QString> section = PlatformIni::section(QStringLiteral("log"));
     LogOptions options;
+    if (areDefaults) {
+        return options;
+    }
+    const QMap<QString, QString> section = PlatformIni::section(QStringLiteral("log"));
     bool isNumber = false;
     const int level = section.value(QStringLiteral("level")).toInt(&isNumber);
     if (isNumber) {

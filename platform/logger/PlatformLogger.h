@@ -15,6 +15,9 @@ struct LogOptions
     QString file;
 
     [[nodiscard]] static LogOptions read();
+
+    /// For a program that must not read platform.ini: set it before the first use of logger().
+    static inline bool areDefaults = false;
 };
 
 /// The logger behind logger().

@@ -46,15 +46,15 @@ QString path()
     return JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini"));
 }
 
-QString fault()
+QString fault(const QString &path)
 {
-    RegularFile file(path());
+    RegularFile file(path);
     return faultOf(file);
 }
 
-QMap<QString, QString> section(const QString &name)
+QMap<QString, QString> section(const QString &name, const QString &path)
 {
-    RegularFile file(path());
+    RegularFile file(path);
     if (name.isEmpty() || !faultOf(file).isEmpty() || file.result() == RegularFile::Result::Missing) {
         return {};
     }

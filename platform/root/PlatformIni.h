@@ -12,15 +12,15 @@
  */
 namespace PlatformIni {
 
-/// The keys and values of one section. A value with commas comes back as one text.
-[[nodiscard]] QMap<QString, QString> section(const QString &name);
-
 /// With the root prefix in front.
 [[nodiscard]] QString path();
 
+/// The keys and values of one section. A value with commas comes back as one text.
+[[nodiscard]] QMap<QString, QString> section(const QString &name, const QString &path = PlatformIni::path());
+
 /// Why the file counts as empty, for people: it is no regular file, cannot be opened, is larger than a configuration
 /// can be (1 MiB), or holds serialised objects. An empty text when it does not, or is not there.
-[[nodiscard]] QString fault();
+[[nodiscard]] QString fault(const QString &path = PlatformIni::path());
 
 } // namespace PlatformIni
 

@@ -88,7 +88,11 @@ QString configPath(ApplicationType type, const QString &name)
 
 void readConfig(ApplicationRecord &record, const QString &ddrSize)
 {
-    const XmlFile file = readXmlFile(configPath(record.getType(), record.getName()));
+    readConfig(record, readXmlFile(configPath(record.getType(), record.getName())), ddrSize);
+}
+
+void readConfig(ApplicationRecord &record, const XmlFile &file, const QString &ddrSize)
+{
     const XmlElement root = file.document.documentElement();
     // A foreign document is not an error: it says nothing about this application.
     const Config config = root.tagName() == QLatin1String("config") ? configOf(root, ddrSize) : Config();

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+struct XmlFile;
+
 /// The results of readConfig(), as a record's status holds them.
 namespace ConfigStatus {
 inline const QString ok = QStringLiteral("CONFIG_OK");
@@ -24,5 +26,8 @@ inline const QString notParsable = QStringLiteral("CONFIG_FILE_NOT_PARSABLE");
  * `ddrSize` is the text of the device's memory size ("256MB"), which picks the ceiling.
  */
 void readConfig(ApplicationRecord &record, const QString &ddrSize);
+
+/// The same with a file that has been read.
+void readConfig(ApplicationRecord &record, const XmlFile &file, const QString &ddrSize);
 
 #endif

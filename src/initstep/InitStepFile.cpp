@@ -62,8 +62,13 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
     if (root.tagName() != QLatin1String("initStep")) {
         return false;
     }
+    addSteps(chain, root);
+    return true;
+}
+
+void addSteps(InitStepChain &chain, const XmlElement &root)
+{
     if (!readSteps(chain, root)) {
         chain.addStep(Steps::defaultName, defaultStepValue(chain), false);
     }
-    return true;
 }

@@ -4,6 +4,7 @@
 #include <QString>
 
 class InitStepChain;
+class XmlElement;
 
 /**
  * Reads `/etc/JovApplication/module/MODULENAME/initStep.xml` into the chain:
@@ -17,5 +18,8 @@ class InitStepChain;
  * False, with the chain empty, when the file is missing, unreadable, not parsable or has another root element.
  */
 [[nodiscard]] bool parseInitStep(InitStepChain &chain, const QString &moduleName);
+
+/// Adds the steps of a root element `<initStep>`, and the step "default".
+void addSteps(InitStepChain &chain, const XmlElement &root);
 
 #endif

@@ -89,17 +89,20 @@ constexpr Command commands[] = {
      "Suitable for the textfile collector of a node exporter. If the daemon is not\n"
      "running, prints jovara_up 0 and exits with status 3.",
      "jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom"},
-    {"verify", Commands::verify, "[ROOT]", 0, 1, "json", "Check the files of a terminal for errors",
+    {"verify", Commands::verify, "[ROOT]", 0, 1, "json sarif", "Check the files of a terminal for errors",
      "Reads the files below ROOT, or those of this terminal, as the daemon does.\n"
      "Prints each error with its file and line, and how to fix it. Needs no daemon\n"
-     "and no bus. Exits with status 1 if there are errors.",
+     "and no bus. Exits with status 1 if there are errors. The file .jov-verify in ROOT\n"
+     "silences rules by name; jovctl-verify(1) lists them.",
      "jovctl verify\n"
-     "jovctl verify --json build/rootfs"}};
+     "jovctl verify --json build/rootfs\n"
+     "jovctl verify --sarif build/rootfs > verify.sarif"}};
 
 constexpr struct
 {
     const char *name, *value, *description;
 } options[] = {{"json", "", "Print JSON"},
+               {"sarif", "", "Print SARIF 2.1.0, for code review sites"},
                {"names", "", "Print only the names, one in a line"},
                {"dot", "", "Print a graph for Graphviz"},
                {"once", "", "Print one table and exit"},

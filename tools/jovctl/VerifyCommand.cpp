@@ -29,6 +29,8 @@ ExitStatus Commands::verify(const Arguments &arguments)
     const TerminalReport report = checkTerminal();
     if (arguments.wantsJson()) {
         Console::writeJson(QJsonDocument(jsonOf(report)));
+    } else if (arguments.isSet(QStringLiteral("sarif"))) {
+        Console::writeJson(QJsonDocument(sarifOf(report)));
     } else {
         Console::write(textOf(report));
     }

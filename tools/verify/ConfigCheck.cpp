@@ -1,5 +1,6 @@
 #include "verify/ConfigCheck.h"
 
+#include "client/NearMiss.h"
 #include "contract/MemoryCeiling.h"
 #include "verify/XmlElements.h"
 
@@ -28,47 +29,111 @@ QString listOf(const QString &item)
     return item == dependency ? dependencies : item == argument ? extraArgs : item == ceiling ? maxMemory : QString();
 }
 
+QStringList ownNames()
+{
+    return {description, initStep, maxMemory, dependencies, extraArgs};
+}
+
+QStringList allNames()
+{
+    return ownNames() << dependency << argument << ceiling;
+}
+
+void reportMisplaced(const XmlElement &element, const Place &place, Findings &findings)
+{
+    const QString list = listOf(element.tagName());
+    findings.add(Rule::ElementMisplaced, place.at(element.lineNumber()),
+                 QStringLiteral("%1 is ignored here").arg(tag(element.tagName())),
+                 QStringLiteral("move it into %1").arg(tag(list.isEmpty() ? QStringLiteral("config") : list)));
+}
+
+// What is nested in an unknown element, or in an element between a list and its items, is ignored. It may be somebody
+// else's as long as the element is in its own place, too.
+void checkNested(const XmlElement &root, const XmlElement &parent, const Place &place, Findings &findings)
+{
+    for (XmlElement child = parent.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+        const QString name = child.tagName();
+        const QString list = listOf(name);
+        const bool isKnown = name != description && allNames().contains(name);
+        const XmlElement proper =
+            list.isEmpty() ? root.firstChildElement(name) : root.firstChildElement(list).firstChildElement(name);
+        if (isKnown && proper.isNull()) {
+            reportMisplaced(child, place, findings);
+        } else if (!isKnown) {
+            checkNested(root, child, place, findings);
+        }
+    }
+}
+
 void checkRoot(const XmlElement &root, const Place &place, Findings &findings)
 {
-    const QStringList known{description, initStep, maxMemory, dependencies, extraArgs};
+    const QStringList known = ownNames();
     QStringList seen;
     for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
         if (known.contains(name) && seen.contains(name)) {
-            findings.warning(place.at(child.lineNumber()), QStringLiteral("a second %1, ignored").arg(tag(name)),
-                             QStringLiteral("merge it into the first one"));
+            findings.add(Rule::ElementRepeated, place.at(child.lineNumber()),
+                         QStringLiteral("a second %1, ignored").arg(tag(name)),
+                         QStringLiteral("merge it into the first one"));
         } else if (!listOf(name).isEmpty()) {
-            findings.warning(place.at(child.lineNumber()), QStringLiteral("%1 is ignored here").arg(tag(name)),
-                             QStringLiteral("move it into %1").arg(tag(listOf(name))));
+            reportMisplaced(child, place, findings);
+        } else if (!known.contains(name)) {
+            checkNested(root, child, place, findings);
         }
         seen << name;
     }
-    QStringList spelled = known;
-    spelled << dependency << argument << ceiling;
-    XmlElements::checkSpelling(root, spelled, place, findings);
+    XmlElements::checkSpelling(root, allNames(), place, findings);
+    for (const QString &name : known) {
+        if (root.hasAttribute(name) && root.firstChildElement(name).isNull()) {
+            findings.add(Rule::ElementMisplaced, place.at(root.lineNumber()),
+                         QStringLiteral("the attribute '%1' is ignored").arg(name),
+                         QStringLiteral("write it as the element %1").arg(tag(name)));
+        }
+    }
+}
+
+/// A list from which the daemon reads nothing.
+void checkEmptyList(const XmlElement &root, const XmlElement &list, const QString &item, const Place &place,
+                    Findings &findings)
+{
+    XmlElements::checkSpelling(list, {item}, place, findings);
+    for (XmlElement child = list.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+        checkNested(root, child, place, findings);
+    }
+    if (!list.text().trimmed().isEmpty()) {
+        findings.add(Rule::ElementMisplaced, place.at(list.lineNumber()),
+                     QStringLiteral("the content of %1 is ignored: it has no %2").arg(tag(list.tagName()), tag(item)),
+                     QStringLiteral("write each entry as %1").arg(tag(item)));
+    }
 }
 
 /// The lines of the items that the daemon reads from a list: the first `item` and every element after it, whatever its
 /// name.
-QVector<int> checkList(const XmlElement &list, const QString &item, const Place &place, Findings &findings)
+QVector<int> checkList(const XmlElement &root, const QString &item, const Place &place, Findings &findings)
 {
+    const XmlElement list = root.firstChildElement(listOf(item));
     QVector<int> lines;
     const QString advice = QStringLiteral("rename it to %1, or remove it").arg(tag(item));
     const XmlElement first = list.firstChildElement(item);
     if (first.isNull()) {
-        XmlElements::checkSpelling(list, {item}, place, findings);
+        checkEmptyList(root, list, item, place, findings);
         return lines;
     }
     for (XmlElement child = list.firstChildElement(); child.tagName() != item; child = child.nextSiblingElement()) {
-        findings.warning(place.at(child.lineNumber()),
-                         QStringLiteral("%1 before the first %2, ignored").arg(tag(child.tagName()), tag(item)),
-                         advice);
+        findings.add(nearMisses(child.tagName(), {item}).isEmpty() ? Rule::ItemIgnored : Rule::ElementMisspelt,
+                     place.at(child.lineNumber()),
+                     QStringLiteral("%1 before the first %2, ignored").arg(tag(child.tagName()), tag(item)), advice);
     }
     for (XmlElement child = first; !child.isNull(); child = child.nextSiblingElement()) {
         lines << child.lineNumber();
         if (child.tagName() != item) {
-            findings.warning(place.at(child.lineNumber()),
-                             QStringLiteral("%1 after %2, treated as %2").arg(tag(child.tagName()), tag(item)), advice);
+            findings.add(Rule::ItemForeign, place.at(child.lineNumber()),
+                         QStringLiteral("%1 after %2, treated as %2").arg(tag(child.tagName()), tag(item)), advice);
+        }
+        if (item == argument && child.text().isEmpty() && !child.attributes().isEmpty()) {
+            findings.add(Rule::ArgumentEmpty, place.at(child.lineNumber()),
+                         QStringLiteral("an empty argument: the attributes of %1 are ignored").arg(tag(item)),
+                         QStringLiteral("write the argument as the text of the element"));
         }
     }
     return lines;
@@ -79,17 +144,19 @@ void checkCeiling(const XmlElement &element, const Place &place, Findings &findi
     XmlElements::checkAttributes(element, {criteria}, place, findings);
     const Place here = place.at(element.lineNumber());
     if (element.attribute(criteria).isEmpty()) {
-        findings.warning(here, QStringLiteral("a memory limit without criteria applies to no terminal"),
-                         QStringLiteral("add the attribute, for example criteria=\"256MB\""));
+        findings.add(Rule::LimitCriteria, here,
+                     QStringLiteral("a memory limit without criteria applies to no terminal"),
+                     QStringLiteral("add the attribute, for example criteria=\"256MB\""));
     }
     bool isNumber = false;
     const int figure = element.text().toInt(&isNumber);
     if (!isNumber || figure < 0) {
-        findings.warning(here, QStringLiteral("the memory limit '%1' is not a number, ignored").arg(element.text()),
-                         QStringLiteral("1 to 99 is a percentage of the terminal's memory, 100 or more a size in kB"));
+        findings.add(Rule::LimitValue, here,
+                     QStringLiteral("the memory limit '%1' is not a number, ignored").arg(element.text()),
+                     QStringLiteral("1 to 99 is a percentage of the terminal's memory, 100 or more a size in kB"));
     } else if (figure < leastProcess && MemoryCeiling(figure).isSet() && !MemoryCeiling(figure).isPercentage()) {
-        findings.warning(
-            here,
+        findings.add(
+            Rule::LimitSmall, here,
             QStringLiteral("a memory limit of %1 kB is less than any process needs: the module would be restarted "
                            "repeatedly")
                 .arg(figure),
@@ -97,31 +164,32 @@ void checkCeiling(const XmlElement &element, const Place &place, Findings &findi
     }
 }
 
-void checkCeilings(const XmlElement &parent, const QString &ddrSize, const Place &place, Findings &findings)
+void checkCeilings(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings)
 {
+    const XmlElement parent = root.firstChildElement(maxMemory);
     if (parent.isNull()) {
         return;
     }
     QStringList sizes;
-    const QVector<int> lines = checkList(parent, ceiling, place, findings);
+    const QVector<int> lines = checkList(root, ceiling, place, findings);
     for (XmlElement child = parent.firstChildElement(ceiling); !child.isNull(); child = child.nextSiblingElement()) {
         const QString size = child.attribute(criteria);
         if (!size.isEmpty() && sizes.contains(size)) {
-            findings.warning(place.at(child.lineNumber()),
-                             QStringLiteral("a second memory limit for %1: the last one applies").arg(size),
-                             QStringLiteral("keep only one"));
+            findings.add(Rule::LimitRepeated, place.at(child.lineNumber()),
+                         QStringLiteral("a second memory limit for %1: the last one applies").arg(size),
+                         QStringLiteral("keep only one"));
         }
         sizes << size;
         checkCeiling(child, place, findings);
     }
     const Place here = place.at(parent.lineNumber());
     if (lines.isEmpty()) {
-        findings.warning(
-            here, QStringLiteral("%1 without %2: the module has no memory limit").arg(tag(maxMemory), tag(ceiling)),
-            QStringLiteral("add <DDRSz criteria=\"%1\">...</DDRSz>").arg(ddrSize));
+        findings.add(Rule::LimitNone, here,
+                     QStringLiteral("%1 without %2: the module has no memory limit").arg(tag(maxMemory), tag(ceiling)),
+                     QStringLiteral("add <DDRSz criteria=\"%1\">...</DDRSz>").arg(ddrSize));
     } else if (!sizes.contains(ddrSize)) {
-        findings.warning(
-            here,
+        findings.add(
+            Rule::LimitNone, here,
             QStringLiteral("none of the criteria is this terminal's memory size, '%1': the module has no memory limit")
                 .arg(ddrSize),
             QStringLiteral("add a %1 with this size, or correct FAB_HW_DDRSIZE in platform.ini").arg(tag(ceiling)));
@@ -133,10 +201,10 @@ void checkCeilings(const XmlElement &parent, const QString &ddrSize, const Place
 ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings)
 {
     checkRoot(root, place, findings);
-    checkCeilings(root.firstChildElement(maxMemory), ddrSize, place, findings);
-    checkList(root.firstChildElement(extraArgs), argument, place, findings);
+    checkCeilings(root, ddrSize, place, findings);
+    checkList(root, argument, place, findings);
     ConfigLines lines;
     lines.initStep = root.firstChildElement(initStep).lineNumber();
-    lines.dependencies = checkList(root.firstChildElement(dependencies), dependency, place, findings);
+    lines.dependencies = checkList(root, dependency, place, findings);
     return lines;
 }

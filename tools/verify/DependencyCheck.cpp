@@ -9,15 +9,7 @@
 
 namespace {
 
-/// More dependencies of a module are not checked: nobody writes so many.
-constexpr int mostDependencies = 1000;
-
 const QString noStart = QStringLiteral("the daemon does not start");
-
-QStringList dependenciesOf(const InstalledModule &module)
-{
-    return module.record->getDependencies().mid(0, mostDependencies);
-}
 
 int lineOf(const InstalledModule &module, int index)
 {
@@ -26,32 +18,35 @@ int lineOf(const InstalledModule &module, int index)
 
 void checkOutside(const InstalledModule &module, const InstalledModule &other, const Place &place, Findings &findings)
 {
-    const QString name = other.record->getName();
+    const QString name = other.record.getName();
     if (!other.step) {
-        findings.error(place, QStringLiteral("depends on '%1', which is in no step: %2").arg(name, noStart),
-                       QStringLiteral("correct the <initStep> of '%1' first").arg(name));
+        findings.add(Rule::DependencyStep, place,
+                     QStringLiteral("depends on '%1', which is in no step: %2").arg(name, noStart),
+                     QStringLiteral("correct the <initStep> of '%1' first").arg(name));
         return;
     }
     const QString message = QStringLiteral("depends on '%1', which is in the step '%2' (%3), not in '%4' (%5): %6")
                                 .arg(name, other.step->getName(), QString::number(other.step->getValue()),
                                      module.step->getName(), QString::number(module.step->getValue()), noStart);
     const bool earlier = other.step->getValue() < module.step->getValue();
-    findings.error(place, message,
-                   earlier ? QStringLiteral("remove the dependency: modules of earlier steps are started first anyway")
-                           : QStringLiteral("move both into the same step"));
+    findings.add(Rule::DependencyStep, place, message,
+                 earlier ? QStringLiteral("remove the dependency: modules of earlier steps are started first anyway")
+                         : QStringLiteral("move both into the same step"));
 }
 
 void checkDependency(const InstalledModule &module, int index, const InstalledModules &modules,
                      const QStringList &installed, Findings &findings)
 {
-    const QString name = module.record->getDependencies().at(index);
+    const QString name = module.record.getDependencies().at(index);
     const Place place = module.config.at(lineOf(module, index));
     const auto other = modules.constFind(name);
     if (other == modules.constEnd()) {
         const QString advice = modules.contains(name.trimmed())
             ? QStringLiteral("spaces are significant: write '%1' without them").arg(name.trimmed())
-            : QStringLiteral("install it, or remove the dependency%1").arg(spellingHint(name, installed));
-        findings.error(place, QStringLiteral("depends on '%1', which is not installed: %2").arg(name, noStart), advice);
+            : QStringLiteral("install it, or remove the dependency%1")
+                  .arg(findings.isFull(Rule::DependencyMissing) ? QString() : spellingHint(name, installed));
+        findings.add(Rule::DependencyMissing, place,
+                     QStringLiteral("depends on '%1', which is not installed: %2").arg(name, noStart), advice);
     } else if (other->step != module.step) {
         checkOutside(module, *other, place, findings);
     }
@@ -104,7 +99,7 @@ private:
             && (m_path.isEmpty() || module->step == m_modules[m_path.first().name].step);
         if (sameStep && m_places.value(name, unknown) == unknown) {
             m_places[name] = m_path.size();
-            m_path.append({name, dependenciesOf(*module)});
+            m_path.append({name, module->record.getDependencies()});
         }
     }
 
@@ -116,10 +111,10 @@ private:
             names << m_path.at(i).name;
         }
         names << names.first();
-        m_findings.error(module.config.at(lineOf(module, index)),
-                         QStringLiteral("dependency cycle in the step '%1': %2: %3")
-                             .arg(module.step->getName(), names.join(QStringLiteral(" -> ")), noStart),
-                         QStringLiteral("remove one of these dependencies"));
+        m_findings.add(Rule::DependencyCycle, module.config.at(lineOf(module, index)),
+                       QStringLiteral("dependency cycle in the step '%1': %2: %3")
+                           .arg(module.step->getName(), names.join(QStringLiteral(" -> ")), noStart),
+                       QStringLiteral("remove one of these dependencies"));
     }
 
     const InstalledModules &m_modules;
@@ -128,21 +123,54 @@ private:
     QHash<QString, int> m_places; ///< the place on the path, or done
 };
 
+/// Reports all modules that need a lost one, directly or not.
+void checkLost(InstalledModules &modules, Findings &findings)
+{
+    QHash<QString, QStringList> dependents; // in the same step
+    QStringList lost;
+    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
+        const QStringList names = module->step ? module->record.getDependencies() : QStringList();
+        for (const QString &name : names) {
+            const auto other = modules.constFind(name);
+            if (other != modules.cend() && other->step == module->step
+                && !dependents.value(name).endsWith(module.key())) {
+                dependents[name] << module.key();
+            }
+        }
+        lost += module->isLost ? QStringList(module.key()) : QStringList();
+    }
+    while (!lost.isEmpty()) {
+        const QString cause = lost.takeFirst();
+        for (const QString &name : dependents.value(cause)) {
+            InstalledModule &module = modules[name];
+            if (!module.isLost) {
+                const int index = module.record.getDependencies().indexOf(cause);
+                findings.add(Rule::DependencyLost, module.config.at(lineOf(module, index)),
+                             QStringLiteral("is never started: it depends on '%1', which cannot be started").arg(cause),
+                             QStringLiteral("correct '%1' first").arg(cause));
+                module.isLost = true;
+                lost << name;
+            }
+        }
+    }
+}
+
 } // namespace
 
-void checkDependencies(const InstalledModules &modules, Findings &findings)
+void checkDependencies(InstalledModules &modules, Findings &findings)
 {
     const QStringList installed = modules.keys();
     CycleSearch cycles(modules, findings);
-    for (auto module = modules.begin(); module != modules.end(); ++module) {
+    for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
         // The daemon ignores the dependencies of a module without a step.
         if (!module->step) {
             continue;
         }
-        const int count = dependenciesOf(*module).size();
+        const int count = module->record.getDependencies().size();
         for (int index = 0; index < count; ++index) {
             checkDependency(*module, index, modules, installed, findings);
         }
         cycles.searchFrom(module.key());
     }
+    checkLost(modules, findings);
 }

@@ -4,7 +4,8 @@
 #include "verify/ModuleCheck.h"
 
 /// Reports all dependencies that prevent the daemon from starting: on modules that are not installed or start in
-/// another step, and cycles. The daemon itself logs only the first.
-void checkDependencies(const InstalledModules &modules, Findings &findings);
+/// another step, and cycles. The daemon itself logs only the first. Then those on modules that cannot be started; they
+/// make the dependent module a lost one, too.
+void checkDependencies(InstalledModules &modules, Findings &findings);
 
 #endif

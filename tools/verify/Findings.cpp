@@ -1,52 +1,63 @@
 #include "verify/Findings.h"
 
-#include <QStringList>
-
 #include <algorithm>
 
 namespace {
 
-constexpr int keptPerFile = 50;
+constexpr int keptPerRule = 50;
 
 } // namespace
 
-void Findings::error(const Place &place, const QString &message, const QString &advice)
+void Findings::silence(Rule rule, const QStringList &modules)
 {
-    add({Finding::Severity::Error, place, message, advice});
+    // No modules, now or in an earlier line: all of them.
+    const auto known = m_silent.constFind(rule);
+    const bool isWhole = modules.isEmpty() || (known != m_silent.constEnd() && known->isEmpty());
+    m_silent[rule] = isWhole ? QStringList() : m_silent.value(rule) + modules;
 }
 
-void Findings::warning(const Place &place, const QString &message, const QString &advice)
+void Findings::add(Rule rule, const Place &place, const QString &message, const QString &advice)
 {
-    add({Finding::Severity::Warning, place, message, advice});
-}
-
-void Findings::add(const Finding &finding)
-{
-    const QString &file = finding.place.file;
-    Tally &tally = m_tallies[file];
-    if (tally.kept < keptPerFile) {
-        ++tally.kept;
-        m_findings.append(finding);
+    const auto silent = m_silent.constFind(rule);
+    if (silent != m_silent.constEnd() && (silent->isEmpty() || silent->contains(place.module))) {
+        ++m_silenced;
         return;
     }
-    if (tally.moreErrors + tally.moreWarnings == 0) {
-        m_overfull.append(file);
+    if (!isFull(rule)) {
+        m_findings.append({rule, place, message, advice});
     }
-    ++(finding.severity == Finding::Severity::Error ? tally.moreErrors : tally.moreWarnings);
+    ++m_counts[rule];
+}
+
+bool Findings::isFull(Rule rule) const
+{
+    return m_counts.value(rule) >= keptPerRule;
 }
 
 QList<Finding> Findings::sorted() const
 {
     QList<Finding> all = m_findings;
-    for (const QString &file : m_overfull) {
-        const Tally &tally = m_tallies[file];
-        all.append({tally.moreErrors > 0 ? Finding::Severity::Error : Finding::Severity::Warning,
-                    {file, 0, QString()},
-                    QStringLiteral("%1 more errors and warnings in this file are not listed")
-                        .arg(tally.moreErrors + tally.moreWarnings),
-                    QStringLiteral("fix the others first")});
-    }
-    std::stable_partition(all.begin(), all.end(),
-                          [](const Finding &finding) { return finding.severity == Finding::Severity::Error; });
+    std::stable_sort(all.begin(), all.end(),
+                     [](const Finding &one, const Finding &other) { return one.severity() < other.severity(); });
     return all;
+}
+
+int Findings::count(Severity severity) const
+{
+    int sum = 0;
+    for (auto count = m_counts.begin(); count != m_counts.end(); ++count) {
+        sum += infoOf(count.key()).severity == severity ? *count : 0;
+    }
+    return sum;
+}
+
+QMap<Rule, int> Findings::omitted() const
+{
+    QMap<Rule, int> omitted;
+    for (auto count = m_counts.begin(); count != m_counts.end(); ++count) {
+        if (*count > keptPerRule) {
+            omitted.insert(count.key(), *count - keptPerRule);
+        }
+    }
+    return omitted;
 }

@@ -1,8 +1,11 @@
 #ifndef FINDINGS_H
 #define FINDINGS_H
 
+#include "verify/Rules.h"
+
 #include <QHash>
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -16,43 +19,39 @@ struct Place
     [[nodiscard]] Place at(int otherLine) const { return {file, otherLine, module}; }
 };
 
-/**
- * A fault in a set of files. An error prevents a module from starting, or makes it start differently from its
- * configuration. A warning marks a configuration that works but is probably not intended.
- */
+/// A fault in a set of files.
 struct Finding
 {
-    enum class Severity { Error, Warning };
-
-    Severity severity;
+    Rule rule;
     Place place;
     QString message;
     QString advice; ///< how to fix it
+
+    [[nodiscard]] Severity severity() const { return infoOf(rule).severity; }
 };
 
-/// Collects findings. Beyond a limit for each file they are only counted.
+/// Collects findings. Beyond a limit for each rule they are only counted.
 class Findings
 {
 public:
-    void error(const Place &place, const QString &message, const QString &advice);
-    void warning(const Place &place, const QString &message, const QString &advice);
+    /// Findings of `rule`, or only those about `modules` if there are any, are only counted.
+    void silence(Rule rule, const QStringList &modules);
+    void add(Rule rule, const Place &place, const QString &message, const QString &advice);
 
-    /// The errors, then the warnings, each in the order in which they were found.
+    /// Another finding of this rule would only be counted: its texts are not needed.
+    [[nodiscard]] bool isFull(Rule rule) const;
+    /// The errors, then the warnings and notes, each in the order in which they were found.
     [[nodiscard]] QList<Finding> sorted() const;
+    [[nodiscard]] int count(Severity severity) const;
+    [[nodiscard]] int silenced() const { return m_silenced; }
+    /// The findings of each rule that were only counted.
+    [[nodiscard]] QMap<Rule, int> omitted() const;
 
 private:
-    struct Tally
-    {
-        int kept = 0;
-        int moreErrors = 0;
-        int moreWarnings = 0;
-    };
-
-    void add(const Finding &finding);
-
     QList<Finding> m_findings;
-    QHash<QString, Tally> m_tallies;
-    QStringList m_overfull;
+    QMap<Rule, int> m_counts;
+    QMap<Rule, QStringList> m_silent;
+    int m_silenced = 0;
 };
 
 #endif

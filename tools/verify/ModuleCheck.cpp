@@ -1,21 +1,23 @@
 #include "verify/ModuleCheck.h"
 
-#include "catalogue/Catalogue.h"
 #include "catalogue/ConfigReader.h"
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
 #include "client/NearMiss.h"
 #include "contract/Components.h"
+#include "verify/RootFile.h"
 #include "verify/StepTable.h"
 #include "verify/XmlElements.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
 
 namespace {
+
+/// In bytes, with the end of each text: MAX_ARG_STRLEN, and a quarter of the usual limit of the stack.
+constexpr int longestArgument = 128 * 1024;
+constexpr int mostArguments = 2048 * 1024;
 
 const QString byDefault =
     QStringLiteral("the module starts in the step 'default', without dependencies, arguments and memory limit");
@@ -23,9 +25,13 @@ const QString byDefault =
 /// The configuration directories, except the one of the daemon.
 QStringList configuredNames()
 {
-    QStringList names = QDir(ModulePaths::rootedConfigDirectory()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    names.removeAll(Components::applicationManager);
-    names.sort();
+    QStringList names;
+    const QStringList entries = RootFile(ModulePaths::configDirectory()).entries();
+    for (const QString &name : entries) {
+        if (name != Components::applicationManager && RootFile(ModulePaths::configDirectory() + name).isDirectory()) {
+            names << name;
+        }
+    }
     return names;
 }
 
@@ -39,50 +45,77 @@ QStringList without(QStringList names, const QStringList &others)
 
 void checkPlacement(const InstalledModule &module, const StepTable &steps, Findings &findings)
 {
-    const QString name = module.record->getInitStep();
+    const QString name = module.record.getInitStep();
     const Place place = module.config.at(module.lines.initStep);
     const QString never = QStringLiteral("the module is never started");
     if (module.step) {
         if (!steps.isReached(*module.step)) {
-            findings.error(place, QStringLiteral("its step '%1' is never reached: %2").arg(name, never),
-                           QStringLiteral("correct the step in initStep.xml, or use another step"));
+            findings.add(Rule::StepUnknown, place,
+                         QStringLiteral("its step '%1' is never reached: %2").arg(name, never),
+                         QStringLiteral("correct the step in initStep.xml, or use another step"));
         }
     } else if (name.isEmpty()) {
-        findings.error(place, QStringLiteral("<initStep> is empty: %1").arg(never),
-                       QStringLiteral("name a step, or remove the element to use the step 'default'"));
+        findings.add(Rule::StepUnknown, place, QStringLiteral("<initStep> is empty: %1").arg(never),
+                     QStringLiteral("name a step, or remove the element to use the step 'default'"));
     } else if (steps.listed(name)) {
-        findings.error(place, QStringLiteral("its step '%1' is dropped from the start-up: %2").arg(name, never),
-                       QStringLiteral("correct the step in initStep.xml"));
+        findings.add(Rule::StepUnknown, place,
+                     QStringLiteral("its step '%1' is dropped from the start-up: %2").arg(name, never),
+                     QStringLiteral("correct the step in initStep.xml"));
     } else if (steps.listed(name.trimmed())) {
-        findings.error(place, QStringLiteral("unknown step '%1' (spaces are significant): %2").arg(name, never),
-                       QStringLiteral("write <initStep>%1</initStep> on one line").arg(name.trimmed()));
+        findings.add(Rule::StepUnknown, place,
+                     QStringLiteral("unknown step '%1' (spaces are significant): %2").arg(name, never),
+                     QStringLiteral("write <initStep>%1</initStep> on one line").arg(name.trimmed()));
     } else {
-        findings.error(place, QStringLiteral("unknown step '%1': %2").arg(name, never),
-                       QStringLiteral("use a step of initStep.xml%1").arg(spellingHint(name, steps.names())));
+        findings.add(Rule::StepUnknown, place, QStringLiteral("unknown step '%1': %2").arg(name, never),
+                     findings.isFull(Rule::StepUnknown)
+                         ? QString()
+                         : QStringLiteral("use a step of initStep.xml%1").arg(spellingHint(name, steps.names())));
     }
 }
 
-void checkConfigFile(InstalledModule &module, const QStringList &orphans, const QString &ddrSize, Findings &findings)
+void checkArguments(const InstalledModule &module, Findings &findings)
 {
-    const QString name = module.record->getName();
-    const XmlFile file = readXmlFile(module.config.file);
+    qint64 sum = 0;
+    qint64 longest = 0;
+    const QStringList arguments = module.record.getExtraArgs();
+    for (const QString &argument : arguments) {
+        const int size = argument.toUtf8().size() + 1;
+        longest = qMax<qint64>(longest, size);
+        sum += size + int(sizeof(char *));
+    }
+    if (longest > longestArgument || sum > mostArguments) {
+        findings.add(Rule::ArgumentsTooLong, module.config,
+                     longest > longestArgument
+                         ? QStringLiteral("an argument of %1 bytes: the module cannot be started").arg(longest - 1)
+                         : QStringLiteral("arguments of %1 bytes: the module cannot be started").arg(sum),
+                     QStringLiteral("the kernel accepts less than 128 KiB in one argument and 2 MiB in all"));
+    }
+}
+
+void readModule(InstalledModule &module, const QStringList &orphans, const QString &ddrSize, Findings &findings)
+{
+    const QString name = module.record.getName();
+    const XmlFile file = XmlElements::read(ModulePaths::configDirectory() + name + QStringLiteral("/config.xml"));
+    readConfig(module.record, file, ddrSize);
     if (file.result == XmlFile::Result::Missing) {
-        findings.warning(module.config, QStringLiteral("the file is missing: ") + byDefault,
-                         QStringLiteral("create it%1").arg(spellingHint(name, orphans)));
+        findings.add(Rule::ConfigMissing, module.config, QStringLiteral("the file is missing: ") + byDefault,
+                     QStringLiteral("create it%1").arg(spellingHint(name, orphans)));
         return;
     }
-    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("config"), module.config, byDefault, findings);
+    const XmlElement root =
+        XmlElements::rootOf(file, QStringLiteral("config"), Rule::ConfigUnusable, module.config, byDefault, findings);
     if (!root.isNull()) {
         module.lines = checkConfig(root, ddrSize, module.config, findings);
+        checkArguments(module, findings);
     }
 }
 
 void checkOrphan(const QString &name, const QStringList &unconfigured, Findings &findings)
 {
-    const Place place{ModulePaths::rootedConfigDirectory() + name + QStringLiteral("/config.xml"), 0, name};
-    if (QFileInfo::exists(place.file)) {
-        findings.warning(
-            place,
+    const QString path = ModulePaths::configDirectory() + name + QStringLiteral("/config.xml");
+    if (RootFile(path).exists()) {
+        findings.add(
+            Rule::ProgramMissing, {JovRoot::rooted(path), 0, name},
             QStringLiteral("a configuration without a module: %1%2 does not exist")
                 .arg(ModulePaths::moduleDirectory(), name),
             QStringLiteral("install the module, or remove the directory%1").arg(spellingHint(name, unconfigured)));
@@ -91,26 +124,27 @@ void checkOrphan(const QString &name, const QStringList &unconfigured, Findings 
 
 } // namespace
 
-InstalledModules checkModules(const QStringList &names, const StepTable *steps, const QString &ddrSize,
-                              Catalogue &catalogue, Findings &findings)
+InstalledModules checkModules(const Programs &programs, const StepTable *steps, const QString &ddrSize,
+                              Findings &findings)
 {
+    const QStringList names = programs.names;
     const QStringList configured = configuredNames();
     const QStringList orphans = without(configured, names);
     InstalledModules modules;
     for (const QString &name : names) {
-        const ApplicationRecord *record = catalogue.addApplication(ApplicationType::Module, name, ddrSize);
-        InstalledModule module{record,
-                               steps ? steps->find(record->getInitStep()) : nullptr,
-                               {configPath(ApplicationType::Module, name), 0, name},
-                               {}};
-        checkConfigFile(module, orphans, ddrSize, findings);
+        InstalledModule module;
+        module.config = {configPath(ApplicationType::Module, name), 0, name};
+        module.record.setName(name);
+        readModule(module, orphans, ddrSize, findings);
+        module.step = steps ? steps->find(module.record.getInitStep()) : nullptr;
         if (steps) {
             checkPlacement(module, *steps, findings);
         }
+        module.isLost = programs.lost.contains(name) || !module.step || (steps && !steps->isReached(*module.step));
         modules.insert(name, module);
     }
     const QStringList unconfigured = without(names, configured);
-    for (const QString &name : orphans) {
+    for (const QString &name : without(orphans, programs.broken)) {
         checkOrphan(name, unconfigured, findings);
     }
     return modules;

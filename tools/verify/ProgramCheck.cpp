@@ -2,15 +2,17 @@
 
 #include "catalogue/ModulePaths.h"
 #include "contract/Components.h"
-#include "verify/ProgramFile.h"
+#include "verify/ExecCheck.h"
 
 #include <jov/BusNames.h>
 #include <jov/JovRoot.h>
 
-#include <QDir>
 #include <QMap>
 
 namespace {
+
+/// The longest name that the bus accepts.
+constexpr int longestBusName = 255;
 
 /// Modules by the architecture of their program.
 using Architectures = QMap<QString, QStringList>;
@@ -20,98 +22,151 @@ Place placeOf(const QString &name)
     return {ModulePaths::rootedModuleDirectory() + name, 0, name};
 }
 
-void checkProgram(const ProgramFile &program, const Place &place, Findings &findings)
+/// The checks of all programs in the module directory.
+class ProgramCheck
 {
-    if (!program.executable) {
-        findings.error(
-            place, QStringLiteral("cannot be executed: the module is never started"),
-            QStringLiteral("run chmod 755, or remove it: every regular file in this directory is treated as a module"));
-    } else if (program.kind == ProgramFile::Kind::Elf && !program.loadable) {
-        findings.error(place, QStringLiteral("is an ELF file, but not a program"),
-                       QStringLiteral("install the linked program"));
-    } else if (program.kind == ProgramFile::Kind::Other) {
-        findings.error(place, QStringLiteral("is neither a program nor a script with an interpreter line"),
-                       QStringLiteral("begin a script with \"#!/bin/sh\""));
-    }
-}
+public:
+    ProgramCheck(const QStringList &played, Findings &findings)
+        : m_played(played)
+        , m_findings(findings)
+    { }
 
-// The terminal is assumed to be the machine that most modules are built for.
-void checkArchitectures(const Architectures &architectures, Findings &findings)
-{
-    QString most;
-    bool tie = false;
-    for (auto it = architectures.begin(); it != architectures.end(); ++it) {
-        const int count = it->size();
-        const int best = architectures.value(most).size();
-        tie = count == best || (tie && count < best);
-        most = count > best ? it.key() : most;
+    Programs run()
+    {
+        const RootFile directory(ModulePaths::moduleDirectory());
+        if (!directory.isDirectory()) {
+            m_findings.add(Rule::ModuleDirectory, {ModulePaths::rootedModuleDirectory(), 0, QString()},
+                           QStringLiteral("the module directory is missing: the daemon does not start"),
+                           QStringLiteral("create it, and install the modules in it"));
+            return m_programs;
+        }
+        const QStringList entries = directory.entries();
+        for (const QString &name : entries) {
+            if (!name.startsWith(QLatin1Char('.'))) {
+                checkEntry(name);
+            }
+        }
+        for (const QString &name : m_played) {
+            if (!m_programs.names.contains(name)) {
+                m_programs.names << name;
+                m_binaries.insert(name);
+            }
+        }
+        m_programs.names.sort();
+        checkArchitectures();
+        checkBusNames();
+        checkPartialRoot();
+        return m_programs;
     }
-    if (tie) {
-        findings.warning(
-            {ModulePaths::rootedModuleDirectory(), 0, QString()},
-            QStringLiteral("the modules are built for different machines, none of them for most modules: %1")
-                .arg(QStringList(architectures.keys()).join(QStringLiteral("; "))),
-            QStringLiteral("build all modules for the terminal"));
-        return;
-    }
-    for (auto it = architectures.begin(); it != architectures.end(); ++it) {
-        for (const QString &name : it.key() == most ? QStringList() : *it) {
-            findings.error(placeOf(name),
-                           QStringLiteral("is built for %1, but %2 other modules for %3")
-                               .arg(it.key(), QString::number(architectures.value(most).size()), most),
-                           QStringLiteral("build it for %1").arg(most));
+
+private:
+    void checkEntry(const QString &name)
+    {
+        const RootFile program(ModulePaths::moduleDirectory() + name);
+        if (program.isDirectory() || (!program.isRegular() && m_played.contains(name))) {
+            return;
+        }
+        if (!program.isRegular()) {
+            if (program.exists()) {
+                m_findings.add(Rule::ProgramIgnored, placeOf(name), QStringLiteral("is not a regular file, ignored"),
+                               QStringLiteral("remove it"));
+                return;
+            }
+            m_programs.broken << name;
+            m_findings.add(Rule::ProgramMissing, placeOf(name),
+                           QStringLiteral("is a broken link in this root: the module is never started"),
+                           QStringLiteral("install the program inside the root, or remove the link"));
+            return;
+        }
+        m_programs.names << name;
+        if (const std::optional<ExecCheck::Fault> fault = m_exec.check(program)) {
+            m_findings.add(fault->rule, placeOf(name), fault->message, fault->advice);
+            if (infoOf(fault->rule).severity == Severity::Error) {
+                m_programs.lost.insert(name);
+            }
+        }
+        const QString architecture = ExecCheck::architectureOf(program);
+        if (!architecture.isEmpty()) {
+            m_binaries.insert(name);
+            m_architectures[architecture] << name;
         }
     }
-}
 
-// Names that differ only in characters that the bus does not permit become the same bus name.
-void checkBusNames(const QStringList &names, Findings &findings)
-{
-    QMap<QString, QString> owners{{BusNames::service(Components::applicationManager), QStringLiteral("the daemon")}};
-    for (const QString &name : names) {
-        QString &owner = owners[BusNames::service(name)];
-        if (!owner.isEmpty()) {
-            findings.warning(placeOf(name),
-                             QStringLiteral("its bus name, %1, is also that of %2").arg(BusNames::service(name), owner),
-                             QStringLiteral("rename one of them"));
+    // Without a system in the root, the terminal is assumed to be the machine that most modules are built for.
+    void checkArchitectures()
+    {
+        if (!m_exec.architecture().isEmpty() || m_architectures.size() < 2) {
+            return;
         }
-        owner = QStringLiteral("'%1'").arg(name);
+        QString most;
+        bool isTied = false;
+        for (auto it = m_architectures.cbegin(); it != m_architectures.cend(); ++it) {
+            const int best = m_architectures.value(most).size();
+            isTied = it->size() == best || (isTied && it->size() < best);
+            most = it->size() > best ? it.key() : most;
+        }
+        if (isTied) {
+            m_findings.add(Rule::ProgramArchitecture, {ModulePaths::rootedModuleDirectory(), 0, QString()},
+                           QStringLiteral("the modules are built for different machines, none of them for most: %1")
+                               .arg(QStringList(m_architectures.keys()).join(QStringLiteral("; "))),
+                           QStringLiteral("build all modules for the terminal"));
+        }
+        for (auto it = m_architectures.cbegin(); it != m_architectures.cend() && !isTied; ++it) {
+            for (const QString &name : it.key() == most ? QStringList() : *it) {
+                m_findings.add(Rule::ProgramArchitecture, placeOf(name),
+                               QStringLiteral("is built for %1, but %2 other modules for %3")
+                                   .arg(it.key(), QString::number(m_architectures.value(most).size()), most),
+                               QStringLiteral("build it for %1").arg(most));
+                m_programs.lost.insert(name);
+            }
+        }
     }
-}
+
+    // Names that differ only in characters that the bus does not permit become the same bus name. A program that uses
+    // the platform ends if it cannot take its name; a script may have none.
+    void checkBusNames()
+    {
+        const QString daemon = Components::applicationManager;
+        QMap<QString, QString> owners{{BusNames::service(daemon), daemon}};
+        for (const QString &name : qAsConst(m_programs.names)) {
+            const QString service = BusNames::service(name);
+            const QString owner = owners.value(service);
+            owners.insert(service, name);
+            if (owner.isEmpty() && service.size() <= longestBusName) {
+                continue;
+            }
+            const bool isTaken =
+                m_binaries.contains(name) && (owner.isEmpty() || owner == daemon || m_binaries.contains(owner));
+            m_findings.add(isTaken ? Rule::BusNameTaken : Rule::BusNameShared, placeOf(name),
+                           owner.isEmpty()
+                               ? QStringLiteral("its bus name is longer than %1 characters").arg(longestBusName)
+                               : QStringLiteral("its bus name, %1, is also that of '%2'").arg(service, owner),
+                           QStringLiteral("rename the module"));
+        }
+    }
+
+    void checkPartialRoot()
+    {
+        if (m_exec.unchecked() > 0) {
+            m_findings.add(Rule::PartialRoot, {JovRoot::rooted(QStringLiteral("/")), 0, QString()},
+                           QStringLiteral("has no shell and no dynamic loader: the interpreters and libraries of %1 "
+                                          "modules were not checked")
+                               .arg(m_exec.unchecked()),
+                           QStringLiteral("check the complete root file system of the terminal"));
+        }
+    }
+
+    const QStringList m_played;
+    Findings &m_findings;
+    ExecCheck m_exec;
+    Programs m_programs;
+    QSet<QString> m_binaries; ///< the modules that are no scripts
+    Architectures m_architectures;
+};
 
 } // namespace
 
-QStringList checkPrograms(Findings &findings)
+Programs checkPrograms(const QStringList &played, Findings &findings)
 {
-    QStringList names;
-    const QDir directory(ModulePaths::rootedModuleDirectory());
-    if (!directory.exists()) {
-        findings.error({ModulePaths::rootedModuleDirectory(), 0, QString()},
-                       QStringLiteral("the module directory is missing: the daemon does not start"),
-                       QStringLiteral("create it, and install the modules in it"));
-        return names;
-    }
-    // QDir::System adds FIFOs, devices, and links that are broken on this machine.
-    QStringList entries = directory.entryList(QDir::Files | QDir::System);
-    entries.sort();
-    Architectures architectures;
-    for (const QString &name : qAsConst(entries)) {
-        const ProgramFile program = readProgramFile(directory.filePath(name), JovRoot::prefix());
-        if (program.kind == ProgramFile::Kind::Missing || program.kind == ProgramFile::Kind::Special) {
-            const bool missing = program.kind == ProgramFile::Kind::Missing;
-            findings.warning(placeOf(name),
-                             missing ? QStringLiteral("is a broken link, ignored")
-                                     : QStringLiteral("is not a regular file, ignored"),
-                             QStringLiteral("install the program, or remove it"));
-            continue;
-        }
-        names << name;
-        checkProgram(program, placeOf(name), findings);
-        if (program.kind == ProgramFile::Kind::Elf) {
-            architectures[program.architecture] << name;
-        }
-    }
-    checkArchitectures(architectures, findings);
-    checkBusNames(names, findings);
-    return names;
+    return ProgramCheck(played, findings).run();
 }

@@ -7,14 +7,15 @@
 
 namespace {
 
-QString severityText(Finding::Severity severity)
-{
-    return severity == Finding::Severity::Error ? QStringLiteral("error") : QStringLiteral("warning");
-}
-
 QString counted(int count, const QString &noun)
 {
     return QStringLiteral("%1 %2%3").arg(QString::number(count), noun, count == 1 ? QString() : QStringLiteral("s"));
+}
+
+QString coloured(Severity severity)
+{
+    const Console::Colour colours[] = {Console::Colour::Bad, Console::Colour::Busy, Console::Colour::Dim};
+    return Console::coloured(textOf(severity), colours[int(severity)]);
 }
 
 QString textOf(const Finding &finding)
@@ -23,15 +24,13 @@ QString textOf(const Finding &finding)
     if (finding.place.line > 0) {
         text += QLatin1Char(':') + QString::number(finding.place.line);
     }
-    const bool isError = finding.severity == Finding::Severity::Error;
-    text += QStringLiteral(": ")
-        + Console::coloured(severityText(finding.severity), isError ? Console::Colour::Bad : Console::Colour::Busy)
-        + QStringLiteral(": ");
+    text += QStringLiteral(": %1: ").arg(coloured(finding.severity()));
     if (!finding.place.module.isEmpty()) {
         text += Console::printable(finding.place.module) + QStringLiteral(": ");
     }
-    return text + Console::printable(finding.message) + QStringLiteral("\n    ") + Console::printable(finding.advice)
-        + QLatin1Char('\n');
+    return text
+        + QStringLiteral("%1 [%2]\n    %3\n")
+              .arg(Console::printable(finding.message), idOf(finding.rule), Console::printable(finding.advice));
 }
 
 } // namespace
@@ -39,21 +38,33 @@ QString textOf(const Finding &finding)
 QString textOf(const TerminalReport &report)
 {
     QString text;
-    for (const Finding &finding : report.findings) {
+    const QList<Finding> findings = report.findings.sorted();
+    for (const Finding &finding : findings) {
         text += textOf(finding);
     }
+    const QMap<Rule, int> omitted = report.findings.omitted();
+    for (auto rule = omitted.begin(); rule != omitted.end(); ++rule) {
+        text += QStringLiteral("%1: %2 more are not listed [%3]\n")
+                    .arg(coloured(infoOf(rule.key()).severity))
+                    .arg(*rule)
+                    .arg(idOf(rule.key()));
+    }
+    const int silenced = report.findings.silenced();
     return text
-        + QStringLiteral("%1, %2 in %3 and %4\n")
+        + QStringLiteral("%1, %2%3 in %4 and %5\n")
               .arg(counted(report.errors(), QStringLiteral("error")),
                    counted(report.warnings(), QStringLiteral("warning")),
+                   silenced > 0 ? QStringLiteral(", %1 silenced").arg(silenced) : QString(),
                    counted(report.modules, QStringLiteral("module")), counted(report.steps, QStringLiteral("step")));
 }
 
 QJsonObject jsonOf(const TerminalReport &report)
 {
     QJsonArray findings;
-    for (const Finding &finding : report.findings) {
-        QJsonObject object{{QStringLiteral("severity"), severityText(finding.severity)},
+    const QList<Finding> all = report.findings.sorted();
+    for (const Finding &finding : all) {
+        QJsonObject object{{QStringLiteral("rule"), idOf(finding.rule)},
+                           {QStringLiteral("severity"), textOf(finding.severity())},
                            {QStringLiteral("file"), finding.place.file},
                            {QStringLiteral("message"), finding.message},
                            {QStringLiteral("advice"), finding.advice}};
@@ -65,9 +76,16 @@ QJsonObject jsonOf(const TerminalReport &report)
         }
         findings.append(object);
     }
+    QJsonObject omitted;
+    const QMap<Rule, int> counts = report.findings.omitted();
+    for (auto rule = counts.begin(); rule != counts.end(); ++rule) {
+        omitted.insert(idOf(rule.key()), *rule);
+    }
     return {{QStringLiteral("errors"), report.errors()},
             {QStringLiteral("warnings"), report.warnings()},
             {QStringLiteral("modules"), report.modules},
             {QStringLiteral("steps"), report.steps},
+            {QStringLiteral("silenced"), report.findings.silenced()},
+            {QStringLiteral("omitted"), omitted},
             {QStringLiteral("findings"), findings}};
 }

@@ -9,11 +9,9 @@
 
 #include <jov/JovRoot.h>
 
-#include <algorithm>
-
 namespace {
 
-const QString listSeparator = QStringLiteral(", ");
+constexpr int mostNamed = 10;
 
 QString text(const QString &name, int value)
 {
@@ -25,18 +23,26 @@ QString text(const InitStep &step)
     return text(step.getName(), step.getValue());
 }
 
+QString joined(const QStringList &names)
+{
+    const QString some = names.mid(0, mostNamed).join(QStringLiteral(", "));
+    return names.size() <= mostNamed ? some : QStringLiteral("%1 and %2 more").arg(some).arg(names.size() - mostNamed);
+}
+
 } // namespace
 
 bool StepTable::read(Findings &findings)
 {
-    m_place.file = JovRoot::rooted(ModulePaths::configDirectory() + Components::applicationManager
-                                   + QStringLiteral("/initStep.xml"));
-    const XmlFile file = readXmlFile(m_place.file);
-    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("initStep"), m_place,
+    const QString path =
+        ModulePaths::configDirectory() + Components::applicationManager + QStringLiteral("/initStep.xml");
+    m_place.file = JovRoot::rooted(path);
+    const XmlFile file = XmlElements::read(path);
+    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("initStep"), Rule::StepsUnusable, m_place,
                                                 QStringLiteral("the daemon does not start"), findings);
-    if (root.isNull() || !parseInitStep(m_chain, Components::applicationManager)) {
+    if (root.isNull()) {
         return false;
     }
+    addSteps(m_chain, root);
     const QString step = QStringLiteral("step");
     InitStepChain replay;
     XmlElements::checkSpelling(root, {step}, m_place, findings);
@@ -44,22 +50,37 @@ bool StepTable::read(Findings &findings)
          element = element.nextSiblingElement(step)) {
         readEntry(element, replay, findings);
     }
+    for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+        checkPlaces(child, findings);
+    }
     checkOrder(findings);
     checkDefault(findings);
     checkHomepage(findings);
     return true;
 }
 
+// Only the children of the root element are steps.
+void StepTable::checkPlaces(const XmlElement &parent, Findings &findings) const
+{
+    for (XmlElement child = parent.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+        if (child.tagName() == QLatin1String("step")) {
+            findings.add(Rule::ElementMisplaced, m_place.at(child.lineNumber()),
+                         QStringLiteral("a <step> inside %1, ignored").arg(XmlElements::tag(parent.tagName())),
+                         QStringLiteral("move it into <initStep>"));
+        }
+        checkPlaces(child, findings);
+    }
+}
+
 void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings)
 {
     const QString name = QStringLiteral("name");
     const QString value = QStringLiteral("value");
-    const QString homepage = QStringLiteral("show_homepage");
     const Place place = m_place.at(element.lineNumber());
-    XmlElements::checkAttributes(element, {name, value, homepage}, m_place, findings);
+    XmlElements::checkAttributes(element, {name, value, QStringLiteral("show_homepage")}, m_place, findings);
     if (!element.hasAttribute(name) || !element.hasAttribute(value)) {
-        findings.error(
-            place,
+        findings.add(
+            Rule::StepIncomplete, place,
             QStringLiteral("a step without the attribute '%1', ignored").arg(element.hasAttribute(name) ? value : name),
             QStringLiteral("give every step the attributes name and value"));
         return;
@@ -67,28 +88,40 @@ void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Find
     bool isNumber = false;
     Listed entry{element.attribute(name), element.attribute(value).toInt(&isNumber), element.lineNumber()};
     checkValue(entry, element.attribute(value), isNumber, findings);
-    const QString shown = element.attribute(homepage, QStringLiteral("false"));
-    if (shown != QLatin1String("true") && shown != QLatin1String("false")) {
-        findings.warning(place,
-                         QStringLiteral("step '%1': show_homepage=\"%2\" is treated as false").arg(entry.name, shown),
-                         QStringLiteral("write \"true\" or \"false\", in lower case"));
-    }
+    checkShown(element, findings);
     // The daemon compares a step with the chain as it is then: a step that was dropped from it has no duplicate.
     entry.duplicate = isDuplicate(entry, replay, findings);
     replay.addStep(entry.name, entry.value, false);
+    if (!m_places.contains(entry.name)) {
+        m_places.insert(entry.name, m_listed.size());
+    }
     m_listed.append(entry);
+}
+
+void StepTable::checkShown(const XmlElement &element, Findings &findings) const
+{
+    static const QStringList meantTrue{QStringLiteral("true"), QStringLiteral("yes"), QStringLiteral("on"),
+                                       QStringLiteral("1")};
+    const QString shown = element.attribute(QStringLiteral("show_homepage"), QStringLiteral("false"));
+    if (shown != QLatin1String("true") && shown != QLatin1String("false")) {
+        const bool isLost = meantTrue.contains(shown.trimmed().toLower());
+        findings.add(isLost ? Rule::HomepageLost : Rule::HomepageValue, m_place.at(element.lineNumber()),
+                     QStringLiteral("step '%1': show_homepage=\"%2\" is treated as false")
+                         .arg(element.attribute(QStringLiteral("name")), shown),
+                     QStringLiteral("write \"true\" or \"false\", in lower case"));
+    }
 }
 
 void StepTable::checkValue(const Listed &entry, const QString &value, bool isNumber, Findings &findings) const
 {
     const QString advice = QStringLiteral("use a whole number, 1 or more");
     if (!isNumber) {
-        findings.error(m_place.at(entry.line),
-                       QStringLiteral("step '%1': the value '%2' is not a number, treated as 0").arg(entry.name, value),
-                       advice);
+        findings.add(Rule::StepValue, m_place.at(entry.line),
+                     QStringLiteral("step '%1': the value '%2' is not a number, treated as 0").arg(entry.name, value),
+                     advice);
     } else if (entry.value < 1) {
-        findings.error(
-            m_place.at(entry.line),
+        findings.add(
+            Rule::StepUnreached, m_place.at(entry.line),
             QStringLiteral("step %1 is never reached: the start-up begins at 1").arg(text(entry.name, entry.value)),
             advice);
     }
@@ -101,15 +134,11 @@ bool StepTable::isDuplicate(const Listed &entry, const InitStepChain &replay, Fi
     if (!step) {
         return false;
     }
-    const auto other = std::find_if(m_listed.begin(), m_listed.end(), [&](const Listed &one) {
-        return one.name == step->getName() && one.value == step->getValue();
-    });
-    findings.error(m_place.at(entry.line),
-                   QStringLiteral("step %1 is dropped: it has the same %2 as step %3 in line %4")
-                       .arg(text(entry.name, entry.value), sameName ? QStringLiteral("name") : QStringLiteral("value"),
-                            text(*step))
-                       .arg(other->line),
-                   QStringLiteral("give each step its own name and value"));
+    findings.add(Rule::StepDuplicate, m_place.at(entry.line),
+                 QStringLiteral("step %1 is dropped: it has the same %2 as step %3")
+                     .arg(text(entry.name, entry.value), sameName ? QStringLiteral("name") : QStringLiteral("value"),
+                          text(*step)),
+                 QStringLiteral("give each step its own name and value"));
     return true;
 }
 
@@ -126,8 +155,7 @@ void StepTable::checkOrder(Findings &findings) const
                     .arg(text(entry.name, entry.value), text(highest->name, highest->value), resultingOrder());
             const QString advice = QStringLiteral("list the steps in ascending order of their values");
             const bool complete = lost().isEmpty() && chain().size() == stopOrder().size();
-            complete ? findings.warning(m_place.at(entry.line), message, advice)
-                     : findings.error(m_place.at(entry.line), message, advice);
+            findings.add(complete ? Rule::StepOrder : Rule::StepLost, m_place.at(entry.line), message, advice);
             return;
         }
         highest = &entry;
@@ -139,8 +167,8 @@ void StepTable::checkOrder(Findings &findings) const
 void StepTable::checkStop(Findings &findings) const
 {
     if (chain().size() != stopOrder().size()) {
-        findings.error(
-            m_place,
+        findings.add(
+            Rule::StepLost, m_place,
             QStringLiteral("the step 'default', which is added, is not the last one. %1").arg(resultingOrder()),
             QStringLiteral("list the step \"default\" last, with the highest value"));
     }
@@ -165,13 +193,13 @@ QString StepTable::resultingOrder() const
     for (const InitStep *step : steps) {
         started << text(*step);
     }
-    QString result = QStringLiteral("The start order is %1").arg(started.join(listSeparator));
+    QString result = QStringLiteral("The start order is %1").arg(joined(started));
     if (!lost().isEmpty()) {
-        result += QStringLiteral(". Dropped, never started: %1").arg(lost().join(listSeparator));
+        result += QStringLiteral(". Dropped, never started: %1").arg(joined(lost()));
     }
     const QStringList stopped = stopOrder();
     if (stopped.size() != steps.size()) {
-        result += QStringLiteral(". A stop of all modules reaches only %1").arg(stopped.join(listSeparator));
+        result += QStringLiteral(". A stop of all modules reaches only %1").arg(joined(stopped));
     }
     return result;
 }
@@ -198,8 +226,8 @@ void StepTable::checkDefault(Findings &findings) const
 {
     const InitStep *step = find(Steps::defaultName);
     if (!step && !listed(Steps::defaultName)) {
-        findings.warning(
-            m_place,
+        findings.add(
+            Rule::DefaultStep, m_place,
             QStringLiteral("the step 'default' cannot be added, because its value is already used: modules that name "
                            "no step are never started"),
             QStringLiteral("list the step \"default\" with its own value"));
@@ -215,8 +243,8 @@ void StepTable::checkHomepage(Findings &findings) const
             continue;
         }
         if (first) {
-            findings.warning(
-                m_place.at(listed(step->getName())->line),
+            findings.add(
+                Rule::HomepageRepeated, m_place.at(listed(step->getName())->line),
                 QStringLiteral("step '%1' has show_homepage, as well as '%2': the end of the start-up is announced "
                                "more than once")
                     .arg(step->getName(), first->getName()),
@@ -225,8 +253,8 @@ void StepTable::checkHomepage(Findings &findings) const
         first = step;
     }
     if (!first) {
-        findings.error(
-            m_place,
+        findings.add(
+            Rule::HomepageMissing, m_place,
             QStringLiteral("no step that is reached has show_homepage=\"true\": the end of the start-up is never "
                            "announced, and the memory of modules is not monitored"),
             QStringLiteral("set it on the step after which the terminal can be used"));
@@ -235,9 +263,8 @@ void StepTable::checkHomepage(Findings &findings) const
 
 const StepTable::Listed *StepTable::listed(const QString &name) const
 {
-    const auto entry =
-        std::find_if(m_listed.begin(), m_listed.end(), [&](const Listed &one) { return one.name == name; });
-    return entry == m_listed.end() ? nullptr : &*entry;
+    const auto place = m_places.constFind(name);
+    return place == m_places.constEnd() ? nullptr : &m_listed.at(*place);
 }
 
 bool StepTable::isReached(const InitStep &step) const

@@ -5,6 +5,7 @@
 #include "initstep/InitStepChain.h"
 #include "verify/Findings.h"
 
+#include <QHash>
 #include <QStringList>
 #include <QVector>
 
@@ -40,6 +41,8 @@ public:
 
 private:
     void readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings);
+    void checkPlaces(const XmlElement &parent, Findings &findings) const;
+    void checkShown(const XmlElement &element, Findings &findings) const;
     void checkValue(const Listed &entry, const QString &value, bool isNumber, Findings &findings) const;
     [[nodiscard]] bool isDuplicate(const Listed &entry, const InitStepChain &replay, Findings &findings) const;
     void checkOrder(Findings &findings) const;
@@ -53,6 +56,7 @@ private:
     InitStepChain m_chain;
     Place m_place;
     QVector<Listed> m_listed;
+    QHash<QString, int> m_places; ///< in m_listed, of the first step of each name
 };
 
 #endif

@@ -8,13 +8,14 @@ struct TerminalReport
 {
     int modules = 0;
     int steps = 0; ///< of the chain that the daemon builds
-    QList<Finding> findings; ///< errors first
+    Findings findings;
 
-    [[nodiscard]] int errors() const;
-    [[nodiscard]] int warnings() const { return findings.size() - errors(); }
+    [[nodiscard]] int errors() const { return findings.count(Severity::Error); }
+    [[nodiscard]] int warnings() const { return findings.count(Severity::Warning); }
 };
 
-/// Reads the files below the root prefix (JOV_ROOT) with the daemon's readers. Starts nothing and writes nothing.
-[[nodiscard]] TerminalReport checkTerminal();
+/// Reads the files below the root prefix (JOV_ROOT) with the daemon's readers. Starts nothing, writes nothing, and
+/// opens no file outside the root. A module of `played` is treated as installed.
+[[nodiscard]] TerminalReport checkTerminal(const QStringList &played = {});
 
 #endif

@@ -14,12 +14,15 @@ namespace XmlElements {
 /// "<NAME>"
 [[nodiscard]] QString tag(const QString &name);
 
-/// The document element. Null, with an error reported, if the file cannot be used or its root element is not
-/// `rootName`; `consequence` says what the daemon does then.
-[[nodiscard]] XmlElement rootOf(const XmlFile &file, const QString &rootName, const Place &place,
+/// Reads a file of the terminal, by its path there.
+[[nodiscard]] XmlFile read(const QString &path);
+
+/// The document element. Null, with `rule` reported, if the file cannot be used or its root element is not `rootName`;
+/// `consequence` says what the daemon does then.
+[[nodiscard]] XmlElement rootOf(const XmlFile &file, const QString &rootName, Rule rule, const Place &place,
                                 const QString &consequence, Findings &findings);
 
-/// Warns of children whose names look like misspelt names of `known`, once for each spelling.
+/// Reports children whose names look like misspelt names of `known`, once for each spelling.
 void checkSpelling(const XmlElement &parent, const QStringList &known, const Place &place, Findings &findings);
 
 /// The same for attributes.

@@ -1,0 +1,256 @@
+#include "verify/ExecCheck.h"
+
+#include "catalogue/ModulePaths.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+constexpr int lineSize = 256; // of the first line of a script, as the kernel reads it
+constexpr int lineSizeBefore51 = 128;
+constexpr int mostLevels = 5; // of scripts whose interpreters are scripts
+
+const QByteArray blanks = QByteArrayLiteral(" \t");
+
+QString quoted(const QByteArray &text)
+{
+    return QLatin1Char('\'') + QString::fromUtf8(text) + QLatin1Char('\'');
+}
+
+/// A relative path begins in the directory in which the daemon starts modules.
+QByteArray absolute(const QByteArray &path)
+{
+    return path.startsWith('/') ? path : ModulePaths::moduleDirectory().toUtf8() + path;
+}
+
+int indexOfAny(const QByteArray &text, const QByteArray &characters)
+{
+    int index = 0;
+    while (index < text.size() && !characters.contains(text.at(index))) {
+        ++index;
+    }
+    return index == text.size() ? -1 : index;
+}
+
+QByteArray withoutLeading(QByteArray text)
+{
+    while (!text.isEmpty() && blanks.contains(text.at(0))) {
+        text.remove(0, 1);
+    }
+    return text;
+}
+
+} // namespace
+
+ExecCheck::ExecCheck()
+{
+    for (const char *path : {"/bin/sh", "/sbin/init", "/bin/busybox", "/usr/bin/env"}) {
+        const RootFile program{QByteArray(path)};
+        m_hasSystem = m_hasSystem || program.isRegular();
+        m_architecture = m_architecture.isEmpty() ? architectureOf(program) : m_architecture;
+    }
+    for (const char *folder : {"/lib", "/lib64"}) {
+        const QStringList names = RootFile(QByteArray(folder)).entries();
+        for (const QString &name : names) {
+            const RootFile loader(QLatin1String(folder) + QLatin1Char('/') + name);
+            if (name.startsWith(QLatin1String("ld-")) && loader.isRegular()) {
+                m_hasSystem = true;
+                m_architecture = m_architecture.isEmpty() ? architectureOf(loader) : m_architecture;
+            }
+        }
+    }
+}
+
+QString ExecCheck::architectureOf(const RootFile &found)
+{
+    QFile file(found.openName());
+    const bool isElf = found.isRegular() && file.open(QIODevice::ReadOnly) && file.peek(4) == "\177ELF";
+    return isElf ? ElfFile::read(file).architecture : QString();
+}
+
+/// Whether the file may be one of a system that the root does not have.
+bool ExecCheck::isOfSystem(const QByteArray &path)
+{
+    static const QByteArrayList names{"sh",   "ash", "bash", "dash", "busybox", "env",    "python",
+                                      "perl", "lua", "awk",  "sed",  "tclsh",   "python3"};
+    const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
+    const bool isUsual = names.contains(name) || name.startsWith("ld-") || name.startsWith("ld.so");
+    const bool isOfSystem = !m_hasSystem && isUsual && !RootFile(path).exists();
+    m_isPartlyUnchecked = m_isPartlyUnchecked || isOfSystem;
+    return isOfSystem;
+}
+
+std::optional<ExecCheck::Fault> ExecCheck::checkLevel(const RootFile &program, int level)
+{
+    m_isPartlyUnchecked = m_isPartlyUnchecked && level > 0;
+    std::optional<Fault> fault;
+    QFile file(program.openName());
+    if (!file.open(QIODevice::ReadOnly)) {
+        return Fault{Rule::ProgramUnread,
+                     QStringLiteral("cannot be read (%1), so it was not checked").arg(file.errorString()),
+                     QStringLiteral("run the check with the permission to read it")};
+    }
+    const QByteArray head = file.peek(lineSize);
+    if (head.startsWith("\177ELF")) {
+        fault = checkElf(program, file);
+    } else if (head.startsWith("#!")) {
+        fault = checkScript(head.mid(2), level);
+    } else {
+        fault = Fault{Rule::ProgramFormat, QStringLiteral("is neither a program nor a script with an interpreter line"),
+                      QStringLiteral("begin a script with \"#!/bin/sh\"")};
+    }
+    if (!fault && !program.isExecutable()) {
+        fault = Fault{Rule::ProgramMode, QStringLiteral("cannot be executed"), QStringLiteral("run chmod 755")};
+    }
+    m_unchecked += level == 0 && m_isPartlyUnchecked ? 1 : 0;
+    return fault;
+}
+
+std::optional<ExecCheck::Fault> ExecCheck::checkElf(const RootFile &program, QIODevice &file)
+{
+    const ElfFile elf = ElfFile::read(file);
+    if (elf.kind == ElfFile::Kind::Other && elf.fault.isEmpty()) {
+        return Fault{Rule::ProgramFormat, QStringLiteral("is an object or core file, not a program"),
+                     QStringLiteral("install the linked program")};
+    }
+    if (elf.kind == ElfFile::Kind::Library && elf.fault.isEmpty()) {
+        return Fault{Rule::ProgramLibrary, QStringLiteral("is a shared library, not a program"),
+                     QStringLiteral("move it to a library directory: each file in this directory is started")};
+    }
+    if (!elf.fault.isEmpty()) {
+        return Fault{Rule::ProgramDamaged, QStringLiteral("is damaged: %1").arg(elf.fault),
+                     QStringLiteral("install it again")};
+    }
+    if (elf.hasLoader) {
+        if (const std::optional<Fault> fault = checkLoader(elf)) {
+            return fault;
+        }
+    } else if (!m_architecture.isEmpty() && elf.architecture != m_architecture) {
+        return Fault{Rule::ProgramArchitecture,
+                     QStringLiteral("is built for %1, but the terminal is %2").arg(elf.architecture, m_architecture),
+                     QStringLiteral("build it for %1").arg(m_architecture)};
+    }
+    if (!elf.hasLoader || !RootFile(absolute(elf.loader)).exists()) {
+        return {};
+    }
+    const LibrarySearch::Result result = m_libraries.search(program.realPath(), elf);
+    if (result.missing.isEmpty()) {
+        return {};
+    }
+    const QString needs = result.neededBy.isEmpty()
+        ? QStringLiteral("needs the library %1").arg(QString::fromUtf8(result.missing))
+        : QStringLiteral("needs %1, which needs the library %2")
+              .arg(QString::fromUtf8(result.neededBy), QString::fromUtf8(result.missing));
+    return Fault{Rule::LibraryMissing,
+                 QStringLiteral("%1, which %2")
+                     .arg(needs,
+                          result.reason.isEmpty() ? QStringLiteral("is not in this root")
+                                                  : QStringLiteral("cannot be used: %1").arg(result.reason)),
+                 QStringLiteral("install the library, for %1").arg(elf.architecture)};
+}
+
+std::optional<ExecCheck::Fault> ExecCheck::checkLoader(const ElfFile &elf)
+{
+    const RootFile loader(absolute(elf.loader));
+    // A machine that runs programs of two kinds has a loader for each.
+    if (!loader.exists() && !m_architecture.isEmpty() && elf.architecture != m_architecture) {
+        return Fault{Rule::ProgramArchitecture,
+                     QStringLiteral("is built for %1, but the terminal is %2").arg(elf.architecture, m_architecture),
+                     QStringLiteral("build it for %1").arg(m_architecture)};
+    }
+    if (isOfSystem(absolute(elf.loader))) {
+        return {};
+    }
+    const QString architecture = architectureOf(loader);
+    if (!loader.isRegular() || !loader.isExecutable() || architecture != elf.architecture) {
+        return Fault{Rule::LoaderMissing,
+                     QStringLiteral("its dynamic loader %1 %2")
+                         .arg(quoted(elf.loader),
+                              !loader.exists() ? QStringLiteral("does not exist")
+                                               : QStringLiteral("is not a loader for %1").arg(elf.architecture)),
+                     QStringLiteral("install the loader, or link the program for the libraries of this terminal")};
+    }
+    return {};
+}
+
+std::optional<ExecCheck::Fault> ExecCheck::checkScript(QByteArray head, int level)
+{
+    const QString advice = QStringLiteral("begin a script with a line such as \"#!/bin/sh\"");
+    const bool isWhole = head.size() < lineSize - 2;
+    const int end = head.indexOf('\n');
+    // The kernel sees zeros behind a short file, and takes the path only if it sees where that ends.
+    QByteArray line = withoutLeading(end >= 0 ? head.left(end) : head);
+    line = line.constData();
+    while (!line.isEmpty() && blanks.contains(line.at(line.size() - 1))) {
+        line.chop(1);
+    }
+    const int blank = indexOfAny(line, blanks);
+    if (line.isEmpty()) {
+        return Fault{Rule::ScriptLine, QStringLiteral("names no interpreter in its first line"), advice};
+    }
+    if (end < 0 && !isWhole && blank < 0) {
+        return Fault{Rule::ScriptLine, QStringLiteral("the path of its interpreter is longer than the kernel reads"),
+                     advice};
+    }
+    if (line.endsWith('\r') || (blank > 0 && line.at(blank - 1) == '\r')) {
+        return Fault{Rule::ScriptLine,
+                     QStringLiteral("its first line ends with a carriage return, which becomes a part of the line"),
+                     QStringLiteral("convert the file to Unix line ends, for example with dos2unix")};
+    }
+    const QByteArray interpreter = blank < 0 ? line : line.left(blank);
+    std::optional<Fault> fault = checkInterpreter(interpreter, level);
+    if (!fault && interpreter.mid(interpreter.lastIndexOf('/') + 1) == "env") {
+        fault = checkCommand(blank < 0 ? QByteArray() : withoutLeading(line.mid(blank)), level);
+    }
+    if (!fault && (end < 0 ? head.size() : end) > lineSizeBefore51 - 3) {
+        fault = Fault{Rule::ScriptLineLong,
+                      QStringLiteral("its first line is longer than 127 bytes: kernels before 5.1 cut it"), advice};
+    }
+    return fault;
+}
+
+std::optional<ExecCheck::Fault> ExecCheck::checkInterpreter(const QByteArray &path, int level)
+{
+    const QString advice = QStringLiteral("install the interpreter, or correct the first line");
+    const RootFile interpreter(absolute(path));
+    if (isOfSystem(absolute(path))) {
+        return {};
+    }
+    QString why;
+    if (!interpreter.exists()) {
+        why = interpreter.isMissing() ? QStringLiteral("does not exist") : interpreter.errorText();
+    } else if (!interpreter.isRegular()) {
+        why = QStringLiteral("is not a regular file");
+    } else if (level >= mostLevels) {
+        why = QStringLiteral("is a script with too many interpreters behind it");
+    } else if (const std::optional<Fault> fault = checkLevel(interpreter, level + 1)) {
+        why = infoOf(fault->rule).severity == Severity::Error ? fault->message : QString();
+    }
+    return why.isEmpty()
+        ? std::nullopt
+        : std::optional<Fault>(
+            {Rule::ScriptInterpreter, QStringLiteral("its interpreter %1 %2").arg(quoted(path), why), advice});
+}
+
+/// The program that env(1) starts: the kernel hands over everything behind the interpreter as one argument.
+std::optional<ExecCheck::Fault> ExecCheck::checkCommand(const QByteArray &argument, int level)
+{
+    QByteArrayList words{argument};
+    if (argument.startsWith("-S") || argument.startsWith("--split-string=")) {
+        words = argument.mid(argument.startsWith("-S") ? 2 : 15).simplified().split(' ');
+    }
+    while (!words.isEmpty() && (words.first().contains('=') || words.first().startsWith('-'))) {
+        words.removeFirst();
+    }
+    const QByteArray command = words.value(0);
+    if (command.isEmpty() || command.contains('/')) {
+        return command.isEmpty() ? std::nullopt : checkInterpreter(command, level);
+    }
+    for (const char *folder : {"/usr/local/sbin/", "/usr/local/bin/", "/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"}) {
+        if (RootFile(folder + command).isRegular()) {
+            return checkInterpreter(folder + command, level);
+        }
+    }
+    return checkInterpreter("/usr/bin/" + command, level);
+}

@@ -1,0 +1,211 @@
+#include "verify/ParametersCheck.h"
+
+#include "client/NearMiss.h"
+#include "contract/Components.h"
+#include "root/PlatformIni.h"
+#include "system/RegularFile.h"
+#include "verify/RootFile.h"
+
+#include <jov/JovLogger.h>
+
+#include <QHash>
+
+namespace {
+
+constexpr qint64 largestFile = 1 << 20;
+constexpr int octal = 8;
+constexpr int largestMask = 0777;
+
+const QString iniPath = QStringLiteral("/etc/JovApplication/platform.ini");
+const QString platformSection = QStringLiteral("platform");
+const QString logSection = QStringLiteral("log");
+
+/// The keys of the sections that have no others.
+const QHash<QString, QStringList> &keysOf()
+{
+    static const QHash<QString, QStringList> keys{
+        {logSection, {QStringLiteral("level"), QStringLiteral("file")}},
+        {Components::applicationManager,
+         {QStringLiteral("module_umask"), QStringLiteral("watchdog_device"), QStringLiteral("no_webapp_timer")}}};
+    return keys;
+}
+
+struct Line
+{
+    int number;
+    QByteArray text;
+};
+
+/// Lines as QSettings divides the text: a quoted value can continue on the next one, and a semicolon begins a comment.
+QList<Line> linesOf(const QByteArray &text)
+{
+    QList<Line> lines;
+    int number = 1;
+    Line line{number, {}};
+    bool isQuoted = false;
+    bool isComment = false;
+    for (int i = 0; i <= text.size(); ++i) {
+        const char character = i < text.size() ? text.at(i) : '\n';
+        if (character == '\n' && (!isQuoted || i == text.size())) {
+            line.text = line.text.trimmed();
+            if (!line.text.isEmpty()) {
+                lines.append(line);
+            }
+            line = {number + 1, {}};
+            isComment = false;
+        } else if (character == ';' && !isQuoted) {
+            isComment = true;
+        } else if (!isComment) {
+            isQuoted = isQuoted != (character == '"');
+            line.text += character;
+            if (character == '\\' && i + 1 < text.size()) {
+                line.text += text.at(++i);
+                number += text.at(i) == '\n' ? 1 : 0;
+            }
+        }
+        number += character == '\n' ? 1 : 0;
+    }
+    return lines;
+}
+
+class ParametersCheck
+{
+public:
+    ParametersCheck(const QStringList &modules, Findings &findings)
+        : m_sections(QStringList{platformSection, logSection, Components::applicationManager} + modules)
+        , m_findings(findings)
+    { }
+
+    QString run()
+    {
+        if (!m_file.exists() && !m_folder.entries().contains(QStringLiteral("platform.ini"))) {
+            return {};
+        }
+        const QString fault = m_file.exists() ? PlatformIni::fault(m_file.openName()) : m_file.errorText();
+        const QByteArray text = RegularFile(m_file.openName()).read(largestFile).value_or(QByteArray());
+        if (!fault.isEmpty() || text.contains('\0')) {
+            add(Rule::ParametersUnusable, 0,
+                fault.isEmpty() ? QStringLiteral("is not a text") : QStringLiteral("treated as empty: ") + fault,
+                QStringLiteral("use a regular file of at most 1 MiB, without @Variant and @DateTime"));
+            return {};
+        }
+        const QList<Line> lines = linesOf(text.startsWith("\xef\xbb\xbf") ? text.mid(3) : text);
+        for (const Line &line : lines) {
+            checkLine(line);
+        }
+        checkValues();
+        return PlatformIni::section(platformSection, m_file.openName()).value(QStringLiteral("FAB_HW_DDRSIZE"));
+    }
+
+private:
+    void add(Rule rule, int line, const QString &message, const QString &advice)
+    {
+        m_findings.add(rule, {PlatformIni::path(), line, QString()}, message, advice);
+    }
+
+    void checkLine(const Line &line)
+    {
+        const int equals = line.text.indexOf('=');
+        if (line.text.startsWith('[')) {
+            const int end = line.text.indexOf(']');
+            m_section = QString::fromUtf8(line.text.mid(1, (end < 0 ? line.text.size() : end) - 1)).trimmed();
+            if (end < 0) {
+                add(Rule::ParametersSection, line.number, QStringLiteral("a section without \"]\""),
+                    QStringLiteral("write [%1]").arg(m_section));
+            }
+            checkName(line.number, QStringLiteral("section"), m_section, m_sections);
+            return;
+        }
+        const QString key = QString::fromUtf8(line.text.left(qMax(equals, 0))).trimmed();
+        const bool isComment = line.text.startsWith('#');
+        if (key.isEmpty() || isComment) {
+            add(isComment ? Rule::ParametersUnknown : Rule::ParametersLine, line.number,
+                QStringLiteral("'%1' is neither a section nor a parameter").arg(QString::fromUtf8(line.text.left(40))),
+                QStringLiteral("write KEY=VALUE, or begin a comment with a semicolon"));
+            return;
+        }
+        if (line.text.contains('\n')) {
+            add(Rule::ParametersLine, line.number,
+                QStringLiteral("the value of '%1' continues on the next lines").arg(key),
+                QStringLiteral("close the quotation marks, and write no backslash at the end of a line"));
+        }
+        m_lines.insert(m_section + QLatin1Char('/') + key, line.number);
+        if (m_section.isEmpty()) {
+            add(Rule::ParametersLine, line.number, QStringLiteral("'%1' is in no section").arg(key),
+                QStringLiteral("move it below [platform], [log] or the name of a component"));
+        } else if (m_section == platformSection) {
+            checkName(line.number, QStringLiteral("key"), key, {QStringLiteral("FAB_HW_DDRSIZE")}, true);
+        } else if (keysOf().contains(m_section)) {
+            checkName(line.number, QStringLiteral("key"), key, keysOf().value(m_section));
+        }
+    }
+
+    /// `isOpen`: there may be others, which belong to modules.
+    void checkName(int line, const QString &what, const QString &name, const QStringList &known, bool isOpen = false)
+    {
+        if (known.contains(name)) {
+            return;
+        }
+        const QString meant = nearMisses(name, known).value(0);
+        if (!meant.isEmpty()) {
+            add(Rule::ParametersMisspelt, line, QStringLiteral("unknown %1 '%2'").arg(what, name),
+                QStringLiteral("did you mean '%1'?").arg(meant));
+        } else if (!isOpen) {
+            add(Rule::ParametersUnknown, line, QStringLiteral("unknown %1 '%2'").arg(what, name),
+                QStringLiteral("remove it, or correct its name"));
+        }
+    }
+
+    void checkNumber(const QString &section, const QString &key, int base, int largest, const QString &advice)
+    {
+        const QMap<QString, QString> values = PlatformIni::section(section, m_file.openName());
+        const auto found = values.constFind(key);
+        bool isNumber = true;
+        const int value = found == values.constEnd() ? 0 : found->trimmed().toInt(&isNumber, base);
+        if (!isNumber || value < 0 || value > largest) {
+            add(Rule::ParametersValue, m_lines.value(section + QLatin1Char('/') + key),
+                QStringLiteral("%1=%2 is not valid").arg(key, *found), advice);
+        }
+    }
+
+    void checkValues()
+    {
+        checkNumber(logSection, QStringLiteral("level"), 10, JovLogger::Debug,
+                    QStringLiteral("use 3 error, 4 warning, 6 information or 7 debug"));
+        checkNumber(Components::applicationManager, QStringLiteral("module_umask"), octal, largestMask,
+                    QStringLiteral("use an octal number from 0 to 777"));
+        checkLogFile(PlatformIni::section(logSection, m_file.openName()).value(QStringLiteral("file")));
+    }
+
+    void checkLogFile(const QString &path)
+    {
+        // Folders of a system that the root may not have.
+        static const QStringList usual{QStringLiteral("/var"), QStringLiteral("/log"), QStringLiteral("/data"),
+                                       QStringLiteral("/run"), QStringLiteral("/tmp")};
+        const RootFile file(path);
+        if (path.isEmpty() || file.isRegular() || file.isCreatable() || (file.exists() && S_ISCHR(file.mode()))) {
+            return;
+        }
+        const QString top = path.section(QLatin1Char('/'), 0, 1);
+        const bool isElsewhere = usual.contains(top) && !RootFile(top).exists();
+        add(isElsewhere ? Rule::PartialRoot : Rule::LogFile, m_lines.value(QStringLiteral("log/file")),
+            file.exists() ? QStringLiteral("the log file %1 is not a regular file").arg(path)
+                          : QStringLiteral("the directory of the log file %1 is not in this root").arg(path),
+            QStringLiteral("create the directory, or name another file"));
+    }
+
+    const QStringList m_sections;
+    Findings &m_findings;
+    const RootFile m_file{iniPath};
+    const RootFile m_folder{iniPath.section(QLatin1Char('/'), 0, -2)};
+    QString m_section;
+    QHash<QString, int> m_lines; ///< of SECTION/KEY
+};
+
+} // namespace
+
+QString checkParameters(const QStringList &modules, Findings &findings)
+{
+    const QString size = ParametersCheck(modules, findings).run();
+    return size.isEmpty() ? QStringLiteral("256MB") : size;
+}

@@ -1,0 +1,98 @@
+#include "verify/Rules.h"
+
+namespace {
+
+constexpr Severity error = Severity::Error;
+constexpr Severity warning = Severity::Warning;
+constexpr Severity note = Severity::Note;
+
+constexpr RuleInfo table[] = {
+    {"module-directory", error, "The module directory is missing."},
+    {"partial-root", note, "The root has no system, so interpreters and libraries were not checked."},
+    {"unknown-rule", warning, "The file .jov-verify names a rule that does not exist."},
+    {"parameters-unusable", error, "The file platform.ini is treated as empty."},
+    {"parameters-line", error, "A line of platform.ini is neither a section nor a parameter."},
+    {"parameters-section", warning, "A section of platform.ini has no closing bracket."},
+    {"parameters-misspelt", error, "A section or key of platform.ini looks like a misspelt one."},
+    {"parameters-unknown", warning, "A section or key of platform.ini is not used by anything."},
+    {"parameters-value", error, "A parameter of platform.ini has an invalid value, so its default applies."},
+    {"log-file", error, "The log file cannot be written."},
+    {"steps-unusable", error, "The file initStep.xml is missing or cannot be used."},
+    {"step-incomplete", error, "A step has no name or no value."},
+    {"step-value", error, "The value of a step is not a number."},
+    {"step-unreached", error, "The start-up never reaches a step."},
+    {"step-duplicate", error, "A step has the name or the value of another step."},
+    {"step-lost", error, "The order of the steps makes steps unreachable for the start or the stop."},
+    {"step-order", warning, "The steps are not listed in ascending order."},
+    {"default-step", warning, "The step \"default\" cannot be added."},
+    {"homepage-missing", error, "No step has the home page, so the end of the start-up is never announced."},
+    {"homepage-lost", error, "A show_homepage that looks like \"true\" is treated as false."},
+    {"homepage-value", warning, "A show_homepage is neither \"true\" nor \"false\"."},
+    {"homepage-repeated", warning, "More than one step has the home page."},
+    {"step-file-value", error, "The step file has no number, so no step is started."},
+    {"step-file-holds", warning, "The step file ends the start-up before step 5."},
+    {"config-missing", error, "A module has no config.xml."},
+    {"config-unusable", error, "The config.xml of a module cannot be used."},
+    {"element-misspelt", error, "An unknown element looks like a misspelt one and is ignored."},
+    {"attribute-misspelt", error, "An unknown attribute looks like a misspelt one and is ignored."},
+    {"element-misplaced", error, "An element is in the wrong place and is ignored."},
+    {"element-repeated", error, "A second element of a name is ignored."},
+    {"item-ignored", warning, "An element before the first item of a list is ignored."},
+    {"item-foreign", warning, "An element of another name is used as an item of a list."},
+    {"argument-empty", error, "An argument has attributes but no text, so it is empty."},
+    {"arguments-too-long", error, "The arguments of a module are longer than the kernel accepts."},
+    {"limit-value", error, "A memory limit has no usable number."},
+    {"limit-criteria", error, "A memory limit names no memory size."},
+    {"limit-none", warning, "No memory limit applies to the memory size of this terminal."},
+    {"limit-repeated", warning, "A second memory limit for the same memory size replaces the first."},
+    {"limit-small", warning, "A memory limit is smaller than any process."},
+    {"step-unknown", error, "The step of a module does not exist or is never reached."},
+    {"dependency-missing", error, "A module depends on one that is not installed."},
+    {"dependency-step", error, "A module depends on one in another step."},
+    {"dependency-cycle", error, "Modules depend on each other in a cycle."},
+    {"dependency-lost", error, "A module depends on one that cannot be started."},
+    {"program-missing", error, "A module has no program."},
+    {"program-ignored", warning, "A file in the module directory is not a regular file."},
+    {"program-unread", warning, "A program could not be read, so it was not checked."},
+    {"program-mode", error, "A program has no execute permission."},
+    {"program-format", error, "A file in the module directory is not a program."},
+    {"program-library", error, "A file in the module directory is a shared library."},
+    {"program-damaged", error, "A program is truncated or damaged."},
+    {"program-architecture", error, "A program is built for another machine."},
+    {"script-line", error, "The kernel rejects the first line of a script."},
+    {"script-line-long", warning, "Kernels before 5.1 cut the first line of a script."},
+    {"script-interpreter", error, "The interpreter of a script does not exist or cannot be executed."},
+    {"loader-missing", error, "The dynamic loader of a program does not exist or cannot be executed."},
+    {"library-missing", error, "A shared library of a program does not exist or is damaged."},
+    {"bus-name-taken", error, "Two programs need the same bus name."},
+    {"bus-name-shared", warning, "Two modules, at least one of them a script, have the same bus name."},
+    {"settings-lost", error, "\"SettingsManager\" cannot run before step 5, so the start-up fails."},
+    {"settings-missing", warning, "There is no module \"SettingsManager\"."},
+    {"platform-missing", warning, "There is no module \"Platform\", so nobody carries out a reboot request."},
+};
+static_assert(sizeof(table) / sizeof(table[0]) == std::size_t(Rule::Count), "a row for each rule");
+
+} // namespace
+
+const RuleInfo &infoOf(Rule rule)
+{
+    return table[std::size_t(rule)];
+}
+
+QString idOf(Rule rule)
+{
+    return QLatin1String(infoOf(rule).id);
+}
+
+QString textOf(Severity severity)
+{
+    switch (severity) {
+    case Severity::Error:
+        return QStringLiteral("error");
+    case Severity::Warning:
+        return QStringLiteral("warning");
+    case Severity::Note:
+        break;
+    }
+    return QStringLiteral("note");
+}

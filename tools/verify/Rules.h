@@ -1,0 +1,89 @@
+#ifndef RULES_H
+#define RULES_H
+
+#include <QString>
+
+/// Everything that the check reports. The order is that of the table in Rules.cpp and of jovctl-verify(1).
+enum class Rule {
+    ModuleDirectory,
+    PartialRoot,
+    UnknownRule,
+    ParametersUnusable,
+    ParametersLine,
+    ParametersSection,
+    ParametersMisspelt,
+    ParametersUnknown,
+    ParametersValue,
+    LogFile,
+    StepsUnusable,
+    StepIncomplete,
+    StepValue,
+    StepUnreached,
+    StepDuplicate,
+    StepLost,
+    StepOrder,
+    DefaultStep,
+    HomepageMissing,
+    HomepageLost,
+    HomepageValue,
+    HomepageRepeated,
+    StepFileValue,
+    StepFileHolds,
+    ConfigMissing,
+    ConfigUnusable,
+    ElementMisspelt,
+    AttributeMisspelt,
+    ElementMisplaced,
+    ElementRepeated,
+    ItemIgnored,
+    ItemForeign,
+    ArgumentEmpty,
+    ArgumentsTooLong,
+    LimitValue,
+    LimitCriteria,
+    LimitNone,
+    LimitRepeated,
+    LimitSmall,
+    StepUnknown,
+    DependencyMissing,
+    DependencyStep,
+    DependencyCycle,
+    DependencyLost,
+    ProgramMissing,
+    ProgramIgnored,
+    ProgramUnread,
+    ProgramMode,
+    ProgramFormat,
+    ProgramLibrary,
+    ProgramDamaged,
+    ProgramArchitecture,
+    ScriptLine,
+    ScriptLineLong,
+    ScriptInterpreter,
+    LoaderMissing,
+    LibraryMissing,
+    BusNameTaken,
+    BusNameShared,
+    SettingsLost,
+    SettingsMissing,
+    PlatformMissing,
+    Count
+};
+
+/// An error loses a module, a step or a part of the configuration. A warning marks a configuration that works but is
+/// probably not intended. A note says what was not checked.
+enum class Severity { Error, Warning, Note };
+
+struct RuleInfo
+{
+    const char *id; ///< for people and programs; never changed once it was published
+    Severity severity;
+    const char *summary;
+};
+
+[[nodiscard]] const RuleInfo &infoOf(Rule rule);
+[[nodiscard]] QString idOf(Rule rule);
+/// "error", "warning", "note": also the levels of SARIF.
+[[nodiscard]] QString textOf(Severity severity);
+
+#endif
