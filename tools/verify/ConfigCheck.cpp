@@ -164,11 +164,12 @@ void checkCeiling(const XmlElement &element, const Place &place, Findings &findi
     }
 }
 
-void checkCeilings(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings)
+ConfigLines::Limits checkCeilings(const XmlElement &root, const QString &ddrSize, const Place &place,
+                                  Findings &findings)
 {
     const XmlElement parent = root.firstChildElement(maxMemory);
     if (parent.isNull()) {
-        return;
+        return ConfigLines::Limits::None;
     }
     QStringList sizes;
     const QVector<int> lines = checkList(root, ceiling, place, findings);
@@ -194,6 +195,9 @@ void checkCeilings(const XmlElement &root, const QString &ddrSize, const Place &
                 .arg(ddrSize),
             QStringLiteral("add a %1 with this size, or correct FAB_HW_DDRSIZE in platform.ini").arg(tag(ceiling)));
     }
+    return lines.isEmpty()        ? ConfigLines::Limits::None
+        : sizes.contains(ddrSize) ? ConfigLines::Limits::OfTerminal
+                                  : ConfigLines::Limits::OfOthers;
 }
 
 } // namespace
@@ -201,9 +205,9 @@ void checkCeilings(const XmlElement &root, const QString &ddrSize, const Place &
 ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Place &place, Findings &findings)
 {
     checkRoot(root, place, findings);
-    checkCeilings(root, ddrSize, place, findings);
-    checkList(root, argument, place, findings);
     ConfigLines lines;
+    lines.limits = checkCeilings(root, ddrSize, place, findings);
+    checkList(root, argument, place, findings);
     lines.initStep = root.firstChildElement(initStep).lineNumber();
     lines.dependencies = checkList(root, dependency, place, findings);
     return lines;

@@ -6,9 +6,12 @@
 
 #include <QVector>
 
-/// The line numbers of the elements of a config.xml that other checks report on.
+/// What other checks report on: line numbers of elements of a config.xml, and its memory limits.
 struct ConfigLines
 {
+    enum class Limits { None, OfOthers, OfTerminal };
+
+    Limits limits = Limits::None; ///< for which memory sizes
     int initStep = 0;
     /// One for each dependency that the daemon reads, in the same order.
     QVector<int> dependencies;

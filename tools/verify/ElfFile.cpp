@@ -53,7 +53,7 @@ struct Segment
     quint64 memorySize;
 };
 
-QString architectureOf(const QByteArray &header, quint64 machine)
+QString architectureOf(quint64 machine, bool wide, bool bigEndian)
 {
     static const QHash<int, QString> names{
         {EM_386, QStringLiteral("x86")},          {EM_X86_64, QStringLiteral("x86-64")},
@@ -62,8 +62,8 @@ QString architectureOf(const QByteArray &header, quint64 machine)
         {EM_PPC64, QStringLiteral("PowerPC 64")}, {EM_RISCV, QStringLiteral("RISC-V")}};
     return QStringLiteral("%1, %2 bit%3")
         .arg(names.value(int(machine), QStringLiteral("machine %1").arg(machine)),
-             header.at(EI_CLASS) == ELFCLASS64 ? QStringLiteral("64") : QStringLiteral("32"),
-             header.at(EI_DATA) == ELFDATA2MSB ? QStringLiteral(", big-endian") : QString());
+             wide ? QStringLiteral("64") : QStringLiteral("32"),
+             bigEndian ? QStringLiteral(", big-endian") : QString());
 }
 
 class Reader
@@ -80,11 +80,14 @@ public:
         if (header.size() < int(sizeof(Elf32_Ehdr))) {
             return fail("the file ends in its header");
         }
-        m_wide = header.at(EI_CLASS) == ELFCLASS64;
+        // 64-bit kernels do not look at the class, but at the size of the program headers.
+        m_wide = header.at(EI_CLASS) == ELFCLASS64
+            || (header.size() == sizeof(Elf64_Ehdr)
+                && Numbers(header, true, false).number(offsetof(Elf64_Ehdr, e_phentsize), 2) == sizeof(Elf64_Phdr));
         m_bigEndian = header.at(EI_DATA) == ELFDATA2MSB;
         m_header = numbers(header);
         m_type = m_header.number(EI_NIDENT, 2);
-        m_elf.architecture = architectureOf(header, m_header.number(EI_NIDENT + 2, 2));
+        m_elf.architecture = architectureOf(m_header.number(EI_NIDENT + 2, 2), m_wide, m_bigEndian);
         if (m_type != ET_EXEC && m_type != ET_DYN) {
             return;
         }

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr qint64 largestFile = 1 << 20;
+constexpr int shortestPart = 3;
 constexpr int octal = 8;
 constexpr int largestMask = 0777;
 
@@ -146,7 +147,11 @@ private:
         if (known.contains(name)) {
             return;
         }
-        const QString meant = nearMisses(name, known).value(0);
+        QString meant = nearMisses(name, known).value(0);
+        for (const QString &one : known) {
+            const bool isPart = name.size() >= shortestPart && one.contains(name, Qt::CaseInsensitive);
+            meant = meant.isEmpty() && isPart ? one : meant;
+        }
         if (!meant.isEmpty()) {
             add(Rule::ParametersMisspelt, line, QStringLiteral("unknown %1 '%2'").arg(what, name),
                 QStringLiteral("did you mean '%1'?").arg(meant));

@@ -148,11 +148,12 @@ private:
     void checkPartialRoot()
     {
         if (m_exec.unchecked() > 0) {
-            m_findings.add(Rule::PartialRoot, {JovRoot::rooted(QStringLiteral("/")), 0, QString()},
-                           QStringLiteral("has no shell and no dynamic loader: the interpreters and libraries of %1 "
-                                          "modules were not checked")
-                               .arg(m_exec.unchecked()),
-                           QStringLiteral("check the complete root file system of the terminal"));
+            m_findings.add(
+                Rule::PartialRoot, {JovRoot::rooted(QStringLiteral("/")), 0, QString()},
+                QStringLiteral("the root has no shell and no dynamic loader, so the interpreters and libraries of %1 "
+                               "modules were not checked")
+                    .arg(m_exec.unchecked()),
+                QStringLiteral("check the complete root file system of the terminal"));
         }
     }
 

@@ -44,6 +44,7 @@ constexpr RuleInfo table[] = {
     {"limit-value", error, "A memory limit has no usable number."},
     {"limit-criteria", error, "A memory limit names no memory size."},
     {"limit-none", warning, "No memory limit applies to the memory size of this terminal."},
+    {"limits-none", error, "None of the memory limits of all modules is for the memory size of this terminal."},
     {"limit-repeated", warning, "A second memory limit for the same memory size replaces the first."},
     {"limit-small", warning, "A memory limit is smaller than any process."},
     {"step-unknown", error, "The step of a module does not exist or is never reached."},

@@ -42,6 +42,7 @@ enum class Rule {
     LimitValue,
     LimitCriteria,
     LimitNone,
+    LimitsNone,
     LimitRepeated,
     LimitSmall,
     StepUnknown,

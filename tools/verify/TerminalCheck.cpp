@@ -15,6 +15,8 @@
 #include <jov/JovLogger.h>
 #include <jov/JovRoot.h>
 
+#include <algorithm>
+
 namespace {
 
 /// The daemon checks the mandatory settings before the first step above this value.
@@ -90,6 +92,21 @@ void checkStepFile(Findings &findings)
     }
 }
 
+// One module may have a limit only for other terminals, but hardly all of them.
+void checkLimits(const InstalledModules &modules, const QString &ddrSize, Findings &findings)
+{
+    const auto count = [&](ConfigLines::Limits limits) {
+        return std::count_if(modules.begin(), modules.end(),
+                             [&](const InstalledModule &module) { return module.lines.limits == limits; });
+    };
+    if (count(ConfigLines::Limits::OfOthers) > 1 && count(ConfigLines::Limits::OfTerminal) == 0) {
+        findings.add(
+            Rule::LimitsNone, {JovRoot::rooted(QStringLiteral("/etc/JovApplication/platform.ini")), 0, {}},
+            QStringLiteral("this terminal's memory size is '%1', but no module has a memory limit for it").arg(ddrSize),
+            QStringLiteral("set FAB_HW_DDRSIZE in the section [platform]"));
+    }
+}
+
 void checkSettingsManager(const InstalledModules &modules, Findings &findings)
 {
     const QString advice = QStringLiteral("install it in a step with a value of %1 or less").arg(lastBeforeSettings);
@@ -142,6 +159,7 @@ TerminalReport checkTerminal(const QStringList &played)
     const Programs programs = checkPrograms(played, findings);
     const QString ddrSize = checkParameters(programs.names, findings);
     InstalledModules modules = checkModules(programs, hasChain ? &steps : nullptr, ddrSize, findings);
+    checkLimits(modules, ddrSize, findings);
     if (hasChain) {
         checkDependencies(modules, findings);
         checkSettingsManager(modules, findings);
