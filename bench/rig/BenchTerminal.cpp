@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -77,7 +78,13 @@ void BenchTerminal::add(const Module &module) const
     }
     write(QStringLiteral("/etc/JovApplication/module/%1/config.xml").arg(module.name),
           text + QStringLiteral("</config>\n"));
-    QFile::link(m_moduleProgram, moduleDirectory() + module.name);
+    // jovctl verify follows links inside the root.
+    const QString program = path(QStringLiteral("/usr/libexec/module"));
+    if (!QFile::exists(program)) {
+        QDir().mkpath(QFileInfo(program).path());
+        QFile::copy(m_moduleProgram, program);
+    }
+    QFile::link(QStringLiteral("../../libexec/module"), moduleDirectory() + module.name);
 }
 
 QStringList BenchTerminal::addChain(int count) const

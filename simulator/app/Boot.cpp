@@ -23,9 +23,12 @@ QString Boot::lastStep() const
 
 QStringList Boot::expected() const
 {
+    if (!isHeld()) {
+        return moduleNames(modules);
+    }
     QStringList names;
     for (const StepInfo &step : steps) {
-        names += !isHeld() || step.value <= target ? step.modules : QStringList();
+        names += step.value <= target ? step.modules : QStringList();
     }
     return names;
 }

@@ -24,6 +24,7 @@ struct Boot
     QHash<QString, Part> moduleParts;
     QHash<QString, Part> stepParts;
     bool isComplete = false;
+    bool hasHomePage = false; ///< the end of the initialisation was announced
 
     /// With the step file below `root`.
     [[nodiscard]] static Boot begin(const QString &root);
@@ -31,10 +32,12 @@ struct Boot
     [[nodiscard]] bool isHeld() const { return target < Steps::firstOwn; }
     /// The step whose end is the end of the boot; empty when the boot is held before the first step.
     [[nodiscard]] QString lastStep() const;
-    /// The modules that the boot starts.
+    /// The modules that the boot should start: all that are installed, also those that no step has.
     [[nodiscard]] QStringList expected() const;
     /// Those of them that are not running.
     [[nodiscard]] QStringList missing() const;
+    /// All modules run, and the home page is shown unless the step file holds the boot.
+    [[nodiscard]] bool isGood() const { return missing().isEmpty() && (hasHomePage || isHeld()); }
     /// The module that the supervisor is starting; empty for none.
     [[nodiscard]] QString waitingFor() const;
 };

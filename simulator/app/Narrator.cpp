@@ -115,6 +115,7 @@ void Narrator::catchUp()
     }
     showProgress();
     if (m_boot.isComplete && !wasComplete) {
+        readLists(); // with the exit codes
         m_display.noBottomLine();
         Q_EMIT bootComplete();
     }
@@ -145,7 +146,6 @@ void Narrator::readLog()
     }
 }
 
-/// The modules and steps as the supervisor has read them.
 void Narrator::readLists()
 {
     const QDBusMessage modules = m_bus.inspect(Inspect::listModules);
@@ -200,6 +200,7 @@ void Narrator::add(const TimelineEntry &entry)
     } else if (entry.event == Happened::stopAll) {
         addLine(QStringLiteral("stops everything, last step first"));
     } else if (entry.event == Happened::endOfInit) {
+        m_boot.hasHomePage = true;
         addLine(QStringLiteral("end of initialisation: the home page is shown"));
     } else if (entry.event == Happened::stepStarted || entry.event == Happened::stepDone) {
         addStep(entry);

@@ -40,6 +40,8 @@ public:
     /// Everything from here on belongs to a new boot.
     void beginBoot();
     void tell(const QString &subject, const QString &text, Colour colour = Colour::None);
+    /// Reads the modules and steps as the supervisor has them now.
+    void readLists();
     /// Shows everything that has happened so far.
     void catchUp();
 
@@ -66,7 +68,6 @@ private:
     };
 
     void readLog();
-    void readLists();
     void addNew(const TimelineList &entries);
     void forgetHeard();
     void showArchive();

@@ -15,6 +15,7 @@ namespace {
 using Colour = Display::Colour;
 
 const QString subject = QStringLiteral("simulator");
+const QString bootGroup = QStringLiteral("boot");
 
 constexpr int longestTimeout = std::numeric_limits<int>::max() / 1000; // s: what a timer can wait
 constexpr int rebootDelay = 300; // ms, in which the events that follow the request are shown
@@ -146,7 +147,7 @@ void Simulator::startDaemon()
     }
     m_daemon.setProcessChannelMode(QProcess::MergedChannels);
     m_daemon.setStandardOutputFile(m_root.at("/var/log/daemon.out"), QIODevice::Append);
-    startProcess(m_daemon, {Installation::program(program), QStringLiteral("--nodaemon")});
+    startProcess(m_daemon, {Installation::program(program), QStringLiteral("--nodaemon"), QStringLiteral("--debug")});
     if (m_options.timeout > 0) {
         m_bootLimit.start();
     }
@@ -161,6 +162,8 @@ void Simulator::daemonEnded()
             && m_daemon.exitCode() == 0);
     if (!endedWell) {
         m_status = 1;
+        m_cases.append(
+            {bootGroup, QStringLiteral("supervisor"), 0, QStringLiteral("has ended %1").arg(m_daemon.end())});
     }
     m_narrator.tell(subject,
                     (expected ? QStringLiteral("the supervisor has ended %1")
@@ -199,9 +202,7 @@ void Simulator::bootComplete()
     }
     m_state = State::Up;
     Summary::show(m_display, m_narrator.boot(), m_narrator.timeline(), m_narrator.sinceBegin());
-    if (!m_narrator.boot().missing().isEmpty()) {
-        m_status = 1;
-    }
+    judgeBoot();
     if (m_crashIsDue) {
         QTimer::singleShot(m_options.crashAfter, this, [this] {
             if (m_state == State::Up && m_crashIsDue) {
@@ -222,6 +223,17 @@ void Simulator::bootComplete()
     m_commands.setTerminalUp(true);
 }
 
+void Simulator::judgeBoot()
+{
+    m_cases = BootReport::casesOf(m_narrator.boot());
+    if (!m_narrator.boot().isGood()) {
+        m_status = 1;
+        Summary::showFailures(m_display, m_narrator.boot(), m_root.at("/var/log/daemon.out"));
+        m_display.line(m_root.isKept() ? QStringLiteral("The terminal's files and logs are in %1").arg(m_root.path())
+                                       : QStringLiteral("--root DIR keeps the terminal's files and logs in DIR"));
+    }
+}
+
 void Simulator::rebootRequested()
 {
     if (m_state == State::GoingDown || m_rebootIsDue) {
@@ -232,6 +244,7 @@ void Simulator::rebootRequested()
     m_crashIsDue = false;
     if (!isWanted) {
         m_status = 1;
+        m_cases.append({bootGroup, QStringLiteral("no reboot"), 0, QStringLiteral("the terminal was to be rebooted")});
     }
     const Then then = isWanted ? Then::Reboot : Then::End;
     QTimer::singleShot(rebootDelay, this, [this, then] { goDown(then); });
@@ -247,6 +260,10 @@ void Simulator::giveUp()
             .arg(waitingFor.isEmpty() ? QString() : QStringLiteral(" The supervisor waits for %1.").arg(waitingFor),
                  boot.missing().join(QStringLiteral(", "))),
         Colour::Bad);
+    m_narrator.readLists();
+    judgeBoot();
+    m_cases.append({bootGroup, QStringLiteral("end of the boot"), 0,
+                    QStringLiteral("not reached after %1 s").arg(m_options.timeout)});
     m_status = 1;
     goDown(Then::End);
 }

@@ -1,6 +1,7 @@
 #ifndef SIMULATOR_H
 #define SIMULATOR_H
 
+#include "app/BootReport.h"
 #include "app/Commands.h"
 #include "app/Display.h"
 #include "app/Narrator.h"
@@ -30,6 +31,8 @@ public:
 
     void begin();
     void interrupt();
+    /// Of the boot, once it has ended.
+    [[nodiscard]] const TestCases &cases() const { return m_cases; }
 
 Q_SIGNALS:
     void finished(int status);
@@ -47,6 +50,7 @@ private:
     void bootComplete();
     void rebootRequested();
     void giveUp();
+    void judgeBoot();
     void goDown(Then then);
     void killDaemon();
     void cutPower();
@@ -64,6 +68,7 @@ private:
     State m_state = State::StartingBus;
     Then m_then = Then::End;
     int m_status = 0;
+    TestCases m_cases;
     bool m_wasUp = false;
     bool m_crashIsDue = false;
     bool m_rebootIsDue = false;

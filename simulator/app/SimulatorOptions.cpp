@@ -14,9 +14,9 @@ const char description[] = "Boots a complete terminal: a private bus, the real s
                            "each module. Reads commands (\"help\" lists them); Ctrl-C stops it in order.\n"
                            "Changes nothing outside its own directory, and leaves no files or processes\n"
                            "behind.\n\n"
-                           "Exit status: 0 success; 1 a module did not start, the terminal rebooted\n"
-                           "unexpectedly with --once, or the supervisor failed; 2 wrong usage, or the\n"
-                           "terminal's files cannot be created.";
+                           "Exit status: 0 success; 1 the files have errors, a module did not start, the\n"
+                           "home page was not shown, the terminal rebooted unexpectedly with --once, or\n"
+                           "the supervisor failed; 2 wrong usage, or the terminal's files cannot be created.";
 
 [[noreturn]] void reject(const QString &text)
 {
@@ -41,6 +41,9 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     const QString terminal = QStringLiteral("terminal");
     const QString root = QStringLiteral("root");
     const QString once = QStringLiteral("once");
+    const QString force = QStringLiteral("force");
+    const QString strict = QStringLiteral("strict");
+    const QString junit = QStringLiteral("junit");
     const QString crash = QStringLiteral("crash");
     const QString after = QStringLiteral("after");
     const QString timeout = QStringLiteral("timeout");
@@ -54,6 +57,9 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     parser.addOptions({
         help,
         {once, QStringLiteral("Boot, show the summary, stop, exit.")},
+        {force, QStringLiteral("Boot even if the check of the files (jovctl verify) finds errors.")},
+        {strict, QStringLiteral("Treat the warnings of that check as errors.")},
+        {junit, QStringLiteral("With --once: write the results to FILE, as JUnit XML."), QStringLiteral("FILE")},
         {crash, QStringLiteral("Crash the module NAME when the terminal has booted."), QStringLiteral("NAME")},
         {after, QStringLiteral("Time from the end of the boot to the crash, in milliseconds (default: 2000)."),
          milliseconds},
@@ -83,6 +89,12 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     options.terminal = parser.value(terminal);
     options.root = parser.value(root);
     options.once = parser.isSet(once);
+    options.force = parser.isSet(force);
+    options.strict = parser.isSet(strict);
+    options.junit = parser.value(junit);
+    if (!options.junit.isEmpty() && !options.once) {
+        reject(QStringLiteral("--junit needs --once"));
+    }
     options.crash = parser.value(crash);
     options.crashAfter = number(parser, after, options.crashAfter);
     options.timeout = number(parser, timeout, options.once ? timeoutOfOnce : 0);

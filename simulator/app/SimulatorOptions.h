@@ -10,6 +10,9 @@ struct SimulatorOptions
     QString terminal; ///< a directory, or the name of one that comes with the simulator; empty for the default one
     QString root; ///< empty for a temporary one
     bool once = false;
+    bool force = false; ///< boot in spite of errors in the files
+    bool strict = false; ///< warnings about the files are errors
+    QString junit; ///< the file for the results of --once; empty for none
     QString crash; ///< the module to crash; empty for none
     int crashAfter = 2000; ///< ms after the end of the boot
     int timeout = 0; ///< s; 0 for no limit

@@ -1,14 +1,19 @@
 #include "app/Summary.h"
 
+#include "app/BootReport.h"
 #include "client/BootTables.h"
 #include "client/Units.h"
 #include "contract/Components.h"
+
+#include <QFile>
 
 namespace {
 
 using Colour = Display::Colour;
 
 constexpr int slowestShown = 3;
+constexpr int lastLines = 8;
+constexpr qint64 mostOutput = 4096;
 
 void showOutcome(Display &display, const Boot &boot, const QString &duration)
 {
@@ -49,6 +54,26 @@ void Summary::show(Display &display, const Boot &boot, const TimelineList &timel
         slowest << QStringLiteral("%1 %2").arg(module.name, Units::duration(module.duration()));
     }
     display.line(QStringLiteral("\n  slowest: %1\n").arg(slowest.join(QStringLiteral(", "))));
+}
+
+void Summary::showFailures(Display &display, const Boot &boot, const QString &output)
+{
+    const TestCases cases = BootReport::casesOf(boot);
+    for (const TestCase &one : cases) {
+        if (!one.failure.isEmpty()) {
+            display.line(QStringLiteral("  %1: %2").arg(one.name, one.failure), Colour::Bad);
+        }
+    }
+    QFile file(output);
+    if (!file.open(QIODevice::ReadOnly) || file.size() == 0) {
+        return;
+    }
+    file.seek(qMax(qint64(0), file.size() - mostOutput));
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    display.line(QStringLiteral("  The last lines of %1, from all modules:").arg(output));
+    for (const QString &line : lines.mid(qMax(0, lines.size() - lastLines))) {
+        display.line(QStringLiteral("    ") + Console::printable(line));
+    }
 }
 
 void Summary::showWhatNext(Display &display, const Boot &boot, bool hasPrompt)

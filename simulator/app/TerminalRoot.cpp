@@ -2,10 +2,13 @@
 
 #include "app/Installation.h"
 #include "bus/PrivateBus.h"
+#include "client/NearMiss.h"
 #include "components/SettingsFile.h"
+#include "contract/Components.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QUuid>
@@ -35,6 +38,13 @@ cp "$picture" "$(dirname "$0")/../../run/framebuffer.jpg"
 exec dbus-send --system --type=signal /simulator com.velmora.Jovara.Simulator.PictureShown \
     string:screen string:"shows ${picture##*/}"
 )";
+
+QString playerOf(const QString &module)
+{
+    return module == Components::platform       ? QStringLiteral("platform-component")
+        : module == Components::settingsManager ? QStringLiteral("settings-component")
+                                                : QStringLiteral("sample-module");
+}
 
 QString writeFile(const QString &path, const QByteArray &text)
 {
@@ -82,8 +92,9 @@ QString TerminalRoot::open(const QString &wanted)
         }
         m_path = folder.path();
     }
-    for (const char *folder : {"/run", "/usr/lib/JovApplication", "/usr/bin/JovApplication", "/sbin",
-                               "/etc/JovApplication", "/var/log", "/log", "/data/core", "/tmp"}) {
+    for (const char *folder :
+         {"/run", "/usr/lib/JovApplication", "/usr/libexec/jov-simulator", "/usr/bin/JovApplication", "/sbin",
+          "/etc/JovApplication", "/var/log", "/log", "/data/core", "/tmp"}) {
         if (!QDir().mkpath(at(folder))) {
             return QStringLiteral("cannot create %1").arg(at(folder));
         }
@@ -100,18 +111,42 @@ QString TerminalRoot::open(const QString &wanted)
 
 QString TerminalRoot::fill(const QString &terminal)
 {
-    QString folder = terminal;
-    if (terminal.isEmpty() || !QDir(folder).exists()) {
-        folder = Installation::terminal(terminal);
+    QString fault = findSet(terminal);
+    if (fault.isEmpty() && !m_filled) {
+        fault = copyTree(m_set, m_path);
     }
-    if (!QDir(folder).exists()) {
-        return QStringLiteral("%1: no such directory").arg(terminal);
-    }
-    QString fault = m_filled ? QString() : copyTree(folder, m_path);
     if (fault.isEmpty()) {
         fault = writeFiles();
     }
-    return fault.isEmpty() ? linkPrograms(folder) : fault;
+    return fault.isEmpty() ? installPrograms() : fault;
+}
+
+QString TerminalRoot::findSet(const QString &terminal)
+{
+    m_set = terminal;
+    if (terminal.isEmpty() || (!terminal.contains(QLatin1Char('/')) && !QDir(terminal).exists())) {
+        m_set = Installation::terminal(terminal);
+    }
+    QDir folder(m_set);
+    if (!folder.exists()) {
+        // The first part of the path that does not exist is the wrong one.
+        QString name;
+        for (folder.setPath(QDir::cleanPath(QDir(terminal).absolutePath())); !folder.exists();
+             folder.setPath(QFileInfo(folder.path()).path())) {
+            name = folder.dirName();
+        }
+        return QStringLiteral("%1: no such directory: %2 has no '%3'%4")
+            .arg(terminal, folder.path(), name,
+                 spellingHint(name, folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot)));
+    }
+    return folder.exists(QStringLiteral("etc/JovApplication/module"))
+        ? QString()
+        : QStringLiteral("%1 is not the root directory of a terminal: it has no etc/JovApplication/module").arg(m_set);
+}
+
+QString TerminalRoot::inSet(const QString &text) const
+{
+    return m_kept ? text : QString(text).replace(m_path + QLatin1Char('/'), QDir::cleanPath(m_set) + QLatin1Char('/'));
 }
 
 QString TerminalRoot::daemonLog() const
@@ -146,33 +181,51 @@ QString TerminalRoot::writeFiles() const
     return {};
 }
 
-QString TerminalRoot::linkPrograms(const QString &terminal) const
+QString TerminalRoot::installPrograms()
 {
     QSettings list(at("/modules.ini"), QSettings::IniFormat);
     list.beginGroup(QStringLiteral("modules"));
     QStringList names = list.childKeys();
+    const int listed = names.size();
     const QDir configurations(at("/etc/JovApplication/module"));
     for (const QString &name : configurations.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         if (!names.contains(name) && configurations.exists(name + QStringLiteral("/config.xml"))) {
             names.append(name);
         }
     }
-    for (const QString &name : qAsConst(names)) {
-        const QString module = at("/usr/lib/JovApplication/") + name;
-        const QString player = list.value(name, QStringLiteral("sample-module")).toString();
-        if (QFile::exists(module) && !QFileInfo(module).isSymLink()) {
+    const QDir modules(at("/usr/lib/JovApplication"));
+    for (int i = 0; i < names.size(); ++i) {
+        const QString &name = names.at(i);
+        // A link is the set's own, unless an earlier run has created it.
+        const QString target = QFile::symLinkTarget(modules.filePath(name));
+        const bool isOurs = i < listed || target.contains(QLatin1String("/libexec/jov-simulator/"));
+        if (target.isEmpty() ? modules.exists(name) : !isOurs) {
             continue;
         }
-        const bool isPath = player.contains(QLatin1Char('/'));
-        const QString program = isPath ? QDir(terminal).absoluteFilePath(player) : Installation::program(player);
-        if (!QFileInfo(program).isExecutable()) {
-            return QStringLiteral("%1, the program of module %2, does not exist or is not executable")
-                .arg(program, name);
-        }
-        QFile::remove(module);
-        if (!QFile::link(program, module)) {
-            return QStringLiteral("cannot create %1").arg(module);
+        m_played << name;
+        m_standIns += i < listed ? QStringList() : QStringList(name);
+        const QString fault = install(name, list.value(name, playerOf(name)).toString());
+        if (!fault.isEmpty()) {
+            return fault;
         }
     }
     return {};
+}
+
+// The programs of the simulator are copied: a link out of the root would be broken on a terminal.
+QString TerminalRoot::install(const QString &name, const QString &player) const
+{
+    const QString module = at("/usr/lib/JovApplication/") + name;
+    const bool isPath = player.contains(QLatin1Char('/'));
+    const QString program = isPath ? QDir(m_set).absoluteFilePath(player) : Installation::program(player);
+    if (!QFileInfo(program).isExecutable()) {
+        return QStringLiteral("%1, the program of module %2, does not exist or is not executable").arg(program, name);
+    }
+    const QString copy = at("/usr/libexec/jov-simulator/") + player;
+    if (!isPath && !QFile::exists(copy) && !QFile::copy(program, copy)) {
+        return QStringLiteral("cannot create %1").arg(copy);
+    }
+    QFile::remove(module);
+    const QString target = isPath ? program : QStringLiteral("../../libexec/jov-simulator/") + player;
+    return QFile::link(target, module) ? QString() : QStringLiteral("cannot create %1").arg(module);
 }

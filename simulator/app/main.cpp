@@ -1,7 +1,9 @@
+#include "app/Gate.h"
 #include "app/Guard.h"
 #include "app/Simulator.h"
 #include "app/SimulatorOptions.h"
 #include "app/TerminalRoot.h"
+#include "client/Console.h"
 #include "client/Interrupt.h"
 
 #include <QCoreApplication>
@@ -19,14 +21,43 @@ int complain(const QString &text)
     return 2;
 }
 
+/// Shows the results of the check. False if the terminal must not boot.
+bool passes(const Gate &gate, const SimulatorOptions &options)
+{
+    for (const QString &line : gate.lines()) {
+        Console::writeLine(line);
+    }
+    if (!gate.isPassed() && !options.force) {
+        Console::writeLine(QStringLiteral("The terminal is not booted: fix the files, or use --force."));
+    }
+    Console::flush();
+    return gate.isPassed() || options.force;
+}
+
+/// 1 if the results cannot be written.
+int report(const SimulatorOptions &options, const TestCases &cases)
+{
+    if (options.junit.isEmpty() || BootReport::writeJunit(options.junit, cases)) {
+        return 0;
+    }
+    complain(QStringLiteral("cannot write %1").arg(options.junit));
+    return 1;
+}
+
 int simulate(const SimulatorOptions &options, const TerminalRoot &root)
 {
+    const Gate gate(root, options.strict);
+    if (!passes(gate, options)) {
+        report(options, gate.cases());
+        return 1;
+    }
     Interrupt interrupt;
     Simulator simulator(options, root);
     QObject::connect(&interrupt, &Interrupt::raised, &simulator, &Simulator::interrupt);
     QObject::connect(&simulator, &Simulator::finished, qApp, [](int status) { QCoreApplication::exit(status); });
     QTimer::singleShot(0, &simulator, &Simulator::begin);
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    return qMax(status, report(options, gate.cases() + simulator.cases()));
 }
 
 } // namespace

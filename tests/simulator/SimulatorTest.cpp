@@ -127,25 +127,40 @@ private Q_SLOTS:
 
     void faultyTerminal_data()
     {
-        columns<QString, QString, QString>("argument", "dependency", "complaint");
+        columns<QString, QString, QStringList, QString>("argument", "dependency", "options", "complaint");
         const QString fine = "fine"_s;
-        row("never ready", "--never-ready"_s, fine, "waits for odd. Not running: odd"_s);
-        row("ends at once", "--exit-after=0"_s, fine, "Not running: odd"_s);
-        row("crashes, and again after each reboot", "--crash-signal=ABRT"_s, fine,
+        const QStringList none;
+        row("never ready", "--never-ready"_s, fine, none,
+            "waits for odd. Not running: odd|odd: has not announced that it is ready"_s);
+        row("ends at once", "--exit-after=0"_s, fine, none, "Not running: odd|odd: ended with exit code 0"_s);
+        row("crashes, and again after each reboot", "--crash-signal=ABRT"_s, fine, none,
             "emergency: Terminal will reboot now: odd crashed"_s);
-        row("the supervisor refuses the files", QString(), "missing"_s, "has ended unexpectedly, with status 1"_s);
+        row("the files have errors", QString(), "missing"_s, none, "[dependency-missing]|is not booted"_s);
+        row("the supervisor refuses the files", QString(), "missing"_s, QStringList("--force"_s),
+            "has ended unexpectedly, with status 1"_s);
+        row("warnings are errors", QString(), fine, QStringList("--strict"_s), "[settings-missing]|is not booted"_s);
+        row("no home page", "home"_s, fine, QStringList("--force"_s),
+            "All 2 modules are up|the home page was never shown"_s);
     }
 
     void faultyTerminal()
     {
         QFETCH(QString, argument);
         QFETCH(QString, dependency);
+        QFETCH(QStringList, options);
         QFETCH(QString, complaint);
         const RootDir files;
-        writeTerminal(files, argument, dependency);
-        Run run({"--once"_s, "--timeout"_s, "4"_s, "--terminal"_s, files.path()});
+        writeTerminal(files, argument == "home"_s ? QString() : argument, dependency);
+        if (argument == "home"_s) {
+            const QString steps = "/etc/JovApplication/module/ApplicationManager/initStep.xml"_s;
+            files.write(steps, files.read(steps).replace("true", "false"));
+        }
+        const QString results = files.path("/results.xml"_s);
+        Run run(QStringList{"--once"_s, "--timeout"_s, "4"_s, "--terminal"_s, files.path(), "--junit"_s, results}
+                + options);
         QCOMPARE(run.end(), 1);
-        QVERIFY2(run.output().contains(complaint), qPrintable(run.output()));
+        QVERIFY2(isInOrder(complaint, run.output()), qPrintable(run.output()));
+        QVERIFY2(files.read("/results.xml"_s).contains("<failure"), qPrintable(run.output()));
         QVERIFY(run.leftNoFiles());
     }
 
@@ -221,11 +236,12 @@ private Q_SLOTS:
         const QStringList arguments = {"--once"_s, "--root"_s, kept.filePath("root"_s)};
         QCOMPARE(Run(arguments + QStringList{"--terminal"_s, files.path()}).end(), 0);
         QVERIFY(QFile::remove(kept.filePath("root/etc/JovApplication/module/odd/config.xml"_s)));
-        Run again(arguments);
+        Run again(arguments + QStringList{"--force"_s});
         QCOMPARE(again.end(), 0);
         QVERIFY2(again.output().contains("(default) added to list"_s), qPrintable(again.output()));
         // A folder with anything else in it is left alone.
         QCOMPARE(Run({"--once"_s, "--root"_s, kept.path()}).end(), 2);
+        QCOMPARE(Run({"--once"_s, "--terminal"_s, kept.path()}).end(), 2);
         QCOMPARE(QDir(kept.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"root"_s});
     }
 

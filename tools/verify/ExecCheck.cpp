@@ -174,7 +174,7 @@ std::optional<ExecCheck::Fault> ExecCheck::checkLoader(const ElfFile &elf)
     return {};
 }
 
-std::optional<ExecCheck::Fault> ExecCheck::checkScript(QByteArray head, int level)
+std::optional<ExecCheck::Fault> ExecCheck::checkScript(const QByteArray &head, int level)
 {
     const QString advice = QStringLiteral("begin a script with a line such as \"#!/bin/sh\"");
     const bool isWhole = head.size() < lineSize - 2;

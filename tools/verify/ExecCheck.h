@@ -40,7 +40,7 @@ private:
     [[nodiscard]] std::optional<Fault> checkLevel(const RootFile &program, int level);
     [[nodiscard]] std::optional<Fault> checkElf(const RootFile &program, QIODevice &file);
     [[nodiscard]] std::optional<Fault> checkLoader(const ElfFile &elf);
-    [[nodiscard]] std::optional<Fault> checkScript(QByteArray head, int level);
+    [[nodiscard]] std::optional<Fault> checkScript(const QByteArray &head, int level);
     [[nodiscard]] std::optional<Fault> checkInterpreter(const QByteArray &path, int level);
     [[nodiscard]] std::optional<Fault> checkCommand(const QByteArray &argument, int level);
     [[nodiscard]] bool isOfSystem(const QByteArray &path);

@@ -18,6 +18,8 @@ QString coloured(Severity severity)
     return Console::coloured(textOf(severity), colours[int(severity)]);
 }
 
+} // namespace
+
 QString textOf(const Finding &finding)
 {
     QString text = Console::printable(finding.place.file);
@@ -32,8 +34,6 @@ QString textOf(const Finding &finding)
         + QStringLiteral("%1 [%2]\n    %3\n")
               .arg(Console::printable(finding.message), idOf(finding.rule), Console::printable(finding.advice));
 }
-
-} // namespace
 
 QString textOf(const TerminalReport &report)
 {

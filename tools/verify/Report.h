@@ -4,7 +4,10 @@
 #include <QJsonObject>
 #include <QString>
 
+struct Finding;
 struct TerminalReport;
+
+[[nodiscard]] QString textOf(const Finding &finding);
 
 /// For people: "FILE:LINE: error: MODULE: WHAT [RULE]", then a line with the fix; the counts at the end.
 [[nodiscard]] QString textOf(const TerminalReport &report);
