@@ -159,7 +159,7 @@ private:
                 if (segment.fileSize < 2 || segment.fileSize > PATH_MAX || !m_elf.loader.endsWith('\0')) {
                     fail("the path of its dynamic loader is damaged");
                 }
-                m_elf.loader = m_elf.loader.constData();
+                m_elf.loader.truncate(int(qstrlen(m_elf.loader.constData())));
             }
         }
     }

@@ -181,7 +181,7 @@ std::optional<ExecCheck::Fault> ExecCheck::checkScript(const QByteArray &head, i
     const int end = head.indexOf('\n');
     // The kernel sees zeros behind a short file, and takes the path only if it sees where that ends.
     QByteArray line = withoutLeading(end >= 0 ? head.left(end) : head);
-    line = line.constData();
+    line.truncate(int(qstrlen(line.constData())));
     while (!line.isEmpty() && blanks.contains(line.at(line.size() - 1))) {
         line.chop(1);
     }
