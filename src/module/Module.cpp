@@ -90,29 +90,40 @@ bool Module::start()
         Log::error("[Module] start %1 ret false (state= %2)", name, stateText(getState()));
         return false;
     }
+    return begin() && await();
+}
+
+bool Module::canBegin() const
+{
+    return getState() == ModuleState::Stopped && !m_startPending && !m_context.state.startsRefused()
+        && isPreviousReaped();
+}
+
+bool Module::begin()
+{
     m_context.bus.notifyEvent(Events::initMessage,
-                              {{Events::message, QStringLiteral("Starting application %1").arg(name)}});
+                              {{Events::message, QStringLiteral("Starting application %1").arg(getName())}});
     setState(ModuleState::Starting);
-    if (!launch()) {
-        return false;
-    }
-    return waitUntilStarted();
+    return launch();
 }
 
 // A module has one process: a killed one that is not reaped yet is still it, and its end must not be taken for
-// the end of the next.
+// the end of the next. One of an earlier list of modules can still be held, too.
+bool Module::isPreviousReaped() const
+{
+    return !m_process.isRunning() && !ChildReaper::instance().holds(getName());
+}
+
 bool Module::waitForPreviousProcess()
 {
-    // One of an earlier list of modules can still be held, too.
-    const auto reaped = [this] { return !m_process.isRunning() && !ChildReaper::instance().holds(getName()); };
-    if (reaped()) {
+    if (isPreviousReaped()) {
         return true;
     }
     m_startPending = true;
     const quint64 generation = m_context.state.stopGeneration();
     m_context.state.waits().waitUntil(
-        [&] { return reaped() || !m_startPending || m_context.state.stopGeneration() != generation; });
-    const bool goOn = m_startPending && reaped() && getState() == ModuleState::Stopped
+        [&] { return isPreviousReaped() || !m_startPending || m_context.state.stopGeneration() != generation; });
+    const bool goOn = m_startPending && isPreviousReaped() && getState() == ModuleState::Stopped
         && !m_context.state.startsRefused() && m_context.state.stopGeneration() == generation;
     m_startPending = false;
     return goOn;
@@ -155,7 +166,7 @@ bool Module::launch()
     return true;
 }
 
-bool Module::waitUntilStarted()
+bool Module::await()
 {
     const QString name = getName();
     const quint64 run = m_run;

@@ -52,6 +52,12 @@ public:
 
     /// Starts the process and waits, without a limit, until it has announced the end of its initialisation: true then.
     bool start();
+    /// Whether begin() can launch it now: it is stopped, its previous process is reaped, and nothing refuses starts.
+    [[nodiscard]] bool canBegin() const;
+    /// The first half of start(), without a wait: launches the process. False when it could not be launched.
+    bool begin();
+    /// The second half: waits for the announcement, or the end, of the process that begin() has launched.
+    bool await();
     /// Asks the process to end, kills it when it does not. False when it had to be killed.
     bool stop();
 
@@ -74,9 +80,9 @@ private:
     void processFailed(QProcess::ProcessError error) override { slot_error(error); }
     void processFinished(int code, QProcess::ExitStatus status) override { slot_finished(code, status); }
     [[nodiscard]] bool isWebClient() const;
+    [[nodiscard]] bool isPreviousReaped() const;
     bool waitForPreviousProcess();
     bool launch();
-    bool waitUntilStarted();
     bool waitState(std::initializer_list<ModuleState> states, int timeout);
     void killAsOurOwnDoing();
     /// What is written down of a crash before the terminal reboots.
