@@ -11,6 +11,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /**
  * One installed application: what travels on the bus (ApplicationConfig), and what the supervisor alone needs to start
  * and watch it. The copy that is handed out is the ApplicationConfig part; nothing added here leaves the process.
@@ -32,6 +34,14 @@ public:
     /// The applications that start before this one.
     [[nodiscard]] QStringList getDependencies() const { return m_dependencies; }
     void setDependencies(const QStringList &dependencies) { m_dependencies = dependencies; }
+
+    /// Present when it may be launched before its step begins.
+    struct Early
+    {
+        QStringList after; ///< the modules that must run first
+    };
+    [[nodiscard]] std::optional<Early> getEarly() const { return m_early; }
+    void setEarly(const std::optional<Early> &early) { m_early = early; }
 
     /// The name of the step in which it starts.
     [[nodiscard]] QString getInitStep() const { return m_initStep; }
@@ -62,6 +72,7 @@ private:
     QString m_or;
     QStringList m_extraArgs;
     QStringList m_dependencies;
+    std::optional<Early> m_early;
     QString m_initStep;
     bool m_needUpgrade = false;
     MemoryCeiling m_maxMemory;

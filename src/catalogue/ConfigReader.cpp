@@ -4,6 +4,8 @@
 #include "catalogue/XmlFile.h"
 #include "contract/Steps.h"
 
+#include <QRegularExpression>
+
 namespace {
 
 struct Config
@@ -12,6 +14,7 @@ struct Config
     QString initStep = Steps::defaultName;
     MemoryCeiling maxMemory;
     QStringList dependencies;
+    std::optional<ApplicationRecord::Early> early;
     QStringList extraArgs;
 };
 
@@ -53,6 +56,16 @@ QStringList listOf(const XmlElement &parent, const QString &tag)
     return list;
 }
 
+// "display store": names between the white space of XML, which is less than that of Unicode.
+std::optional<ApplicationRecord::Early> earlyOf(const XmlElement &element)
+{
+    if (element.isNull()) {
+        return std::nullopt;
+    }
+    static const QRegularExpression whiteSpace(QStringLiteral("[ \\t\\r\\n]+"));
+    return ApplicationRecord::Early{element.attribute(QStringLiteral("after")).split(whiteSpace, Qt::SkipEmptyParts)};
+}
+
 // The last match wins.
 MemoryCeiling ceilingOf(const XmlElement &maxMemory, const QString &ddrSize)
 {
@@ -73,6 +86,7 @@ Config configOf(const XmlElement &root, const QString &ddrSize)
     config.initStep = textOf(root, QStringLiteral("initStep"), config.initStep);
     config.maxMemory = ceilingOf(root.firstChildElement(QStringLiteral("maxMemory")), ddrSize);
     config.dependencies = listOf(root.firstChildElement(QStringLiteral("dependencies")), QStringLiteral("dependency"));
+    config.early = earlyOf(root.firstChildElement(QStringLiteral("early")));
     config.extraArgs = listOf(root.firstChildElement(QStringLiteral("extra_args")), QStringLiteral("arg"));
     return config;
 }
@@ -102,5 +116,6 @@ void readConfig(ApplicationRecord &record, const XmlFile &file, const QString &d
     record.setInitStep(config.initStep);
     record.setMaxMemory(config.maxMemory);
     record.setDependencies(config.dependencies);
+    record.setEarly(config.early);
     record.setExtraArgs(config.extraArgs);
 }

@@ -3,6 +3,7 @@
 #include "catalogue/ApplicationRecord.h"
 #include "catalogue/Saturated.h"
 #include "initstep/Forest.h"
+#include "initstep/LaunchAhead.h"
 #include "initstep/StartWalk.h"
 #include "initstep/StopWalk.h"
 #include "supervision/SupervisionObserver.h"
@@ -52,15 +53,11 @@ int InitStep::startAll(const StartContext &context)
         context.homePage.starting();
     }
     context.observer.noteStepStarted(m_name);
-    StartWalk walk(*this, context.state);
-    qint64 count = 0;
-    for (Module *root : qAsConst(roots)) {
-        Log::debug("root Elem %1", root->getName());
-        if (context.state.startFailed()) {
-            break;
-        }
-        count += walk.start(*root);
+    if (m_parallel) {
+        context.ahead.beginStep(*this);
     }
+    const qint64 count = startForest(context.state);
+    context.ahead.endStep(*this);
     if (context.state.startFailed()) {
         Log::debug("[initStep.start all] interrupted because stopping");
         return saturated(count);
@@ -74,6 +71,20 @@ int InitStep::startAll(const StartContext &context)
     return saturated(count);
 }
 
+qint64 InitStep::startForest(const SupervisionState &state)
+{
+    StartWalk walk(*this, state);
+    qint64 count = 0;
+    for (Module *root : qAsConst(roots)) {
+        Log::debug("root Elem %1", root->getName());
+        if (state.startFailed()) {
+            break;
+        }
+        count += walk.start(*root);
+    }
+    return count;
+}
+
 bool InitStep::startApplication(const QString &name)
 {
     Module *node = nodes[name].get();
@@ -85,7 +96,7 @@ bool InitStep::startApplication(const QString &name)
     return true;
 }
 
-bool InitStep::canStart(const Module &node) const
+bool InitStep::canStart(const Module &node, bool inWalk) const
 {
     // On the production line modules are tried one by one, without what they depend on.
     if (qEnvironmentVariableIsSet("INDUSTRIAL_APPMODE")) {
@@ -94,7 +105,8 @@ bool InitStep::canStart(const Module &node) const
     bool allRunning = true;
     const Application::Map parents = node.getParents();
     for (const Application *parent : parents) {
-        if (parent->getState() != ModuleState::Running) {
+        const bool launchedAhead = inWalk && static_cast<const Module *>(parent)->isBegunAhead();
+        if (parent->getState() != ModuleState::Running || launchedAhead) {
             Log::warning("[InitStep]Cannot be started: %1 because of %2", node.getName(), parent->getName());
             allRunning = false;
         }

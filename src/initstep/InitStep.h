@@ -11,6 +11,7 @@
 #include <memory>
 
 class ApplicationRecord;
+class LaunchAhead;
 class SupervisionObserver;
 class SupervisionState;
 
@@ -32,6 +33,7 @@ struct StartContext
     const SupervisionState &state;
     SupervisionObserver &observer;
     HomePage &homePage;
+    LaunchAhead &ahead;
 };
 
 /**
@@ -59,6 +61,9 @@ public:
     [[nodiscard]] QString getName() const { return m_name; }
     [[nodiscard]] int getValue() const { return m_value; }
     [[nodiscard]] bool getShowHomepage() const { return m_showHomepage; }
+    /// Its modules may be launched as soon as their dependencies run, ahead of the walk.
+    [[nodiscard]] bool isParallel() const { return m_parallel; }
+    void setParallel(bool parallel) { m_parallel = parallel; }
     [[nodiscard]] InitStep *getPrev() const { return m_prev; }
     void setPrev(InitStep *step) { m_prev = step; }
     [[nodiscard]] InitStep *getNext() const { return m_next; }
@@ -75,8 +80,9 @@ public:
     /// With dependents: the following steps and everything below the module are stopped first.
     bool stopApplication(const QString &name, bool withDependents);
 
-    /// Whether all parents of the node run; says for each one that does not.
-    [[nodiscard]] bool canStart(const Module &node) const;
+    /// Whether all parents of the node run; warns of each one that does not. For a walk, a parent that was launched
+    /// ahead does not run until the walk has arrived at it: so counts and warnings do not depend on how fast it starts.
+    [[nodiscard]] bool canStart(const Module &node, bool inWalk = false) const;
 
     QMap<QString, ApplicationRecord *> applications;
     /// An entry may hold nothing: looking up an unknown name leaves one.
@@ -84,11 +90,13 @@ public:
     QList<Module *> roots;
 
 private:
+    qint64 startForest(const SupervisionState &state);
     qint64 stopForest();
 
     const QString m_name;
     const int m_value;
     const bool m_showHomepage;
+    bool m_parallel = false;
     InitStep *m_prev = nullptr;
     InitStep *m_next = nullptr;
 };

@@ -12,8 +12,16 @@
 
 namespace {
 
+const QString parallelAttribute = QStringLiteral("parallel");
+
+bool isTrue(const QString &text)
+{
+    return text == QLatin1String("true");
+}
+
 bool readSteps(InitStepChain &chain, const XmlElement &root)
 {
+    const QString parallel = root.attribute(parallelAttribute);
     bool hasDefault = false;
     for (XmlElement element = root.firstChildElement(QStringLiteral("step")); !element.isNull();
          element = element.nextSiblingElement(QStringLiteral("step"))) {
@@ -22,8 +30,12 @@ bool readSteps(InitStepChain &chain, const XmlElement &root)
         }
         const QString name = element.attribute(QStringLiteral("name"));
         const int value = element.attribute(QStringLiteral("value")).toInt();
-        const bool showHomepage = element.attribute(QStringLiteral("show_homepage")) == QLatin1String("true");
-        hasDefault |= chain.addStep(name, value, showHomepage) && name == Steps::defaultName;
+        const bool showHomepage = isTrue(element.attribute(QStringLiteral("show_homepage")));
+        InitStep *step = chain.addStep(name, value, showHomepage);
+        if (step) {
+            step->setParallel(isTrue(element.attribute(parallelAttribute, parallel)));
+            hasDefault |= name == Steps::defaultName;
+        }
     }
     return hasDefault;
 }
@@ -69,6 +81,8 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
 void addSteps(InitStepChain &chain, const XmlElement &root)
 {
     if (!readSteps(chain, root)) {
-        chain.addStep(Steps::defaultName, defaultStepValue(chain), false);
+        if (InitStep *step = chain.addStep(Steps::defaultName, defaultStepValue(chain), false)) {
+            step->setParallel(isTrue(root.attribute(parallelAttribute)));
+        }
     }
 }

@@ -10,11 +10,12 @@ class XmlElement;
  * Reads `/etc/JovApplication/module/MODULENAME/initStep.xml` into the chain:
  *
  *     <initStep>
- *         <step name="infra" value="1"/>
+ *         <step name="infra" value="1" parallel="true"/>
  *         <step name="desk" value="6" show_homepage="true"/>
  *     </initStep>
  *
  * Modules that name no step go into the step "default", which is added after the last one when the file has none.
+ * `parallel` on the root element is the default of all steps.
  * False, with the chain empty, when the file is missing, unreadable, not parsable or has another root element.
  */
 [[nodiscard]] bool parseInitStep(InitStepChain &chain, const QString &moduleName);

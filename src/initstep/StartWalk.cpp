@@ -35,11 +35,18 @@ qint64 StartWalk::start(Module &node)
 
 qint64 StartWalk::visit(Module &node)
 {
-    if (node.getState() == ModuleState::Running || !node.isModule()) {
+    const bool runs = node.getState() == ModuleState::Running && !node.isBegunAhead();
+    if (runs || !node.isModule()) {
         return startSons(node);
     }
-    if (!m_step.startApplication(node.getName())) {
+    if (!m_step.canStart(node, true)) {
         return 0;
+    }
+    // What came of it shows in the module's state.
+    if (node.isBegunAhead()) {
+        node.await();
+    } else {
+        node.start();
     }
     if (node.getState() == ModuleState::Running) {
         ++m_started;

@@ -15,5 +15,7 @@ qint64 StopWalk::stop(Module &node)
     if (node.isModule() && node.getState() != ModuleState::Stopped && node.stop()) {
         ++count;
     }
+    // One that was launched ahead and had ended is for the next walk to start.
+    node.settleAhead();
     return count;
 }

@@ -19,11 +19,12 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
     , m_bus(*this)
     , m_reboot(m_bus, m_state, timing.reboot)
     , m_blackBox([this] { return m_progression.currentStep(); })
+    , m_launchAhead(m_state, m_inventory.catalogue(), m_inventory.steps())
     , m_control(m_state, m_inventory, m_journal, m_startContext)
     , m_watchdog(m_bus, m_control, m_inventory.catalogue(), m_procReader, timing.watchdog)
     , m_settings(m_bus, m_watchdog)
     , m_endOfInit(m_state, m_bus, m_journal, m_settings, m_watchdog)
-    , m_startContext{m_state, m_journal, m_endOfInit}
+    , m_startContext{m_state, m_journal, m_endOfInit, m_launchAhead}
     , m_mandatorySettings(m_state, m_bus, m_journal, m_inventory.catalogue())
     , m_progression(m_state, m_bus, m_inventory.steps(), m_startContext, m_mandatorySettings, m_parentReport)
     , m_restarts(m_state, *this)
@@ -34,7 +35,7 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
 ApplicationManager::~ApplicationManager()
 {
     m_blackBox.noteEnd();
-    m_inventory.clear();
+    clearAllLists();
 }
 
 bool ApplicationManager::check()
@@ -100,6 +101,12 @@ bool ApplicationManager::stop()
         clearAllLists();
     }
     return true;
+}
+
+void ApplicationManager::clearAllLists()
+{
+    m_launchAhead.clear();
+    m_inventory.clear();
 }
 
 void ApplicationManager::beginStart()

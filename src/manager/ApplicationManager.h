@@ -2,6 +2,7 @@
 #define APPLICATION_MANAGER_H
 
 #include "history/BlackBox.h"
+#include "initstep/LaunchAhead.h"
 #include "manager/ComponentBus.h"
 #include "manager/ControlOperations.h"
 #include "manager/EndOfInit.h"
@@ -81,7 +82,7 @@ public Q_SLOTS:
 private:
     // RestartSteps.
     void stopEverything() override { stopAll(); }
-    void clearAllLists() override { m_inventory.clear(); }
+    void clearAllLists() override;
     void beginStart() override;
     [[nodiscard]] bool buildAll() override;
     void startEverything() override { startAll(); }
@@ -98,6 +99,7 @@ private:
     ParentReport m_parentReport;
     ProcReader m_procReader;
     Inventory m_inventory;
+    LaunchAhead m_launchAhead;
     ControlOperations m_control;
     MemoryWatchdog m_watchdog;
     SettingsAccess m_settings;

@@ -1,15 +1,22 @@
 #include "manager/ControlOperations.h"
 
 #include "catalogue/Saturated.h"
+#include "initstep/LaunchAhead.h"
 #include "manager/Inventory.h"
 #include "manager/Journal.h"
 #include "supervision/SupervisionState.h"
 
 #include <jov/Log.h>
 
+#include <limits>
+
 int ControlOperations::startAll()
 {
     Log::debug("startAll");
+    constexpr int lowest = std::numeric_limits<int>::min();
+    constexpr int highest = std::numeric_limits<int>::max();
+    LaunchAhead::Walk walk(m_context.ahead, lowest, highest);
+    walk.allowUpTo(highest);
     qint64 count = 0;
     for (InitStep *step = m_inventory.steps().firstStep; step; step = step->getNext()) {
         Log::debug("Starting step %1", step->getName());
@@ -26,6 +33,7 @@ int ControlOperations::stopAll()
 {
     Log::debug("stopAll");
     m_state.beginStop();
+    m_context.ahead.clear();
     m_journal.noteStopAll();
     int count = 0;
     for (InitStep *step = m_inventory.steps().last(); step; step = step->getPrev()) {
@@ -61,6 +69,8 @@ bool ControlOperations::startModule(const QString &moduleName)
 bool ControlOperations::stopModule(const QString &moduleName)
 {
     Log::debug("stopModule %1", moduleName);
+    // It stops the later steps, too, and nothing may be launched there meanwhile.
+    m_context.ahead.clear();
     InitStep *step = m_inventory.getInitStepOfModule(moduleName);
     return step && step->stopApplication(moduleName, true);
 }

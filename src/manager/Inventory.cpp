@@ -1,5 +1,6 @@
 #include "manager/Inventory.h"
 
+#include "initstep/EarlyMistakes.h"
 #include "initstep/InitStepFile.h"
 
 #include <jov/Log.h>
@@ -34,6 +35,7 @@ bool Inventory::build(const QString &ownName, const ModuleContext &context)
             return false;
         }
     }
+    warnOfEarlyMistakes(m_catalogue);
     return true;
 }
 

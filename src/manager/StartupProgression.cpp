@@ -3,6 +3,7 @@
 #include "contract/Events.h"
 #include "contract/Steps.h"
 #include "initstep/InitStepChain.h"
+#include "initstep/LaunchAhead.h"
 #include "manager/MandatorySettings.h"
 #include "manager/ParentReport.h"
 #include "supervision/BusAccess.h"
@@ -83,6 +84,8 @@ std::optional<int> StartupProgression::nextTarget()
 
 bool StartupProgression::pass(int from, int target)
 {
+    LaunchAhead::Walk walk(m_context.ahead, from, target);
+    walk.allowUpTo(m_mandatorySettings.isDone() ? target : qMin(target, Steps::firstOwn - 1));
     for (qint64 number = from; number <= target; number = following(int(number), target)) {
         const int n = int(number);
         m_currentStep = n;
@@ -95,6 +98,7 @@ bool StartupProgression::pass(int from, int target)
         }
         if (!m_mandatorySettings.isDone() && n >= Steps::firstOwn) {
             m_mandatorySettings.check();
+            walk.allowUpTo(target);
         }
         if (InitStep *step = m_steps.getStepByValue(n)) {
             step->startAll(m_context);

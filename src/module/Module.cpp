@@ -79,6 +79,7 @@ void Module::setState(ModuleState state)
     Application::setState(state);
     if (old != state) {
         m_context.observer.noteState(getName(), old, state);
+        Q_EMIT changed();
     }
 }
 
@@ -90,6 +91,7 @@ bool Module::start()
         Log::error("[Module] start %1 ret false (state= %2)", name, stateText(getState()));
         return false;
     }
+    settleAhead();
     return begin() && await();
 }
 
@@ -105,6 +107,23 @@ bool Module::begin()
                               {{Events::message, QStringLiteral("Starting application %1").arg(getName())}});
     setState(ModuleState::Starting);
     return launch();
+}
+
+bool Module::beginAhead()
+{
+    settleAhead();
+    m_ahead = Ahead::Launched;
+    if (!begin()) {
+        m_ahead = Ahead::NotLaunched;
+    }
+    return m_ahead == Ahead::Launched;
+}
+
+void Module::settleAhead()
+{
+    if (std::exchange(m_ahead, Ahead::No) == Ahead::Launched) {
+        startResult();
+    }
 }
 
 // A module has one process: a killed one that is not reaped yet is still it, and its end must not be taken for
@@ -168,6 +187,9 @@ bool Module::launch()
 
 bool Module::await()
 {
+    if (std::exchange(m_ahead, Ahead::No) == Ahead::NotLaunched) {
+        return false;
+    }
     const QString name = getName();
     const quint64 run = m_run;
     const WaitReport report(name, m_process.processId(), m_context.state.limits().waitReport);
@@ -182,11 +204,16 @@ bool Module::await()
         setState(ModuleState::Stopped);
         return false;
     }
+    return startResult();
+}
+
+bool Module::startResult() const
+{
     if (getState() == ModuleState::Stopped) {
-        Log::error("[Module] start %1 ret false [stopped] state= %2)", name, stateText(getState()));
+        Log::error("[Module] start %1 ret false [stopped] state= %2)", getName(), stateText(getState()));
         return false;
     }
-    Log::debug("[Module] start %1 ret true state= %2)", name, stateText(getState()));
+    Log::debug("[Module] start %1 ret true state= %2)", getName(), stateText(getState()));
     return true;
 }
 
@@ -213,7 +240,11 @@ bool Module::stop()
         killAsOurOwnDoing();
         Log::error("[Module] stopped %1 ret false [during start] (state= %2)", name, stateText(state));
         setState(ModuleState::Stopped);
+        settleAhead();
         return false;
+    }
+    if (state == ModuleState::Running) {
+        settleAhead();
     }
     setState(ModuleState::Stopping);
     m_startTimer.restart();
@@ -234,6 +265,7 @@ bool Module::stop()
         Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", name, stateText(getState()));
         setState(ModuleState::Stopped);
     }
+    settleAhead();
     Log::info("[Module] stop %1 done in %2 ms", name, m_startTimer.elapsed());
     return stopped;
 }
@@ -337,6 +369,9 @@ void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)
     setStatus(getExitCodeInString(code));
     m_context.observer.noteExit(name, code, exitStatus == QProcess::CrashExit);
     setState(ModuleState::Stopped);
+    if (state == ModuleState::Stopped) {
+        Q_EMIT changed();
+    }
     m_killedWithEverything = m_killedWithEverything && crashed;
     if (crashed) {
         Q_EMIT sig_crashed();

@@ -58,6 +58,12 @@ public:
     bool begin();
     /// The second half: waits for the announcement, or the end, of the process that begin() has launched.
     bool await();
+    /// begin() before the walk has arrived here. The walk, or a stop that comes first, takes the result.
+    bool beginAhead();
+    /// The result of beginAhead() is not taken yet.
+    [[nodiscard]] bool isBegunAhead() const { return m_ahead != Ahead::No; }
+    /// Takes the result for a stop.
+    void settleAhead();
     /// Asks the process to end, kills it when it does not. False when it had to be killed.
     bool stop();
 
@@ -75,14 +81,19 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void sig_crashed();
+    /// Its state has changed, or its process was reaped.
+    void changed();
 
 private:
+    enum class Ahead { No, Launched, NotLaunched };
+
     void processFailed(QProcess::ProcessError error) override { slot_error(error); }
     void processFinished(int code, QProcess::ExitStatus status) override { slot_finished(code, status); }
     [[nodiscard]] bool isWebClient() const;
     [[nodiscard]] bool isPreviousReaped() const;
     bool waitForPreviousProcess();
     bool launch();
+    bool startResult() const;
     bool waitState(std::initializer_list<ModuleState> states, int timeout);
     void killAsOurOwnDoing();
     /// What is written down of a crash before the terminal reboots.
@@ -93,6 +104,7 @@ private:
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
     std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one
     quint64 m_run = 0; ///< counts launches
+    Ahead m_ahead = Ahead::No; ///< what beginAhead() has done, until somebody takes the result
     bool m_startPending = false; ///< a start waits for the previous process to be reaped
     bool m_killedOnStop = false; ///< killed after a stop's time-out, and not ended yet
     bool m_stopTimedOut = false; ///< the crash that is answered is that kill

@@ -4,6 +4,8 @@
 
 #include <jov/Log.h>
 
+#include <limits>
+
 namespace {
 
 constexpr int longestFallback = 7 * 24 * 3600;
@@ -57,5 +59,7 @@ Parameters Parameters::read(const QMap<QString, QString> &section)
     parameters.historySize = number(section, QStringLiteral("history_size"), 10, smallestHistory, largestHistory)
                                  .value_or(parameters.historySize);
     parameters.moduleOutput = outputOf(section);
+    parameters.launchesAhead = number(section, QStringLiteral("launches_ahead"), 10, 1, std::numeric_limits<int>::max())
+                                   .value_or(parameters.launchesAhead);
     return parameters;
 }

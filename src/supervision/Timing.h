@@ -14,6 +14,7 @@ struct ModuleLimits
     int presentation = 45000; ///< from the web client's end of initialisation to its presentation
     int waitReport = 30000; ///< until the log says which module a start waits for; then twice that, and so on
     int archive = 10000; ///< of the logs after a crash, and the reboot command, until it is killed
+    int launchAhead = 5000; ///< how long a launch ahead of the walk counts against the limit of such launches
 };
 
 /// The clocks of the memory watchdog.

@@ -84,6 +84,22 @@ private Q_SLOTS:
         QTEST(namesAfter(terminal, "Trying to stop module "_s), "stopped");
     }
 
+    // The log has the launches in their order; everything else is as one after the other.
+    void ahead()
+    {
+        Terminal terminal("step one 1 parallel\nstep two 2\nD one <C,B\nB one <A\nC one <A\nA one\nX one\n"
+                          "E two\nF two @X --ready-after=20\nG two <F @");
+        QVERIFY(terminal.boot());
+        const QStringList order = launched(terminal).split(u' ');
+        QCOMPARE(order.mid(0, 2).join(u' '), "A X"_s);
+        QVERIFY(order.indexOf("F"_s) < order.indexOf("E"_s));
+        QCOMPARE(terminal.logCount(" ret true state= RUNNING"_s), 8);
+        QCOMPARE(namesAfter(terminal, "Cannot be started: "_s), "D"_s);
+        QCOMPARE(terminal.call("startAll"_s), "5"_s);
+        QCOMPARE(terminal.end(SIGTERM), 0);
+        QCOMPARE(namesAfter(terminal, "Trying to stop module "_s), "E G F D B C A X"_s);
+    }
+
     void process()
     {
         Terminal terminal("step one 1\nfoo one -a --ready-after=5 -b");

@@ -81,6 +81,14 @@ private Q_SLOTS:
             QByteArray("<step name=\"a\" value=\"1\" show_homepage=\"True\"/>"
                        "<step name=\"b\" value=\"2\" show_homepage=\"true\"/>"),
             "a=1 b=2! default=5", "default", "");
+        row("parallel",
+            QByteArray("<step name=\"a\" value=\"1\" parallel=\"True\"/>"
+                       "<step name=\"b\" value=\"2\" parallel=\"true\"/>"),
+            "a=1 b=2| default=5", "default", "");
+        row("parallel by default",
+            QByteArray(" parallel=\"true\"><step name=\"a\" value=\"1\"/>"
+                       "<step name=\"b\" value=\"2\" parallel=\"\"/>"),
+            "a=1| b=2 default=5|", "default", "");
     }
 
     void chain()
@@ -90,15 +98,15 @@ private Q_SLOTS:
         QFETCH(QString, last);
         QFETCH(QString, line);
         m_root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s,
-                     "<initStep>" + elements + "</initStep>");
+                     (elements.startsWith(' ') ? "<initStep" : "<initStep>") + elements + "</initStep>");
         InitStepChain steps;
         QVERIFY(parseInitStep(steps, manager));
         QStringList found;
         QSet<int> values;
         for (const InitStep *step = steps.firstStep; step; step = step->getNext()) {
-            found << "%1=%2%3"_s.arg(step->getName())
+            found << "%1=%2%3%4"_s.arg(step->getName())
                          .arg(step->getValue())
-                         .arg(step->getShowHomepage() ? "!"_s : QString());
+                         .arg(step->getShowHomepage() ? "!"_s : QString(), step->isParallel() ? "|"_s : QString());
             values << step->getValue();
         }
         QCOMPARE(found.join(u' '), chain);

@@ -114,21 +114,25 @@ private Q_SLOTS:
 
     void parameters_data()
     {
-        columns<QString, int>("umask", "mask");
-        row("octal", "022", 18);
-        row("largest", "777", 511);
-        row("none", "0", 0);
-        row("too large", "1000", -1);
-        row("no octal number", "28", -1);
-        row("negative", "-1", -1);
-        row("empty", "", -1);
+        columns<QString, int, int>("text", "mask", "ahead");
+        row("octal", "022", 18, 22);
+        row("largest", "777", 511, 777);
+        row("none", "0", 0, -1);
+        row("too large", "1000", -1, 1000);
+        row("no octal number", " 28", -1, 28);
+        row("negative", "-1", -1, -1);
+        row("empty", "", -1, -1);
+        row("beyond", "2147483648", -1, -1);
     }
 
     void parameters()
     {
-        QFETCH(QString, umask);
-        const Parameters parameters = Parameters::read({{"module_umask"_s, umask}});
+        QFETCH(QString, text);
+        QFETCH(int, ahead);
+        const Parameters parameters = Parameters::read({{"module_umask"_s, text}, {"launches_ahead"_s, text}});
         QTEST(parameters.moduleUmask ? int(*parameters.moduleUmask) : -1, "mask");
+        QCOMPARE(parameters.launchesAhead, ahead > 0 ? ahead : Parameters().launchesAhead);
+        QCOMPARE(m_root.log().filter("warning platform.ini: launches_ahead"_s).size(), ahead > 0 ? 0 : 1);
         QCOMPARE(m_root.log().filter("warning platform.ini: module_umask"_s).size(), parameters.moduleUmask ? 0 : 1);
         QVERIFY(!Parameters::read({}).moduleUmask);
     }

@@ -50,9 +50,7 @@ public:
     }
 
     StepObserver observed;
-    const StartContext context{state, observed, *this};
-    Catalogue catalogue;
-    InitStepChain steps;
+    const StartContext context{state, observed, *this, launchAhead};
     ParentReport report;
     MandatorySettings settings{state, bus, observer, catalogue};
     StartupProgression progression{state, bus, steps, context, settings, report};

@@ -1,7 +1,9 @@
 #ifndef FAKE_SUPERVISION_H
 #define FAKE_SUPERVISION_H
 
-#include "initstep/InitStep.h"
+#include "catalogue/Catalogue.h"
+#include "initstep/InitStepChain.h"
+#include "initstep/LaunchAhead.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "supervision/BusAccess.h"
 #include "supervision/RebootRequest.h"
@@ -85,7 +87,10 @@ public:
         bus, state, {std::chrono::milliseconds(10), std::chrono::milliseconds(50), std::chrono::milliseconds(100)}};
 
     [[nodiscard]] ModuleContext moduleContext() { return {state, bus, observer, *this, reboot}; }
-    const StartContext startContext{state, observer, *this};
+    Catalogue catalogue;
+    InitStepChain steps;
+    LaunchAhead launchAhead{state, catalogue, steps};
+    const StartContext startContext{state, observer, *this, launchAhead};
 
     void stopManager() override { bus.calls << "stopManager"_s; }
     bool stopModule(const QString &name) override

@@ -76,12 +76,16 @@ void Terminal::layOut(const QString &description)
         const QString first = words.takeFirst();
         const QString second = words.takeFirst();
         if (first == "step"_s) {
-            const bool home = words.value(1) == "home"_s;
-            steps += "<step name=\"%1\" value=\"%2\"%3/>"_s.arg(second, words.value(0),
-                                                                home ? " show_homepage=\"true\""_s : QString());
+            steps += "<step name=\"%1\" value=\"%2\" show_homepage=\"%3\" parallel=\"%4\"/>"_s.arg(
+                second, words.value(0), QVariant(words.contains("home"_s)).toString(),
+                QVariant(words.contains("parallel"_s)).toString());
         } else {
             const bool depends = words.value(0).startsWith(u'<');
-            addModule(first, second, depends ? words.takeFirst().mid(1).split(u',') : QStringList(), words);
+            const QStringList dependencies = depends ? words.takeFirst().mid(1).split(u',') : QStringList();
+            const QString early = words.value(0).startsWith(u'@')
+                ? "<early after=\"%1\"/>"_s.arg(words.takeFirst().mid(1).replace(u',', u' '))
+                : QString();
+            addModule(first, second, dependencies, words, early);
         }
     }
     root.write(configDirectory + manager + "/initStep.xml"_s, "<initStep>%1</initStep>"_s.arg(steps).toUtf8());
@@ -92,13 +96,13 @@ void Terminal::layOut(const QString &description)
 }
 
 void Terminal::addModule(const QString &name, const QString &step, const QStringList &dependencies,
-                         const QStringList &arguments)
+                         const QStringList &arguments, const QString &early)
 {
     m_configs.insert(name,
-                     "<config><initStep>%1</initStep><dependencies>%2</dependencies>"
+                     "<config><initStep>%1</initStep><dependencies>%2</dependencies>%5"
                      "<extra_args>%3%4</extra_args></config>"_s.arg(step.toHtmlEscaped(),
                                                                     elements("dependency"_s, dependencies),
-                                                                    elements("arg"_s, arguments), "%1"_s));
+                                                                    elements("arg"_s, arguments), "%1"_s, early));
     addArguments(name, {});
     root.link(moduleDirectory + name, QStringLiteral(SAMPLE_MODULE));
 }

@@ -21,8 +21,8 @@
  *
  * It is described by lines, a step or a module each; every module is a sample module that plays what its arguments say:
  *
- *     step NAME VALUE [home]
- *     MODULE STEP [<DEPENDENCY,DEPENDENCY...] [ARGUMENT...]
+ *     step NAME VALUE [home] [parallel]
+ *     MODULE STEP [<DEPENDENCY,DEPENDENCY...] [@MODULE,MODULE...] [ARGUMENT...]
  *
  * The files can be changed before start(). The destructor ends the daemon when it still runs; the program fails when
  * that has left a process behind. Waits poll with the event loop turning, 15 s at most.
@@ -50,8 +50,9 @@ public:
     }
     /// A variable for the daemon; before start().
     void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
+    /// `early` is further XML of its description.
     void addModule(const QString &name, const QString &step, const QStringList &dependencies = {},
-                   const QStringList &arguments = {});
+                   const QStringList &arguments = {}, const QString &early = {});
 
     /// The module's arguments: those of the description, and these instead of any given here before.
     void addArguments(const QString &name, const QStringList &arguments);

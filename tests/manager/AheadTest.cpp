@@ -1,0 +1,270 @@
+#include "catalogue/ApplicationRecord.h"
+#include "contract/Events.h"
+#include "manager/ControlOperations.h"
+#include "manager/Inventory.h"
+#include "manager/Journal.h"
+#include "manager/MandatorySettings.h"
+#include "manager/ParentReport.h"
+#include "manager/StartupProgression.h"
+#include "module/ChildReaper.h"
+#include "support/DataTable.h"
+#include "support/FakeSupervision.h"
+#include "support/RootDir.h"
+
+#include <jov/JovEvent.h>
+
+#include <QDir>
+#include <QTimer>
+
+namespace {
+
+const QString folder = "/etc/JovApplication/module/"_s;
+
+ModuleLimits shortLimits()
+{
+    ModuleLimits limits;
+    limits.stop = 300;
+    limits.stopWithEverything = 50;
+    limits.launchAhead = 50;
+    return limits;
+}
+
+/**
+ * A terminal from a text: "1 A B<A | 5p C~D D! E@A" has the step 1 and the parallel step 5; B depends on A, C announces
+ * itself when D is launched, D ends at once, and E is early after A. The others announce themselves at once.
+ */
+class Boot : public FakeSupervision
+{
+public:
+    Boot(const RootDir &rootDir, const QString &text, bool ahead = true, int limit = 100)
+        : FakeSupervision(shortLimits())
+        , root(rootDir)
+    {
+        Parameters parameters;
+        parameters.launchesAhead = limit;
+        state.setParameters(parameters);
+        state.beginStart();
+        ChildReaper::instance().waitForGivenUp(5000); // Those of the boot before: a start would wait for them.
+        QDir(root.path("/usr/lib/JovApplication"_s)).removeRecursively();
+        root.keepLog();
+        QByteArray xml;
+        for (const QString &step : text.split(" | "_s)) {
+            QStringList words = step.split(u' ');
+            const QString value = words.takeFirst();
+            xml += "<step name=\"s%1\" value=\"%1\" parallel=\"%2\"/>"_s.arg(QString(value).remove(u'p'))
+                       .arg(ahead && value.endsWith(u'p') ? "true"_s : "True"_s)
+                       .toUtf8();
+            for (const QString &word : qAsConst(words)) {
+                addModule(word, "s"_s + QString(value).remove(u'p'), ahead);
+            }
+        }
+        root.write(folder + "ApplicationManager/initStep.xml"_s, "<initStep>" + xml + "</initStep>");
+        bus.onEvent = [this](const QString &event) { answer(event); };
+        isBuilt = inventory.build("ApplicationManager"_s, moduleContext());
+    }
+
+    const RootDir &root;
+    Inventory inventory;
+    LaunchAhead launches{state, inventory.catalogue(), inventory.steps()};
+    Journal journal;
+    const StartContext context{state, journal, *this, launches};
+    ControlOperations control{state, inventory, journal, context};
+    ParentReport report;
+    MandatorySettings settings{state, bus, inventory.catalogue()};
+    StartupProgression progression{state, bus, inventory.steps(), context, settings, report};
+    QStringList launched; ///< and "?" where the mandatory settings are checked
+    std::function<void(const QString &)> onLaunch = [](const QString &) {};
+    bool isBuilt = false;
+
+    Module *module(const QString &name) { return inventory.getInitStepOfModule(name)->nodes[name].get(); }
+    [[nodiscard]] QString states()
+    {
+        QStringList states;
+        for (const auto &[name, record] : inventory.catalogue().applicationMap) {
+            if (record) {
+                states << name + u'=' + record->getState().left(4);
+            }
+        }
+        return states.join(u' ');
+    }
+    /// What a walk logs: the results and the warnings.
+    [[nodiscard]] QStringList lines() const
+    {
+        return root.log().filter(QRegularExpression(" ret |Cannot be started|launch error|not managed"_s));
+    }
+
+private:
+    void addModule(const QString &word, const QString &step, bool ahead)
+    {
+        static const QRegularExpression form("^(\\w+)(!?)(?:~(\\w+))?(?:<([\\w,]+))?(?:@([\\w,]*))?$"_s);
+        const QRegularExpressionMatch parts = form.match(word);
+        const QString name = parts.captured(1);
+        QString config = "<config><initStep>%1</initStep><dependencies>"_s.arg(step);
+        for (const QString &dependency : parts.captured(4).split(u',', Qt::SkipEmptyParts)) {
+            config += "<dependency>%1</dependency>"_s.arg(dependency);
+        }
+        config += "</dependencies>"_s;
+        if (ahead && word.contains(u'@')) {
+            config += "<early after=\"%1\"/><early after=\"-\"/>"_s.arg(parts.captured(5).replace(u',', "\t&#10;"_s));
+        }
+        root.write(folder + name + "/config.xml"_s, (config + "</config>"_s).toUtf8());
+        const bool fails = !parts.captured(2).isEmpty();
+        root.writeScript("/usr/lib/JovApplication/"_s + name, fails ? "exit 3" : "exec sleep 1000");
+        if (!fails) {
+            m_announces.insert(name, ahead ? parts.captured(3) : QString());
+        }
+    }
+
+    void answer(const QString &event)
+    {
+        if (event == Events::checkMandatorySettings) {
+            launched << "?"_s;
+            const JovEvent succeeded(QString(), {{Events::reboot, false}});
+            QTimer::singleShot(20, &settings, [=] { settings.checkMandatorySettingsSuccess(succeeded); });
+        }
+        if (event != Events::initMessage || !bus.events.last().contains("Starting application "_s)) {
+            return;
+        }
+        const QString name = bus.events.last().section(u' ', -1);
+        launched << name;
+        onLaunch(name);
+        for (auto module = m_announces.begin(); module != m_announces.end();) {
+            const bool announces = module.value().isEmpty() ? module.key() == name : module.value() == name;
+            if (announces) {
+                QTimer::singleShot(0, this->module(module.key()), &Module::slot_endOfInit);
+            }
+            ++module;
+        }
+    }
+
+    QMap<QString, QString> m_announces; ///< when which other module is launched
+};
+
+} // namespace
+
+class AheadTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void graphs_data()
+    {
+        columns<QString, int, int, QString, QString, QString>("terminal", "target", "limit", "oneByOne", "ahead",
+                                                              "states");
+        row("diamond", "5p A B<A C<A D<B,C", 0, 9, "A B C D", "A B C D", "A=RUNN B=RUNN C=RUNN D=RUNN");
+        row("diamond, below it", "5p A B~C<A C<A D<B,C E<D", 0, 9, "A B C D E", "A B C D E",
+            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN");
+        row("ladder", "5p A B C<A,B D<A,B E<C,D F<C,D", 0, 9, "A B C D E F", "A B C D E F",
+            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN F=RUNN");
+        row("wide", "5p A~D B~C C D", 0, 9, "A B C D", "A B C D", "A=RUNN B=RUNN C=RUNN D=RUNN");
+        row("two components", "5p A~E B<A D E<D", 0, 9, "A B D E", "A D E B", "A=RUNN B=RUNN D=RUNN E=RUNN");
+        row("limited", "5p A~F B<A D~G E F G", 0, 2, "A B D E F G", "A D E F B G",
+            "A=RUNN B=RUNN D=RUNN E=RUNN F=RUNN G=RUNN");
+        row("failing root", "5p A! B<A C D<B,C | 6 E", 0, 9, "A C E", "A C E", "A=STOP B=STOP C=RUNN D=STOP E=RUNN");
+        row("failing son", "5p A~C B!<A C D<A,B", 0, 9, "A B C", "A C B", "A=RUNN B=STOP C=RUNN D=STOP");
+        row("slow middle holds its dependents alone", "5p A B~E<A C<B D E<D", 0, 9, "A B C D E", "A D B E C",
+            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN");
+        row("a step holds the next", "5p A~B B | 6p C", 0, 9, "A B C", "A B C", "A=RUNN B=RUNN C=RUNN");
+        row("early at once", "5 A~D B | 6 C D@", 0, 9, "A B C D", "A D B C", "A=RUNN B=RUNN C=RUNN D=RUNN");
+        row("early after another step", "5 A B~D | 6 C D@A", 0, 9, "A B C D", "A D B C", "A=RUNN B=RUNN C=RUNN D=RUNN");
+        row("early with dependencies", "5 A B~E | 6 D@ E<D@A", 0, 9, "A B D E", "A D E B",
+            "A=RUNN B=RUNN D=RUNN E=RUNN");
+        row("early that fails", "5 A~D B | 6 C D!@ E<D", 0, 9, "A B C D", "A D B C",
+            "A=RUNN B=RUNN C=RUNN D=STOP E=STOP");
+        row("early in a parallel step", "5 A~C B | 6p C@ D@C E", 0, 9, "A B C D E", "A C D B E",
+            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN");
+        row("early after nobody", "5 A~D | 6 D@X", 0, 9, "A D", "A D", "A=RUNN D=RUNN");
+        row("early circle", "5 A | 6 D@E E@D F@F", 0, 9, "A D E F", "A D E F", "A=RUNN D=RUNN E=RUNN F=RUNN");
+        row("into a held boot", "1 A B | 3 C@ | 4 D@", 3, 9, "A B C", "A C B", "A=RUNN B=RUNN C=RUNN D=STOP");
+        row("not before the mandatory settings", "1 SettingsManager B | 4 C@ | 6 D@ E@", 999, 9,
+            "B SettingsManager C ? D E", "B C SettingsManager ? D E",
+            "B=RUNN C=RUNN D=RUNN E=RUNN SettingsManager=RUNN");
+    }
+
+    // The order of the launches differs. Counts, lines and states are the same.
+    void graphs()
+    {
+        QFETCH(QString, terminal);
+        QFETCH(int, target);
+        QFETCH(int, limit);
+        int counts[] = {0, 0};
+        QStringList lines[2];
+        for (const int ahead : {0, 1}) {
+            Boot boot(m_root, terminal, ahead > 0, limit);
+            QVERIFY(boot.isBuilt);
+            if (target > 0) {
+                boot.progression.begin(target);
+            } else {
+                counts[ahead] = boot.control.startAll();
+            }
+            QTEST(boot.launched.join(u' '), ahead ? "ahead" : "oneByOne");
+            QTEST(boot.states(), "states");
+            lines[ahead] = boot.lines();
+        }
+        QCOMPARE(counts[1], counts[0]);
+        QCOMPARE(lines[1], lines[0]);
+    }
+
+    void mistakes_data()
+    {
+        columns<QString, QString>("terminal", "warning");
+        row("not installed", "5 A | 6 D@X,A", "warning Module D : early after 'X', which is not installed");
+        row("circle of two", "5 A | 6 D@E E@D", "warning Module D : early in a circle : D;E;D");
+        row("of itself", "5 A@A", "warning Module A : early in a circle : A;A");
+        row("through dependencies", "5 C B<C A<B@ C2@D D@E E@C2 | 6 F@A",
+            "warning Module C2 : early in a circle : C2;D;E;C2");
+        row("against a dependency", "5 A@B B<A | 6 C@B", "warning Module A : early in a circle : A;B;A");
+        row("none", "5 A B<A C@A D<C@A,B | 6 E@D,C", "");
+    }
+
+    void mistakes()
+    {
+        QFETCH(QString, terminal);
+        QFETCH(QString, warning);
+        Boot boot(m_root, terminal);
+        QVERIFY(boot.isBuilt);
+        QCOMPARE(m_root.log().filter(" : early "_s), warning.isEmpty() ? QStringList() : QStringList{warning});
+    }
+
+    // It holds the end of its step, but not the launches: it counts for a limited time. Only walks take it over.
+    void hangingModule()
+    {
+        Boot boot(m_root, "5p A~Z B~Z C D"_s, true, 1);
+        boot.onLaunch = [&](const QString &name) {
+            if (name == "D"_s) {
+                QTimer::singleShot(0, &boot.progression, [&] {
+                    QVERIFY(boot.control.startModule("B"_s));
+                    QCOMPARE(m_root.log().filter("start B ret false (state= STARTING)"_s).size(), 1);
+                    boot.control.stopAll();
+                });
+            }
+        };
+        QCOMPARE(boot.control.startAll(), 1);
+        QCOMPARE(boot.launched.join(u' '), "A B C D"_s);
+    }
+
+    // Modules under way are killed as starting ones are, nothing is launched any more, and a restart may again.
+    void stopOfEverything()
+    {
+        Boot boot(m_root, "5p A B~Z C~Z D<A E! | 6 F@A"_s);
+        boot.onLaunch = [&](const QString &name) {
+            if (name == "C"_s && boot.launched.size() == 3) {
+                QTimer::singleShot(0, &boot.progression, [&] { boot.control.stopAll(); });
+            }
+        };
+        QCOMPARE(boot.control.startAll(), 1);
+        QCOMPARE(boot.launched.join(u' '), "A B C E"_s);
+        QTRY_COMPARE(boot.states(), "A=STOP B=STOP C=STOP D=STOP E=STOP F=STOP"_s);
+        for (const QString &name : {"B"_s, "C"_s}) {
+            QCOMPARE(m_root.log().filter("[Module] stopped %1 ret false [during start]"_s.arg(name)).size(), 1);
+            QCOMPARE(m_root.log().filter("[Module] start %1 ret false [stopped]"_s.arg(name)).size(), 1);
+        }
+    }
+
+private:
+    RootDir m_root;
+};
+
+QTEST_GUILESS_MAIN(AheadTest)
+
+#include "AheadTest.moc"
