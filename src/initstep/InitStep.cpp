@@ -133,7 +133,7 @@ qint64 InitStep::stopForest()
     Log::debug("[InitStep] StoppingAll init step %1", m_name);
     QElapsedTimer timer;
     timer.start();
-    StopWalk walk;
+    StopWalk walk(m_parallel ? roots : QList<Module *>());
     qint64 count = 0;
     for (Module *root : qAsConst(roots)) {
         Log::debug("root Elem %1", root->getName());
@@ -156,6 +156,6 @@ bool InitStep::stopApplication(const QString &name, bool withDependents)
     if (m_next) {
         m_next->stopAll(true);
     }
-    StopWalk().stop(*node);
+    StopWalk(m_parallel ? QList<Module *>{node} : QList<Module *>()).stop(*node);
     return true;
 }

@@ -12,10 +12,18 @@ qint64 StopWalk::stop(Module &node)
             count += stop(static_cast<Module &>(*son));
         }
     }
-    if (node.isModule() && node.getState() != ModuleState::Stopped && node.stop()) {
+    if (stopNode(node)) {
         ++count;
     }
     // One that was launched ahead and had ended is for the next walk to start.
     node.settleAhead();
     return count;
+}
+
+bool StopWalk::stopNode(Module &node)
+{
+    if (m_ahead.take(node)) {
+        return node.awaitStop(node.stopTimeLeft());
+    }
+    return node.isModule() && node.getState() != ModuleState::Stopped && node.stop();
 }

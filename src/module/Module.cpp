@@ -77,6 +77,9 @@ void Module::setState(ModuleState state)
 {
     const ModuleState old = getState();
     Application::setState(state);
+    if (old == ModuleState::Stopping) {
+        m_stopTime = m_startTimer.elapsed();
+    }
     if (old != state) {
         m_context.observer.noteState(getName(), old, state);
         Q_EMIT changed();
@@ -243,31 +246,70 @@ bool Module::stop()
         settleAhead();
         return false;
     }
-    if (state == ModuleState::Running) {
+    return awaitStop(beginStop());
+}
+
+int Module::beginStop()
+{
+    const QString name = getName();
+    if (getState() == ModuleState::Running) {
         settleAhead();
     }
     setState(ModuleState::Stopping);
     m_startTimer.restart();
-    const quint64 run = m_run;
+    m_stoppedRun = m_run;
+    m_stopExpired = false;
     Log::info("Trying to stop module %1", name);
     m_context.bus.notifyEvent(Events::stopOf(name));
     if (!m_process.isRunning()) {
         // Somebody else's announcement had made it "RUNNING": there is nothing that could end.
         setState(ModuleState::Stopped);
     }
+    return stopLimit();
+}
+
+int Module::stopLimit() const
+{
     const ModuleLimits &limits = m_context.state.limits();
-    const int limit = m_context.state.startFailed() ? limits.stopWithEverything : limits.stop;
-    const bool stopped = waitState({ModuleState::Stopped}, limit) || m_run != run;
+    return m_context.state.startFailed() ? limits.stopWithEverything : limits.stop;
+}
+
+int Module::stopTimeLeft() const
+{
+    return int(qMax(stopLimit() - m_startTimer.elapsed(), qint64(1)));
+}
+
+bool Module::awaitStop(int limit)
+{
+    const quint64 run = m_stoppedRun;
+    const bool ended = waitState({ModuleState::Stopped}, limit) || m_run != run;
+    const bool stopped = ended && !(m_stopExpired && m_stoppedRun == run);
     if (!stopped) {
-        m_killedOnStop = m_process.isRunning();
-        m_killedWithEverything = m_killedOnStop && m_context.state.startFailed();
-        m_process.kill();
-        Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", name, stateText(getState()));
-        setState(ModuleState::Stopped);
+        const ModuleState state = ended ? ModuleState::Stopping : getState();
+        Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", getName(), stateText(state));
+    }
+    if (!ended) {
+        killAfterLimit();
     }
     settleAhead();
-    Log::info("[Module] stop %1 done in %2 ms", name, m_startTimer.elapsed());
+    Log::info("[Module] stop %1 done in %2 ms", getName(), m_stopTime);
     return stopped;
+}
+
+void Module::expireStop()
+{
+    if (getState() == ModuleState::Stopping && m_run == m_stoppedRun) {
+        m_stopExpired = true;
+        killAfterLimit();
+    }
+}
+
+void Module::killAfterLimit()
+{
+    m_killedOnStop = m_process.isRunning();
+    m_killedWithEverything = m_killedOnStop && m_context.state.startFailed();
+    m_process.kill();
+    setState(ModuleState::Stopped);
 }
 
 void Module::killAsOurOwnDoing()

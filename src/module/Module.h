@@ -66,6 +66,15 @@ public:
     void settleAhead();
     /// Asks the process to end, kills it when it does not. False when it had to be killed.
     bool stop();
+    /// The first half of stop() of a module that has started, without a wait: asks the process to end. Returns the
+    /// limit in milliseconds.
+    int beginStop();
+    /// What is left of it.
+    [[nodiscard]] int stopTimeLeft() const;
+    /// The second half: waits for the end, and kills the process when the limit has passed.
+    bool awaitStop(int limit);
+    /// The limit has passed and nobody waits: kills the process if that stop is still in progress.
+    void expireStop();
 
     void setState(ModuleState state) override;
 
@@ -98,14 +107,19 @@ private:
     void killAsOurOwnDoing();
     /// What is written down of a crash before the terminal reboots.
     void noteCrash();
+    void killAfterLimit();
+    [[nodiscard]] int stopLimit() const;
 
     const ModuleContext m_context;
     ChildProcess m_process{*this};
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
+    qint64 m_stopTime = 0; ///< what the last stop took, in milliseconds
     std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one
     quint64 m_run = 0; ///< counts launches
     Ahead m_ahead = Ahead::No; ///< what beginAhead() has done, until somebody takes the result
     bool m_startPending = false; ///< a start waits for the previous process to be reaped
+    quint64 m_stoppedRun = 0; ///< the run that the last stop is of
+    bool m_stopExpired = false; ///< that stop ran out of time before anybody waited for it
     bool m_killedOnStop = false; ///< killed after a stop's time-out, and not ended yet
     bool m_stopTimedOut = false; ///< the crash that is answered is that kill
     bool m_killedWithEverything = false; ///< that stop was one of everything

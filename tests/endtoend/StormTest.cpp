@@ -20,10 +20,11 @@
 
 namespace {
 
-constexpr char calmTerminal[] = "step one 1\nstep two 2\nstep five 5\nstep home 7 home\nstep nine 9\n"
-                                "A one\nB one <A\nC one <A,B --stop-after=20\nPlatform two\nSettingsManager two\n"
-                                "Slow two --ready-after=60\nD five\nE five <D --stop-after=5\nJovGate five\n"
-                                "JovWebClient home --presentation-after=5\nF nine\nG nine <F";
+constexpr char calmTerminal[] =
+    "step one 1 parallel\nstep two 2 parallel\nstep five 5 parallel\nstep home 7 home\nstep nine 9\n"
+    "A one\nB one <A\nC one <A,B --stop-after=20\nPlatform two\nSettingsManager two\nSlow two @B --ready-after=60\n"
+    "D five\nE five <D @Slow --stop-after=5\nJovGate five\nJovWebClient home --presentation-after=5\n"
+    "F nine @A\nG nine <F @D,Platform";
 
 QStringList words(const char *text)
 {

@@ -14,7 +14,10 @@
 #include <jov/JovEvent.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QTimer>
+
+#include <csignal>
 
 namespace {
 
@@ -259,6 +262,49 @@ private Q_SLOTS:
             QCOMPARE(m_root.log().filter("[Module] stopped %1 ret false [during start]"_s.arg(name)).size(), 1);
             QCOMPARE(m_root.log().filter("[Module] start %1 ret false [stopped]"_s.arg(name)).size(), 1);
         }
+    }
+
+    void stops_data()
+    {
+        columns<QString, QString, QString, QString>("terminal", "oneByOne", "ahead", "hanging");
+        row("diamond", "5p A B<A C<A D<B,C", "D B C A", "D B C A", "");
+        row("wide", "5p A B C D", "A B C D", "A B C D", "");
+        row("chain and another", "5p A B<A C<B D", "C B A D", "C D B A", "");
+        row("steps", "5 A B<A | 6p C D | 7p E F<E", "F E C D B A", "F E C D B A", "");
+        row("one that hangs holds what it depends on", "5p A B<A C<B D E<D F<E", "C B A F E D", "C F E D B A", "C");
+        row("two that hang", "5p A B<A C D<C", "B A D C", "B D A C", "B D");
+    }
+
+    // The processes end in the order of the events, which differs. Counts, lines and states are the same.
+    void stops()
+    {
+        QFETCH(QString, terminal);
+        QFETCH(QString, hanging);
+        int counts[] = {0, 0};
+        QStringList lines[2];
+        qint64 times[2];
+        for (const int ahead : {0, 1}) {
+            Boot boot(m_root, terminal, ahead > 0);
+            boot.control.startAll();
+            boot.bus.onEvent = [&](const QString &event) {
+                const QString name = event.section(u'_', -1);
+                if (!hanging.contains(name)) {
+                    kill(boot.inventory.catalogue().getApplicationID(name).toInt(), SIGTERM);
+                }
+            };
+            boot.bus.events.clear();
+            QElapsedTimer elapsed;
+            elapsed.start();
+            counts[ahead] = boot.control.stopAll();
+            times[ahead] = elapsed.elapsed();
+            QTEST(boot.bus.events.join(u' ').remove("stop_module_"_s), ahead ? "ahead" : "oneByOne");
+            lines[ahead] = m_root.log().filter(QRegularExpression("\\] (stop |stopped)|stopped in|Trying"_s));
+            lines[ahead].replaceInStrings(QRegularExpression("\\d+ ms"_s), QString());
+            lines[ahead].sort();
+        }
+        QCOMPARE(counts[1], counts[0]);
+        QCOMPARE(lines[1], lines[0]);
+        QVERIFY2(hanging.size() < 2 || times[1] < times[0], "each has a limit of its own");
     }
 
 private:
