@@ -53,9 +53,9 @@ void Spawn::separateGroup()
     posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
 }
 
-void Spawn::takeInput(int descriptor)
+void Spawn::openInput(const QByteArray &path)
 {
-    posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDIN_FILENO);
+    posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, path.constData(), O_RDONLY, 0);
 }
 
 void Spawn::discardOutput()

@@ -18,8 +18,8 @@ public:
 
     /// A process group of its own instead of the caller's.
     void separateGroup();
-    /// `descriptor` becomes the child's standard input.
-    void takeInput(int descriptor);
+    /// The child opens `path` as its standard input, after the descriptors of this process are copied.
+    void openInput(const QByteArray &path);
     /// Standard output and error go to `/dev/null`.
     void discardOutput();
     /// Standard output and error go to `descriptor`. SIGPIPE is ignored as in the caller, so that its other end can

@@ -8,7 +8,6 @@
 #include "daemon/SignalHandOver.h"
 #include "daemon/StandardStreams.h"
 #include "manager/ApplicationManager.h"
-#include "module/ChildProcess.h"
 #include "module/ChildReaper.h"
 
 #include <jov/JovApplication.h>
@@ -30,7 +29,6 @@ QString watchdogDevice(const ApplicationManager &manager)
 
 int runManager(int argc, char **argv, pid_t parent, bool debugMode, const ManagerTiming &timing)
 {
-    ChildProcess::raiseDescriptorLimit();
     JovApplication application(argc, argv);
     // Here a missing descriptor still ends the process; at the first launch it would be too late.
     ChildReaper &reaper = ChildReaper::instance();

@@ -10,35 +10,11 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-
-rlimit ownLimit = {0, 0};
-rlimit childLimit = {0, 0};
-
-/// The children's limit of open files while it lives: a spawned child takes what its parent has.
-class ChildLimit
-{
-public:
-    ChildLimit()
-    {
-        if (childLimit.rlim_max != 0) {
-            setrlimit(RLIMIT_NOFILE, &childLimit);
-        }
-    }
-    ~ChildLimit()
-    {
-        if (childLimit.rlim_max != 0) {
-            setrlimit(RLIMIT_NOFILE, &ownLimit);
-        }
-    }
-    ChildLimit(const ChildLimit &) = delete;
-    ChildLimit &operator=(const ChildLimit &) = delete;
-};
 
 /// The children's umask while it lives.
 class ChildMask
@@ -68,18 +44,19 @@ std::vector<QByteArray> wordsOf(const ChildProcess::Command &command)
     return words;
 }
 
-} // namespace
-
-void ChildProcess::raiseDescriptorLimit()
+/// The path of the children's standard input: a pipe to which nobody writes and which ends with the daemon. Each child
+/// opens it itself, because children that shared one description would share O_NONBLOCK. Empty, with errno, on an
+/// error.
+QByteArray silentInput()
 {
-    rlimit limit = {};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
-        childLimit = limit;
-        limit.rlim_cur = limit.rlim_max;
-        ownLimit = limit;
-        setrlimit(RLIMIT_NOFILE, &limit);
+    static int ends[2] = {-1, -1};
+    if (ends[0] < 0 && pipe2(ends, O_CLOEXEC) != 0) {
+        return {};
     }
+    return "/proc/self/fd/" + QByteArray::number(ends[0]);
 }
+
+} // namespace
 
 ChildProcess::~ChildProcess()
 {
@@ -94,15 +71,12 @@ bool ChildProcess::start(const Command &command)
 {
     m_left.kill();
     m_name = command.name;
-    m_input.reset();
-    int input[2] = {-1, -1};
-    int error = pipe2(input, O_CLOEXEC) == 0 ? 0 : errno;
+    const QByteArray input = silentInput();
+    int error = input.isEmpty() ? errno : 0;
     if (error == 0) {
-        const Descriptor childsInput(input[0]);
-        m_input.reset(input[1]);
         Spawn spawn;
         spawn.separateGroup();
-        spawn.takeInput(childsInput.number());
+        spawn.openInput(input);
         spawn.changeDirectory(QFile::encodeName(command.workingDirectory));
         if (command.output >= 0) {
             spawn.takeOutput(command.output);
@@ -110,7 +84,6 @@ bool ChildProcess::start(const Command &command)
             spawn.discardOutput();
         }
         const std::vector<QByteArray> words = wordsOf(command);
-        const ChildLimit limit;
         const ChildMask mask(command.mask);
         error = spawn.run(m_pid, words.front(), words);
     }
@@ -119,7 +92,6 @@ bool ChildProcess::start(const Command &command)
         return true;
     }
     m_pid = 0;
-    m_input.reset();
     m_errorString = QStringLiteral("execvp: ") + QString::fromLocal8Bit(std::strerror(error));
     m_listener.processFailed(QProcess::FailedToStart);
     return false;
@@ -141,7 +113,6 @@ void ChildProcess::reap()
         return;
     }
     m_pid = 0;
-    m_input.reset();
     if (WIFSIGNALED(status)) {
         m_errorString = QStringLiteral("Process crashed");
         m_listener.processFailed(QProcess::Crashed);

@@ -2,7 +2,6 @@
 #define CHILD_PROCESS_H
 
 #include "module/ProcessGroup.h"
-#include "system/Descriptor.h"
 
 #include <QProcess>
 
@@ -15,12 +14,10 @@
  *
  * It speaks QProcess's language (exit status, errors, the signal number as the exit code of a crash) and is made for a
  * supervisor: the child is spawned without a copy of the daemon's memory, which is most of what a start costs, and
- * nothing of its output is ever read. Of descriptors it takes one, the pipe to the child's standard input, which never
- * says anything.
+ * nothing of its output is ever read. It takes no descriptor: all children read from one pipe that never says anything.
  *
  * The child begins with a clean slate: a process group of its own (the terminal's interrupt key is for the daemon
- * alone, and must not look like a crash of every module), no blocked signals and default handlers, and the limit of
- * open files that the daemon itself was started with.
+ * alone, and must not look like a crash of every module), no blocked signals and default handlers.
  *
  * The end is noticed through the event loop; until then the object is running, also if the child is dead already. A
  * kill reaches the child's whole process group. What an ended child has left in its group is killed before the next
@@ -65,12 +62,6 @@ public:
     [[nodiscard]] qint64 processId() const { return m_pid; }
     [[nodiscard]] QString errorString() const { return m_errorString; }
 
-    /**
-     * Lifts the daemon's own soft limit of open files to the hard one, since every running module takes a descriptor,
-     * and remembers the old one for the children.
-     */
-    static void raiseDescriptorLimit();
-
 private:
     friend class ChildReaper;
 
@@ -81,7 +72,6 @@ private:
     pid_t m_pid = 0;
     QString m_name;
     ProcessGroup m_left; ///< of the last run
-    Descriptor m_input; ///< our end of the child's standard input
     QString m_errorString;
 };
 

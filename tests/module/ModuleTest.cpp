@@ -214,6 +214,29 @@ private Q_SLOTS:
         QTRY_COMPARE(remain(), 0);
     }
 
+    // All read from one pipe, and one that reads without waiting does not make the others do so.
+    void standardInput()
+    {
+        m_root.writeScript("/usr/lib/JovApplication/M"_s, "dd iflag=nonblock; exec sleep 1000");
+        ApplicationRecord otherRecord;
+        otherRecord.setName("N"_s);
+        m_root.writeScript("/usr/lib/JovApplication/N"_s, "exec sleep 1000");
+        ShortSupervision supervision;
+        Module module(&m_record, supervision.moduleContext());
+        Module other(&otherRecord, supervision.moduleContext());
+        const int before = Processes::descriptors(getpid()).size();
+        for (Module *started : {&module, &other}) {
+            QTimer::singleShot(0, started, &Module::slot_endOfInit);
+            QVERIFY(started->start());
+        }
+        QVERIFY(Processes::descriptors(getpid()).size() <= before + 2);
+        const auto isBlocking = [](const ApplicationRecord &record) {
+            return (Processes::figure(record.getID().toInt(), "fdinfo/0", "flags") / 1000) % 10 < 4;
+        };
+        QTRY_VERIFY(!isBlocking(m_record));
+        QVERIFY(isBlocking(otherRecord));
+    }
+
     // Somebody else's child that has ended is the first that waitid() names.
     void foreignZombie()
     {
