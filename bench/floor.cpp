@@ -2,6 +2,8 @@
 // next. What it takes is the floor that the daemon's start is measured against.
 //
 //     bench-floor DIRECTORY/ NAME...
+//
+// With BENCH_AT_ONCE it starts all of them before it waits, and BENCH_ARGUMENT is an argument of each.
 
 #include "contract/Events.h"
 
@@ -47,6 +49,8 @@ int main(int argc, char **argv)
     QDBusConnection::systemBus().connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
                                          QStringLiteral("event"), QStringList(), QStringLiteral("sa{sv}"),
                                          &announcements, SLOT(arrived(QDBusMessage)));
+    const bool atOnce = qEnvironmentVariableIsSet("BENCH_AT_ONCE");
+    const QStringList extra = qEnvironmentVariable("BENCH_ARGUMENT").split(QLatin1Char(' '), Qt::SkipEmptyParts);
     std::vector<std::unique_ptr<QProcess>> modules;
     for (const QString &name : names) {
         modules.push_back(std::make_unique<QProcess>());
@@ -54,9 +58,12 @@ int main(int argc, char **argv)
         module.setWorkingDirectory(directory);
         module.setStandardOutputFile(QProcess::nullDevice());
         module.setStandardErrorFile(QProcess::nullDevice());
-        module.start(directory + name, {QStringLiteral("--moduleName=") + name}, QIODevice::ReadWrite);
+        module.start(directory + name, QStringList{QStringLiteral("--moduleName=") + name} + extra,
+                     QIODevice::ReadWrite);
         module.waitForStarted();
-        announcements.waitFor(Events::endOfInitOf(name));
+        if (!atOnce) {
+            announcements.waitFor(Events::endOfInitOf(name));
+        }
     }
     return QCoreApplication::exec();
 }

@@ -3,7 +3,9 @@
  * the bus through a bare socket, announces the end of its initialisation with its first write, and then sleeps until its
  * stop event, SIGTERM or the end of the bus.
  *
- *     tiny-module --moduleName=NAME [--mute]      --mute: never ready
+ *     tiny-module --moduleName=NAME [--mute] [--wait=MS] [--compute=MS] [--stop-wait=MS]
+ *
+ *     --mute: never ready; --wait, --compute: ready after that time, asleep or busy; --stop-wait: ends later than asked
  */
 #define _GNU_SOURCE
 #include <signal.h>
@@ -13,6 +15,7 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <time.h>
 #include <unistd.h>
 
 enum { methodCall = 1, signalMessage = 4, noReply = 1 };
@@ -183,17 +186,40 @@ static void sleepUntilStopped(int bus, const char *name)
     }
 }
 
+static void sleepFor(long milliseconds)
+{
+    const struct timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000};
+    nanosleep(&time, NULL);
+}
+
+static void computeFor(long milliseconds)
+{
+    const clock_t end = clock() + milliseconds * (CLOCKS_PER_SEC / 1000);
+    while (clock() < end) {
+    }
+}
+
+static long numberOf(const char *argument, const char *option)
+{
+    const size_t length = strlen(option);
+    return strncmp(argument, option, length) == 0 ? atol(argument + length) : 0;
+}
+
 int main(int argc, char **argv)
 {
     static const char option[] = "--moduleName=";
     const char *name = "tiny";
     int mute = 0;
+    long stopWait = 0;
     for (int i = 1; i < argc; ++i) {
         if (strncmp(argv[i], option, sizeof option - 1) == 0) {
             name = argv[i] + sizeof option - 1;
         } else if (strcmp(argv[i], "--mute") == 0) {
             mute = 1;
         }
+        sleepFor(numberOf(argv[i], "--wait="));
+        computeFor(numberOf(argv[i], "--compute="));
+        stopWait += numberOf(argv[i], "--stop-wait=");
     }
     signal(SIGTERM, end);
     const int bus = openBus();
@@ -202,5 +228,6 @@ int main(int argc, char **argv)
     }
     announce(bus, name, mute);
     sleepUntilStopped(bus, name);
+    sleepFor(stopWait);
     return 0;
 }

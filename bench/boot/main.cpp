@@ -1,6 +1,7 @@
 // Boots terminals of modules that are ready at once, by the daemon and by the bare loop in turns, and prints what each
 // took, and what the supervisor of a hundred modules costs when nothing happens.
 
+#include "boot/Ahead.h"
 #include "boot/Resting.h"
 #include "rig/FigureTable.h"
 #include "rig/MeasuredBoot.h"
@@ -123,7 +124,9 @@ int main(int argc, char **argv)
     const QCommandLineOption against(QStringLiteral("against"),
                                      QStringLiteral("With --only: compare with this daemon, not with the floor."),
                                      QStringLiteral("path"));
-    parser.addOptions({repetitions, seconds, daemon, only, against});
+    const QCommandLineOption ahead(QStringLiteral("ahead"),
+                                   QStringLiteral("Start and stop many modules at the same time, no more."));
+    parser.addOptions({repetitions, seconds, daemon, only, against, ahead});
     parser.process(application);
 
     MeasuredBoot::becomeSubreaper();
@@ -131,6 +134,10 @@ int main(int argc, char **argv)
     const int times = parser.value(repetitions).toInt();
     if (parser.isSet(only)) {
         measureOneChain(programs, parser.value(only).toInt(), times, parser.value(against));
+        return 0;
+    }
+    if (parser.isSet(ahead)) {
+        measureAhead(programs, times);
         return 0;
     }
     if (times > 0) {

@@ -6,6 +6,7 @@
 
 namespace {
 
+const QString platformIni = QStringLiteral("[log]\nlevel=6\nfile=/var/log/manager.log\n");
 const QString onlyStep = QStringLiteral("bench");
 
 QString numbered(int number)
@@ -23,8 +24,7 @@ BenchTerminal::BenchTerminal(const QString &moduleProgram)
     for (const char *directory : {"usr/lib/JovApplication", "var/log", "log", "tmp"}) {
         root.mkpath(QLatin1String(directory));
     }
-    write(QStringLiteral("/etc/JovApplication/platform.ini"),
-          QStringLiteral("[log]\nlevel=6\nfile=/var/log/manager.log\n"));
+    write(QStringLiteral("/etc/JovApplication/platform.ini"), platformIni);
     setSteps({onlyStep});
 }
 
@@ -53,6 +53,18 @@ void BenchTerminal::setSteps(const QStringList &names) const
     }
     write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"),
           text + QStringLiteral("</initStep>\n"));
+}
+
+void BenchTerminal::setParallel() const
+{
+    write(QStringLiteral("/etc/JovApplication/module/ApplicationManager/initStep.xml"),
+          QStringLiteral("<initStep><step name=\"%1\" value=\"1\" parallel=\"true\"/></initStep>\n").arg(onlyStep));
+}
+
+void BenchTerminal::setParameter(const QString &line) const
+{
+    write(QStringLiteral("/etc/JovApplication/platform.ini"),
+          platformIni + QStringLiteral("[ApplicationManager]\n%1\n").arg(line));
 }
 
 void BenchTerminal::add(const Module &module) const
@@ -102,12 +114,13 @@ QStringList BenchTerminal::addChain(int count) const
     return names;
 }
 
-QStringList BenchTerminal::addIndependent(int count) const
+QStringList BenchTerminal::addIndependent(int count, const QStringList &arguments) const
 {
     QStringList names;
     for (int i = 1; i <= count; ++i) {
         Module module;
         module.name = numbered(i);
+        module.arguments = arguments;
         add(module);
         names.append(module.name);
     }

@@ -19,6 +19,10 @@ public:
 
     /// Steps of these names, with the values 1, 2, ..., the last of which shows the home page.
     void setSteps(const QStringList &names) const;
+    /// The only step becomes parallel.
+    void setParallel() const;
+    /// "KEY=VALUE" of the section [ApplicationManager].
+    void setParameter(const QString &line) const;
     struct Module
     {
         QString name;
@@ -32,7 +36,7 @@ public:
     /// `count` modules in the only step, each depending on the one before it. Returns their names.
     QStringList addChain(int count) const;
     /// `count` modules in the only step that depend on nothing. Returns their names.
-    QStringList addIndependent(int count) const;
+    QStringList addIndependent(int count, const QStringList &arguments = {}) const;
 
     [[nodiscard]] QString path(const QString &below) const { return m_root.path() + below; }
     [[nodiscard]] QString logFile() const { return path(QStringLiteral("/var/log/manager.log")); }

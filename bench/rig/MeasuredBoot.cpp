@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <utility>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -57,13 +58,18 @@ Programs Programs::beside(const QString &program, const QString &daemon)
             directory + QStringLiteral("bench-list-server"), installed + QStringLiteral("jovctl")};
 }
 
-MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names)
+MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names,
+                           Until until)
     : m_connectionName(newConnectionName())
-    , m_last(Events::endOfInitOf(names.last()))
     , m_starts(names.size() - 1)
+    , m_awaited(until == Until::LastOfThem ? 2 : names.size())
 {
-    subscribe(Events::endOfInitOf(names.first()));
-    subscribe(m_last);
+    if (until == Until::LastOfThem) {
+        subscribe({Events::endOfInitOf(names.first())});
+        subscribe({Events::endOfInitOf(names.last())});
+    } else {
+        subscribe({});
+    }
     m_clock.start();
     m_process.setStandardErrorFile(QProcess::nullDevice());
     m_process.setStandardOutputFile(QProcess::nullDevice());
@@ -78,7 +84,7 @@ MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal 
         bootInForeground(QStringList{programs.floor, terminal.moduleDirectory()} + names);
         break;
     }
-    waitUntil([this] { return m_lastAt >= 0; });
+    waitUntil([this] { return m_awaited == 0; });
 }
 
 MeasuredBoot::~MeasuredBoot()
@@ -93,11 +99,11 @@ MeasuredBoot::~MeasuredBoot()
     reapAll();
 }
 
-void MeasuredBoot::subscribe(const QString &event)
+void MeasuredBoot::subscribe(const QStringList &event)
 {
     QDBusConnection connection = QDBusConnection::connectToBus(m_bus->address(), m_connectionName);
     if (!connection.connect(QString(), QString(), QStringLiteral("com.velmora.Jovara.JovEvent"),
-                            QStringLiteral("event"), {event}, QStringLiteral("sa{sv}"), this,
+                            QStringLiteral("event"), event, QStringLiteral("sa{sv}"), this,
                             SLOT(announced(QDBusMessage)))) {
         qFatal("no bus: %s", qPrintable(connection.lastError().message()));
     }
@@ -143,8 +149,20 @@ void MeasuredBoot::waitUntil(const std::function<bool()> &reached)
 
 void MeasuredBoot::announced(const QDBusMessage &message)
 {
-    const bool isLast = message.arguments().value(0).toString() == m_last;
-    (isLast ? m_lastAt : m_firstAt) = m_clock.nsecsElapsed();
+    if (message.arguments().value(0).toString().startsWith(Events::endOfInitOf(QString()))) {
+        (m_firstAt < 0 ? m_firstAt : m_lastAt) = m_clock.nsecsElapsed();
+        --m_awaited;
+    }
+}
+
+double MeasuredBoot::stop()
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    const pid_t pid = pid_t(std::exchange(m_pid, 0));
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
+    return double(elapsed.nsecsElapsed()) / 1e6;
 }
 
 double MeasuredBoot::perModule() const

@@ -38,11 +38,18 @@ class MeasuredBoot : public QObject
 public:
     enum class By { Daemon, DaemonInForeground, Floor };
 
-    MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names);
+    enum class Until { LastOfThem, AllHaveAnnounced }; ///< the first listens to the first and the last name only
+
+    MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names,
+                 Until until = Until::LastOfThem);
     ~MeasuredBoot() override;
 
     /// From the first announcement to the last, in milliseconds, by the number of starts between them.
     [[nodiscard]] double perModule() const;
+    /// From the start of the supervisor to the last announcement, in milliseconds.
+    [[nodiscard]] double whole() const { return double(m_lastAt) / 1e6; }
+    /// Ends the daemon with SIGTERM: how long that takes, in milliseconds.
+    double stop();
     /// The process that supervises the modules.
     [[nodiscard]] qint64 supervisor() const { return m_pid; }
     [[nodiscard]] const PrivateBus &bus() const { return *m_bus; }
@@ -53,7 +60,7 @@ private Q_SLOTS:
     void announced(const QDBusMessage &message);
 
 private:
-    void subscribe(const QString &event);
+    void subscribe(const QStringList &event);
     void bootByDaemon(const QString &program, const BenchTerminal &terminal);
     void bootInForeground(const QStringList &command);
     static void waitUntil(const std::function<bool()> &reached);
@@ -62,8 +69,8 @@ private:
     QString m_connectionName;
     QProcess m_process;
     QElapsedTimer m_clock;
-    QString m_last;
     int m_starts;
+    int m_awaited; ///< announcements
     qint64 m_firstAt = -1;
     qint64 m_lastAt = -1;
     qint64 m_pid = 0;

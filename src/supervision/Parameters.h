@@ -21,7 +21,7 @@ struct Parameters
     int historySize = 256; ///< `history_size`, in kB
 
     OutputSetting moduleOutput; ///< `module_output`
-    int launchesAhead = 4; ///< `launches_ahead`: how many modules that were launched ahead may be starting at once
+    int launchesAhead = 32; ///< `launches_ahead`: how many modules that were launched ahead may be starting at once
 
     /// Logs a warning for each invalid value.
     [[nodiscard]] static Parameters read(const QMap<QString, QString> &section);
