@@ -126,11 +126,16 @@ int main(int argc, char **argv)
                                      QStringLiteral("path"));
     const QCommandLineOption ahead(QStringLiteral("ahead"),
                                    QStringLiteral("Start and stop many modules at the same time, no more."));
-    parser.addOptions({repetitions, seconds, daemon, only, against, ahead});
+    const QCommandLineOption bare(QStringLiteral("bare"),
+                                  QStringLiteral("Compare with a loop of posix_spawn and libdbus instead of Qt's."));
+    parser.addOptions({bare, repetitions, seconds, daemon, only, against, ahead});
     parser.process(application);
 
     MeasuredBoot::becomeSubreaper();
-    const Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
+    Programs programs = Programs::beside(QCoreApplication::applicationFilePath(), parser.value(daemon));
+    if (parser.isSet(bare)) {
+        programs.floor = programs.bareLoop;
+    }
     const int times = parser.value(repetitions).toInt();
     if (parser.isSet(only)) {
         measureOneChain(programs, parser.value(only).toInt(), times, parser.value(against));

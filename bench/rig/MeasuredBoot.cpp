@@ -54,8 +54,11 @@ Programs Programs::beside(const QString &program, const QString &daemon)
     const QString directory = QFileInfo(program).absolutePath() + QLatin1Char('/');
     const QString installed = directory + QStringLiteral("../bin/");
     return {daemon.isEmpty() ? installed + QStringLiteral("ApplicationManager") : daemon,
-            directory + QStringLiteral("bench-floor"), directory + QStringLiteral("tiny-module"),
-            directory + QStringLiteral("bench-list-server"), installed + QStringLiteral("jovctl")};
+            directory + QStringLiteral("bench-floor"),
+            directory + QStringLiteral("bench-bare"),
+            directory + QStringLiteral("tiny-module"),
+            directory + QStringLiteral("bench-list-server"),
+            installed + QStringLiteral("jovctl")};
 }
 
 MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names,

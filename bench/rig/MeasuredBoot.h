@@ -16,6 +16,7 @@ struct Programs
 {
     QString daemon;
     QString floor;
+    QString bareLoop;
     QString tinyModule;
     QString listServer;
     QString command;

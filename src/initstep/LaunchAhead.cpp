@@ -54,11 +54,12 @@ void LaunchAhead::addEarly(int first, int last)
          step = m_steps.getStepAbove(step->getValue())) {
         for (const auto &[name, module] : step->nodes) {
             const ApplicationRecord *record = m_catalogue.find(name);
-            if (!module || !record || !record->getEarly()) {
+            const auto early = record ? record->getEarly() : std::nullopt;
+            if (!module || !early) {
                 continue;
             }
             QStringList needs = module->getParents().keys();
-            for (const QString &after : record->getEarly()->after) {
+            for (const QString &after : early->after) {
                 // One that is not installed would hold it for ever.
                 if (m_catalogue.find(after)) {
                     needs << after;
