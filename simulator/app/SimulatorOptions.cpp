@@ -64,7 +64,7 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
         {after, QStringLiteral("Time from the end of the boot to the crash, in milliseconds (default: 2000)."),
          milliseconds},
         {terminal,
-         QStringLiteral("Boot the set of files in DIR; \"leak\" is a set that is supplied with the simulator."),
+         QStringLiteral("Boot the set of files in DIR; \"leak\" and \"parallel\" are supplied with the simulator."),
          directory},
         {minute, QStringLiteral("Set the length of one minute of the memory watchdog, in milliseconds."), milliseconds},
         {root,

@@ -112,6 +112,10 @@ QString TerminalRoot::open(const QString &wanted)
 QString TerminalRoot::fill(const QString &terminal)
 {
     QString fault = findSet(terminal);
+    if (fault.isEmpty() && !m_filled && m_set == Installation::terminal(QStringLiteral("parallel"))) {
+        // This set has only the files that differ from those of the standard terminal.
+        fault = copyTree(Installation::terminal(QString()), m_path);
+    }
     if (fault.isEmpty() && !m_filled) {
         fault = copyTree(m_set, m_path);
     }

@@ -103,6 +103,8 @@ private Q_SLOTS:
             "Platform         up|step infra       done|JovWebClient     ready, waiting for its presentation|"
             "JovWebClient     up|All 16 modules are up|JovWebClient     stopped|"
             "Platform         stopped|ended with status 0");
+        row("in parallel", QStringList{"--terminal"_s, "parallel"_s}, 1,
+            "selftest         up|step desk        done|All 16 modules are up|ended with status 0");
         row("a module crashes", crash("store"), 2,
             "All 16 modules are up|store            ended unexpectedly|archived:|"
             "reboot requested by ApplicationManager: store crashed|The terminal boots again|All 16 modules are up");
