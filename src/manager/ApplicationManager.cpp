@@ -124,6 +124,7 @@ void ApplicationManager::noteEnds()
     connect(&m_journal, &Journal::startFailed, &m_blackBox, &BlackBox::noteFailed);
     connect(&m_journal, &Journal::rebootComes, &m_blackBox, &BlackBox::noteReboot);
     connect(&m_journal, &Journal::rebootUntaken, &m_blackBox, &BlackBox::noteUntaken);
+    connect(&m_reboot, &RebootRequest::untaken, &m_journal, &Journal::rebootUntaken);
     connect(&m_journal, &Journal::ending, &m_blackBox, &BlackBox::noteReason);
     connect(&m_journal, &Journal::stepDone, this, [this](const QString & /*name*/, int value) {
         if (value == m_inventory.steps().last()->getValue()) {

@@ -6,6 +6,7 @@
 #include <QMap>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 #include <sys/types.h>
@@ -23,8 +24,15 @@ struct Parameters
     OutputSetting moduleOutput; ///< `module_output`
     int launchesAhead = 32; ///< `launches_ahead`: how many modules that were launched ahead may be starting at once
 
-    /// Logs a warning for each invalid value.
-    [[nodiscard]] static Parameters read(const QMap<QString, QString> &section);
+    using Refusal = std::function<void(const QString &key, const QString &value)>;
+
+    /// `refused` gets each invalid value; by default it logs a warning.
+    [[nodiscard]] static Parameters read(const QMap<QString, QString> &section, const Refusal &refused = &warn);
+    /// All keys of the section.
+    [[nodiscard]] static QStringList keys();
+
+private:
+    static void warn(const QString &key, const QString &value);
 };
 
 #endif

@@ -104,6 +104,9 @@ void RebootRequest::undelivered(const QString &error)
 
 void RebootRequest::report(const QString &problem)
 {
+    if (m_problem.isEmpty()) {
+        Q_EMIT untaken();
+    }
     if (m_problem != problem) {
         m_problem = problem;
         m_reminders = 0;

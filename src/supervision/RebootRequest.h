@@ -26,6 +26,10 @@ public:
     /// For a new start: what crashed before it is history.
     void cancel();
 
+Q_SIGNALS:
+    /// At the first problem of a request.
+    void untaken();
+
 private:
     void ask();
     void answered(const JovReply &reply);

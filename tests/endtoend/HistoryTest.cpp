@@ -8,6 +8,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <array>
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -160,10 +162,10 @@ private Q_SLOTS:
         if (setting == "journal"_s) {
             int stream = -1;
             QVERIFY(terminal.wait([&] { return (stream = accept4(journal, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; }));
-            QByteArray text(100, '\0');
+            std::array<char, 100> text = {};
             QByteArray all;
             QVERIFY(terminal.wait([&] {
-                return all.append(text.constData(), qMax(0, int(read(stream, text.data(), 100)))).contains("paper");
+                return all.append(text.data(), qMax(0, int(read(stream, text.data(), text.size())))).contains("paper");
             }));
             QCOMPARE(all, QByteArray("A\n\n6\n0\n0\n0\n0\nlow on paper\n"));
             close(stream); // A journal that ends does not end the module.

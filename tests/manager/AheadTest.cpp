@@ -73,7 +73,7 @@ public:
     const StartContext context{state, journal, *this, launches};
     ControlOperations control{state, inventory, journal, context};
     ParentReport report;
-    MandatorySettings settings{state, bus, inventory.catalogue()};
+    MandatorySettings settings{state, bus, journal, inventory.catalogue()};
     StartupProgression progression{state, bus, inventory.steps(), context, settings, report};
     QStringList launched; ///< and "?" where the mandatory settings are checked
     std::function<void(const QString &)> onLaunch = [](const QString &) {};

@@ -3,6 +3,7 @@
 #include "client/NearMiss.h"
 #include "contract/Components.h"
 #include "root/PlatformIni.h"
+#include "supervision/Parameters.h"
 #include "system/RegularFile.h"
 #include "verify/RootFile.h"
 
@@ -14,8 +15,6 @@ namespace {
 
 constexpr qint64 largestFile = 1 << 20;
 constexpr int shortestPart = 3;
-constexpr int octal = 8;
-constexpr int largestMask = 0777;
 
 const QString iniPath = QStringLiteral("/etc/JovApplication/platform.ini");
 const QString platformSection = QStringLiteral("platform");
@@ -24,10 +23,8 @@ const QString logSection = QStringLiteral("log");
 /// The keys of the sections that have no others.
 const QHash<QString, QStringList> &keysOf()
 {
-    static const QHash<QString, QStringList> keys{
-        {logSection, {QStringLiteral("level"), QStringLiteral("file")}},
-        {Components::applicationManager,
-         {QStringLiteral("module_umask"), QStringLiteral("watchdog_device"), QStringLiteral("no_webapp_timer")}}};
+    static const QHash<QString, QStringList> keys{{logSection, {QStringLiteral("level"), QStringLiteral("file")}},
+                                                  {Components::applicationManager, Parameters::keys()}};
     return keys;
 }
 
@@ -161,25 +158,27 @@ private:
         }
     }
 
-    void checkNumber(const QString &section, const QString &key, int base, int largest, const QString &advice)
-    {
-        const QMap<QString, QString> values = PlatformIni::section(section, m_file.openName());
-        const auto found = values.constFind(key);
-        bool isNumber = true;
-        const int value = found == values.constEnd() ? 0 : found->trimmed().toInt(&isNumber, base);
-        if (!isNumber || value < 0 || value > largest) {
-            add(Rule::ParametersValue, m_lines.value(section + QLatin1Char('/') + key),
-                QStringLiteral("%1=%2 is not valid").arg(key, *found), advice);
-        }
-    }
-
     void checkValues()
     {
-        checkNumber(logSection, QStringLiteral("level"), 10, JovLogger::Debug,
-                    QStringLiteral("use 3 error, 4 warning, 6 information or 7 debug"));
-        checkNumber(Components::applicationManager, QStringLiteral("module_umask"), octal, largestMask,
-                    QStringLiteral("use an octal number from 0 to 777"));
+        const QMap<QString, QString> log = PlatformIni::section(logSection, m_file.openName());
+        bool isNumber = true;
+        const QString level = QStringLiteral("level");
+        const int value = log.contains(level) ? log.value(level).trimmed().toInt(&isNumber) : 0;
+        if (!isNumber || value < 0 || value > JovLogger::Debug) {
+            refused(logSection, level, log.value(level));
+        }
+        const QString manager = Components::applicationManager;
+        static_cast<void>(
+            Parameters::read(PlatformIni::section(manager, m_file.openName()),
+                             [&](const QString &key, const QString &text) { refused(manager, key, text); }));
         checkLogFile(PlatformIni::section(logSection, m_file.openName()).value(QStringLiteral("file")));
+    }
+
+    void refused(const QString &section, const QString &key, const QString &value)
+    {
+        add(Rule::ParametersValue, m_lines.value(section + QLatin1Char('/') + key),
+            QStringLiteral("%1=%2 is not valid: the default applies").arg(key, value),
+            QStringLiteral("the values of %1 are in platform.ini(5)").arg(key));
     }
 
     void checkLogFile(const QString &path)
