@@ -307,7 +307,7 @@ private Q_SLOTS:
             QCOMPARE(terminal.call("restart"_s), QString());
             QVERIFY(terminal.waitForAll("RUNNING"_s));
         }
-        QCOMPARE(helpers().size(), 20);
+        QTRY_COMPARE(helpers().size(), 20);
         QCOMPARE(terminal.logCount("ret false"_s, begin), 0);
 
         for (int round = 0; round < 4; ++round) {

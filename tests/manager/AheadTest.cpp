@@ -26,7 +26,7 @@ const QString folder = "/etc/JovApplication/module/"_s;
 ModuleLimits shortLimits()
 {
     ModuleLimits limits;
-    limits.stop = 300;
+    limits.stop = 1000;
     limits.stopWithEverything = 50;
     limits.launchAhead = 50;
     return limits;
