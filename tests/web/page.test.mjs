@@ -1,0 +1,236 @@
+import assert from "node:assert/strict";
+import { readdirSync, readFileSync, writeFileSync } from "node:fs";
+import { join } from "node:path";
+import test, { after, before } from "node:test";
+import { Browser, project, Terminal } from "./terminal.mjs";
+
+const markup = "<img src=x onerror=window.broken=1>";
+const views = ["overview", "modules", "startup", "memory", "output"];
+
+let terminal, browser;
+
+before(async () => {
+    browser = await Browser.start();
+    terminal = await Terminal.boot({
+        [markup]: "<initStep>background</initStep>",
+        talker: "<initStep>background</initStep><extra_args><arg>--chatter</arg></extra_args>",
+        sticky: "<initStep>background</initStep><extra_args><arg>--stop-after=31000</arg></extra_args>",
+    });
+    await terminal.serve();
+});
+
+after(async () => {
+    await browser?.chromium.close();
+    await terminal?.stop();
+});
+
+const noErrors = () => assert.deepEqual(browser.errors, []);
+
+test("the first state is on the screen within a second", async t => {
+    await browser.open(terminal); // the bridge starts with its first page
+    await browser.see("#state", /^up$/);
+    const page = await browser.open(terminal);
+    await browser.see("#state", /^up$/);
+    const time = await page.evaluate(() => performance.now());
+    t.diagnostic(`first state after ${time.toFixed(0)} ms`);
+    assert.ok(time < 1000, `${time} ms`);
+    noErrors();
+});
+
+const seen = [
+    ["overview", "#now", /All 19 modules are running/],
+    ["overview", "#why", /first boot in the history/],
+    ["modules", "#modules .step h2", /5 services started in \d+ ms/],
+    ["modules", "#modules .module summary", /^JovGaterunning$/],
+    ["memory", "#memory li .figures", /of .* \(\d+ %\)/],
+    ["startup", "#boot", /The start-up took/],
+    ["startup", "#history tbody", /this boot/],
+];
+for (const [view, selector, pattern] of seen) {
+    test(`${view} shows ${pattern}`, async () => {
+        await browser.view(view);
+        await browser.see(selector, pattern);
+        noErrors();
+    });
+}
+
+test("the chart of the start-up is a picture with a text", async () => {
+    await browser.view("startup");
+    const picture = await browser.page.waitForSelector("#chart img");
+    assert.match(await picture.evaluate(element => element.alt), /The start-up took/);
+    assert.ok(await picture.evaluate(element => element.decode().then(() => element.naturalWidth)) > 500);
+    noErrors();
+});
+
+test("the last lines of a module, and those that follow", async () => {
+    await (await (await browser.row("talker")).$("[data-action=output]")).click();
+    const length = () => browser.page.$eval("#output", element => element.textContent.length);
+    await browser.see("#output", /\S/);
+    const before = await length();
+    await browser.page.waitForFunction(size => document.getElementById("output").textContent.length > size, {}, before);
+    noErrors();
+});
+
+test("a name that tries to be markup is a text", async () => {
+    await browser.row(markup);
+    for (const view of views) {
+        await browser.view(view);
+        await browser.see("h1", /Terminal/);
+    }
+    assert.equal(await browser.page.evaluate(() => window.broken), undefined);
+    assert.equal(await browser.page.$("img[src=x]"), null);
+    noErrors();
+});
+
+test("a restart asks first, without a mouse as well", async () => {
+    const pid = () => browser.page.$eval("details[open] dd", element => element.textContent);
+    const { keyboard } = browser.page;
+    await (await browser.row("rules")).evaluate(element => element.querySelector("[data-action=restart]").focus());
+    const before = await pid();
+    await keyboard.press("Enter");
+    await browser.see("#question", /Restart rules\?/);
+    await keyboard.press("Escape");
+    assert.equal(await pid(), before);
+    await keyboard.press("Enter"); // the focus is back on the button
+    await browser.see("#question", /reboots/);
+    await keyboard.press("Tab");
+    await keyboard.press("Enter");
+    await browser.see("#message", /rules restarted, pid/);
+    await browser.page.waitForFunction(old => document.querySelector("details[open] dd").textContent !== old, {}, before);
+    noErrors();
+});
+
+test("a stop lists what stops with it, and the reason is the root cause", async () => {
+    await (await (await browser.row("store")).$("[data-action=stop]")).click();
+    await browser.see("#question", /This also stops: .*badges.*JovGate/);
+    await (await browser.page.$("#question [data-answer=no]")).click();
+    await (await (await browser.row("rules")).$("[data-action=stop]")).click();
+    await browser.page.click("#question [data-answer=yes]");
+    await browser.see(".module summary", /^rulesstopped$/);
+    await browser.view("overview");
+    await browser.see("#now .reasons", /rules: its process ended/);
+    await browser.see("#message", /rules stopped/);
+    noErrors();
+});
+
+test("the log level is changed", async () => {
+    await browser.page.select("#log-level", "7");
+    await browser.see("#message", /7 \(debug\)/);
+    noErrors();
+});
+
+test("the power fails, and the page follows", async () => {
+    await browser.row("store");
+    terminal.command("power-cut");
+    await browser.see("#state", /not running/);
+    await browser.see("#state", /^up$/);
+    await browser.see(".module[open] .badge", /running/); // the row is still open
+    await browser.view("startup");
+    await browser.page.waitForSelector("#history button").then(button => button.click());
+    await browser.see("#comparison", /\d/);
+    noErrors();
+});
+
+test("a crash is on the screen within a second, and the reason after the reboot", async t => {
+    await browser.row("store");
+    const pid = Number(await browser.page.$eval("details[open] dd", element => element.textContent));
+    const start = Date.now();
+    process.kill(pid, "SIGSEGV");
+    await browser.see(".module summary", /^storestopped$/);
+    const time = Date.now() - start;
+    t.diagnostic(`the crash is on the screen after ${time} ms`);
+    assert.ok(time < 1000, `${time} ms`);
+    await browser.see("#state", /^(not running|The supervisor)/);
+    await browser.see("#state", /^up$/);
+    await browser.view("overview");
+    await browser.see("#why", /store crashed, killed by SIGSEGV/);
+    noErrors();
+});
+
+test("a module that has rebooted the terminal is asked about twice", async () => {
+    const pid = () => browser.page.$eval("details[open] dd", element => element.textContent);
+    await (await (await browser.row("store")).$("[data-action=restart]")).click();
+    const before = await pid();
+    await browser.page.click("#question [data-answer=yes]");
+    await browser.see("#question", /Has rebooted this terminal before: store/);
+    await browser.page.click("#question [data-answer=no]");
+    assert.equal(await pid(), before);
+    noErrors();
+});
+
+for (const scheme of ["light", "dark"]) {
+    test(`accessible, and as wide as a telephone, in ${scheme}`, async () => {
+        const page = await browser.open(terminal, { width: 360 });
+        await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: scheme }]);
+        await browser.see("#state", /^up$/);
+        await browser.row("store");
+        for (const view of views) {
+            await browser.view(view);
+            await page.waitForFunction(() => document.getElementById("view").textContent.length > 20);
+            assert.deepEqual(await browser.violations(), [], view);
+            assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${view} is too wide`);
+        }
+        noErrors();
+    });
+}
+
+test("German, and no text without a translation", async () => {
+    const folder = join(project, "cockpit/jovara");
+    const known = {};
+    new Function("cockpit", readFileSync(join(folder, "po.de.js"), "utf8"))({ locale: texts => Object.assign(known, texts) });
+    for (const file of readdirSync(folder).filter(name => name.endsWith(".js") && !name.startsWith("po."))) {
+        for (const [, text] of readFileSync(join(folder, file), "utf8").matchAll(/(?:\b_|gettext)\("([^"]+)"\)/g))
+            assert.ok(known[text]?.[1], `${file}: "${text}"`);
+    }
+    await browser.open(terminal, { cookie: { name: "CockpitLang", value: "de" } });
+    await browser.see("#state", /^in Betrieb$/);
+    await browser.see("#views", /Übersicht/);
+    await browser.chromium.deleteCookie({ name: "CockpitLang", domain: "127.0.0.1", path: "/" });
+    noErrors();
+});
+
+test("whom the bus policy refuses sees, but cannot control", { skip: process.getuid() !== 0 && "needs root" }, async () => {
+    const policy = join(terminal.folder, "policy.conf");
+    writeFileSync(policy, readFileSync(join(project, "packaging/com.velmora.Jovara.conf"), "utf8")
+        .replace('<policy group="jovtech">', '<policy user="nobody">').replace(/<policy group="jovmodules">.*?<\/policy>/s, ""));
+    const configuration = join(terminal.root, "run/bus.conf");
+    writeFileSync(configuration, readFileSync(configuration, "utf8").replace("</busconfig>", `<include>${policy}</include></busconfig>`));
+    await terminal.reloadBus();
+    await terminal.serve("nobody");
+    const page = await browser.open(terminal, { view: "modules" });
+    await browser.see("#state", /^up$/);
+    await browser.see("#denied", /may look/);
+    const row = await browser.row("store");
+    assert.deepEqual(await row.$$eval("button:enabled", list => list.map(button => button.dataset.action)), ["output"]);
+    await browser.view("overview");
+    assert.ok(await page.$("#log-level:disabled"));
+    noErrors();
+});
+
+test("400 modules scroll without a stall", async t => {
+    const config = "<initStep>background</initStep>";
+    const large = await Terminal.boot(Object.fromEntries(
+        Array.from({ length: 400 - 16 }, (_, i) => [`module${String(i).padStart(3, "0")}`, config])));
+    try {
+        await large.serve();
+        const page = await browser.open(large, { view: "modules", width: 360 });
+        await browser.see("#state", /^up$/);
+        await browser.see(".module .name", /module383/);
+        const gaps = await page.evaluate(() => new Promise(resolve => {
+            const times = [performance.now()];
+            requestAnimationFrame(function frame(now) {
+                times.push(now);
+                scrollBy(0, 300);
+                if (scrollY + innerHeight < document.documentElement.scrollHeight - 1)
+                    return requestAnimationFrame(frame);
+                resolve(times.slice(1).map((time, i) => time - times[i]));
+            });
+        }));
+        const longest = Math.max(...gaps);
+        t.diagnostic(`${gaps.length} frames, the longest ${longest.toFixed(0)} ms`);
+        assert.ok(gaps.length > 30 && longest < 100, `${gaps.length} frames, the longest ${longest} ms`);
+        noErrors();
+    } finally {
+        await large.stop();
+    }
+});
