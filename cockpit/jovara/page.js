@@ -28,6 +28,7 @@ const views = {
     output: new OutputView(supervisor),
 };
 let current = null;
+let isGone = false;
 
 function showState(text, kind) {
     const state = document.getElementById("state");
@@ -62,12 +63,19 @@ async function ask() {
     }
 }
 
-supervisor.addEventListener("lists", () => askSoon());
+supervisor.addEventListener("lists", () => {
+    if (isGone)
+        current.open(); // a boot more in the history, another start-up
+    isGone = false;
+    askSoon();
+});
 supervisor.addEventListener("module", () => askSoon());
 supervisor.addEventListener("gone", () => {
+    isGone = true;
     views.overview.update(null);
-    showState(supervisor.problem === "access-denied" ? _("You have no right to see the supervisor.")
-        : _("The supervisor is not running."), "bad");
+    showState(supervisor.problem === "" ? _("The supervisor is not running.")
+        : supervisor.problem === "access-denied" ? _("You have no right to see the supervisor.")
+            : cockpit.format(_("No connection to the terminal: $0"), supervisor.problem), "bad");
 });
 
 function showView() {

@@ -25,6 +25,7 @@ cockpit.locale({
     "Module": [null, "Modul"],
     "Modules": [null, "Module"],
     "Needed by": [null, "Benötigt von"],
+    "No connection to the terminal: $0": [null, "Keine Verbindung zum Terminal: $0"],
     "Only those that are not running": [null, "Nur die, die nicht laufen"],
     "Output": [null, "Ausgabe"],
     "Overview": [null, "Übersicht"],

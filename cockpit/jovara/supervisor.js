@@ -10,7 +10,7 @@ const plain = list => list.map(entry => Object.fromEntries(Object.entries(entry)
 
 /**
  * Events: "lists" when modules and steps were read, "module" (detail: the module) after a change of one state, "gone"
- * when there is no supervisor or no right to ask it (`problem` says which).
+ * when it cannot be asked: `problem` is empty if no supervisor runs.
  */
 export class Supervisor extends EventTarget {
     modules = new Map(); // by name
@@ -33,7 +33,7 @@ export class Supervisor extends EventTarget {
         client.addEventListener("close", (_event, options) => {
             if (this.#client === client) {
                 this.#client = null;
-                this.#lose(options.problem === "access-denied" ? options.problem : "");
+                this.#lose(options.problem === "not-found" ? "" : options.problem);
                 setTimeout(() => { if (!cockpit.hidden) this.open() }, retryDelay);
             }
         });

@@ -94,7 +94,7 @@ export class Browser {
         return browser;
     }
 
-    async open(terminal, { view = "overview", width = 1000, cookie } = {}) {
+    async open(terminal, { view = "overview", width = 1000 } = {}) {
         await this.page?.close();
         const page = this.page = await this.chromium.newPage();
         page.setDefaultTimeout(patience);
@@ -102,8 +102,6 @@ export class Browser {
         page.on("console", message => { if (message.type() === "error") this.errors.push(message.text()) });
         page.on("pageerror", error => this.errors.push(error.message));
         await page.setViewport({ width, height: 800 });
-        if (cookie)
-            await this.chromium.setCookie({ domain: "127.0.0.1", path: "/", ...cookie });
         await page.goto(`${terminal.address}#/${view}`);
         return page;
     }
@@ -129,6 +127,7 @@ export class Browser {
         const row = await this.page.waitForSelector(`::-p-xpath(//details[summary/span[text()="${name}"]])`);
         if (!await row.evaluate(element => element.open))
             await (await row.$("summary")).click();
+        await row.waitForSelector("button");
         return row;
     }
 
