@@ -13,15 +13,23 @@ const states = {
 };
 const stateOf = module => states[module.State] ?? { text: () => module.State || _("without a step"), kind: "bad" };
 
-/// One module: a summary, and what belongs to it when it is open.
+/// One module: a summary, and what belongs to it. The elements stay the same, so that the focus stays where it is.
 class Row {
     constructor(supervisor, module, showOutput) {
+        const name = module.Name;
+        const button = (action, text, click) => h("button", { "data-action": action, click }, text);
         this.supervisor = supervisor;
-        this.showOutput = showOutput;
         this.state = h("span", { class: "badge" });
-        this.body = h("div", { class: "body" });
-        this.element = h("details", { class: "module", toggle: () => this.#fillBody() },
-                         h("summary", {}, h("span", { class: "name" }, module.Name), this.state), this.body);
+        this.buttons = [button("start", _("Start"), () => control(["start", "--", name])),
+                        button("stop", _("Stop"), () => askAndStop(supervisor, "stop", name)),
+                        button("restart", _("Restart"), () => askAndStop(supervisor, "restart", name))];
+        this.facts = [_("Process"), _("Starts"), _("Status"), _("Depends on"), _("Needed by")].map(
+            term => ({ term, value: h("dd") }));
+        this.element = h("details", { class: "module", toggle: () => this.#showFacts() },
+            h("summary", {}, h("span", { class: "name" }, name), this.state),
+            h("div", { class: "body" },
+              h("dl", {}, this.facts.map(({ term, value }) => h("div", {}, h("dt", {}, term), value))),
+              h("p", { class: "actions" }, this.buttons, button("output", _("Output"), () => showOutput(name)))));
         this.update(module);
     }
 
@@ -30,31 +38,18 @@ class Row {
         this.module = module;
         setText(this.state, state.text());
         this.state.dataset.kind = state.kind;
-        this.#fillBody();
+        this.#showFacts();
     }
 
-    #fillBody() {
+    #showFacts() {
         if (!this.element.open)
-            return this.body.replaceChildren();
-        const { Name: name, State, Pid, Starts, Status, Dependencies, Dependents } = this.module;
-        const focused = document.activeElement?.dataset.action;
-        const hadFocus = this.body.contains(document.activeElement);
-        const allowed = this.supervisor.mayControl;
-        const button = (action, text, isPossible, click) =>
-            h("button", { "data-action": action, disabled: !allowed || !isPossible, click }, text);
-        const isStopped = State === "STOPPED";
-        const facts = [[_("Process"), Pid || _("none")], [_("Starts"), Starts], [_("Status"), Status],
-                       [_("Depends on"), Dependencies.join(", ") || _("none")],
-                       [_("Needed by"), Dependents.join(", ") || _("none")]];
-        this.body.replaceChildren(
-            h("dl", {}, facts.map(([term, value]) => h("div", {}, h("dt", {}, term), h("dd", {}, value)))),
-            h("p", { class: "actions" },
-              button("start", _("Start"), isStopped, () => control(["start", "--", name])),
-              button("stop", _("Stop"), !isStopped, () => askAndStop(this.supervisor, "stop", name)),
-              button("restart", _("Restart"), !isStopped, () => askAndStop(this.supervisor, "restart", name)),
-              h("button", { "data-action": "output", click: () => this.showOutput(name) }, _("Output"))));
-        if (hadFocus && focused)
-            this.body.querySelector(`[data-action=${focused}]`)?.focus();
+            return;
+        const { State, Pid, Starts, Status, Dependencies, Dependents } = this.module;
+        const values = [Pid || _("none"), Starts, Status, Dependencies.join(", ") || _("none"),
+                        Dependents.join(", ") || _("none")];
+        this.facts.forEach(({ value }, i) => setText(value, String(values[i])));
+        for (const button of this.buttons)
+            button.disabled = !this.supervisor.mayControl || (button.dataset.action === "start") !== (State === "STOPPED");
     }
 }
 

@@ -29,7 +29,7 @@ export class Terminal {
         const files = join(terminal.folder, "files");
         cpSync(join(project, "simulator/terminal"), files, { recursive: true });
         const ini = join(files, "etc/JovApplication/platform.ini");
-        writeFileSync(ini, readFileSync(ini, "utf8") + "module_output=file:/var/log/modules\n");
+        writeFileSync(ini, readFileSync(ini, "utf8") + "module_output=file:/var/log/%n.out\n");
         for (const [name, config] of Object.entries(modules)) {
             const folder = join(files, "etc/JovApplication/module", name);
             mkdirSync(folder, { recursive: true });
@@ -127,7 +127,7 @@ export class Browser {
         const row = await this.page.waitForSelector(`::-p-xpath(//details[summary/span[text()="${name}"]])`);
         if (!await row.evaluate(element => element.open))
             await (await row.$("summary")).click();
-        await row.waitForSelector("button");
+        await row.waitForSelector("dd:not(:empty)");
         return row;
     }
 
