@@ -7,7 +7,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL daemon jovctl run dev simulator)
+set(CPACK_COMPONENTS_ALL daemon jovctl cockpit run dev simulator)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -45,6 +45,12 @@ set(CPACK_DEBIAN_JOVCTL_PACKAGE_SUGGESTS applicationmanager)
 package(run jov-run admin "libdbus-1-3" "makes any program a module of a terminal"
     "Announces a program that knows nothing of the bus to the terminal's\nsupervisor when it is ready, and passes the request to stop on as a signal.\nFor shell scripts, sends events and waits for them.")
 set(CPACK_DEBIAN_RUN_PACKAGE_SUGGESTS "applicationmanager, libjov-dev")
+
+package(cockpit jovara-cockpit admin "cockpit-bridge (>= 276), cockpit-system, jovctl" "terminal's modules in a browser"
+    "A page for Cockpit: the state of a terminal and its modules as it changes,\nthe start-up, the memory, what modules print, and why it was rebooted. Who may\ncontrol modules on the bus may control them there.")
+set(CPACK_DEBIAN_COCKPIT_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_COCKPIT_PACKAGE_RECOMMENDS cockpit-ws)
+set(CPACK_DEBIAN_COCKPIT_PACKAGE_SHLIBDEPS OFF)
 
 package(dev libjov-dev libdevel "libdbus-1-dev, qtbase5-dev" "libraries for writing modules of a terminal"
     "Headers, static libraries and CMake package of the component platform:\nbus names, events, remote calls, settings and logging.")

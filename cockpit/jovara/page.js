@@ -58,7 +58,7 @@ async function ask() {
     } else {
         const held = /^held at step (\d+)$/.exec(value.state);
         showState(held ? cockpit.format(_("held at step $0"), held[1]) : words[value.state]?.() ?? value.state,
-                  kinds[value.state] ?? "busy");
+                  value.state === "up" && value.notRunning.length ? "busy" : kinds[value.state] ?? "busy");
         views.overview.update(value);
     }
 }
