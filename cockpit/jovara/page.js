@@ -90,8 +90,9 @@ function showView() {
     current.open();
 }
 
-function showTheme() {
-    const style = localStorage.getItem("shell:style") || "auto";
+/// The shell of Cockpit sends its event before it stores the choice.
+function showTheme(event) {
+    const style = event?.detail?.style ?? localStorage.getItem("shell:style");
     document.documentElement.style.colorScheme = { dark: "dark", light: "light" }[style] ?? "light dark";
 }
 
