@@ -7,7 +7,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL daemon jovctl cockpit run dev simulator)
+set(CPACK_COMPONENTS_ALL daemon jovctl metrics cockpit run dev simulator)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -51,6 +51,15 @@ package(cockpit jovara-cockpit admin "cockpit-bridge (>= 276), cockpit-system, j
 set(CPACK_DEBIAN_COCKPIT_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_COCKPIT_PACKAGE_RECOMMENDS cockpit-ws)
 set(CPACK_DEBIAN_COCKPIT_PACKAGE_SHLIBDEPS OFF)
+
+package(metrics jovara-metrics admin jovctl "metrics of a terminal for a monitoring system"
+    "Writes the metrics of the supervisor and its modules every minute into the\ndirectory of a node exporter's textfile collector.")
+set(CPACK_DEBIAN_METRICS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_METRICS_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_METRICS_PACKAGE_RECOMMENDS prometheus-node-exporter)
+set(CPACK_DEBIAN_METRICS_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/metrics/debian/conffiles ${CMAKE_CURRENT_SOURCE_DIR}/metrics/debian/postinst
+    ${CMAKE_CURRENT_SOURCE_DIR}/metrics/debian/prerm ${CMAKE_CURRENT_SOURCE_DIR}/metrics/debian/postrm)
 
 package(dev libjov-dev libdevel "libdbus-1-dev, qtbase5-dev" "libraries for writing modules of a terminal"
     "Headers, static libraries and CMake package of the component platform:\nbus names, events, remote calls, settings and logging.")

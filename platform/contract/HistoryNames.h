@@ -39,6 +39,9 @@ inline constexpr QLatin1String order = latin1("order"); ///< by bus or signal
 inline constexpr QLatin1String power = latin1("power"); ///< lost, or somebody else rebooted the terminal
 inline constexpr QLatin1String killed = latin1("killed"); ///< the supervisor was
 
+inline constexpr QLatin1String all[] = {crash, stopTimeout, memory, presentation, settings,
+                                        files, order,       power,  killed};
+
 } // namespace Cause
 
 namespace Key {
@@ -51,6 +54,7 @@ inline constexpr QLatin1String clockOk = latin1("clock_ok"); ///< false: the clo
 inline constexpr QLatin1String bootId = latin1("boot_id"); ///< of the kernel
 inline constexpr QLatin1String uptime = latin1("uptime"); ///< of the kernel, in seconds
 inline constexpr QLatin1String totals = latin1("totals"); ///< boots by the cause of their end
+inline constexpr QLatin1String moduleTotals = latin1("module_totals"); ///< by cause, and there by module
 inline constexpr QLatin1String step = latin1("step"); ///< the last one reached
 inline constexpr QLatin1String program = latin1("version"); ///< of the daemon
 

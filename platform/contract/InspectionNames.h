@@ -17,6 +17,10 @@ inline constexpr QLatin1String startFailed = latin1("StartFailed");
 inline constexpr QLatin1String initInProgress = latin1("InitInProgress");
 inline constexpr QLatin1String rebootRequested = latin1("RebootRequested"); ///< bool, and no start since
 inline constexpr QLatin1String version = latin1("Version"); ///< of the daemon, a text
+// Properties, times of the last start or restart: when it began, showed the home page, and was complete.
+inline constexpr QLatin1String startedAt = latin1("StartedAt");
+inline constexpr QLatin1String homepageAt = latin1("HomepageAt");
+inline constexpr QLatin1String completeAt = latin1("CompleteAt");
 inline constexpr QLatin1String logLevel = latin1("LogLevel");
 
 inline constexpr QLatin1String listModules = latin1("ListModules");
@@ -39,6 +43,8 @@ inline constexpr QLatin1String status = latin1("Status");
 inline constexpr QLatin1String pid = latin1("Pid"); ///< uint; 0: no process
 inline constexpr QLatin1String starts = latin1("Starts"); ///< uint
 inline constexpr QLatin1String maxMemory = latin1("MaxMemory"); ///< int, see MemoryCeiling
+inline constexpr QLatin1String exits = latin1("Exits"); ///< uint: how often its process ended
+inline constexpr QLatin1String exitsBySignal = latin1("ExitsBySignal"); ///< uint: of these
 inline constexpr QLatin1String exitCode = latin1("ExitCode"); ///< int, of the last run that ended
 inline constexpr QLatin1String exitedBySignal = latin1("ExitedBySignal"); ///< bool: that code is a signal
 inline constexpr QLatin1String dependencies = latin1("Dependencies");

@@ -22,6 +22,7 @@ namespace Key = History::Key;
 namespace {
 
 constexpr int readMost = 64 * 1024; // two of the longest records, and more
+constexpr int mostModules = 32; // of each cause: every record has them
 constexpr int mostReboots = 1; // records: one of each kind makes five
 constexpr char groupOfReaders[] = "jovtech";
 /// A clock that shows an earlier time was not set: there was no such program then.
@@ -167,7 +168,6 @@ void BlackBox::writeNext()
 /// With what only the records before it tell.
 void BlackBox::complete(QJsonObject &record)
 {
-    const auto count = [this](const QString &cause) { m_totals[cause] = m_totals[cause].toInt() + 1; };
     if (record[Key::kind].toString() == History::Kind::start && !m_previousCause.isEmpty()) {
         record[Key::previous] = m_previousCause;
         if (m_previousCause == History::Cause::power || m_previousCause == History::Cause::killed) {
@@ -176,9 +176,22 @@ void BlackBox::complete(QJsonObject &record)
     }
     if (record.contains(Key::cause) && !m_isCounted) {
         m_isCounted = true;
-        count(record[Key::cause].toString());
+        count(record[Key::cause].toString(), record[Key::module].toString());
     }
     record[Key::totals] = m_totals;
+    if (!m_moduleTotals.isEmpty()) {
+        record[Key::moduleTotals] = m_moduleTotals;
+    }
+}
+
+void BlackBox::count(const QString &cause, const QString &module)
+{
+    m_totals[cause] = m_totals[cause].toInt() + 1;
+    QJsonObject modules = m_moduleTotals[cause].toObject();
+    if (!module.isEmpty() && (modules.contains(module) || modules.size() < mostModules)) {
+        modules[module] = modules[module].toInt() + 1;
+        m_moduleTotals[cause] = modules;
+    }
 }
 
 void BlackBox::taskDone(const QByteArray &output, int error)
@@ -199,6 +212,7 @@ void BlackBox::readPrevious(const QByteArray &text)
     const HistoryRecords records = HistoryText::parse(text);
     if (!records.isEmpty()) {
         m_totals = records.last()[Key::totals].toObject();
+        m_moduleTotals = records.last()[Key::moduleTotals].toObject();
         m_previousCause = HistoryText::causeOfLastEnd(records, BootIdentity::bootId());
     }
 }

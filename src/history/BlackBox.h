@@ -62,6 +62,7 @@ private:
     void readPrevious(const QByteArray &text);
     void writeNext();
     void complete(QJsonObject &record);
+    void count(const QString &cause, const QString &module = QString());
     void warn(const char *what, const QString &why);
     void hang();
     void flush();
@@ -75,6 +76,7 @@ private:
     QQueue<QJsonObject> m_queue;
     QVariantMap m_reason; ///< the first one of this boot
     QJsonObject m_totals;
+    QJsonObject m_moduleTotals;
     QString m_previousCause;
     int m_reboots = 0;
     bool m_untakenNoted = false;

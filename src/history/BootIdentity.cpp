@@ -15,6 +15,19 @@ QString contentOf(const QString &path)
     return QString::fromUtf8(RegularFile(path).read(most).value_or(QByteArray())).trimmed();
 }
 
+/// A value of `/etc/os-release`.
+QString systemValue(const QString &key)
+{
+    const QString begin = key + QLatin1Char('=');
+    const QStringList lines = contentOf(JovRoot::rooted(QStringLiteral("/etc/os-release"))).split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        if (line.startsWith(begin)) {
+            return line.mid(begin.size()).remove(QLatin1Char('"')).remove(QLatin1Char('\''));
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 QString BootIdentity::bootId()
@@ -24,14 +37,13 @@ QString BootIdentity::bootId()
     return own.isEmpty() ? contentOf(QStringLiteral("/proc/sys/kernel/random/boot_id")) : own;
 }
 
+QString BootIdentity::firmware()
+{
+    const QString image = systemValue(QStringLiteral("IMAGE_VERSION"));
+    return image.isEmpty() ? systemValue(QStringLiteral("VERSION_ID")) : image;
+}
+
 QString BootIdentity::systemVersion()
 {
-    const QString begin = QStringLiteral("PRETTY_NAME=");
-    const QStringList lines = contentOf(JovRoot::rooted(QStringLiteral("/etc/os-release"))).split(QLatin1Char('\n'));
-    for (const QString &line : lines) {
-        if (line.startsWith(begin)) {
-            return line.mid(begin.size()).remove(QLatin1Char('"'));
-        }
-    }
-    return {};
+    return systemValue(QStringLiteral("PRETTY_NAME"));
 }

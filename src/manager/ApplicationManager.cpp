@@ -128,6 +128,7 @@ void ApplicationManager::noteEnds()
     connect(&m_journal, &Journal::ending, &m_blackBox, &BlackBox::noteReason);
     connect(&m_journal, &Journal::stepDone, this, [this](const QString & /*name*/, int value) {
         if (value == m_inventory.steps().last()->getValue()) {
+            m_journal.noteComplete();
             m_blackBox.noteStarted(bootSummary(m_journal, m_inventory.steps()));
         }
     });

@@ -30,6 +30,8 @@ QVariantMap describe(const ApplicationRecord &record, const InitStep *step, cons
             {Key::pid, record.getID().toUInt()},
             {Key::starts, history.starts},
             {Key::maxMemory, record.getMaxMemory().figure()},
+            {Key::exits, history.exits},
+            {Key::exitsBySignal, history.exitsBySignal},
             {Key::exitCode, history.exitCode},
             {Key::exitedBySignal, history.exitedBySignal},
             {Key::dependencies, record.getDependencies()},
@@ -88,6 +90,21 @@ bool Inspection::rebootRequested() const
 QString Inspection::version() const
 {
     return QStringLiteral(JOV_VERSION);
+}
+
+qulonglong Inspection::startedAt() const
+{
+    return m_journal.startedAt();
+}
+
+qulonglong Inspection::homepageAt() const
+{
+    return m_journal.endOfInitAt();
+}
+
+qulonglong Inspection::completeAt() const
+{
+    return m_journal.completeAt();
 }
 
 int Inspection::logLevel() const

@@ -44,6 +44,15 @@ class Inspection : public QObject
 "    <property name=\"Version\" type=\"s\" access=\"read\">\n"
 "      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
 "    </property>\n"
+"    <property name=\"StartedAt\" type=\"t\" access=\"read\">\n"
+"      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
+"    </property>\n"
+"    <property name=\"HomepageAt\" type=\"t\" access=\"read\">\n"
+"      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
+"    </property>\n"
+"    <property name=\"CompleteAt\" type=\"t\" access=\"read\">\n"
+"      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
+"    </property>\n"
 "    <property name=\"LogLevel\" type=\"i\" access=\"readwrite\">\n"
 "      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" value=\"false\"/>\n"
 "    </property>\n"
@@ -76,6 +85,9 @@ class Inspection : public QObject
     Q_PROPERTY(bool InitInProgress READ initInProgress)
     Q_PROPERTY(bool RebootRequested READ rebootRequested)
     Q_PROPERTY(QString Version READ version)
+    Q_PROPERTY(qulonglong StartedAt READ startedAt)
+    Q_PROPERTY(qulonglong HomepageAt READ homepageAt)
+    Q_PROPERTY(qulonglong CompleteAt READ completeAt)
     Q_PROPERTY(int LogLevel READ logLevel WRITE setLogLevel)
 
 public:
@@ -88,6 +100,9 @@ public:
     [[nodiscard]] bool initInProgress() const;
     [[nodiscard]] bool rebootRequested() const;
     [[nodiscard]] QString version() const;
+    [[nodiscard]] qulonglong startedAt() const;
+    [[nodiscard]] qulonglong homepageAt() const;
+    [[nodiscard]] qulonglong completeAt() const;
     [[nodiscard]] int logLevel() const;
     /// A level that there is not is refused.
     void setLogLevel(int level);

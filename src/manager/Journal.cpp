@@ -50,6 +50,8 @@ void Journal::noteExit(const QString &name, int exitCode, bool bySignal)
     history.exitedAt = add(Inspect::Happened::exited, name);
     history.exitCode = exitCode;
     history.exitedBySignal = bySignal;
+    ++history.exits;
+    history.exitsBySignal += bySignal ? 1 : 0;
 }
 
 void Journal::noteStepStarted(const QString &name)
@@ -68,12 +70,18 @@ void Journal::noteStart(bool again)
     m_timeline.beginStartUp();
     m_startedAt = add(again ? Inspect::Happened::restart : Inspect::Happened::start);
     m_endOfInitAt = 0;
+    m_completeAt = 0;
 }
 
 void Journal::noteEndOfInit()
 {
     m_endOfInitAt = add(Inspect::Happened::endOfInit);
     m_timeline.endStartUp();
+}
+
+void Journal::noteComplete()
+{
+    m_completeAt = m_completeAt == 0 ? now() : m_completeAt;
 }
 
 void Journal::noteStopAll()

@@ -27,6 +27,8 @@ public:
         quint64 readyAt = 0;
         quint64 exitedAt = 0;
         quint32 starts = 0;
+        quint32 exits = 0;
+        quint32 exitsBySignal = 0; ///< of these
         int exitCode = 0; ///< of the last run that ended, or the signal
         bool exitedBySignal = false;
     };
@@ -48,6 +50,8 @@ public:
     void noteEnding(const QVariantMap &reason) override { Q_EMIT ending(reason); }
     void noteStart(bool again);
     void noteEndOfInit();
+    /// All steps are done. Only the first time after a start counts: a later start of everything begins in the middle.
+    void noteComplete();
     void noteStopAll();
 
     [[nodiscard]] ModuleHistory module(const QString &name) const { return m_modules.value(name); }
@@ -55,6 +59,7 @@ public:
     /// Of the last start or restart, and of the end of its initialisation.
     [[nodiscard]] quint64 startedAt() const { return m_startedAt; }
     [[nodiscard]] quint64 endOfInitAt() const { return m_endOfInitAt; }
+    [[nodiscard]] quint64 completeAt() const { return m_completeAt; }
     [[nodiscard]] const Timeline &timeline() const { return m_timeline; }
 
 Q_SIGNALS:
@@ -73,6 +78,7 @@ private:
     Timeline m_timeline;
     quint64 m_startedAt = 0;
     quint64 m_endOfInitAt = 0;
+    quint64 m_completeAt = 0;
 };
 
 #endif

@@ -112,7 +112,7 @@ private Q_SLOTS:
     void causes_data()
     {
         columns<QVariantMap, bool, QString, QString>("reason", "inOrder", "nextBootId", "cause");
-        const QVariantMap crash{{Key::cause, QString(History::Cause::crash)}};
+        const QVariantMap crash{{Key::cause, QString(History::Cause::crash)}, {Key::module, "store"_s}};
         row("crash", crash, true, "1", "crash");
         row("crash without an end", crash, false, "2", "crash");
         row("supervisor killed", QVariantMap(), false, "1", "killed");
@@ -147,6 +147,8 @@ private Q_SLOTS:
         });
         QTEST((*start)[Key::previous].toString(), "cause");
         QTEST(records.last()[Key::totals].toObject().keys().join(u','), "cause");
+        const QJsonObject ofModules = records.last()[Key::moduleTotals].toObject();
+        QCOMPARE(ofModules["crash"_s].toObject()["store"_s].toInt(), reason.isEmpty() ? 0 : 1);
     }
 
     // A disk that hangs, or a fault of the file: a reboot waits a second at most, and the log has one line.

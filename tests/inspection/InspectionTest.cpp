@@ -62,7 +62,8 @@ private Q_SLOTS:
         }
         QCOMPARE(types,
                  "Dependencies:QStringList Dependents:QStringList ExitCode:int ExitedAt:qulonglong ExitedBySignal:bool "
-                 "LaunchedAt:qulonglong MaxMemory:int Name:QString Pid:uint ReadyAt:qulonglong "
+                 "Exits:uint ExitsBySignal:uint LaunchedAt:qulonglong MaxMemory:int Name:QString Pid:uint "
+                 "ReadyAt:qulonglong "
                  "Starts:uint State:QString Status:QString Step:QString "_s);
         const ModuleList modules = readModules(ask(terminal, "ListModules"_s));
         QCOMPARE(moduleNames(modules), (QStringList{"A"_s, "B"_s, "Lost"_s}));
@@ -87,6 +88,7 @@ private Q_SLOTS:
         QCOMPARE(modules[0].starts, 2U);
         QCOMPARE(modules[1].starts, 2U);
         QCOMPARE(modules[1].exitCode, 5);
+        QVERIFY(modules[1].exits == 2 && modules[1].exitsBySignal == 0 && modules[0].exits == 1);
         QCOMPARE(modules[1].readyAt, 0ULL);
         const TimelineList timeline = readTimeline(ask(terminal, "GetTimeline"_s));
         QCOMPARE(events(timeline, QString()), "start stop_all restart"_s);

@@ -1,6 +1,11 @@
+#include "contract/Components.h"
 #include "support/DataTable.h"
 #include "support/Terminal.h"
 
+#include <jov/BusNames.h>
+
+#include <QDBusVirtualObject>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -92,6 +97,32 @@ private:
     QByteArray m_output;
 };
 
+/// Owns the daemon's name and answers every call with this error; nothing if it is empty.
+class Refusal : public QDBusVirtualObject
+{
+public:
+    explicit Refusal(const QString &error)
+        : m_error(error)
+        , m_connection(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"), "refusal"_s))
+    {
+        if (!error.isEmpty()) {
+            m_connection.registerVirtualObject("/"_s, this, QDBusConnection::SubPath);
+            m_connection.registerService(BusNames::service(Components::applicationManager));
+        }
+    }
+    ~Refusal() override { QDBusConnection::disconnectFromBus("refusal"_s); }
+
+    [[nodiscard]] QString introspect(const QString & /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        return connection.send(message.createErrorReply(m_error, m_error));
+    }
+
+private:
+    const QString m_error;
+    QDBusConnection m_connection;
+};
+
 } // namespace
 
 class OperatorTest : public QObject
@@ -139,6 +170,33 @@ private Q_SLOTS:
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/at/all");
         QCOMPARE(jovctl(words).status, 3);
         qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    }
+
+    void metricsFile_data()
+    {
+        columns<QString, QString, int, QString>("answer", "file", "status", "content");
+        row("no daemon", "", "metrics", 3, "jovara_up 0");
+        row("denied", "org.freedesktop.DBus.Error.AccessDenied", "metrics", 1, "of before");
+        row("no folder", "", "nowhere/metrics", 1, "of before");
+        row("a folder", "", "folder", 1, "of before");
+    }
+
+    void metricsFile()
+    {
+        QFETCH(QString, answer);
+        QFETCH(QString, file);
+        const PrivateBus bus;
+        Refusal refusal(answer);
+        RootDir folder;
+        folder.write("/metrics"_s, "of before");
+        folder.write("/folder/file"_s, {});
+        const Outcome outcome = jovctl("metrics --output="_s + folder.path(u'/' + file));
+        QTEST(outcome.status, "status");
+        QCOMPARE(outcome.out, QString());
+        QVERIFY(outcome.err.count(u'\n') == 1);
+        QFETCH(QString, content);
+        QVERIFY(folder.read("/metrics"_s).contains(content.toLatin1()));
+        QCOMPARE(QDir(folder.path(QString())).entryList({"*metrics*"_s}, QDir::Files), QStringList("metrics"_s));
     }
 
     void saysWhatItWaitsFor()
@@ -256,7 +314,11 @@ private Q_SLOTS:
         row("top", "top --once --interval 0.1", "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING");
         row("boot", "boot", "took .*home page was shown after(.|\n)*1 one: (A .*, then [BC]|Quits) ");
         row("metrics", "metrics",
-            "jovara_module_state\\{module=\"A\",step=\"one\",state=\"RUNNING\"\\} 1\n(.|\n)*# EOF\n$");
+            "\njovara_current_step 10\n(.|\n)*\njovara_boot_seconds \\d(.|\n)*# TYPE jovara_module_starts_total "
+            "counter\n"
+            "(.|\n)*\njovara_module_exits_total\\{module=\"Quits\",step=\"one\",how=\"code\"\\} 1\n");
+        row("metrics for the other format", "metrics --openmetrics",
+            "# TYPE jovara_module_starts counter\njovara_module_starts_total(.|\n)*# EOF\n$");
         row("log level", "log-level", "^7 \\(debug\\)\n$");
         for (const char *words : {"list --json", "list --json --names", "status --json A Quits", "tree --json",
                                   "top --once --json --interval 0.1", "boot --json"}) {

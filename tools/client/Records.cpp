@@ -70,6 +70,8 @@ ModuleList readModules(const QDBusMessage &reply)
         {Key::pid, [](ModuleInfo &m, const QVariant &v) { m.pid = v.toUInt(); }},
         {Key::starts, [](ModuleInfo &m, const QVariant &v) { m.starts = v.toUInt(); }},
         {Key::maxMemory, [](ModuleInfo &m, const QVariant &v) { m.maxMemory = MemoryCeiling(v.toInt()); }},
+        {Key::exits, [](ModuleInfo &m, const QVariant &v) { m.exits = v.toUInt(); }},
+        {Key::exitsBySignal, [](ModuleInfo &m, const QVariant &v) { m.exitsBySignal = v.toUInt(); }},
         {Key::exitCode, [](ModuleInfo &m, const QVariant &v) { m.exitCode = v.toInt(); }},
         {Key::exitedBySignal, [](ModuleInfo &m, const QVariant &v) { m.exitedBySignal = v.toBool(); }},
         {Key::dependencies, [](ModuleInfo &m, const QVariant &v) { m.dependencies = v.toStringList(); }},

@@ -24,6 +24,8 @@ struct ModuleInfo
     QString status;
     uint pid = 0;
     uint starts = 0;
+    uint exits = 0;
+    uint exitsBySignal = 0; ///< of these
     MemoryCeiling maxMemory;
     int exitCode = 0;
     bool exitedBySignal = false;

@@ -85,10 +85,12 @@ constexpr Command commands[] = {
      "jovctl boot --svg boot.svg\n"
      "jovctl boot --compare 3\n"
      "jovctl boot --json | jq .total"},
-    {"metrics", Commands::metrics, "", 0, 0, "", "Print metrics for a monitoring system (OpenMetrics)",
-     "Suitable for the textfile collector of a node exporter. If the daemon is not\n"
+    {"metrics", Commands::metrics, "", 0, 0, "openmetrics output", "Print metrics for a monitoring system",
+     "The format is that of the textfile collector of a node exporter. The file of\n"
+     "--output is replaced as a whole, or left as it is. If the daemon is not\n"
      "running, prints jovara_up 0 and exits with status 3.",
-     "jovctl metrics > jovara.prom.new; mv jovara.prom.new jovara.prom"},
+     "jovctl metrics\n"
+     "jovctl metrics --output=/var/lib/prometheus/node-exporter/jovara.prom"},
     {"verify", Commands::verify, "[ROOT]", 0, 1, "json sarif", "Check the files of a terminal for errors",
      "Reads the files below ROOT, or those of this terminal, as the daemon does.\n"
      "Prints each error with its file and line, and how to fix it. Needs no daemon\n"
@@ -114,6 +116,8 @@ constexpr struct
                {"compare", "", "Show which modules are slower or faster than in an earlier boot"},
                {"n", "COUNT", "Show the last COUNT only"},
                {"f", "", "Print what is added, too, until Ctrl-C"},
+               {"openmetrics", "", "Print OpenMetrics text"},
+               {"output", "FILE", "Write to FILE"},
                {"svg", "FILE", "Write a chart to FILE (- for standard output)"}};
 
 QString aligned(const QString &left, const QString &right)

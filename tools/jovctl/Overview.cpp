@@ -4,7 +4,6 @@
 #include "client/Console.h"
 #include "client/Units.h"
 #include "contract/InspectionNames.h"
-#include "contract/Steps.h"
 #include "jovctl/PastBoots.h"
 #include "jovctl/ProcessUsage.h"
 #include "jovctl/Reason.h"
@@ -67,7 +66,7 @@ void setState(Overview &overview, const BusClient &client, const ModuleList &mod
     } else if (!wait.isEmpty()) {
         overview.state = allDone ? QStringLiteral("up") : QStringLiteral("starting");
         overview.detail = QStringLiteral("%1, %2").arg(atStep, wait);
-    } else if (!allDone && reached < Steps::firstOwn) {
+    } else if (isHeld(modules, steps, reached)) {
         overview.state = QStringLiteral("held at step %1").arg(reached);
         overview.detail = QStringLiteral("by the step file. To continue: jovctl step N");
     } else {

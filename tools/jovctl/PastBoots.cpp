@@ -176,6 +176,19 @@ QList<PastBoot> readPastBoots()
     return boots;
 }
 
+QJsonObject readNewestRecord()
+{
+    const QString path = HistoryText::pathOf(PlatformIni::section(QStringLiteral("ApplicationManager")));
+    for (const QString &name : {path, path + History::oldSuffix}) {
+        const QByteArray text = RegularFile(name).read(most).value_or(QByteArray());
+        const HistoryRecords records = HistoryText::parse(text.right(2 * HistoryText::longestWithBoot));
+        if (!records.isEmpty()) {
+            return records.last();
+        }
+    }
+    return {};
+}
+
 const PastBoot &bootBefore(const QList<PastBoot> &boots, const QStringList &operands)
 {
     bool isNumber = true;

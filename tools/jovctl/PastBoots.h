@@ -33,6 +33,9 @@ struct PastBoot
 /// All boots, the newest first. Throws a Failure if there is no history.
 [[nodiscard]] QList<PastBoot> readPastBoots();
 
+/// The newest record, which has the totals of all boots; empty if there is none.
+[[nodiscard]] QJsonObject readNewestRecord();
+
 [[nodiscard]] QList<PastBoot> pastBootsOf(const HistoryRecords &records, const QString &bootId);
 
 /// The number of the operand "[N]", or 1. Throws a Failure for anything else, and if there are fewer boots.

@@ -3,6 +3,7 @@
 #include "client/BusClient.h"
 #include "client/Units.h"
 #include "contract/InspectionNames.h"
+#include "contract/Steps.h"
 
 #include <QSet>
 
@@ -85,6 +86,12 @@ const ModuleInfo *moduleWaitedFor(const ModuleList &modules, const StepList &ste
         }
     }
     return nullptr;
+}
+
+bool isHeld(const ModuleList &modules, const StepList &steps, int reached)
+{
+    return reached < Steps::firstOwn && !moduleWaitedFor(modules, steps)
+        && !std::all_of(steps.begin(), steps.end(), [](const StepInfo &step) { return step.doneAt > 0; });
 }
 
 QString reasonNotRunning(const ModuleInfo &module, const ModuleList &modules, const BusClient &client)
