@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -71,7 +72,7 @@ bool ChildProcess::start(const Command &command)
 {
     m_left.kill();
     m_name = command.name;
-    const QByteArray input = silentInput();
+    const QByteArray input = command.input.isEmpty() ? silentInput() : command.input;
     int error = input.isEmpty() ? errno : 0;
     if (error == 0) {
         Spawn spawn;
@@ -103,6 +104,13 @@ void ChildProcess::kill()
     if (isRunning()) {
         ::kill(-m_pid, SIGKILL);
         ::kill(m_pid, SIGKILL);
+    }
+}
+
+void ChildProcess::letGo()
+{
+    if (isRunning()) {
+        ChildReaper::instance().letGo(std::exchange(m_pid, 0));
     }
 }
 

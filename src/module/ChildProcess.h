@@ -46,6 +46,7 @@ public:
         std::optional<mode_t> mask; ///< its umask instead of our own
         bool quiet = true; ///< its output goes to /dev/null, else to our own streams
         int output = -1; ///< where it goes instead, if this is open
+        QByteArray input; ///< the path of its standard input instead of the silent pipe
     };
 
     explicit ChildProcess(Listener &listener)
@@ -58,6 +59,8 @@ public:
     /// Returns when the program runs, or with processFailed(FailedToStart) and false. Not while a child is running.
     bool start(const Command &command);
     void kill();
+    /// The child is not killed with the object; the reaper reaps it.
+    void letGo();
     [[nodiscard]] bool isRunning() const { return m_pid > 0; }
     [[nodiscard]] qint64 processId() const { return m_pid; }
     [[nodiscard]] QString errorString() const { return m_errorString; }

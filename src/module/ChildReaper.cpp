@@ -33,7 +33,7 @@ void ChildReaper::waitForGivenUp(int limit)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (!m_givenUp.isEmpty() && elapsed.elapsed() < limit) {
+    while (!QStringList(m_givenUp.values()).join(QString()).isEmpty() && elapsed.elapsed() < limit) {
         usleep(1000);
         reapEnded();
     }

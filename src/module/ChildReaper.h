@@ -5,7 +5,7 @@
 
 #include <QHash>
 #include <QObject>
-#include <QString>
+#include <QStringList>
 
 #include <sys/types.h>
 
@@ -13,7 +13,7 @@ class ChildProcess;
 
 /**
  * Reaps, at every `SIGCHLD`, the children that have ended: those whose owner waits for them, and those that were killed
- * and given up by their owner. Nobody else's child is reaped.
+ * and given up or let go by their owner. Nobody else's child is reaped.
  */
 class ChildReaper : public QObject
 {
@@ -27,9 +27,11 @@ public:
     void add(pid_t pid, ChildProcess *child) { m_children.insert(pid, child); }
     /// The owner goes. The child is killed, but not waited for: a debugger or an uninterruptible sleep can hold it.
     void giveUp(pid_t pid, const QString &name);
+    /// The owner goes, and the child continues.
+    void letGo(pid_t pid) { giveUp(pid, QString()); }
     /// Whether a child of that name was given up and has not ended yet.
     [[nodiscard]] bool holds(const QString &name) const { return m_givenUp.key(name, 0) != 0; }
-    /// Waits for what was given up, `limit` milliseconds at most.
+    /// Waits for the children that were killed, `limit` milliseconds at most.
     void waitForGivenUp(int limit);
 
 private:
@@ -40,7 +42,7 @@ private:
 
     SignalBridge m_bridge;
     QHash<pid_t, ChildProcess *> m_children;
-    QHash<pid_t, QString> m_givenUp;
+    QHash<pid_t, QString> m_givenUp; ///< without a name: let go
 };
 
 #endif

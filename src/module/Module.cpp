@@ -174,7 +174,7 @@ bool Module::launch()
     command.quiet = !m_context.state.debugMode();
     Descriptor output;
     if (command.quiet) {
-        openModuleOutput(m_context.state.parameters().moduleOutput, name, output);
+        openModuleOutput(m_context.state.parameters().moduleOutput, name, m_logProgram, output);
         command.output = output.number();
     }
     if (!m_process.start(command)) {

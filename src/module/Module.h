@@ -3,6 +3,7 @@
 
 #include "module/Application.h"
 #include "module/ChildProcess.h"
+#include "module/LogProgram.h"
 #include "module/ModuleContext.h"
 
 #include <QElapsedTimer>
@@ -112,6 +113,7 @@ private:
 
     const ModuleContext m_context;
     ChildProcess m_process{*this};
+    std::unique_ptr<LogProgram> m_logProgram; ///< since the first launch that needed one
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
     qint64 m_stopTime = 0; ///< what the last stop took, in milliseconds
     std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one

@@ -1,5 +1,6 @@
 #include "module/ModuleOutput.h"
 
+#include "module/LogProgram.h"
 #include "supervision/OutputSetting.h"
 
 #include <jov/JovRoot.h>
@@ -80,13 +81,29 @@ int openJournal(const QString &module)
 
 } // namespace
 
-void openModuleOutput(const OutputSetting &setting, const QString &module, Descriptor &output)
+void openModuleOutput(const OutputSetting &setting, const QString &module, std::unique_ptr<LogProgram> &program,
+                      Descriptor &output)
 {
-    if (setting.kind == OutputSetting::Kind::None) {
-        return;
+    const QString command = setting.commandOf(module);
+    if (program && program->command() != command) {
+        program.reset();
     }
-    const bool isFile = setting.kind == OutputSetting::Kind::File;
-    output.reset(isFile ? openFile(setting.pathOf(module)) : openJournal(module));
+    switch (setting.kind) {
+    case OutputSetting::Kind::None:
+        return;
+    case OutputSetting::Kind::Journal:
+        output.reset(openJournal(module));
+        break;
+    case OutputSetting::Kind::File:
+        output.reset(openFile(setting.pathOf(module)));
+        break;
+    case OutputSetting::Kind::Program:
+        if (!program) {
+            program = std::make_unique<LogProgram>(module, command);
+        }
+        output.reset(program->open());
+        break;
+    }
     if (!output.isOpen()) {
         Log::warning("module_output of %1 cannot be opened: %2", module, qt_error_string(errno));
     }

@@ -11,17 +11,20 @@ constexpr qint64 longestLine = 500; // bytes, on the average
 
 } // namespace
 
-std::optional<OutputSetting> OutputSetting::parse(const QString &text)
+std::optional<OutputSetting> OutputSetting::parse(const QString &text, const QString &path)
 {
     const QString file = QStringLiteral("file:/");
     if (text == QLatin1String("none")) {
         return OutputSetting();
     }
     if (text == QLatin1String("journal")) {
-        return OutputSetting{Kind::Journal, QString()};
+        return OutputSetting{Kind::Journal, QString(), QString()};
     }
     if (text.startsWith(file)) {
-        return OutputSetting{Kind::File, text.mid(file.size() - 1)};
+        return OutputSetting{Kind::File, text.mid(file.size() - 1), QString()};
+    }
+    if (text.startsWith(QLatin1Char('|')) && text.size() > 1) {
+        return OutputSetting{Kind::Program, path, text.mid(1)};
     }
     return std::nullopt;
 }
@@ -32,9 +35,15 @@ QString OutputSetting::pathOf(const QString &module) const
     return JovRoot::rooted(path.replace(QStringLiteral("%n"), module));
 }
 
+QString OutputSetting::commandOf(const QString &module) const
+{
+    QString line = command;
+    return line.replace(QStringLiteral("%n"), JovRoot::shellQuoted(module));
+}
+
 QStringList OutputSetting::lastLines(const QString &module, int count) const
 {
-    if (kind != Kind::File || !QFileInfo(pathOf(module)).isFile()) {
+    if (pattern.isEmpty() || !QFileInfo(pathOf(module)).isFile()) {
         return {};
     }
     QFile file(pathOf(module));

@@ -38,8 +38,14 @@ std::optional<int> number(const QMap<QString, QString> &section, const QString &
 OutputSetting outputOf(const QMap<QString, QString> &section, const Parameters::Refusal &refused)
 {
     const QString key = QStringLiteral("module_output");
+    const QString pathKey = QStringLiteral("module_output_path");
     const QString text = section.value(key, QStringLiteral("none")).trimmed();
-    const std::optional<OutputSetting> setting = OutputSetting::parse(text);
+    QString path = section.value(pathKey).trimmed();
+    if (!path.isEmpty() && !path.startsWith(QLatin1Char('/'))) {
+        refused(pathKey, path);
+        path.clear();
+    }
+    const std::optional<OutputSetting> setting = OutputSetting::parse(text, path);
     if (!setting) {
         refused(key, text);
     }
@@ -68,9 +74,9 @@ Parameters Parameters::read(const QMap<QString, QString> &section, const Refusal
 
 QStringList Parameters::keys()
 {
-    return {QStringLiteral("history_file"),    QStringLiteral("history_size"),   QStringLiteral("launches_ahead"),
-            QStringLiteral("module_output"),   QStringLiteral("module_umask"),   QStringLiteral("no_webapp_timer"),
-            QStringLiteral("reboot_fallback"), QStringLiteral("watchdog_device")};
+    return {QStringLiteral("history_file"),    QStringLiteral("history_size"),       QStringLiteral("launches_ahead"),
+            QStringLiteral("module_output"),   QStringLiteral("module_output_path"), QStringLiteral("module_umask"),
+            QStringLiteral("no_webapp_timer"), QStringLiteral("reboot_fallback"),    QStringLiteral("watchdog_device")};
 }
 
 void Parameters::warn(const QString &key, const QString &value)

@@ -21,7 +21,7 @@ struct Parameters
     QString historyFile; ///< `history_file`, with the root prefix; empty: no history
     int historySize = 256; ///< `history_size`, in kB
 
-    OutputSetting moduleOutput; ///< `module_output`
+    OutputSetting moduleOutput; ///< `module_output`, `module_output_path`
     int launchesAhead = 32; ///< `launches_ahead`: how many modules that were launched ahead may be starting at once
 
     using Refusal = std::function<void(const QString &key, const QString &value)>;

@@ -8,9 +8,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <array>
 
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -178,6 +181,45 @@ private Q_SLOTS:
         }
         close(journal);
         QCOMPARE(terminal.end(SIGTERM), 0);
+    }
+
+    // What a module prints survives the end of its log program, and the log program that of the supervisor.
+    void logProgram()
+    {
+        Terminal terminal("step one 1\nA one");
+        const QString ini = "/etc/JovApplication/platform.ini"_s;
+        terminal.root.write(ini,
+                            terminal.root.read(ini)
+                                + "[ApplicationManager]\nmodule_output=|exec cat >>$JOV_ROOT/%n.log\n"
+                                  "module_output_path=/%n.log");
+        const QString program = terminal.root.path("/usr/lib/JovApplication/A"_s);
+        QVERIFY(QFile::rename(program, terminal.root.path("/program"_s)));
+        terminal.root.writeScript("/usr/lib/JovApplication/A"_s, "cat $JOV_ROOT/say & exec $JOV_ROOT/program $*");
+        const QByteArray fifo = QFile::encodeName(terminal.root.path("/say"_s));
+        QCOMPARE(mkfifo(fifo.constData(), 0600), 0);
+        const int say = open(fifo.constData(), O_RDWR | O_CLOEXEC);
+        QByteArray all;
+        const auto arrives = [&](const QByteArray &line) {
+            all += line;
+            return write(say, line.constData(), size_t(line.size())) == line.size()
+                && terminal.wait([&] { return terminal.root.read("/A.log"_s) == all; });
+        };
+        QCOMPARE(terminal.startDaemon(), 0);
+        QVERIFY(arrives("one\n"));
+        const QList<pid_t> children = Processes::children(terminal.pid());
+        const auto log = std::find_if(children.begin(), children.end(),
+                                      [](pid_t child) { return Processes::commandLine(child) == "cat"; });
+        QVERIFY(log != children.end());
+        ::kill(*log, SIGTERM);
+        QVERIFY(terminal.waitForLog("the log program has ended (killed by SIGTERM), next start in 1 s"_s));
+        QVERIFY(arrives("two\n"));
+        kill(terminal, "A"_s, SIGSEGV);
+        QTRY_COMPARE(history().at(0)["reason"_s]["output"_s].toVariant().toStringList().last(), "two"_s);
+        QCOMPARE(terminal.call("startModule"_s, {"A"_s}), "true"_s);
+        killAll(terminal);
+        QVERIFY(arrives("three\n"));
+        close(say); // The last writer ends.
+        QTRY_COMPARE(terminal.leftBehind(), QStringList());
     }
 
     // Whatever is wrong with the disk, the terminal boots, and a crash is answered.

@@ -56,8 +56,8 @@ constexpr Command commands[] = {
      "jovctl watch --events\n"
      "jovctl watch --json | jq 'select(.kind == \"change\")'"},
     {"log", Commands::log, "NAME", 1, 1, "n f", "Print what a module has printed",
-     "Reads the file or the journal that module_output in platform.ini names, and\n"
-     "needs no daemon.",
+     "Reads the file or the journal that module_output in platform.ini names, or the\n"
+     "file of a log program (module_output_path). Needs no daemon.",
      "jovctl log JovGate\n"
      "jovctl log -f -n 50 JovGate"},
     {"log-level", Commands::logLevel, "[N]", 0, 1, "", "Show or set the log level of the running daemon",

@@ -3,6 +3,7 @@
 #include "jovctl/Command.h"
 #include "jovctl/OutputFile.h"
 #include "root/PlatformIni.h"
+#include "supervision/Parameters.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -66,9 +67,8 @@ ExitStatus showJournal(const QString &module, const QString &count, bool follows
 
 OutputSetting outputSetting()
 {
-    const QString text =
-        PlatformIni::section(QStringLiteral("ApplicationManager")).value(QStringLiteral("module_output"));
-    return OutputSetting::parse(text.trimmed()).value_or(OutputSetting());
+    return Parameters::read(PlatformIni::section(QStringLiteral("ApplicationManager")), [](auto &, auto &) {})
+        .moduleOutput;
 }
 
 ExitStatus Commands::log(const Arguments &arguments)
@@ -88,6 +88,11 @@ ExitStatus Commands::log(const Arguments &arguments)
     }
     if (setting.kind == OutputSetting::Kind::Journal) {
         return showJournal(module, QString::number(count), follows);
+    }
+    if (setting.pattern.isEmpty()) {
+        throw Failure(ExitStatus::Failed,
+                      QStringLiteral("what modules print goes to a log program: set module_output_path in platform.ini "
+                                     "to the file that it writes"));
     }
     const QString path = setting.pathOf(module);
     if (!QFile::exists(path)) {
