@@ -28,7 +28,9 @@ constexpr char groupOfReaders[] = "jovtech";
 
 int openFile(const QString &path)
 {
+    const mode_t ownMask = umask(S_IWGRP | S_IWOTH); // the daemon's is 0, and logrotate refuses a folder of everybody
     QDir().mkpath(QFileInfo(path).path());
+    umask(ownMask);
     const QByteArray name = QFile::encodeName(path);
     if (QFileInfo(path).size() > largestFile) {
         const int moved = std::rename(name.constData(), (name + ".old").constData());
