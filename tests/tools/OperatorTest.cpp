@@ -133,8 +133,9 @@ private Q_SLOTS:
     void usage_data()
     {
         columns<QString>("words");
-        for (const char *words : {"", "lst", "list --nonsense", "list A", "start", "log-level 8", "log-level loud",
-                                  "log-level 1 2", "top --interval 0", "top --interval nan", "boot --svg"}) {
+        for (const char *words :
+             {"", "lst", "list --nonsense", "list A", "start", "log-level 8", "log-level loud", "log-level 1 2",
+              "top --interval 0", "top --interval nan", "boot --svg", "list --timeout 0"}) {
             row(words, words);
         }
     }
@@ -209,6 +210,14 @@ private Q_SLOTS:
         QCOMPARE(outcome.err.count("Slow"_s), 1);
         QCOMPARE(outcome.status, 0);
         QCOMPARE(jovctl("start-all"_s).status, 0);
+        QCOMPARE(jovctl("watch --timeout 0.2"_s).status, 0);
+        ::kill(terminal.pid(), SIGSTOP);
+        for (const QString &words : {"list --timeout=0.2"_s, "stop Slow --timeout=0.2"_s}) {
+            const Outcome late = jovctl(words);
+            QCOMPARE(late.status, 1);
+            QCOMPARE(late.err, "jovctl: the time of --timeout is over\n"_s);
+        }
+        ::kill(terminal.pid(), SIGCONT);
     }
 
     void saysWhatIsMissing()

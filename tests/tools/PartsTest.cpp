@@ -149,6 +149,7 @@ private Q_SLOTS:
             60, 20, true);
         row("stopped in the middle", "start 0,step_started one 1,launched A 10,stop_all 30,STOPPED A 35"_s, "A 10-10?*",
             10, 0, false);
+        row("still starting", "start 0,step_started one 1,launched A 10", "A 10-1000?*", 1000, 990, false);
         row("a module that is gone meanwhile", "start 0,launched Z 10,RUNNING Z 20,step_done one 30"_s, "", 30, 0,
             true);
     }
@@ -161,7 +162,7 @@ private Q_SLOTS:
                                  moduleOf("D"_s, {"B"_s, "C"_s}), moduleOf("E"_s)};
         StepInfo step;
         step.name = "one"_s;
-        const BootRecord record = analyseBoot(timelineOf(timeline), modules, {step});
+        const BootRecord record = analyseBoot(timelineOf(timeline), modules, {step}, 1000);
         QVERIFY(record.isKnown);
         QTEST(described(record), "modules");
         QTEST(int(record.total), "total");

@@ -34,7 +34,7 @@ public:
         }
     }
 
-    BootRecord collect(const TimelineList &timeline)
+    BootRecord collect(const TimelineList &timeline, quint64 now)
     {
         int first = timeline.size() - 1;
         while (first >= 0 && !isBegin(timeline.at(first))) {
@@ -46,12 +46,17 @@ public:
         m_record.isKnown = true;
         m_record.isRestart = timeline.at(first).event == Happened::restart;
         const quint64 begin = timeline.at(first).time;
+        bool isStopped = false;
         for (int i = first + 1; i < timeline.size() && !m_record.isComplete; ++i) {
-            if (timeline.at(i).event == Happened::stopAll) {
+            isStopped = timeline.at(i).event == Happened::stopAll;
+            if (isStopped) {
                 break;
             }
             m_record.total = timeline.at(i).time - begin;
             take(timeline.at(i).event, timeline.at(i).name, m_record.total);
+        }
+        if (!m_record.isComplete && !isStopped && now > begin) {
+            m_record.total = now - begin;
         }
         finish();
         return m_record;
@@ -172,9 +177,9 @@ QList<BootModule> BootRecord::slowest(int count) const
     return modules.mid(0, count);
 }
 
-BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps)
+BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps, quint64 now)
 {
-    BootRecord record = Collector(modules, steps).collect(timeline);
+    BootRecord record = Collector(modules, steps).collect(timeline, now);
     QHash<QString, QStringList> dependencies;
     for (const ModuleInfo &module : modules) {
         dependencies.insert(module.name, module.dependencies);

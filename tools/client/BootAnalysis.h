@@ -47,6 +47,7 @@ struct BootRecord
     [[nodiscard]] QList<BootModule> slowest(int count) const;
 };
 
-[[nodiscard]] BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps);
+[[nodiscard]] BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps,
+                                     quint64 now = 0);
 
 #endif

@@ -66,6 +66,15 @@ void check(const QDBusMessage &reply, const char *permitted)
     }
 }
 
+} // namespace
+
+void checkLook(const QDBusMessage &reply)
+{
+    check(reply, forLooking);
+}
+
+namespace {
+
 QDBusConnection connectToBus()
 {
     const BusDeadline deadline;

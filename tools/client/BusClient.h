@@ -52,6 +52,9 @@ private:
     QDBusConnection m_connection;
 };
 
+/// Throws a Failure for the error that a call has got that only looks.
+void checkLook(const QDBusMessage &reply);
+
 /// Throws a Failure, with suggestions, for the first name without a module.
 void checkNames(const ModuleList &modules, const QStringList &names);
 

@@ -99,6 +99,11 @@ bool Console::isUtf8()
     return qstrcmp(nl_langinfo(CODESET), "UTF-8") == 0;
 }
 
+bool Console::isPlain()
+{
+    return isTerminal() && !isUtf8();
+}
+
 QString Console::coloured(const QString &text, Colour colour)
 {
     const char *sequence = code(colour);
@@ -130,6 +135,8 @@ QString Console::printable(const QString &text)
             || character.unicode() == 0x2029 || (character.unicode() >= 0x202a && character.unicode() <= 0x202e)
             || (character.unicode() >= 0x2066 && character.unicode() <= 0x2069)) {
             shown += QStringLiteral("\\x%1").arg(int(character.unicode()), 2, 16, QLatin1Char('0'));
+        } else if (character.unicode() > 0x7e && isPlain()) {
+            shown += QStringLiteral("\\u%1").arg(int(character.unicode()), 4, 16, QLatin1Char('0'));
         } else {
             shown += character;
         }

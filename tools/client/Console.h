@@ -26,6 +26,8 @@ bool flush();
 [[nodiscard]] int rows();
 /// Whether the locale's character set is UTF-8.
 [[nodiscard]] bool isUtf8();
+/// Standard output is a terminal whose locale has another character set than UTF-8.
+[[nodiscard]] bool isPlain();
 
 [[nodiscard]] QString coloured(const QString &text, Colour colour);
 [[nodiscard]] Colour colourOfState(const QString &state);

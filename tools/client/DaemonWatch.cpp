@@ -72,7 +72,7 @@ void DaemonWatch::readPresent()
         }
         const QDBusMessage reply = watcher->reply();
         if (reply.type() != QDBusMessage::ReplyMessage) {
-            Q_EMIT refused(reply.errorMessage());
+            Q_EMIT refused(reply);
             return;
         }
         const ModuleList modules = readModules(reply);

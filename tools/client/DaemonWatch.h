@@ -32,7 +32,7 @@ Q_SIGNALS:
     void changed(const QString &name, const QString &oldState, const QString &newState);
     void stepDone(int value, const QString &name);
     /// The daemon answered ListModules with an error.
-    void refused(const QString &text);
+    void refused(const QDBusMessage &reply);
 
 private Q_SLOTS:
     void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);

@@ -1,5 +1,7 @@
 #include "client/TextWidth.h"
 
+#include "client/Console.h"
+
 #include <QChar>
 
 #include <algorithm>
@@ -65,13 +67,14 @@ QString shortened(const QString &text, int width)
     if (textWidth(text) <= width) {
         return text;
     }
+    const QString mark = Console::isPlain() ? QStringLiteral("...") : QString(QChar(0x2026));
     int end = 0;
     int filled = 0;
     for (int position = 0; position < text.size(); end = position) {
         filled += cells(next(text, position));
-        if (filled > width - 1) {
+        if (filled > width - mark.size()) {
             break;
         }
     }
-    return text.left(end) + QChar(0x2026);
+    return text.left(end) + mark;
 }

@@ -7,6 +7,9 @@
 
 namespace {
 
+constexpr double shortestTimeout = 0.001; // s
+constexpr double longestTimeout = 1e9;
+
 [[noreturn]] void refuse(const Command &command, const QString &text)
 {
     throw Failure(ExitStatus::Usage,
@@ -27,6 +30,8 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     parser.addOptions(options);
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     parser.addOption(help);
+    const QCommandLineOption timeout(QStringLiteral("timeout"), QString(), QStringLiteral("SECONDS"));
+    parser.addOption(timeout);
     const bool isRight = parser.parse(QStringList(QLatin1String(command.name)) + words);
     if (!parser.unknownOptionNames().isEmpty()) {
         refuse(command, QStringLiteral("unknown option \"%1\"").arg(optionWord(parser.unknownOptionNames().first())));
@@ -44,6 +49,13 @@ Arguments Arguments::parse(const Command &command, const QStringList &words)
     for (const QCommandLineOption &option : options) {
         if (parser.isSet(option)) {
             arguments.m_values.insert(option.names().last(), parser.value(option));
+        }
+    }
+    if (parser.isSet(timeout)) {
+        bool isNumber = false;
+        arguments.m_timeout = parser.value(timeout).toDouble(&isNumber);
+        if (!isNumber || !(arguments.m_timeout >= shortestTimeout && arguments.m_timeout <= longestTimeout)) {
+            refuse(command, QStringLiteral("--timeout needs a number of seconds"));
         }
     }
     const int count = arguments.m_operands.size();

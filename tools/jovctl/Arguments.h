@@ -15,6 +15,8 @@ public:
     [[nodiscard]] static Arguments parse(const Command &command, const QStringList &words);
 
     [[nodiscard]] bool wantsHelp() const { return m_wantsHelp; }
+    /// In seconds; 0 for none.
+    [[nodiscard]] double timeout() const { return m_timeout; }
     [[nodiscard]] bool isSet(const QString &option) const { return m_values.contains(option); }
     [[nodiscard]] QString value(const QString &option) const { return m_values.value(option); }
     [[nodiscard]] bool wantsJson() const { return isSet(QStringLiteral("json")); }
@@ -23,6 +25,7 @@ public:
 private:
     QHash<QString, QString> m_values;
     QStringList m_operands;
+    double m_timeout = 0;
     bool m_wantsHelp = false;
 };
 

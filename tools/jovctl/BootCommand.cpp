@@ -107,7 +107,7 @@ void writeChart(const QString &path, const BootRecord &record)
 BootRecord presentRecord()
 {
     const BusClient client;
-    BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps());
+    BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps(), Units::now());
     if (!record.isKnown) {
         throw Failure(ExitStatus::Failed, QStringLiteral("the daemon's timeline no longer has the start-up"));
     }

@@ -2,6 +2,7 @@
 
 #include "client/Console.h"
 #include "client/NearMiss.h"
+#include "client/TimeLimit.h"
 #include "jovctl/CommandTable.h"
 
 #include <QCoreApplication>
@@ -40,6 +41,9 @@ ExitStatus run(QStringList words)
     if (arguments.wantsHelp()) {
         Console::write(commandHelp(command));
         return ExitStatus::Done;
+    }
+    if (arguments.timeout() > 0) {
+        limitTime(arguments.timeout());
     }
     return command.run(arguments);
 }

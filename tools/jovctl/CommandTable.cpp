@@ -206,6 +206,7 @@ QString commandHelp(const Command &command)
         const QString value = option.valueName();
         text += aligned(optionText(option.names().last(), value), option.description());
     }
+    text += aligned(QStringLiteral("--timeout=SECONDS"), QStringLiteral("End after this time, with status 1"));
     text += aligned(QStringLiteral("-h, --help"), QStringLiteral("Show this help")) + QStringLiteral("\nExamples:\n");
     const QStringList examples = QString::fromLatin1(command.examples).split(QLatin1Char('\n'));
     return text + QStringLiteral("  %1\n").arg(examples.join(QStringLiteral("\n  ")));

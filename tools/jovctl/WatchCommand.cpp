@@ -119,9 +119,13 @@ void connectAll(const DaemonWatch &watch, WatchPrinter &printer)
         printer.line(QStringLiteral("daemon"), QStringLiteral("ApplicationManager is not running; waiting for it"),
                      {{QStringLiteral("there"), false}});
     });
-    QObject::connect(&watch, &DaemonWatch::refused, &printer, [](const QString &text) {
-        Console::complain(QStringLiteral("ApplicationManager refused the request: %1").arg(text));
-        QCoreApplication::exit(int(ExitStatus::Failed));
+    QObject::connect(&watch, &DaemonWatch::refused, &printer, [](const QDBusMessage &reply) {
+        try {
+            checkLook(reply);
+        } catch (const Failure &failure) {
+            Console::complain(failure.text());
+            QCoreApplication::exit(int(failure.status()));
+        }
     });
     QObject::connect(&watch, &DaemonWatch::busLost, &printer, [] {
         Console::complain(QStringLiteral("the connection to the bus was lost"));
