@@ -5,6 +5,7 @@
 #include "app/TerminalBus.h"
 #include "app/TerminalRoot.h"
 #include "components/SettingsFile.h"
+#include "contract/Components.h"
 #include "contract/Events.h"
 #include "contract/InspectionNames.h"
 
@@ -19,6 +20,7 @@ namespace {
 using Colour = Display::Colour;
 
 constexpr int crashLimit = 10000; // ms
+constexpr int crashLimitAlone = 1000; // ms, where nobody takes the request for a reboot
 const QString separator = QStringLiteral(", ");
 
 /// The commands of jovctl that end by themselves and do not end the supervisor.
@@ -68,9 +70,11 @@ Commands::Commands(Display &display, TerminalBus &bus, Narrator &narrator, const
         finish();
     });
     m_crashLimit.setSingleShot(true);
-    m_crashLimit.setInterval(crashLimit);
     connect(&m_crashLimit, &QTimer::timeout, this, [this] {
-        m_display.line(QStringLiteral("  The supervisor did not react within %1 s.").arg(crashLimit / 1000),
+        m_display.line(m_crashLimit.interval() == crashLimit
+                           ? QStringLiteral("  The supervisor did not react within %1 s.").arg(crashLimit / 1000)
+                           : QStringLiteral("  No reboot follows: the module Platform, which takes the request, "
+                                            "does not run."),
                        Colour::Bad);
         Q_EMIT crashIgnored();
         finish();
@@ -183,7 +187,8 @@ void Commands::crash(const QString &module)
     if (info && info->pid > 0) {
         m_narrator.tell(module, QStringLiteral("killing process %1 with SIGSEGV").arg(info->pid), Colour::Busy);
         kill(pid_t(info->pid), SIGSEGV);
-        m_crashLimit.start();
+        const ModuleInfo *platform = findModule(modules, Components::platform);
+        m_crashLimit.start(platform && platform->pid > 0 ? crashLimit : crashLimitAlone);
     } else {
         m_display.line(QStringLiteral("  %1: no running module has this name").arg(module), Colour::Bad);
         finish();

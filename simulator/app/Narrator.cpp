@@ -212,7 +212,9 @@ void Narrator::add(const TimelineEntry &entry)
 void Narrator::addModule(const TimelineEntry &entry)
 {
     Boot::Part &part = m_boot.moduleParts[entry.name];
+    // An announcement of somebody else can make a module run that was not launched.
     const QString took = Units::duration(entry.time - part.since);
+    const QString after = part.since > 0 ? QStringLiteral(" after ") + took : QString();
     const ModuleState before = part.state;
     const auto addLine = [this, &entry](const QString &text, Colour colour) {
         m_lines << Line{entry.time, entry.name, text, colour};
@@ -224,17 +226,18 @@ void Narrator::addModule(const TimelineEntry &entry)
     }
     part.state = stateOf(entry.event);
     if (part.state == ModuleState::Running) {
-        addLine(QStringLiteral("up after %1").arg(took), Colour::Good);
+        addLine(QStringLiteral("up") + after, Colour::Good);
     } else if (part.state == ModuleState::WebClientStarted) {
         addLine(QStringLiteral("ready, waiting for its presentation"), Colour::Dim);
-    } else if (part.state == ModuleState::Stopping) {
+    } else if (part.state == ModuleState::Stopping || part.state == ModuleState::Starting) {
         part.since = entry.time;
     } else if (part.state != ModuleState::Stopped) {
         return;
     } else if (before == ModuleState::Stopping) {
         addLine(m_isExact ? QStringLiteral("stopped in %1").arg(took) : QStringLiteral("stopped"), Colour::None);
     } else if (before == ModuleState::Starting) {
-        addLine(QStringLiteral("ended before it was ready, after %1").arg(took), Colour::Bad);
+        addLine(QStringLiteral("ended before it was ready") + (part.since > 0 ? QLatin1Char(',') + after : after),
+                Colour::Bad);
     } else {
         addLine(QStringLiteral("ended unexpectedly"), Colour::Bad);
     }

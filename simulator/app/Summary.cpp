@@ -19,7 +19,9 @@ void showOutcome(Display &display, const Boot &boot, const QString &duration)
 {
     const int expected = boot.expected().size();
     const QStringList missing = boot.missing();
-    if (missing.isEmpty()) {
+    if (expected == 0) {
+        display.line(QStringLiteral("No module was to be started; the boot took %1.").arg(duration), Colour::Busy);
+    } else if (missing.isEmpty()) {
         display.line(QStringLiteral("All %1 modules are up after %2.").arg(expected).arg(duration), Colour::Good);
     } else {
         display.line(QStringLiteral("%1 of %2 modules are up after %3. Not running: %4")

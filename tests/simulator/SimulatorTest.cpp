@@ -208,7 +208,8 @@ private Q_SLOTS:
         const RootDir files;
         writeTerminal(files, QString());
         Run run({"--terminal"_s, files.path()});
-        for (const char *line : {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "quit"}) {
+        for (const char *line :
+             {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "crash fine", "quit"}) {
             run.command(line);
         }
         QCOMPARE(run.end(), 0);
@@ -216,7 +217,7 @@ private Q_SLOTS:
             "modules are up|odd              stopped|fine stopped (exit status 0)|fine             up|odd              "
             "up|"
             "unknown command 'nonsense'|nobody: no running module|fine             stopped|odd              up|"
-            "odd   only  RUNNING|asking the supervisor to end"_s;
+            "odd   only  RUNNING|No reboot follows|asking the supervisor to end"_s;
         QVERIFY2(isInOrder(texts, run.output()), qPrintable(run.output()));
     }
 
