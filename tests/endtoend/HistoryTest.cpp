@@ -202,7 +202,7 @@ private Q_SLOTS:
         const auto arrives = [&](const QByteArray &line) {
             all += line;
             return write(say, line.constData(), size_t(line.size())) == line.size()
-                && terminal.wait([&] { return terminal.root.read("/A.log"_s) == all; });
+                && Terminal::wait([&] { return terminal.root.read("/A.log"_s) == all; });
         };
         QCOMPARE(terminal.startDaemon(), 0);
         QVERIFY(arrives("one\n"));
