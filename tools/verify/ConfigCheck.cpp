@@ -18,6 +18,7 @@ const QString maxMemory = QStringLiteral("maxMemory");
 const QString ceiling = QStringLiteral("DDRSz");
 const QString criteria = QStringLiteral("criteria");
 const QString initStep = QStringLiteral("initStep");
+const QString early = QStringLiteral("early");
 const QString description = QStringLiteral("description");
 
 /// In kB: less than the virtual memory of any process.
@@ -31,7 +32,7 @@ QString listOf(const QString &item)
 
 QStringList ownNames()
 {
-    return {description, initStep, maxMemory, dependencies, extraArgs};
+    return {description, initStep, maxMemory, dependencies, early, extraArgs};
 }
 
 QStringList allNames()
@@ -209,6 +210,9 @@ ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Pl
     lines.limits = checkCeilings(root, ddrSize, place, findings);
     checkList(root, argument, place, findings);
     lines.initStep = root.firstChildElement(initStep).lineNumber();
+    const XmlElement earlyElement = root.firstChildElement(early);
+    XmlElements::checkAttributes(earlyElement, {QStringLiteral("after")}, place, findings);
+    lines.early = earlyElement.lineNumber();
     lines.dependencies = checkList(root, dependency, place, findings);
     return lines;
 }

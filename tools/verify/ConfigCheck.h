@@ -13,6 +13,7 @@ struct ConfigLines
 
     Limits limits = Limits::None; ///< for which memory sizes
     int initStep = 0;
+    int early = 0;
     /// One for each dependency that the daemon reads, in the same order.
     QVector<int> dependencies;
 };

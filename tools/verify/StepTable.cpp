@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int mostNamed = 10;
+const QString parallelAttribute = QStringLiteral("parallel");
 
 QString text(const QString &name, int value)
 {
@@ -46,6 +47,8 @@ bool StepTable::read(Findings &findings)
     const QString step = QStringLiteral("step");
     InitStepChain replay;
     XmlElements::checkSpelling(root, {step}, m_place, findings);
+    XmlElements::checkAttributes(root, {parallelAttribute}, m_place, findings);
+    checkParallel(root, findings);
     for (XmlElement element = root.firstChildElement(step); !element.isNull();
          element = element.nextSiblingElement(step)) {
         readEntry(element, replay, findings);
@@ -77,7 +80,9 @@ void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Find
     const QString name = QStringLiteral("name");
     const QString value = QStringLiteral("value");
     const Place place = m_place.at(element.lineNumber());
-    XmlElements::checkAttributes(element, {name, value, QStringLiteral("show_homepage")}, m_place, findings);
+    XmlElements::checkAttributes(element, {name, value, QStringLiteral("show_homepage"), parallelAttribute}, m_place,
+                                 findings);
+    checkParallel(element, findings);
     if (!element.hasAttribute(name) || !element.hasAttribute(value)) {
         findings.add(
             Rule::StepIncomplete, place,
@@ -108,6 +113,16 @@ void StepTable::checkShown(const XmlElement &element, Findings &findings) const
         findings.add(isLost ? Rule::HomepageLost : Rule::HomepageValue, m_place.at(element.lineNumber()),
                      QStringLiteral("step '%1': show_homepage=\"%2\" is treated as false")
                          .arg(element.attribute(QStringLiteral("name")), shown),
+                     QStringLiteral("write \"true\" or \"false\", in lower case"));
+    }
+}
+
+void StepTable::checkParallel(const XmlElement &element, Findings &findings) const
+{
+    const QString parallel = element.attribute(parallelAttribute, QStringLiteral("false"));
+    if (parallel != QLatin1String("true") && parallel != QLatin1String("false")) {
+        findings.add(Rule::ParallelValue, m_place.at(element.lineNumber()),
+                     QStringLiteral("parallel=\"%1\" is treated as false").arg(parallel),
                      QStringLiteral("write \"true\" or \"false\", in lower case"));
     }
 }

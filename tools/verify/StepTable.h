@@ -43,6 +43,7 @@ private:
     void readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings);
     void checkPlaces(const XmlElement &parent, Findings &findings) const;
     void checkShown(const XmlElement &element, Findings &findings) const;
+    void checkParallel(const XmlElement &element, Findings &findings) const;
     void checkValue(const Listed &entry, const QString &value, bool isNumber, Findings &findings) const;
     [[nodiscard]] bool isDuplicate(const Listed &entry, const InitStepChain &replay, Findings &findings) const;
     void checkOrder(Findings &findings) const;

@@ -8,6 +8,7 @@
 #include "logger/PlatformLogger.h"
 #include "system/RegularFile.h"
 #include "verify/DependencyCheck.h"
+#include "verify/EarlyCheck.h"
 #include "verify/ParametersCheck.h"
 #include "verify/RootFile.h"
 #include "verify/StepTable.h"
@@ -162,6 +163,7 @@ TerminalReport checkTerminal(const QStringList &played)
     checkLimits(modules, ddrSize, findings);
     if (hasChain) {
         checkDependencies(modules, findings);
+        checkEarly(modules, steps, findings);
         checkSettingsManager(modules, findings);
         checkStepFile(findings);
     }
