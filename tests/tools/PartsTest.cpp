@@ -1,4 +1,5 @@
 #include "client/BootAnalysis.h"
+#include "client/BootForecast.h"
 #include "client/NearMiss.h"
 #include "client/TextWidth.h"
 #include "client/Units.h"
@@ -169,6 +170,62 @@ private Q_SLOTS:
         QTEST(int(record.critical), "critical");
         QTEST(record.isComplete, "complete");
         QVERIFY(!analyseBoot(timelineOf("RUNNING A 1"_s), modules, {step}).isKnown);
+    }
+
+    void forecast_data()
+    {
+        columns<QString, QStringList, QStringList, int, int, QString>("begin", "parallel", "early", "atOnce", "counted",
+                                                                      "forecast");
+        const QString boot = "start"_s;
+        const QString restart = "restart"_s;
+        const QStringList none;
+        const QStringList two{"two"_s};
+        row("as it was", boot, none, none, 9, 999, "610 PQFRST");
+        row("parallel", boot, two, none, 9, 999, "510 PQFRS");
+        row("a failure that nobody waits for", boot, QStringList{"one"_s}, none, 9, 999, "600 PQRST");
+        row("one at once", restart, none, QStringList{"R"_s, "S"_s, "T"_s}, 1, 999, "410 RST");
+        row("no longer counted", restart, none, QStringList{"R"_s, "S"_s, "T"_s}, 1, 40, "310 RS");
+        row("early, but not before the check of the settings", boot, none, QStringList{"R"_s}, 9, 999, "610 PQFRST");
+        row("early in a restart", restart, none, QStringList{"R"_s}, 9, 999, "510 PQFST");
+        row("early after a module", restart, none, QStringList{"RQ"_s}, 9, 999, "570 PQRST");
+        row("early after a failure", restart, none, QStringList{"RF"_s}, 9, 999, "610 PQFRST");
+        row("circle", restart, none, QStringList{"RT"_s, "TR"_s}, 9, 999, "510 PQFRS");
+        row("launched once", restart, two, QStringList{"T"_s}, 9, 999, "510 PQFRS");
+    }
+
+    /// `early` has the module and what it waits for. Q depends on P, S on R; F fails; the step "two" is above 4.
+    void forecast()
+    {
+        QFETCH(QString, begin);
+        QFETCH(QStringList, parallel);
+        QFETCH(QStringList, early);
+        QFETCH(int, atOnce);
+        QFETCH(int, counted);
+        LaunchingAhead ahead{{parallel.begin(), parallel.end()}, {}, atOnce, quint64(counted)};
+        for (const QString &words : qAsConst(early)) {
+            ahead.early.insert(words.left(1), words.mid(1).split(QString(), Qt::SkipEmptyParts));
+        }
+        ModuleList modules{moduleOf("P"_s), moduleOf("Q"_s, {"P"_s}), moduleOf("F"_s)};
+        modules << moduleOf("R"_s, {}, "two"_s) << moduleOf("S"_s, {"R"_s}, "two"_s) << moduleOf("T"_s, {}, "two"_s);
+        StepInfo one;
+        one.name = "one"_s;
+        one.value = 1;
+        StepInfo two;
+        two.name = "two"_s;
+        two.value = 5;
+        const BootRecord record = analyseBoot(
+            timelineOf(begin
+                       + " 1000,step_started one 1010,launched P 1010,RUNNING P 1060,launched Q 1060,RUNNING Q 1160,"
+                         "launched F 1160,STOPPED F 1170,step_done one 1170,step_started two 1200,launched R 1200,"
+                         "RUNNING R 1300,launched S 1300,RUNNING S 1500,launched T 1500,RUNNING T 1600,"
+                         "step_done two 1610"_s),
+            modules, {one, two});
+        const BootForecast forecast = forecastBoot(record, modules, ahead);
+        QString text = QString::number(forecast.total) + u' ';
+        for (const BootModule &module : forecast.chain) {
+            text += module.name;
+        }
+        QTEST(text, "forecast");
     }
 
     void chart_data()

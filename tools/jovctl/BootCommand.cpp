@@ -5,6 +5,7 @@
 #include "jovctl/BootChart.h"
 #include "jovctl/BootCompare.h"
 #include "jovctl/Command.h"
+#include "jovctl/WhatIf.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -104,14 +105,19 @@ void writeChart(const QString &path, const BootRecord &record)
     }
 }
 
-BootRecord presentRecord()
+BootRecord presentRecord(const ModuleList &modules, const BusClient &client)
 {
-    const BusClient client;
-    BootRecord record = analyseBoot(client.timeline(), client.modules(), client.steps(), Units::now());
+    BootRecord record = analyseBoot(client.timeline(), modules, client.steps(), Units::now());
     if (!record.isKnown) {
         throw Failure(ExitStatus::Failed, QStringLiteral("the daemon's timeline no longer has the start-up"));
     }
     return record;
+}
+
+BootRecord presentRecord()
+{
+    const BusClient client;
+    return presentRecord(client.modules(), client);
 }
 
 BootRecord previousRecord(const QStringList &operands)
@@ -132,6 +138,19 @@ ExitStatus Commands::boot(const Arguments &arguments)
 {
     const bool all = arguments.isSet(QStringLiteral("all"));
     const bool previous = arguments.isSet(QStringLiteral("previous"));
+    if (arguments.isSet(QStringLiteral("what-if"))) {
+        if (previous || arguments.isSet(QStringLiteral("compare")) || arguments.isSet(QStringLiteral("svg"))) {
+            throw Failure(ExitStatus::Usage,
+                          QStringLiteral("--what-if replays the present start-up, without other options than --json"));
+        }
+        const BusClient client;
+        const ModuleList modules = client.modules();
+        printWhatIf(presentRecord(modules, client), modules, arguments.operands(), arguments.wantsJson());
+        return ExitStatus::Done;
+    }
+    if (arguments.operands().size() > 1) {
+        throw Failure(ExitStatus::Usage, QStringLiteral("only one N. Try: jovctl boot --help"));
+    }
     if (arguments.isSet(QStringLiteral("compare"))) {
         const QList<PastBoot> boots = readPastBoots();
         printComparison(boots.first(), bootBefore(boots, arguments.operands()), all, arguments.wantsJson());

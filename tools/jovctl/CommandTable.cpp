@@ -75,15 +75,18 @@ constexpr Command commands[] = {
      "lines of the log.",
      "jovctl history\n"
      "jovctl history --json -n 2 | jq -r '.[1].reason.log[]'"},
-    {"boot", Commands::boot, "[N]", 0, 1, "json all svg previous compare",
+    {"boot", Commands::boot, "[N | WORD...]", 0, -1, "json all svg previous compare what-if",
      "Show how long the start-up took, by step and by module",
      "Shows the total, the steps, the slowest modules and the critical chain: the\n"
      "sequence of dependent modules that sets the shortest possible start-up time.\n"
      "With --previous or --compare, N is the number of the boot in the history (1, the\n"
-     "default, is the one before this); no daemon is needed.",
+     "default, is the one before this); no daemon is needed.\n"
+     "With --what-if a WORD is parallel=STEP[,STEP...] or early=MODULE:[AFTER[,AFTER...]].\n"
+     "Without words each step and the slowest modules are tried.",
      "jovctl boot\n"
      "jovctl boot --svg boot.svg\n"
      "jovctl boot --compare 3\n"
+     "jovctl boot --what-if parallel=services early=netconfig:Platform\n"
      "jovctl boot --json | jq .total"},
     {"metrics", Commands::metrics, "", 0, 0, "openmetrics output", "Print metrics for a monitoring system",
      "The format is that of the textfile collector of a node exporter. The file of\n"
@@ -114,6 +117,7 @@ constexpr struct
                {"q", "", "Print nothing"},
                {"previous", "", "Show an earlier start-up, of the history"},
                {"compare", "", "Show which modules are slower or faster than in an earlier boot"},
+               {"what-if", "", "Forecast the start-up if the words were in the configuration"},
                {"n", "COUNT", "Show the last COUNT only"},
                {"f", "", "Print what is added, too, until Ctrl-C"},
                {"openmetrics", "", "Print OpenMetrics text"},

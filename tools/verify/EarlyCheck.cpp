@@ -146,7 +146,7 @@ private:
                 m_findings.add(Rule::EarlyCycle, place,
                                QStringLiteral("early in a circle: %1: it is never launched before its step")
                                    .arg(QString(circle).remove(QLatin1Char('/'))),
-                               QStringLiteral("remove '%1' from after, or start '%1' early, too").arg(name));
+                               QStringLiteral("remove '%1' from after").arg(name));
             }
             return true;
         }
