@@ -135,7 +135,7 @@ private Q_SLOTS:
         columns<QString>("words");
         for (const char *words :
              {"", "lst", "list --nonsense", "list A", "start", "log-level 8", "log-level loud", "log-level 1 2",
-              "top --interval 0", "top --interval nan", "boot --svg", "list --timeout 0"}) {
+              "top --interval 0", "top --interval nan", "boot --svg", "boot 1 2", "list --timeout 0"}) {
             row(words, words);
         }
     }
@@ -322,6 +322,7 @@ private Q_SLOTS:
         row("graph", "tree --dot", "\"A\" -> \"B\";");
         row("top", "top --once --interval 0.1", "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING");
         row("boot", "boot", "took .*home page was shown after(.|\n)*1 one: (A .*, then [BC]|Quits) ");
+        row("forecast", "boot --what-if parallel=one early=A:", "Expected with these words: (.|\\n)*LAUNCHED AT");
         row("metrics", "metrics",
             "\njovara_current_step 10\n(.|\n)*\njovara_boot_seconds \\d(.|\n)*# TYPE jovara_module_starts_total "
             "counter\n"

@@ -151,6 +151,14 @@ private Q_SLOTS:
         row("stopped in the middle", "start 0,step_started one 1,launched A 10,stop_all 30,STOPPED A 35"_s, "A 10-10?*",
             10, 0, false);
         row("still starting", "start 0,step_started one 1,launched A 10", "A 10-1000?*", 1000, 990, false);
+        row("overlaps",
+            "start 0,launched A 10,launched E 10,RUNNING A 30,launched B 30,launched C 30,RUNNING E 45,RUNNING C 50,"
+            "RUNNING B 60,launched D 60,RUNNING D 80,step_done one 80"_s,
+            "A 10-30*, E 10-45, B 30-60*, C 30-50, D 60-80*", 80, 70, true);
+        row("overlaps, and waits for one that is no dependency",
+            "start 0,launched A 10,launched E 10,RUNNING A 30,RUNNING E 70,launched B 70,RUNNING B 90,"
+            "step_done one 95"_s,
+            "A 10-30, E 10-70*, B 70-90*", 95, 80, true);
         row("a module that is gone meanwhile", "start 0,launched Z 10,RUNNING Z 20,step_done one 30"_s, "", 30, 0,
             true);
     }

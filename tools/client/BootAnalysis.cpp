@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QMap>
 #include <QSet>
+#include <QVector>
 
 #include <algorithm>
 
@@ -158,7 +159,39 @@ quint64 markCritical(BootStep &step, const QHash<QString, QStringList> &dependen
     return chains.value(slowest).length;
 }
 
+/// Marks the last module that settled, the one that settled last before its launch, and so on. Returns their length.
+quint64 markWaitedFor(QList<BootStep> &steps)
+{
+    QVector<BootModule *> modules; // in the order in which they settled
+    for (BootStep &step : steps) {
+        for (BootModule &module : step.modules) {
+            modules << &module;
+        }
+    }
+    std::stable_sort(modules.begin(), modules.end(),
+                     [](const BootModule *one, const BootModule *other) { return one->until < other->until; });
+    quint64 length = 0;
+    for (auto end = modules.end(); end != modules.begin();) {
+        BootModule *module = *--end;
+        module->isCritical = true;
+        length += module->duration();
+        end = std::upper_bound(modules.begin(), end, module->launched,
+                               [](quint64 time, const BootModule *other) { return time < other->until; });
+    }
+    return length;
+}
+
 } // namespace
+
+bool BootRecord::hasOverlaps() const
+{
+    QList<BootModule> modules = allModules();
+    std::sort(modules.begin(), modules.end(),
+              [](const BootModule &one, const BootModule &other) { return one.launched < other.launched; });
+    return std::adjacent_find(modules.cbegin(), modules.cend(),
+                              [](const BootModule &one, const BootModule &other) { return other.launched < one.until; })
+        != modules.cend();
+}
 
 QList<BootModule> BootRecord::allModules() const
 {
@@ -180,6 +213,10 @@ QList<BootModule> BootRecord::slowest(int count) const
 BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps, quint64 now)
 {
     BootRecord record = Collector(modules, steps).collect(timeline, now);
+    if (record.hasOverlaps()) {
+        record.critical = markWaitedFor(record.steps);
+        return record;
+    }
     QHash<QString, QStringList> dependencies;
     for (const ModuleInfo &module : modules) {
         dependencies.insert(module.name, module.dependencies);

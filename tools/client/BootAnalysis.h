@@ -29,8 +29,9 @@ struct BootStep
 /**
  * The last start-up of the terminal: the start of the daemon or a full restart.
  *
- * The daemon starts one module after the other, so each adds to the total. The critical chain is the sequence of
- * dependent modules that sets the shortest possible start-up time: in each step the slowest chain of dependencies.
+ * If the daemon started one module after the other, each adds to the total. Then the critical chain is the sequence of
+ * dependent modules that sets the shortest possible start-up time: in each step the slowest chain of dependencies. If
+ * modules were launched ahead, it has the modules that the start-up has waited for.
  */
 struct BootRecord
 {
@@ -43,6 +44,8 @@ struct BootRecord
     QList<BootStep> steps;
 
     [[nodiscard]] QList<BootModule> allModules() const;
+    /// A module was launched before the previous one had settled.
+    [[nodiscard]] bool hasOverlaps() const;
     /// The `count` modules that took longest to start, or all for -1.
     [[nodiscard]] QList<BootModule> slowest(int count) const;
 };

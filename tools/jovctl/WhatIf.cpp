@@ -171,17 +171,6 @@ Table rankingTable(const QList<Trial> &trials, const BootRecord &record)
     return table;
 }
 
-/// A module was launched before the one that was launched before it had settled.
-bool hasOverlaps(const BootRecord &record)
-{
-    QList<BootModule> modules = record.allModules();
-    std::sort(modules.begin(), modules.end(),
-              [](const BootModule &one, const BootModule &other) { return one.launched < other.launched; });
-    return std::adjacent_find(modules.cbegin(), modules.cend(),
-                              [](const BootModule &one, const BootModule &other) { return other.launched < one.until; })
-        != modules.cend();
-}
-
 void printTrial(const Trial &trial, const BootRecord &record)
 {
     Console::writeLine(QStringLiteral("The start-up took %1. Expected with these words: %2, %3.\n\nThe chain that "
@@ -225,7 +214,7 @@ void printWhatIf(const BootRecord &record, const ModuleList &modules, const QStr
     } else {
         printTrial(trials.first(), record);
     }
-    if (hasOverlaps(record)) {
+    if (record.hasOverlaps()) {
         Console::writeLine(QStringLiteral("\nModules were launched ahead in this start-up. The forecast assumes only "
                                           "the words of the command."));
     }
