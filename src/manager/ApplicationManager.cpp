@@ -35,7 +35,7 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
 ApplicationManager::~ApplicationManager()
 {
     m_blackBox.noteEnd();
-    clearAllLists();
+    ApplicationManager::clearAllLists();
 }
 
 bool ApplicationManager::check()

@@ -116,13 +116,13 @@ private Q_SLOTS:
                 terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, failsCheck}});
             }
         });
-        for (int i = 0; i < ends.size(); ++i) {
+        for (const auto &end : ends) {
             const int from = terminal.log().size();
-            failsCheck = ends[i].cause == "settings"_s;
+            failsCheck = end.cause == "settings"_s;
             terminal.start();
             QVERIFY2(terminal.waitForLog(failsCheck ? "interrupted because stopping"_s : "initStepDone: 5"_s, from),
-                     qPrintable(ends[i].cause));
-            ends[i].run(terminal);
+                     qPrintable(end.cause));
+            end.run(terminal);
             if (terminal.isUp()) {
                 terminal.end(SIGTERM);
             }

@@ -282,7 +282,7 @@ private Q_SLOTS:
         QFETCH(QString, hanging);
         int counts[] = {0, 0};
         QStringList lines[2];
-        qint64 times[2];
+        qint64 times[] = {0, 0};
         for (const int ahead : {0, 1}) {
             Boot boot(m_root, terminal, ahead > 0);
             boot.control.startAll();
