@@ -68,7 +68,7 @@ public:
         return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
 
-    /// What was told of each module, in order; nothing when a change does not begin where the one before it ended.
+    /// The changes of each module, in order; nothing when a change does not begin where the one before it ended.
     [[nodiscard]] QMap<QString, QStringList> states() const
     {
         QMap<QString, QStringList> states;
