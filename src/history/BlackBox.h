@@ -1,9 +1,9 @@
 #ifndef BLACK_BOX_H
 #define BLACK_BOX_H
 
-#include "history/ForkedTask.h"
 #include "history/HistoryRing.h"
 #include "history/HistoryText.h"
+#include "system/ForkedTask.h"
 
 #include <QJsonObject>
 #include <QQueue>
@@ -71,7 +71,7 @@ private:
     const Limits m_limits;
     State m_state = State::Off;
     HistoryRing m_ring;
-    ForkedTask m_task;
+    ForkedTask m_task{"am-history"};
     QTimer m_hangTimer;
     QQueue<QJsonObject> m_queue;
     QVariantMap m_reason; ///< the first one of this boot

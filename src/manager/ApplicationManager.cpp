@@ -18,6 +18,7 @@ ApplicationManager::ApplicationManager(const ManagerTiming &timing)
     , m_state(timing.module)
     , m_bus(*this)
     , m_reboot(m_bus, m_state, timing.reboot)
+    , m_crashes(m_state, m_journal, *this, m_reboot)
     , m_blackBox([this] { return m_progression.currentStep(); })
     , m_launchAhead(m_state, m_inventory.catalogue(), m_inventory.steps())
     , m_control(m_state, m_inventory, m_journal, m_startContext)
@@ -95,6 +96,7 @@ bool ApplicationManager::stop()
     unsubscribeEvent(Events::unlockReboot, this, SLOT(pltfUnlockReboot(JovEvent)));
     m_state.failStart();
     m_watchdog.cancel();
+    m_crashes.end();
     stopAll();
     // Where frames of walks are still on the stack the destructor does it, after they have returned with the loop.
     if (m_state.waits().depth() == 0) {
@@ -112,6 +114,7 @@ void ApplicationManager::clearAllLists()
 void ApplicationManager::beginStart()
 {
     m_state.beginStart();
+    m_crashes.release();
     m_reboot.cancel();
     m_state.setParameters(Parameters::read(getParameters()));
     m_mandatorySettings.reset();
@@ -136,7 +139,7 @@ void ApplicationManager::noteEnds()
 
 bool ApplicationManager::buildAll()
 {
-    return m_inventory.build(getModuleName(), {m_state, m_bus, m_journal, *this, m_reboot});
+    return m_inventory.build(getModuleName(), {m_state, m_bus, m_journal, *this, m_crashes});
 }
 
 void ApplicationManager::restart()

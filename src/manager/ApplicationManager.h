@@ -13,6 +13,7 @@
 #include "manager/RestartControl.h"
 #include "manager/SettingsAccess.h"
 #include "manager/StartupProgression.h"
+#include "module/CrashPolicy.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/ProcReader.h"
 #include "supervision/RebootRequest.h"
@@ -95,6 +96,7 @@ private:
     ComponentBus m_bus;
     RebootRequest m_reboot;
     Journal m_journal;
+    CrashPolicy m_crashes;
     BlackBox m_blackBox;
     ParentReport m_parentReport;
     ProcReader m_procReader;

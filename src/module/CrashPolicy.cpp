@@ -1,22 +1,48 @@
 #include "module/CrashPolicy.h"
 
 #include "contract/Components.h"
-#include "module/LogArchive.h"
+#include "contract/ExitText.h"
+#include "contract/HistoryNames.h"
+#include "module/ModuleContext.h"
 #include "supervision/RebootRequest.h"
+#include "supervision/SupervisionObserver.h"
 #include "supervision/SupervisionState.h"
 
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
 #include <jov/Log.h>
 
+#include <QFile>
+
+#include <cerrno>
+
 namespace {
 
-void showImage(const QString &image)
+constexpr int outputLines = 10; // of what a module has printed, in the record of its crash
+
+/// Its result does not matter: nothing else could be done.
+void runShell(ForkedTask &task, const QString &command)
 {
-    qor_system(QStringLiteral("jpg2fb -a -C %1").arg(JovRoot::shellRooted(image)).toLocal8Bit());
+    const QByteArray line = command.toLocal8Bit();
+    const bool isStarted = task.start([&line](int /*output*/) {
+        qor_system(line);
+        return 0;
+    });
+    if (!isStarted) {
+        Log::warning("%1 cannot be run: %2", command, qt_error_string(errno));
+    }
 }
 
 } // namespace
+
+CrashPolicy::CrashPolicy(SupervisionState &state, SupervisionObserver &observer, ModuleOrders &orders,
+                         RebootRequest &reboot)
+    : m_state(state)
+    , m_observer(observer)
+    , m_orders(orders)
+    , m_reboot(reboot)
+    , m_archive(state)
+{ }
 
 CrashPolicy::Reaction CrashPolicy::reactionTo(const QString &moduleName)
 {
@@ -32,36 +58,59 @@ CrashPolicy::Reaction CrashPolicy::reactionTo(const QString &moduleName)
     return {};
 }
 
+void CrashPolicy::note(const Crash &crash)
+{
+    QVariantMap reason{
+        {History::Key::cause, QString(crash.stopTimedOut ? History::Cause::stopTimeout : History::Cause::crash)},
+        {History::Key::module, crash.module},
+        {History::Key::signal, crash.signal}};
+    const QStringList lines = m_state.parameters().moduleOutput.lastLines(crash.module, outputLines);
+    if (!lines.isEmpty()) {
+        reason.insert(History::Key::output, lines);
+    }
+    const QString core = JovRoot::rooted(QStringLiteral("/data/core/core.%1").arg(crash.module));
+    if (QFile::exists(core)) {
+        Log::emergency("%1 was killed by %2, core file %3", crash.module, signalName(crash.signal), core);
+        reason.insert(History::Key::core, core);
+    } else {
+        Log::emergency("%1 was killed by %2, without a core file", crash.module, signalName(crash.signal));
+    }
+    m_observer.noteReboot(reason);
+}
+
 void CrashPolicy::apply(const QString &moduleName)
 {
     const Reaction reaction = reactionTo(moduleName);
+    const auto reboot = [this, moduleName, byPlatform = reaction.rebootByPlatform] {
+        requestReboot(moduleName, byPlatform);
+    };
     if (reaction.archiveLogs) {
-        archiveLogs(m_context.state);
-    }
-    if (reaction.rebootByPlatform) {
-        requestPlatformReboot(QStringLiteral("%1 crashed").arg(moduleName));
+        m_archive.make(reboot);
     } else {
-        rebootPlatformLocally();
+        reboot();
     }
+    m_state.rebootRequested();
     if (reaction.stopWebClient) {
-        m_context.orders.stopModule(Components::webClient);
+        m_orders.stopModule(Components::webClient);
     }
     if (!reaction.image.isEmpty()) {
-        showImage(reaction.image);
+        runShell(m_picture, QStringLiteral("jpg2fb -a -C %1").arg(JovRoot::shellRooted(reaction.image)));
     }
 }
 
-void CrashPolicy::requestPlatformReboot(const QString &reason)
+void CrashPolicy::requestReboot(const QString &moduleName, bool byPlatform)
 {
-    m_context.reboot.send(reason);
-    m_context.state.rebootRequested();
+    if (byPlatform) {
+        m_reboot.send(QStringLiteral("%1 crashed").arg(moduleName));
+    } else {
+        rebootLocally();
+    }
 }
 
-void CrashPolicy::rebootPlatformLocally()
+void CrashPolicy::rebootLocally()
 {
     Log::debug("Platform module crashed - Using System reboot");
-    const QString command = JovRoot::shellRooted(QStringLiteral("/sbin/reboot"))
-        + QStringLiteral(" --soft --owner ApplicationManager --reason 'Platform crashed'");
-    qor_system(command.toLocal8Bit());
-    m_context.state.rebootRequested();
+    runShell(m_localReboot,
+             JovRoot::shellRooted(QStringLiteral("/sbin/reboot"))
+                 + QStringLiteral(" --soft --owner ApplicationManager --reason 'Platform crashed'"));
 }

@@ -27,8 +27,6 @@
 
 namespace {
 
-constexpr int outputLines = 10; // of what a module has printed, in the record of its crash
-
 /// Industrial mode runs the terminal without its sound and its desk application.
 bool isLeftOutInIndustrialMode(const QString &name)
 {
@@ -425,27 +423,6 @@ void Module::slot_error(QProcess::ProcessError error)
     Log::error("[Module] Process %1 error %2", getName(), getProcessErrorInString(error));
 }
 
-void Module::noteCrash()
-{
-    const QString name = getName();
-    const QString core = JovRoot::rooted(QStringLiteral("/data/core/core.%1").arg(name));
-    QVariantMap reason{
-        {History::Key::cause, QString(m_stopTimedOut ? History::Cause::stopTimeout : History::Cause::crash)},
-        {History::Key::module, name},
-        {History::Key::signal, exitCode}};
-    const QStringList lines = m_context.state.parameters().moduleOutput.lastLines(name, outputLines);
-    if (!lines.isEmpty()) {
-        reason.insert(History::Key::output, lines);
-    }
-    if (QFile::exists(core)) {
-        Log::emergency("%1 was killed by %2, core file %3", name, signalName(exitCode), core);
-        reason.insert(History::Key::core, core);
-    } else {
-        Log::emergency("%1 was killed by %2, without a core file", name, signalName(exitCode));
-    }
-    m_context.observer.noteReboot(reason);
-}
-
 void Module::slot_crashed()
 {
     const QString name = getName();
@@ -455,7 +432,7 @@ void Module::slot_crashed()
         return;
     }
     Log::emergency("Terminal will reboot now: %1 crashed", name);
-    noteCrash();
+    m_context.crashes.note({name, exitCode, m_stopTimedOut});
     // A kill after a stop's time-out is answered like any other crash, as slot_finished() has cleared the flag before
     // it emits the signal. It is set only for a caller of this slot between the kill and the end of the process.
     if (m_killedOnStop) {
@@ -465,5 +442,5 @@ void Module::slot_crashed()
         }
         return;
     }
-    CrashPolicy(m_context).apply(name);
+    m_context.crashes.apply(name);
 }

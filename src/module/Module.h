@@ -106,8 +106,6 @@ private:
     bool startResult() const;
     bool waitState(std::initializer_list<ModuleState> states, int timeout);
     void killAsOurOwnDoing();
-    /// What is written down of a crash before the terminal reboots.
-    void noteCrash();
     void killAfterLimit();
     [[nodiscard]] int stopLimit() const;
 

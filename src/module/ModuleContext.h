@@ -2,8 +2,8 @@
 #define MODULE_CONTEXT_H
 
 class BusAccess;
+class CrashPolicy;
 class QString;
-class RebootRequest;
 class SupervisionObserver;
 class SupervisionState;
 
@@ -25,7 +25,7 @@ struct ModuleContext
     BusAccess &bus;
     SupervisionObserver &observer;
     ModuleOrders &orders;
-    RebootRequest &reboot;
+    CrashPolicy &crashes;
 };
 
 #endif

@@ -8,12 +8,14 @@
 #include <jov/JovRoot.h>
 #include <jov/Log.h>
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QPointer>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
+
+#include <unistd.h>
 
 namespace {
 
@@ -32,6 +34,11 @@ bool isUndelivered(const JovReply &reply)
     return std::find(std::begin(errors), std::end(errors), reply.errorName()) != std::end(errors);
 }
 
+QString rebootCommand()
+{
+    return JovRoot::rooted(QStringLiteral("/sbin/reboot"));
+}
+
 } // namespace
 
 RebootRequest::RebootRequest(BusAccess &bus, const SupervisionState &state, const RebootTiming &timing)
@@ -46,6 +53,7 @@ RebootRequest::RebootRequest(BusAccess &bus, const SupervisionState &state, cons
     connect(&m_retry, &QTimer::timeout, this, &RebootRequest::ask);
     connect(&m_reminder, &QTimer::timeout, this, &RebootRequest::remind);
     connect(&m_fallback, &QTimer::timeout, this, &RebootRequest::fallBack);
+    connect(&m_command, &ForkedTask::done, this, &RebootRequest::commandEnded);
 }
 
 void RebootRequest::send(const QString &reason)
@@ -124,15 +132,23 @@ void RebootRequest::remind()
 void RebootRequest::fallBack()
 {
     cancel();
-    const QString command = JovRoot::rooted(QStringLiteral("/sbin/reboot"));
+    const QString command = rebootCommand();
     Log::error("nobody has taken the request for a reboot within %1 s: running %2 (%3)",
                m_state.parameters().rebootFallback.value_or(0), command, m_reason);
-    QElapsedTimer elapsed;
-    elapsed.start();
-    const int status = qor_execute(QFile::encodeName(command),
-                                   {"reboot", "--soft", "--owner", "ApplicationManager", "--reason", m_reason.toUtf8()},
-                                   [&] { return !m_state.isEnding() && elapsed.elapsed() < m_state.limits().archive; });
-    if (status != 0) {
-        Log::error("%1 failed with the wait status %2", command, status);
+    const QByteArray reason = m_reason.toUtf8();
+    const bool isStarted = m_command.start([&command, &reason](int output) {
+        const QByteArray status = QByteArray::number(qor_execute(
+            QFile::encodeName(command), {"reboot", "--soft", "--owner", "ApplicationManager", "--reason", reason}));
+        return write(output, status.constData(), std::size_t(status.size())) == status.size() ? 0 : errno;
+    });
+    if (!isStarted) {
+        Log::error("%1 cannot be run: %2", command, qt_error_string(errno));
+    }
+}
+
+void RebootRequest::commandEnded(const QByteArray &status)
+{
+    if (status != "0") {
+        Log::error("%1 failed with the wait status %2", rebootCommand(), QString::fromLatin1(status));
     }
 }

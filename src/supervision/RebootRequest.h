@@ -2,6 +2,7 @@
 #define REBOOT_REQUEST_H
 
 #include "supervision/Timing.h"
+#include "system/ForkedTask.h"
 
 #include <QObject>
 #include <QTimer>
@@ -37,6 +38,7 @@ private:
     void report(const QString &problem);
     void remind();
     void fallBack();
+    void commandEnded(const QByteArray &status);
 
     BusAccess &m_bus;
     const SupervisionState &m_state;
@@ -44,6 +46,7 @@ private:
     QTimer m_retry;
     QTimer m_reminder;
     QTimer m_fallback;
+    ForkedTask m_command{"am-reboot", ForkedTask::Streams::Kept};
     QString m_reason;
     QString m_problem; ///< why it is not taken; empty: it may still be
     int m_reminders = 0;

@@ -1,5 +1,6 @@
 #include "bus/BusConnection.h"
 #include "support/DataTable.h"
+#include "support/NotifiedSocket.h"
 #include "support/Terminal.h"
 
 #include <jov/BusNames.h>
@@ -153,8 +154,16 @@ private Q_SLOTS:
         Terminal terminal("step one 1 home\nA one");
         Caller silent;
         silent.takeName("SettingsManager"_s);
+        const QString name = u'@' + terminal.root.path();
+        const NotifiedSocket watchdog(QFile::encodeName(name));
+        terminal.setVariable("NOTIFY_SOCKET"_s, name);
+        terminal.setVariable("WATCHDOG_USEC"_s, "2000000"_s);
         terminal.start();
         QVERIFY(terminal.waitForLog("getSettingValue MonitoringWatchDelay"_s));
+        QVERIFY(watchdog.count() >= 1);
+        int beats = 0;
+        QVERIFY(terminal.wait([&] { return (beats += watchdog.count()) >= 2; }));
+        QCOMPARE(terminal.logCount("getSettingValue "_s), 1); // still in the first call
         QElapsedTimer clock;
         clock.start();
         const int status = terminal.end(SIGTERM);

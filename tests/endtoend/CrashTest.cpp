@@ -126,7 +126,7 @@ private Q_SLOTS:
         QVERIFY(terminal.boot());
         for (int i = 1; i <= 7; ++i) {
             kill(terminal.modules().value("A"_s).value(0), SIGSEGV);
-            QVERIFY(terminal.wait([&] { return terminal.logCount("was killed by SIGSEGV"_s) == i; }));
+            QVERIFY(terminal.wait([&] { return terminal.logCount("no reboot yet (A crashed)"_s) == i; }));
             terminal.root.write("/var/log/big"_s, QByteArray(100, char('0' + i)));
             QCOMPARE(terminal.call("restart"_s), QString());
             QVERIFY(terminal.waitForStates("A:RUNNING"_s));
@@ -143,16 +143,20 @@ private Q_SLOTS:
         row("end of the daemon", SIGTERM);
     }
 
+    // The end of another module is noticed meanwhile.
     void endlessArchive()
     {
         QFETCH(int, signal);
-        Terminal terminal("step one 1\nA one");
+        Terminal terminal("step one 1\nA one\nB one");
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         terminal.root.writeScript("/usr/bin/tar"_s, "(echo >$JOV_ROOT/begun; while :; do sleep 0.1; done) & wait");
         PlatformStandIn platform(terminal.connection(), terminal.root.path(recordsFile));
         QVERIFY(terminal.boot());
         kill(terminal.modules().value("A"_s).value(0), SIGSEGV);
         QVERIFY(terminal.wait([&] { return !terminal.root.read("/begun"_s).isEmpty(); }));
+        kill(terminal.modules().value("B"_s).value(0), SIGKILL);
+        QVERIFY(terminal.waitForLog("Module B crashed during ApplicationManager::stop"_s));
+        QCOMPARE(terminal.logCount("tar was killed"_s), 0);
         if (signal != 0) {
             QCOMPARE(terminal.end(signal), 0);
         }
@@ -163,6 +167,29 @@ private Q_SLOTS:
         QCOMPARE(line.section(u' ', -2, -2).toInt() < 2000, signal != 0);
         QVERIFY(terminal.wait([&] { return terminal.records().size() == 1; }));
         QCOMPARE(terminal.leftBehind().filter("/usr/bin/tar"_s), QStringList());
+    }
+
+    void hangingCommand_data()
+    {
+        columns<QString, QString>("module", "command");
+        row("picture", "JovGate", "/usr/bin/jpg2fb");
+        row("reboot", "Platform", "/sbin/reboot");
+    }
+
+    void hangingCommand()
+    {
+        QFETCH(QString, module);
+        QFETCH(QString, command);
+        Terminal terminal("step one 1\nOther one\n"_s + module + " one"_s);
+        terminal.root.writeScript(command, "echo >$JOV_ROOT/begun; until [ -e $JOV_ROOT/go ]; do sleep 0.1; done");
+        QVERIFY(terminal.boot());
+        kill(terminal.modules().value(module).value(0), SIGSEGV);
+        QVERIFY(terminal.wait([&] { return !terminal.root.read("/begun"_s).isEmpty(); }));
+        kill(terminal.modules().value("Other"_s).value(0), SIGSEGV);
+        QVERIFY(terminal.waitForLog("Module Other crashed during ApplicationManager::stop"_s));
+        QCOMPARE(terminal.end(SIGTERM), 0);
+        terminal.root.write("/go"_s, "");
+        QVERIFY(terminal.wait([&] { return terminal.leftBehind().isEmpty(); }));
     }
 
     void whoseKill_data()

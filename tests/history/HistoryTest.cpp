@@ -178,7 +178,7 @@ private Q_SLOTS:
 
     void hanging()
     {
-        ForkedTask task;
+        ForkedTask task("am-test");
         QSignalSpy done(&task, &ForkedTask::done);
         int pipe[2];
         QCOMPARE(::pipe(pipe), 0);

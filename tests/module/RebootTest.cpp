@@ -1,8 +1,16 @@
+#include "module/LogArchive.h"
 #include "support/DataTable.h"
 #include "support/FakeSupervision.h"
+#include "support/Processes.h"
 #include "support/RootDir.h"
 
 #include <QFile>
+#include <QSocketNotifier>
+#include <QThread>
+
+#include <csignal>
+
+#include <unistd.h>
 
 class RebootTest : public QObject
 {
@@ -50,6 +58,45 @@ private Q_SLOTS:
         QVERIFY2(calls == "many"_s ? asked > 2 : asked == calls.toInt(), qPrintable(QString::number(asked)));
         QCOMPARE(QString::fromUtf8(m_root.read("/command"_s)).trimmed(), command);
         QFile::remove(m_root.path("/command"_s));
+    }
+
+    // The process that writes the archive stands still.
+    void hangingDisk()
+    {
+        m_root.keepLog();
+        ModuleLimits limits;
+        limits.archive = 10;
+        SupervisionState state(limits);
+        LogArchive archive(state);
+        bool isReleased = false;
+        archive.make([&isReleased] { isReleased = true; });
+        const QList<pid_t> children = Processes::children(getpid());
+        QCOMPARE(children.size(), 1);
+        kill(children.first(), SIGSTOP);
+        QTRY_VERIFY_WITH_TIMEOUT(isReleased, 3000);
+        QVERIFY(m_root.log().value(0).endsWith("the disk does not answer"_s));
+        kill(children.first(), SIGCONT);
+        archive.cutOff();
+    }
+
+    // The whole process is stopped (SIGSTOP), or busy, for so long that a limit passes; what came in time is seen.
+    void stoppedProcess()
+    {
+        int ends[2];
+        QCOMPARE(pipe(ends), 0);
+        QSocketNotifier notifier(ends[0], QSocketNotifier::Read);
+        bool hasCome = false;
+        connect(&notifier, &QSocketNotifier::activated, this, [&] {
+            notifier.setEnabled(false);
+            hasCome = true;
+        });
+        QTimer::singleShot(0, this, [&ends] {
+            QVERIFY(write(ends[1], "x", 1) == 1);
+            QThread::msleep(1200);
+        });
+        QCOMPARE(WaitLoop().waitUntil([&hasCome] { return hasCome; }, 100), WaitLoop::Outcome::Reached);
+        close(ends[0]);
+        close(ends[1]);
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "catalogue/Catalogue.h"
 #include "initstep/InitStepChain.h"
 #include "initstep/LaunchAhead.h"
+#include "module/CrashPolicy.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "supervision/BusAccess.h"
 #include "supervision/RebootRequest.h"
@@ -86,7 +87,9 @@ public:
     RebootRequest reboot{
         bus, state, {std::chrono::milliseconds(10), std::chrono::milliseconds(50), std::chrono::milliseconds(100)}};
 
-    [[nodiscard]] ModuleContext moduleContext() { return {state, bus, observer, *this, reboot}; }
+    CrashPolicy crashes{state, observer, *this, reboot};
+
+    [[nodiscard]] ModuleContext moduleContext() { return {state, bus, observer, *this, crashes}; }
     Catalogue catalogue;
     InitStepChain steps;
     LaunchAhead launchAhead{state, catalogue, steps};

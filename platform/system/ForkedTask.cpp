@@ -1,4 +1,6 @@
-#include "history/ForkedTask.h"
+#include "system/ForkedTask.h"
+
+#include "system/LifeSign.h"
 
 #include <QDeadlineTimer>
 
@@ -27,12 +29,19 @@ void closeFrom(unsigned first)
     }
 }
 
-[[noreturn]] void runChild(const ForkedTask::Work &work, int output)
+constexpr int outputNumber = STDERR_FILENO + 1;
+
+[[noreturn]] void runChild(const ForkedTask::Work &work, int output, ForkedTask::Streams streams)
 {
-    prctl(PR_SET_NAME, "am-history");
-    dup2(output, STDIN_FILENO);
-    closeFrom(STDOUT_FILENO);
-    _exit(work(STDIN_FILENO));
+    LifeSign::set({}); // It would write to a descriptor of the caller.
+    dup3(output, outputNumber, O_CLOEXEC); // Fails if it has that number, and it is O_CLOEXEC.
+    closeFrom(outputNumber + 1);
+    if (streams == ForkedTask::Streams::Closed) {
+        for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) {
+            close(number);
+        }
+    }
+    _exit(work(outputNumber));
 }
 
 } // namespace
@@ -54,7 +63,8 @@ bool ForkedTask::start(const Work &work)
     pthread_sigmask(SIG_SETMASK, &all, &before);
     const pid_t pid = fork();
     if (pid == 0) {
-        runChild(work, ends[1]);
+        prctl(PR_SET_NAME, m_name);
+        runChild(work, ends[1], m_streams);
     }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     close(ends[1]);
@@ -83,6 +93,19 @@ bool ForkedTask::wait(int limit)
         }
     }
     return true;
+}
+
+void ForkedTask::cutOff()
+{
+    if (isRunning()) {
+        kill(m_pid, SIGTERM);
+    }
+}
+
+bool ForkedTask::isCutOff()
+{
+    sigset_t pending;
+    return sigpending(&pending) == 0 && sigismember(&pending, SIGTERM) == 1;
 }
 
 void ForkedTask::readOutput()
