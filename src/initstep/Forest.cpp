@@ -2,6 +2,7 @@
 
 #include "catalogue/ApplicationRecord.h"
 #include "initstep/InitStep.h"
+#include "module/WebClient.h"
 
 #include <jov/Log.h>
 
@@ -91,7 +92,7 @@ Module &Forest::node(const QString &name)
 {
     std::unique_ptr<Module> &slot = m_step.nodes[name];
     if (!slot) {
-        slot = std::make_unique<Module>(m_step.applications.value(name), m_context);
+        slot = makeModule(m_step.applications.value(name), m_context);
     }
     return *slot;
 }

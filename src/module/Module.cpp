@@ -2,10 +2,8 @@
 
 #include "catalogue/ApplicationRecord.h"
 #include "catalogue/ModulePaths.h"
-#include "contract/Components.h"
 #include "contract/Events.h"
 #include "contract/ExitText.h"
-#include "contract/HistoryNames.h"
 #include "module/ChildReaper.h"
 #include "module/CrashPolicy.h"
 #include "module/ModuleOutput.h"
@@ -47,28 +45,12 @@ Module::Module(ApplicationRecord *record, const ModuleContext &context)
     connect(this, &Module::sig_crashed, this, &Module::slot_crashed);
 
     Module::setState(ModuleState::Stopped);
-    if (isWebClient()) {
-        m_webappTimer = std::make_unique<QTimer>();
-        m_webappTimer->setSingleShot(true);
-        m_webappTimer->setTimerType(Qt::PreciseTimer);
-        m_webappTimer->setInterval(m_context.state.limits().presentation);
-        connect(m_webappTimer.get(), &QTimer::timeout, this, &Module::slot_webapp_timeout);
-        m_context.bus.subscribeEvent(Events::presentationReady, this, SLOT(presentationReady()));
-    }
     setStatus(QStringLiteral("OK"));
 }
 
 Module::~Module()
 {
-    if (isWebClient()) {
-        m_context.bus.unsubscribeEvent(Events::presentationReady, this, SLOT(presentationReady()));
-    }
     m_context.bus.unsubscribeEvent(Events::endOfInitOf(getName()), this, SLOT(endOfInitReceived(JovEvent)));
-}
-
-bool Module::isWebClient() const
-{
-    return getName() == Components::webClient;
 }
 
 void Module::setState(ModuleState state)
@@ -160,9 +142,7 @@ bool Module::launch()
     const QString directory = JovRoot::rooted(ModulePaths::moduleDirectory());
     ++m_run;
     m_startTimer.restart();
-    if (m_webappTimer) {
-        m_webappTimer->stop(); // That of an earlier run.
-    }
+    launching();
     ChildProcess::Command command;
     command.name = name;
     command.mask = m_context.state.parameters().moduleUmask;
@@ -331,50 +311,12 @@ void Module::slot_endOfInit()
     const QString name = getName();
     Log::debug("[Module] end of init %1 received(start done in %2 ms)", name,
                m_startTimer.isValid() ? m_startTimer.elapsed() : 0);
-    if (!isWebClient()) {
-        setState(ModuleState::Running);
-        return;
-    }
-    if (m_context.bus.getParameters().contains(QStringLiteral("no_webapp_timer"))) {
-        Log::debug("no webapp timer");
-    } else {
-        Log::debug("Starting webapp timer");
-        if (!m_webappTimer->isActive()) {
-            // A timer that runs is left alone: the earlier deadline is the one that counts, and a flood costs nothing.
-            m_webappTimer->start();
-        }
-    }
-    setState(ModuleState::WebClientStarted);
+    announced();
 }
 
-void Module::presentationReady()
+void Module::announced()
 {
-    Log::debug("presentationReady() method");
-    if (getState() != ModuleState::WebClientStarted) {
-        return;
-    }
-    if (m_webappTimer && m_webappTimer->isActive()) {
-        Log::debug("Remove webapp timer");
-        m_webappTimer->stop();
-    }
     setState(ModuleState::Running);
-}
-
-void Module::slot_webapp_timeout()
-{
-    Log::debug("Webapp timer triggered");
-    if (getState() != ModuleState::WebClientStarted) {
-        return;
-    }
-    Log::error("Webapp timeout : Failed to receive presentationReady event");
-    if (m_context.state.initInProgress()) {
-        // Before the stop, which can become a crash of its own.
-        m_context.observer.noteEnding({{History::Key::cause, QString(History::Cause::presentation)}});
-    }
-    stop();
-    if (m_context.state.initInProgress()) {
-        m_context.orders.stopManager();
-    }
 }
 
 void Module::slot_finished(int code, QProcess::ExitStatus exitStatus)

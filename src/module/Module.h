@@ -7,7 +7,6 @@
 #include "module/ModuleContext.h"
 
 #include <QElapsedTimer>
-#include <QTimer>
 
 #include <initializer_list>
 #include <memory>
@@ -85,8 +84,6 @@ public Q_SLOTS:
     void slot_endOfInit();
     void slot_finished(int exitCode, QProcess::ExitStatus exitStatus);
     void slot_error(QProcess::ProcessError error);
-    void presentationReady();
-    void slot_webapp_timeout();
     void slot_crashed();
 
 Q_SIGNALS:
@@ -94,12 +91,19 @@ Q_SIGNALS:
     /// Its state has changed, or its process was reaped.
     void changed();
 
+protected:
+    /// A process is about to be launched.
+    virtual void launching() { }
+    /// It has announced the end of its initialisation.
+    virtual void announced();
+
+    const ModuleContext m_context;
+
 private:
     enum class Ahead { No, Launched, NotLaunched };
 
     void processFailed(QProcess::ProcessError error) override { slot_error(error); }
     void processFinished(int code, QProcess::ExitStatus status) override { slot_finished(code, status); }
-    [[nodiscard]] bool isWebClient() const;
     [[nodiscard]] bool isPreviousReaped() const;
     bool waitForPreviousProcess();
     bool launch();
@@ -109,12 +113,10 @@ private:
     void killAfterLimit();
     [[nodiscard]] int stopLimit() const;
 
-    const ModuleContext m_context;
     ChildProcess m_process{*this};
     std::unique_ptr<LogProgram> m_logProgram; ///< since the first launch that needed one
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
     qint64 m_stopTime = 0; ///< what the last stop took, in milliseconds
-    std::unique_ptr<QTimer> m_webappTimer; ///< the web client has one
     quint64 m_run = 0; ///< counts launches
     Ahead m_ahead = Ahead::No; ///< what beginAhead() has done, until somebody takes the result
     bool m_startPending = false; ///< a start waits for the previous process to be reaped

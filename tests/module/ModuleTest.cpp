@@ -1,7 +1,6 @@
-#include "module/Module.h"
-
 #include "catalogue/ApplicationRecord.h"
 #include "module/ChildReaper.h"
+#include "module/WebClient.h"
 #include "support/DataTable.h"
 #include "support/FakeSupervision.h"
 #include "support/Processes.h"
@@ -360,7 +359,7 @@ private Q_SLOTS:
     {
         ShortSupervision supervision;
         m_record.setName("JovWebClient"_s);
-        Module module(&m_record, supervision.moduleContext());
+        WebClient module(&m_record, supervision.moduleContext());
         module.setState(ModuleState::Starting);
         module.presentationReady();
         QCOMPARE(module.getState(), ModuleState::Starting);
@@ -386,14 +385,14 @@ private Q_SLOTS:
         ShortSupervision supervision;
         m_record.setName("JovWebClient"_s);
         m_root.writeScript("/usr/lib/JovApplication/JovWebClient"_s, "exec sleep 1000");
-        Module module(&m_record, supervision.moduleContext());
+        WebClient module(&m_record, supervision.moduleContext());
         QTimer::singleShot(0, &module, &Module::slot_endOfInit);
         QTimer::singleShot(60, &module, [&] { kill(m_record.getID().toInt(), SIGTERM); });
         supervision.state.failStart(); // its end is no crash to answer
         QVERIFY(!module.start());
         supervision.state.beginStart();
         QTimer::singleShot(0, &module, &Module::slot_endOfInit);
-        QTimer::singleShot(70, &module, &Module::presentationReady);
+        QTimer::singleShot(70, &module, &WebClient::presentationReady);
         QVERIFY(module.start());
     }
 
