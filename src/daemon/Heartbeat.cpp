@@ -14,25 +14,39 @@ constexpr milliseconds deviceInterval = std::chrono::seconds(WatchdogDevice::tim
 
 } // namespace
 
-Heartbeat::Heartbeat(pid_t parent, const QString &device, WatchdogDevice::Control control)
-    : m_socket(parent)
+Heartbeat::Heartbeat(pid_t parent, WatchdogDevice::Control control)
+    : m_control(control)
+    , m_socket(parent)
 {
-    milliseconds interval = longest;
-    if (m_socket.isOpen()) {
-        interval = std::min(interval, m_socket.timeOut() / 2);
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { beat(); });
+    start();
+}
+
+void Heartbeat::watch(const QString &device)
+{
+    if (m_device && device == m_path) {
+        return;
     }
+    disarm();
+    m_path = device;
     if (!device.isEmpty()) {
-        m_device = std::make_unique<WatchdogDevice>(device, control);
-        if (m_device->isArmed()) {
-            interval = std::min(interval, deviceInterval);
-        } else {
+        m_device = std::make_unique<WatchdogDevice>(device, m_control);
+        if (!m_device->isArmed()) {
             m_device.reset();
         }
     }
+    start();
+}
+
+void Heartbeat::start()
+{
+    m_timer.stop();
+    LifeSign::set({});
     if (!m_socket.isOpen() && !m_device) {
         return;
     }
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { beat(); });
+    const milliseconds interval = std::min(m_socket.isOpen() ? m_socket.timeOut() / 2 : milliseconds(longest),
+                                           m_device ? deviceInterval : longest);
     m_timer.start(std::max(interval, milliseconds(1)));
     LifeSign::set([this] { beat(); });
     beat();

@@ -15,18 +15,22 @@
 class Heartbeat
 {
 public:
-    /// `device` is a path with the root prefix; empty: none.
-    Heartbeat(pid_t parent, const QString &device, WatchdogDevice::Control control = &WatchdogDevice::realControl);
+    explicit Heartbeat(pid_t parent, WatchdogDevice::Control control = &WatchdogDevice::realControl);
     ~Heartbeat();
     Q_DISABLE_COPY(Heartbeat)
 
+    /// Feeds this device from now on, and lets go of another. A path with the root prefix; empty: none.
+    void watch(const QString &device);
     /// An orderly end. Without it the device resets the terminal.
     void disarm();
 
 private:
+    void start();
     void beat();
 
+    const WatchdogDevice::Control m_control;
     NotifySocket m_socket;
+    QString m_path;
     std::unique_ptr<WatchdogDevice> m_device; ///< armed, or none
     QTimer m_timer;
 };

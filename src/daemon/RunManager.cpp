@@ -41,7 +41,10 @@ int runManager(int argc, char **argv, pid_t parent, bool debugMode, const Manage
         BusConnection::setInterruption(&SupervisionState::isTerminationTaken);
         QObject::connect(&signalHandOver, &SignalHandOver::hangup, &manager, &ApplicationManager::restart);
         QObject::connect(&signalHandOver, &SignalHandOver::terminate, &manager, &ApplicationManager::stopManager);
-        Heartbeat heartbeat(parent, watchdogDevice(manager));
+        Heartbeat heartbeat(parent);
+        heartbeat.watch(watchdogDevice(manager));
+        QObject::connect(&manager, &ApplicationManager::parametersRead, &manager,
+                         [&] { heartbeat.watch(watchdogDevice(manager)); });
         result = application.exec();
         // After a request to reboot the device also watches over the reboot.
         if (!manager.isRebootRequested()) {

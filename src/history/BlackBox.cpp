@@ -68,11 +68,20 @@ BlackBox::BlackBox(std::function<int()> step, Limits limits)
 
 void BlackBox::begin(const QString &path, int size)
 {
-    if (path.isEmpty() || m_state != State::Off) {
+    HistoryRing ring(QFile::encodeName(path), off_t(size) * 1024);
+    ring.group = readersGroup();
+    if (ring.file == m_ring.file) {
+        m_ring.half = ring.half;
         return;
     }
-    m_ring = HistoryRing(QFile::encodeName(path), off_t(size) * 1024);
-    m_ring.group = readersGroup();
+    flush();
+    m_ring = ring;
+    m_state = State::Off;
+    m_queue.clear();
+    m_isWarned = false;
+    if (path.isEmpty() || m_task.isRunning()) {
+        return;
+    }
     m_state = State::Reading;
     m_hangTimer.start();
     add(History::Kind::start, {{Key::kernel, QSysInfo::kernelVersion()}, {Key::system, BootIdentity::systemVersion()}});

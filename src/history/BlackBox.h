@@ -38,7 +38,8 @@ public:
     explicit BlackBox(std::function<int()> step);
     BlackBox(std::function<int()> step, Limits limits);
 
-    /// The daemon has started. `path` is a path of this machine, or empty for no history; `size` is in kB.
+    /// The daemon has started, or reads its parameters again: a new path has a record of the start, too. `path` is a
+    /// path of this machine, or empty for no history; `size` is in kB.
     void begin(const QString &path, int size);
     /// Everything is started again: nothing has failed yet.
     void noteRestart() { m_reason = {}; }

@@ -64,6 +64,7 @@ bool ApplicationManager::init()
     m_restarts.reset();
     m_inventory.readMemorySize();
     if (!buildAll()) {
+        noteFailedInit();
         return false;
     }
     registerDBusApplicationConfig();
@@ -120,6 +121,20 @@ void ApplicationManager::beginStart()
     m_mandatorySettings.reset();
     m_journal.noteStart(m_initialised);
     m_blackBox.noteRestart();
+    if (m_initialised) {
+        m_blackBox.begin(m_state.parameters().historyFile, m_state.parameters().historySize);
+        Q_EMIT parametersRead();
+    }
+}
+
+// A second daemon beside one that runs is not the terminal's: it has nothing to write down.
+void ApplicationManager::noteFailedInit()
+{
+    const JovReply reply = m_bus.syncRemoteCall(Components::applicationManager, QStringLiteral("getStepInfra"), {});
+    if (reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")) {
+        m_blackBox.begin(m_state.parameters().historyFile, m_state.parameters().historySize);
+        m_journal.noteFailedStart({{History::Key::cause, QString(History::Cause::files)}});
+    }
 }
 
 void ApplicationManager::noteEnds()

@@ -80,6 +80,10 @@ public Q_SLOTS:
     bool enoughMemory();
     ListSetting monitoringSettingsChanged(const Setting &setting);
 
+Q_SIGNALS:
+    /// At a restart, which reads platform.ini.
+    void parametersRead();
+
 private:
     // RestartSteps.
     void stopEverything() override { stopAll(); }
@@ -90,6 +94,7 @@ private:
     void resumeProgression() override { m_progression.resumeAfterRestart(); }
     void endDaemon() override;
     void noteEnds();
+    void noteFailedInit();
 
     // A part is built from those above it, and destroyed before them.
     SupervisionState m_state;

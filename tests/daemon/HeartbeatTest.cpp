@@ -37,17 +37,19 @@ private Q_SLOTS:
 
     void device_data()
     {
-        columns<WatchdogDevice::Control, bool, QByteArray, int>("control", "orderly", "written", "errors");
-        row("orderly end", &takes, true, QByteArray("..V"), 0);
-        row("reboot", &takes, false, QByteArray(".."), 0);
-        row("shorter time-out", &takesLess, true, QByteArray("V"), 1);
-        row("no watchdog", &WatchdogDevice::realControl, true, QByteArray("V"), 1);
+        columns<WatchdogDevice::Control, QString, QByteArray, int>("control", "end", "written", "errors");
+        row("orderly end", &takes, "disarm", QByteArray("..V"), 0);
+        row("reboot", &takes, "", QByteArray(".."), 0);
+        row("restart with the same device", &takes, "same", QByteArray("..."), 0);
+        row("restart without a device", &takes, "none", QByteArray("..V"), 0);
+        row("shorter time-out", &takesLess, "disarm", QByteArray("V"), 1);
+        row("no watchdog", &WatchdogDevice::realControl, "disarm", QByteArray("V"), 1);
     }
 
     void device()
     {
         QFETCH(WatchdogDevice::Control, control);
-        QFETCH(bool, orderly);
+        QFETCH(QString, end);
         QFETCH(int, errors);
         const Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK));
         QVERIFY(grantpt(terminal.number()) == 0 && unlockpt(terminal.number()) == 0);
@@ -58,10 +60,14 @@ private Q_SLOTS:
         tcsetattr(kept.number(), TCSANOW, &raw);
         const int logged = m_root.log().size();
         {
-            Heartbeat heartbeat(0, QString::fromLatin1(name), control);
+            Heartbeat heartbeat(0, control);
+            heartbeat.watch(QString::fromLatin1(name));
             LifeSign::give();
-            if (orderly) {
+            if (end == "disarm"_s) {
                 heartbeat.disarm();
+            } else if (!end.isEmpty()) {
+                heartbeat.watch(end == "same"_s ? QString::fromLatin1(name) : QString());
+                LifeSign::give();
             }
         }
         LifeSign::give();

@@ -19,6 +19,7 @@
 
 namespace {
 
+const QString stepsFile = "/etc/JovApplication/module/ApplicationManager/initStep.xml"_s;
 constexpr char description[] = "step one 1\nstep five 5 home\nSettingsManager one\nA five\nB five <A --ignore-stop";
 
 QJsonArray history(const QString &words = "history --json"_s)
@@ -99,6 +100,7 @@ private Q_SLOTS:
                  terminal.root.write("/run/boot_id"_s, "another");
              }},
             {"settings"_s, "the check of the mandatory settings failed (Reboot in progress)"_s, [](Terminal &) {}},
+            {"files"_s, "the daemon could not use its files"_s, [](Terminal &) {}},
             {"order"_s, "the daemon was stopped by SIGTERM"_s, [](Terminal &) {}},
             {"order"_s, "the daemon was stopped by a call over the bus"_s,
              [](Terminal &terminal) { terminal.call("stopManager"_s); }}};
@@ -119,6 +121,14 @@ private Q_SLOTS:
         for (const auto &end : ends) {
             const int from = terminal.log().size();
             failsCheck = end.cause == "settings"_s;
+            if (end.cause == "files"_s) {
+                const QByteArray steps = terminal.root.read(stepsFile);
+                terminal.root.write(stepsFile, "<");
+                terminal.start();
+                QVERIFY(terminal.wait([&] { return !terminal.isUp(); }));
+                terminal.root.write(stepsFile, steps);
+                continue;
+            }
             terminal.start();
             QVERIFY2(terminal.waitForLog(failsCheck ? "interrupted because stopping"_s : "initStepDone: 5"_s, from),
                      qPrintable(end.cause));

@@ -176,6 +176,18 @@ private Q_SLOTS:
         QVERIFY2(warnings.first().endsWith(line), qPrintable(warnings.first()));
     }
 
+    // A restart reads the path again.
+    void anotherFile()
+    {
+        BlackBox blackBox([] { return 0; });
+        blackBox.begin(m_root.path("/one"_s), 64);
+        blackBox.begin(m_root.path("/one"_s), 32);
+        blackBox.begin(m_root.path("/two"_s), 32);
+        blackBox.noteEnd();
+        QCOMPARE(m_root.read("/one"_s).count('\n'), 1);
+        QCOMPARE(m_root.read("/two"_s).count('\n'), 2);
+    }
+
     void hanging()
     {
         ForkedTask task("am-test");
