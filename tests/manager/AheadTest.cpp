@@ -23,11 +23,11 @@ namespace {
 
 const QString folder = "/etc/JovApplication/module/"_s;
 
-ModuleLimits shortLimits()
+ModuleLimits shortLimits(int stop)
 {
     ModuleLimits limits;
     limits.stop = 1000;
-    limits.stopWithEverything = 50;
+    limits.stopWithEverything = stop;
     limits.launchAhead = 50;
     return limits;
 }
@@ -39,8 +39,8 @@ ModuleLimits shortLimits()
 class Boot : public FakeSupervision
 {
 public:
-    Boot(const RootDir &rootDir, const QString &text, bool ahead = true, int limit = 100)
-        : FakeSupervision(shortLimits())
+    Boot(const RootDir &rootDir, const QString &text, bool ahead = true, int limit = 100, int stop = 50)
+        : FakeSupervision(shortLimits(stop))
         , root(rootDir)
     {
         Parameters parameters;
@@ -284,7 +284,8 @@ private Q_SLOTS:
         QStringList lines[2];
         qint64 times[] = {0, 0};
         for (const int ahead : {0, 1}) {
-            Boot boot(m_root, terminal, ahead > 0);
+            // Long enough for a process to end on a busy machine.
+            Boot boot(m_root, terminal, ahead > 0, 100, hanging.isEmpty() ? 5000 : 300);
             boot.control.startAll();
             boot.bus.onEvent = [&](const QString &event) {
                 const QString name = event.section(u'_', -1);
