@@ -2,6 +2,7 @@
 
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
+#include "contract/FileNames.h"
 #include "contract/Steps.h"
 
 #include <QRegularExpression>
@@ -63,15 +64,15 @@ std::optional<ApplicationRecord::Early> earlyOf(const XmlElement &element)
         return std::nullopt;
     }
     static const QRegularExpression whiteSpace(QStringLiteral("[ \\t\\r\\n]+"));
-    return ApplicationRecord::Early{element.attribute(QStringLiteral("after")).split(whiteSpace, Qt::SkipEmptyParts)};
+    return ApplicationRecord::Early{element.attribute(ConfigXml::after).split(whiteSpace, Qt::SkipEmptyParts)};
 }
 
 // The last match wins.
 MemoryCeiling ceilingOf(const XmlElement &maxMemory, const QString &ddrSize)
 {
     MemoryCeiling ceiling;
-    forEachFrom(maxMemory, QStringLiteral("DDRSz"), [&](const XmlElement &element) {
-        const QString criteria = element.attribute(QStringLiteral("criteria"));
+    forEachFrom(maxMemory, ConfigXml::ceiling, [&](const XmlElement &element) {
+        const QString criteria = element.attribute(ConfigXml::criteria);
         if (!criteria.isEmpty() && criteria == ddrSize) {
             ceiling = MemoryCeiling(element.text().toInt());
         }
@@ -82,12 +83,12 @@ MemoryCeiling ceilingOf(const XmlElement &maxMemory, const QString &ddrSize)
 Config configOf(const XmlElement &root, const QString &ddrSize)
 {
     Config config;
-    config.description = textOf(root, QStringLiteral("description"), config.description);
-    config.initStep = textOf(root, QStringLiteral("initStep"), config.initStep);
-    config.maxMemory = ceilingOf(root.firstChildElement(QStringLiteral("maxMemory")), ddrSize);
-    config.dependencies = listOf(root.firstChildElement(QStringLiteral("dependencies")), QStringLiteral("dependency"));
-    config.early = earlyOf(root.firstChildElement(QStringLiteral("early")));
-    config.extraArgs = listOf(root.firstChildElement(QStringLiteral("extra_args")), QStringLiteral("arg"));
+    config.description = textOf(root, ConfigXml::description, config.description);
+    config.initStep = textOf(root, ConfigXml::initStep, config.initStep);
+    config.maxMemory = ceilingOf(root.firstChildElement(ConfigXml::maxMemory), ddrSize);
+    config.dependencies = listOf(root.firstChildElement(ConfigXml::dependencies), ConfigXml::dependency);
+    config.early = earlyOf(root.firstChildElement(ConfigXml::early));
+    config.extraArgs = listOf(root.firstChildElement(ConfigXml::extraArguments), ConfigXml::argument);
     return config;
 }
 
@@ -109,7 +110,7 @@ void readConfig(ApplicationRecord &record, const XmlFile &file, const QString &d
 {
     const XmlElement root = file.document.documentElement();
     // A foreign document is not an error: it says nothing about this application.
-    const Config config = root.tagName() == QLatin1String("config") ? configOf(root, ddrSize) : Config();
+    const Config config = root.tagName() == ConfigXml::root ? configOf(root, ddrSize) : Config();
     record.setStatus(statusOf(file.result));
     record.setSettingsDeployed(false);
     record.setDescription(config.description);

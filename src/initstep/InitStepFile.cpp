@@ -2,6 +2,7 @@
 
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
+#include "contract/FileNames.h"
 #include "contract/Steps.h"
 #include "initstep/InitStepChain.h"
 
@@ -12,8 +13,6 @@
 
 namespace {
 
-const QString parallelAttribute = QStringLiteral("parallel");
-
 bool isTrue(const QString &text)
 {
     return text == QLatin1String("true");
@@ -21,19 +20,19 @@ bool isTrue(const QString &text)
 
 bool readSteps(InitStepChain &chain, const XmlElement &root)
 {
-    const QString parallel = root.attribute(parallelAttribute);
+    const QString parallel = root.attribute(StepsXml::parallel);
     bool hasDefault = false;
-    for (XmlElement element = root.firstChildElement(QStringLiteral("step")); !element.isNull();
-         element = element.nextSiblingElement(QStringLiteral("step"))) {
-        if (!element.hasAttribute(QStringLiteral("name")) || !element.hasAttribute(QStringLiteral("value"))) {
+    for (XmlElement element = root.firstChildElement(StepsXml::step); !element.isNull();
+         element = element.nextSiblingElement(StepsXml::step)) {
+        if (!element.hasAttribute(StepsXml::name) || !element.hasAttribute(StepsXml::value)) {
             continue;
         }
-        const QString name = element.attribute(QStringLiteral("name"));
-        const int value = element.attribute(QStringLiteral("value")).toInt();
-        const bool showHomepage = isTrue(element.attribute(QStringLiteral("show_homepage")));
+        const QString name = element.attribute(StepsXml::name);
+        const int value = element.attribute(StepsXml::value).toInt();
+        const bool showHomepage = isTrue(element.attribute(StepsXml::showHomepage));
         InitStep *step = chain.addStep(name, value, showHomepage);
         if (step) {
-            step->setParallel(isTrue(element.attribute(parallelAttribute, parallel)));
+            step->setParallel(isTrue(element.attribute(StepsXml::parallel, parallel)));
             hasDefault |= name == Steps::defaultName;
         }
     }
@@ -71,7 +70,7 @@ bool parseInitStep(InitStepChain &chain, const QString &moduleName)
         break;
     }
     const XmlElement root = file.document.documentElement();
-    if (root.tagName() != QLatin1String("initStep")) {
+    if (root.tagName() != StepsXml::root) {
         return false;
     }
     addSteps(chain, root);
@@ -82,7 +81,7 @@ void addSteps(InitStepChain &chain, const XmlElement &root)
 {
     if (!readSteps(chain, root)) {
         if (InitStep *step = chain.addStep(Steps::defaultName, defaultStepValue(chain), false)) {
-            step->setParallel(isTrue(root.attribute(parallelAttribute)));
+            step->setParallel(isTrue(root.attribute(StepsXml::parallel)));
         }
     }
 }

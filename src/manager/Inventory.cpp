@@ -9,7 +9,7 @@
 void Inventory::readMemorySize()
 {
     QString ddrSize;
-    if (settings_get_param(QStringLiteral("FAB_HW_DDRSIZE"), ddrSize) >= 0 && !ddrSize.isEmpty()) {
+    if (settings_get_param(PlatformKey::memorySize, ddrSize) >= 0 && !ddrSize.isEmpty()) {
         m_ddrSize = ddrSize;
     }
 }

@@ -2,6 +2,7 @@
 #define INVENTORY_H
 
 #include "catalogue/Catalogue.h"
+#include "contract/FileNames.h"
 #include "initstep/InitStepChain.h"
 
 #include <QString>
@@ -30,7 +31,7 @@ public:
 private:
     Catalogue m_catalogue;
     InitStepChain m_steps;
-    QString m_ddrSize = QStringLiteral("256MB"); ///< the terminal's memory size, compared as text
+    QString m_ddrSize = PlatformKey::defaultMemorySize; ///< the terminal's memory size, compared as text
 };
 
 #endif

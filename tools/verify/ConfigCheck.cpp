@@ -1,6 +1,7 @@
 #include "verify/ConfigCheck.h"
 
 #include "client/NearMiss.h"
+#include "contract/FileNames.h"
 #include "contract/MemoryCeiling.h"
 #include "verify/XmlElements.h"
 
@@ -10,16 +11,16 @@ using XmlElements::tag;
 
 namespace {
 
-const QString dependencies = QStringLiteral("dependencies");
-const QString dependency = QStringLiteral("dependency");
-const QString extraArgs = QStringLiteral("extra_args");
-const QString argument = QStringLiteral("arg");
-const QString maxMemory = QStringLiteral("maxMemory");
-const QString ceiling = QStringLiteral("DDRSz");
-const QString criteria = QStringLiteral("criteria");
-const QString initStep = QStringLiteral("initStep");
-const QString early = QStringLiteral("early");
-const QString description = QStringLiteral("description");
+const QString dependencies = ConfigXml::dependencies;
+const QString dependency = ConfigXml::dependency;
+const QString extraArgs = ConfigXml::extraArguments;
+const QString argument = ConfigXml::argument;
+const QString maxMemory = ConfigXml::maxMemory;
+const QString ceiling = ConfigXml::ceiling;
+const QString criteria = ConfigXml::criteria;
+const QString initStep = ConfigXml::initStep;
+const QString early = ConfigXml::early;
+const QString description = ConfigXml::description;
 
 /// In kB: less than the virtual memory of any process.
 constexpr int leastProcess = 1000;
@@ -45,7 +46,7 @@ void reportMisplaced(const XmlElement &element, const Place &place, Findings &fi
     const QString list = listOf(element.tagName());
     findings.add(Rule::ElementMisplaced, place.at(element.lineNumber()),
                  QStringLiteral("%1 is ignored here").arg(tag(element.tagName())),
-                 QStringLiteral("move it into %1").arg(tag(list.isEmpty() ? QStringLiteral("config") : list)));
+                 QStringLiteral("move it into %1").arg(tag(list.isEmpty() ? ConfigXml::root : list)));
 }
 
 // What is nested in an unknown element, or in an element between a list and its items, is ignored. It may be somebody
@@ -211,7 +212,7 @@ ConfigLines checkConfig(const XmlElement &root, const QString &ddrSize, const Pl
     checkList(root, argument, place, findings);
     lines.initStep = root.firstChildElement(initStep).lineNumber();
     const XmlElement earlyElement = root.firstChildElement(early);
-    XmlElements::checkAttributes(earlyElement, {QStringLiteral("after")}, place, findings);
+    XmlElements::checkAttributes(earlyElement, {ConfigXml::after}, place, findings);
     lines.early = earlyElement.lineNumber();
     lines.dependencies = checkList(root, dependency, place, findings);
     return lines;

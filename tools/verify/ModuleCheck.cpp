@@ -5,6 +5,7 @@
 #include "catalogue/XmlFile.h"
 #include "client/NearMiss.h"
 #include "contract/Components.h"
+#include "contract/FileNames.h"
 #include "verify/RootFile.h"
 #include "verify/StepTable.h"
 #include "verify/XmlElements.h"
@@ -103,7 +104,7 @@ void readModule(InstalledModule &module, const QStringList &orphans, const QStri
         return;
     }
     const XmlElement root =
-        XmlElements::rootOf(file, QStringLiteral("config"), Rule::ConfigUnusable, module.config, byDefault, findings);
+        XmlElements::rootOf(file, ConfigXml::root, Rule::ConfigUnusable, module.config, byDefault, findings);
     if (!root.isNull()) {
         module.lines = checkConfig(root, ddrSize, module.config, findings);
         checkArguments(module, findings);

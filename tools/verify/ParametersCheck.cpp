@@ -2,6 +2,7 @@
 
 #include "client/NearMiss.h"
 #include "contract/Components.h"
+#include "contract/FileNames.h"
 #include "root/PlatformIni.h"
 #include "supervision/Parameters.h"
 #include "system/RegularFile.h"
@@ -92,7 +93,7 @@ public:
             checkLine(line);
         }
         checkValues();
-        return PlatformIni::section(platformSection, m_file.openName()).value(QStringLiteral("FAB_HW_DDRSIZE"));
+        return PlatformIni::section(platformSection, m_file.openName()).value(PlatformKey::memorySize);
     }
 
 private:
@@ -132,7 +133,7 @@ private:
             add(Rule::ParametersLine, line.number, QStringLiteral("'%1' is in no section").arg(key),
                 QStringLiteral("move it below [platform], [log] or the name of a component"));
         } else if (m_section == platformSection) {
-            checkName(line.number, QStringLiteral("key"), key, {QStringLiteral("FAB_HW_DDRSIZE")}, true);
+            checkName(line.number, QStringLiteral("key"), key, {PlatformKey::memorySize}, true);
         } else if (keysOf().contains(m_section)) {
             checkName(line.number, QStringLiteral("key"), key, keysOf().value(m_section));
         }
@@ -211,5 +212,5 @@ private:
 QString checkParameters(const QStringList &modules, Findings &findings)
 {
     const QString size = ParametersCheck(modules, findings).run();
-    return size.isEmpty() ? QStringLiteral("256MB") : size;
+    return size.isEmpty() ? QString(PlatformKey::defaultMemorySize) : size;
 }

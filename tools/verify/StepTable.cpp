@@ -3,6 +3,7 @@
 #include "catalogue/ModulePaths.h"
 #include "catalogue/XmlFile.h"
 #include "contract/Components.h"
+#include "contract/FileNames.h"
 #include "contract/Steps.h"
 #include "initstep/InitStepFile.h"
 #include "verify/XmlElements.h"
@@ -12,7 +13,7 @@
 namespace {
 
 constexpr int mostNamed = 10;
-const QString parallelAttribute = QStringLiteral("parallel");
+const QString parallelAttribute = StepsXml::parallel;
 
 QString text(const QString &name, int value)
 {
@@ -38,13 +39,13 @@ bool StepTable::read(Findings &findings)
         ModulePaths::configDirectory() + Components::applicationManager + QStringLiteral("/initStep.xml");
     m_place.file = JovRoot::rooted(path);
     const XmlFile file = XmlElements::read(path);
-    const XmlElement root = XmlElements::rootOf(file, QStringLiteral("initStep"), Rule::StepsUnusable, m_place,
+    const XmlElement root = XmlElements::rootOf(file, StepsXml::root, Rule::StepsUnusable, m_place,
                                                 QStringLiteral("the daemon does not start"), findings);
     if (root.isNull()) {
         return false;
     }
     addSteps(m_chain, root);
-    const QString step = QStringLiteral("step");
+    const QString step = StepsXml::step;
     InitStepChain replay;
     XmlElements::checkSpelling(root, {step}, m_place, findings);
     XmlElements::checkAttributes(root, {parallelAttribute}, m_place, findings);
@@ -77,11 +78,10 @@ void StepTable::checkPlaces(const XmlElement &parent, Findings &findings) const
 
 void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings)
 {
-    const QString name = QStringLiteral("name");
-    const QString value = QStringLiteral("value");
+    const QString name = StepsXml::name;
+    const QString value = StepsXml::value;
     const Place place = m_place.at(element.lineNumber());
-    XmlElements::checkAttributes(element, {name, value, QStringLiteral("show_homepage"), parallelAttribute}, m_place,
-                                 findings);
+    XmlElements::checkAttributes(element, {name, value, StepsXml::showHomepage, parallelAttribute}, m_place, findings);
     checkParallel(element, findings);
     if (!element.hasAttribute(name) || !element.hasAttribute(value)) {
         findings.add(
@@ -107,12 +107,12 @@ void StepTable::checkShown(const XmlElement &element, Findings &findings) const
 {
     static const QStringList meantTrue{QStringLiteral("true"), QStringLiteral("yes"), QStringLiteral("on"),
                                        QStringLiteral("1")};
-    const QString shown = element.attribute(QStringLiteral("show_homepage"), QStringLiteral("false"));
+    const QString shown = element.attribute(StepsXml::showHomepage, QStringLiteral("false"));
     if (shown != QLatin1String("true") && shown != QLatin1String("false")) {
         const bool isLost = meantTrue.contains(shown.trimmed().toLower());
         findings.add(isLost ? Rule::HomepageLost : Rule::HomepageValue, m_place.at(element.lineNumber()),
                      QStringLiteral("step '%1': show_homepage=\"%2\" is treated as false")
-                         .arg(element.attribute(QStringLiteral("name")), shown),
+                         .arg(element.attribute(StepsXml::name), shown),
                      QStringLiteral("write \"true\" or \"false\", in lower case"));
     }
 }
