@@ -6,6 +6,7 @@
 #include "client/NearMiss.h"
 #include "client/Units.h"
 #include "contract/Components.h"
+#include "root/PlatformIni.h"
 #include "supervision/Parameters.h"
 #include "supervision/Timing.h"
 
@@ -44,7 +45,8 @@ public:
     [[nodiscard]] Trial trial(const QStringList &words) const
     {
         LaunchingAhead ahead;
-        ahead.atOnce = Parameters().launchesAhead;
+        const QMap<QString, QString> section = PlatformIni::section(Components::applicationManager);
+        ahead.atOnce = Parameters::read(section, [](auto &, auto &) {}).launchesAhead;
         ahead.counted = quint64(ModuleLimits().launchAhead) * 1000;
         for (const QString &word : words) {
             read(word, ahead);
