@@ -72,6 +72,7 @@ void Narrator::watchDaemon()
 void Narrator::beginBoot()
 {
     m_boot = Boot::begin(m_root.path());
+    m_isDaemonThere = false; // the signal about the end of the one before may still be on its way
     m_begin = Units::now();
     m_archived = QFileInfo(m_root.at("/log/log.var.tar.gz")).lastModified();
     m_display.restartClock();

@@ -75,6 +75,9 @@ void Simulator::connectParts()
     connect(&m_daemon, &QProcess::started, this, [this] {
         m_narrator.tell(subject, QStringLiteral("starting the supervisor, process %1").arg(m_daemon.processId()),
                         Colour::Dim);
+        if (m_state == State::GoingDown) {
+            m_daemon.terminate();
+        }
     });
     connect(&m_daemon, finished, this, [this] {
         m_bootLimit.stop();
@@ -289,7 +292,7 @@ void Simulator::goDown(Then then)
                     Colour::Bold);
     if (m_narrator.isDaemonThere()) {
         m_bus.stopDaemon();
-    } else {
+    } else if (m_daemon.state() == QProcess::Running) { // before that, our own handler would take the signal
         m_daemon.terminate();
     }
     m_stopLimit.start(stopLimitOfDaemon + stopLimitOfModule * m_narrator.boot().modules.size());

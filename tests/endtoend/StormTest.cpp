@@ -2,17 +2,12 @@
 #include "qtdbus/BusRecords.h"
 #include "support/Terminal.h"
 
-#include <QCommandLineParser>
-#include <QDBusPendingReply>
 #include <QElapsedTimer>
-#include <QScopeGuard>
 #include <QTest>
 #include <QTimer>
 
-#include <memory>
 #include <optional>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include <sys/ptrace.h>
@@ -46,40 +41,31 @@ constexpr int longestSilence = 15000;
  * Everything at once, at random moments: calls, floods, events, signals, a mute bus, a debugger, and modules that die,
  * hang and misbehave. The daemon must neither crash nor leak nor hang, start no module twice at once and leave no
  * process behind; when the storm is over one restart, which also ends the state after a crash, brings every module up.
- * The same seed is the same sequence of orders; the moments are the machine's.
+ * The same seed is the same sequence of orders; the moments are the machine's. JOV_STORM="SEED SECONDS" sets both.
  */
 class StormTest : public QObject
 {
     Q_OBJECT
 
 public:
-    StormTest(unsigned seed, int seconds)
-        : m_seed(seed)
-        , m_seconds(seconds)
-        , m_random(seed)
-    { }
+    // Qt Test would end a longer storm.
+    StormTest() { qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((m_seconds + 300) * 1000)); }
 
 private Q_SLOTS:
     void storm()
     {
-        qInfo("storm --seed %u --seconds %d", m_seed, m_seconds);
-        m_terminal = std::make_unique<Terminal>(calmTerminal);
-        const auto cleared = qScopeGuard([this] { m_terminal.reset(); });
-        m_terminal->setDaemon(QStringLiteral(QUICK_DAEMON));
-        m_terminal->standIn("/sbin/reboot"_s);
-        m_terminal->standIn("/usr/bin/jpg2fb"_s);
-        registerQtDBusRecords();
+        m_terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        m_terminal.standIn("/sbin/reboot"_s);
+        m_terminal.standIn("/usr/bin/jpg2fb"_s);
         bool calm = true;
-        connect(m_terminal.get(), &Terminal::event, this, [&](const QString &name) {
+        connect(&m_terminal, &Terminal::event, this, [&](const QString &name) {
             if (name == "checkMandatorySettings"_s && (calm || upTo(3) > 0)) {
-                m_terminal->notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, false}});
+                m_terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, false}});
             }
         });
-        m_terminal->start();
-        QVERIFY(m_terminal->waitForAll("RUNNING"_s));
-        m_names = m_terminal->modules().keys();
-        const int descriptors = Processes::descriptors(m_terminal->pid()).size();
-        const qint64 threads = Processes::figure(m_terminal->pid(), "status", "Threads");
+        QVERIFY(m_terminal.boot());
+        m_names = m_terminal.modules().keys();
+        const int descriptors = Processes::descriptors(m_terminal.pid()).size();
 
         calm = false;
         m_answered.start();
@@ -93,26 +79,23 @@ private Q_SLOTS:
             if (QTest::currentTestFailed()) {
                 return;
             }
-            m_terminal->forgetEvents();
+            m_terminal.forgetEvents();
         }
         calm = true;
         calmDown();
         if (QTest::currentTestFailed()) {
             return;
         }
-        QCOMPARE(m_terminal->call("restart"_s), QString());
-        QVERIFY(m_terminal->waitForAll("RUNNING"_s));
-        QCOMPARE(m_terminal->modules().keys(), m_names);
+        QCOMPARE(m_terminal.call("restart"_s), QString());
+        QVERIFY(m_terminal.waitForAll("RUNNING"_s));
+        QCOMPARE(m_terminal.modules().keys(), m_names);
         // Nor are there dead ones that nobody has reaped; a process that writes the history ends by itself.
         QVERIFY(Terminal::wait([&] {
-            return Processes::children(m_terminal->pid()).size() == m_names.size()
-                && Processes::descriptors(m_terminal->pid()).size() <= descriptors;
+            return Processes::children(m_terminal.pid()).size() == m_names.size()
+                && Processes::descriptors(m_terminal.pid()).size() <= descriptors;
         }));
-        QCOMPARE(Processes::figure(m_terminal->pid(), "status", "Threads"), threads);
         endDaemon();
-        QCOMPARE(m_terminal->end(0), 0);
-        qInfo("%d calls, %d launches, %d crashes, %d ends", int(m_calls.size()), m_terminal->logCount("PID of :"_s),
-              m_terminal->logCount("Terminal will reboot now"_s), m_ends);
+        QCOMPARE(m_terminal.end(0), 0);
     }
 
 private:
@@ -123,75 +106,62 @@ private:
         return list[upTo(int(std::size(list)) - 1)];
     }
     QString anyName() { return upTo(19) == 0 ? "nobody \u2603'"_s : any(m_names); }
-    pid_t anyModule() { return m_terminal->modules().value(any(m_names)).value(0); }
+    pid_t anyModule() { return m_terminal.modules().value(any(m_names)).value(0); }
 
     void order()
     {
-        std::discrete_distribution<int> kinds{300, 80, 20, 200, 100, 10, 200, 80, 20, 10, 20, 1};
-        switch (kinds(m_random)) {
-        case 0:
-            return call();
-        case 1:
-            return ask("restart"_s);
-        case 2:
-            return burstFrom("vanishing"_s, any(words("restart stopAll startAll")), {}, 1);
-        case 3:
-            return m_terminal->notify(any(words("end_of_init_ stop_module_")) + anyName());
-        case 4:
-            return spoof();
-        case 5:
-            m_signalTaken = true;
-            kill(m_terminal->pid(), SIGHUP);
-            return;
-        case 6:
-            return signalModule();
-        case 7:
-            return m_terminal->addArguments(any(m_names), any(manners).split(u' ', Qt::SkipEmptyParts));
-        case 8:
-            return burstFrom("flooding"_s, any(words("getModulesListInString startModule")), {any(m_names)}, 3000);
-        case 9:
-            return muteBus();
-        case 10:
-            return debug(anyModule());
-        default:
-            return endDaemon();
+        const std::vector<std::pair<int, std::function<void()>>> orders{
+            {300, [&] { call(); }},
+            {80, [&] { ask("restart"_s); }},
+            {20, [&] { burstFrom("vanishing"_s, any(words("restart stopAll startAll")), {}, 1); }},
+            {200, [&] { m_terminal.notify(any(words("end_of_init_ stop_module_")) + anyName()); }},
+            {100, [&] { spoof(); }},
+            {10, [&] { signalDaemon(SIGHUP); }},
+            {200, [&] { signalModule(); }},
+            {80, [&] { m_terminal.addArguments(any(m_names), any(manners).split(u' ', Qt::SkipEmptyParts)); }},
+            {20,
+             [&] { burstFrom("flooding"_s, any(words("startModule getModulesListInString")), {any(m_names)}, 3000); }},
+            {10, [&] { muteBus(); }},
+            {20, [&] { debug(anyModule()); }},
+            {1, [&] { endDaemon(); }}};
+        int number = upTo(1040);
+        for (const auto &[weight, give] : orders) {
+            if ((number -= weight) < 0) {
+                return give();
+            }
         }
     }
 
     void call()
     {
-        static const QStringList plain =
-            words("startAll stopAll restart restartApp getModulesList getApplicationsListInString enoughMemory "
-                  "getApplicationsForSettingsDeployment restartPresentation getTotalMemory getFreeMemory "
-                  "getModulesListInString");
+        // "?" is a module, or a name that nobody has. Measuring the processor takes two seconds, of nobody none.
+        static const QStringList calls =
+            "startModule ?|stopModule ?|restartModule ?|getMemoryUsage ?|startModule ?|stopModule ?|restartModule ?|"
+            "startAll|stopAll|restart|restartApp|restartPresentation|getModulesList|getModulesListInString|"
+            "getApplicationsListInString|getApplicationsForSettingsDeployment|enoughMemory|getTotalMemory|"
+            "getFreeMemory|setAdminPasswd exit 3"_s.split(u'|');
+        Setting setting;
+        setting.setId(upTo(1) == 0 ? "MonitoringWatchDelay"_s : "MonitoringWatchRetry"_s);
+        setting.setValue(QString::number(upTo(3) - 1));
+        setting.setDefined(true);
         switch (upTo(9)) {
         case 0:
             return ask("restartModule"_s, {QStringList{anyName(), anyName(), anyName()}});
-        case 1: {
-            Setting setting;
-            setting.setId(upTo(1) == 0 ? "MonitoringWatchDelay"_s : "MonitoringWatchRetry"_s);
-            setting.setValue(QString::number(upTo(3) - 1));
-            setting.setDefined(true);
+        case 1:
             return ask("monitoringSettingsChanged"_s, {QVariant::fromValue(setting)});
-        }
         case 2:
-            return ask("setAdminPasswd"_s, {"exit 3"_s});
-        case 3:
-            // Measuring takes two seconds, of nobody none.
             return ask("getCpuUsage"_s, {upTo(9) == 0 ? anyName() : QString()});
-        case 4:
-        case 5:
-        case 6:
-            return ask(any(plain));
         default:
-            return ask(any(words("startModule stopModule restartModule getMemoryUsage")), {anyName()});
+            const QString words = any(calls);
+            const QString argument = words.section(u' ', 1).replace(u'?', anyName());
+            return ask(words.section(u' ', 0, 0), argument.isEmpty() ? QVariantList() : QVariantList{argument});
         }
     }
 
     /// Nobody waits for the replies, and the connection is gone before they come.
     void burstFrom(const QString &name, const QString &method, const QVariantList &arguments, int count)
     {
-        const QDBusConnection connection = QDBusConnection::connectToBus(m_terminal->bus.address(), name);
+        const QDBusConnection connection = QDBusConnection::connectToBus(m_terminal.bus.address(), name);
         for (int i = 0; i < count; ++i) {
             connection.send(Terminal::message(method, arguments));
         }
@@ -204,7 +174,7 @@ private:
         const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, "7"_s, "x"_s};
         const QString name = any(words("init_step init_step init_step checkMandatorySettingsSuccess presentationReady "
                                        "PLTF_LOCK_REBOOT PLTF_UNLOCK_REBOOT end_of_init init_message"));
-        m_terminal->notify(name, {{"stepNum"_s, any(steps)}, {"reboot"_s, upTo(5) == 0}});
+        m_terminal.notify(name, {{"stepNum"_s, any(steps)}, {"reboot"_s, upTo(5) == 0}});
     }
 
     void signalModule()
@@ -212,43 +182,38 @@ private:
         const int signals[] = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
         const QString name = any(m_names);
         const int signal = any(signals);
-        const pid_t pid = m_terminal->modules().value(name).value(0);
+        const pid_t pid = m_terminal.modules().value(name).value(0);
         // A question to a stopped SettingsManager would hold the daemon for as long as D-Bus lets it.
         if (pid > 0 && (signal != SIGSTOP || name != "SettingsManager"_s)) {
             kill(pid, signal);
         }
     }
 
-    /// Ended in a thread: this one may be waiting for the bus.
     void muteBus()
     {
-        const pid_t bus = pid_t(m_terminal->bus.processId());
-        kill(bus, SIGSTOP);
-        std::thread([bus, pause = std::chrono::milliseconds(upTo(600))] {
-            std::this_thread::sleep_for(pause);
-            kill(bus, SIGCONT);
-        }).detach();
+        const QString command = "kill -STOP %1; sleep 0.%2; kill -CONT %1"_s.arg(m_terminal.bus.processId());
+        QProcess::startDetached("sh"_s, {"-c"_s, command.arg(upTo(600), 3, 10, QChar(u'0'))});
     }
 
     /// A debugger keeps the module, also when it is killed, until it lets it go.
     void debug(pid_t pid)
     {
         if (pid > 0 && ptrace(PTRACE_SEIZE, pid, nullptr, nullptr) == 0) {
-            QTimer::singleShot(upTo(800), this, [pid] { letGo(pid); });
+            QTimer::singleShot(upTo(800), this, [pid] {
+                ptrace(PTRACE_INTERRUPT, pid, nullptr, nullptr);
+                int status = 0;
+                if (waitpid(pid, &status, __WALL) == pid && WIFSTOPPED(status)) {
+                    const bool isSignal = status >> 16 != PTRACE_EVENT_STOP;
+                    ptrace(PTRACE_DETACH, pid, nullptr, isSignal ? WSTOPSIG(status) : 0);
+                }
+            });
         }
     }
 
-    static void letGo(pid_t pid)
+    void signalDaemon(int signal)
     {
-        ptrace(PTRACE_INTERRUPT, pid, nullptr, nullptr);
-        int status = 0;
-        while (waitpid(pid, &status, __WALL) == pid && WIFSTOPPED(status)) {
-            const bool isOver = status >> 16 == PTRACE_EVENT_STOP;
-            const int signal = isOver ? 0 : WSTOPSIG(status);
-            if (ptrace(isOver ? PTRACE_DETACH : PTRACE_CONT, pid, nullptr, signal) != 0 || isOver) {
-                return;
-            }
-        }
+        m_signalTaken = true;
+        kill(m_terminal.pid(), signal);
     }
 
     void endDaemon()
@@ -258,90 +223,68 @@ private:
         if (m_signalTaken || upTo(1) == 0) {
             ask("stopManager"_s);
         } else {
-            m_signalTaken = true;
-            kill(m_terminal->pid(), SIGTERM);
+            signalDaemon(SIGTERM);
         }
     }
 
     void ask(const QString &method, const QVariantList &arguments = {})
     {
-        m_calls.push_back(m_terminal->sendAsync(method, arguments));
+        m_calls.push_back(m_terminal.sendAsync(method, arguments));
     }
 
     /// After each order: nothing runs twice, the daemon answers, and when it has ended there is a reason.
     void watch()
     {
-        const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
+        const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
         for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
             QVERIFY2(module->size() == 1, qPrintable(module.key() + " runs twice"_s));
         }
-        if (!m_terminal->isUp()) {
-            return watchEnd();
-        }
-        if (!m_question || m_question->isFinished()) {
+        if (!m_terminal.isUp()) {
+            // It also gives up by itself when the web client never shows its presentation.
+            const bool gaveUp = m_terminal.logCount("Webapp timeout"_s) > 0;
+            QCOMPARE(m_terminal.end(0), 0);
+            QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
+            QCOMPARE(m_terminal.leftBehind(), QStringList());
+            m_endAsked = m_signalTaken = false;
+            m_terminal.start();
+            QVERIFY(Terminal::wait([this] { return !m_terminal.states().isEmpty(); }));
             m_answered.restart();
-            m_question.emplace(m_terminal->sendAsync("getStepInfra"_s));
+        } else if (!m_question || m_question->isFinished()) {
+            m_answered.restart();
+            m_question.emplace(m_terminal.sendAsync("getStepInfra"_s));
         }
         QVERIFY2(m_answered.elapsed() < longestSilence, "no answer any more");
     }
 
-    void watchEnd()
-    {
-        // It also gives up by itself when the web client never shows its presentation.
-        const bool gaveUp = m_terminal->logCount("Webapp timeout"_s) > 0;
-        QCOMPARE(m_terminal->end(0), 0);
-        QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
-        QCOMPARE(m_terminal->leftBehind(), QStringList());
-        ++m_ends;
-        m_endAsked = m_signalTaken = false;
-        m_terminal->start();
-        QVERIFY(Terminal::wait([this] { return !m_terminal->states().isEmpty(); }));
-        m_answered.restart();
-    }
-
     void calmDown()
     {
-        const QMap<QString, QList<pid_t>> modules = m_terminal->modules();
+        const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
         for (const QList<pid_t> &pids : modules) {
             kill(pids.first(), SIGCONT);
         }
         for (const QString &name : qAsConst(m_names)) {
-            m_terminal->addArguments(name, {});
+            m_terminal.addArguments(name, {});
         }
         // An end that was asked for last may still be under way.
-        Terminal::wait([this] { return !m_endAsked || !m_terminal->isUp(); }, longestSilence);
+        Terminal::wait([this] { return !m_endAsked || !m_terminal.isUp(); }, longestSilence);
         for (QDBusPendingCall &call : m_calls) {
             QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
         }
         watch();
     }
 
-    const unsigned m_seed;
-    const int m_seconds;
-    std::mt19937 m_random;
-    std::unique_ptr<Terminal> m_terminal;
+    const QStringList m_settings = qEnvironmentVariable("JOV_STORM", "1 20"_s).split(u' ');
+    const int m_seconds = m_settings.value(1).toInt();
+    std::mt19937 m_random{m_settings.value(0).toUInt()};
+    Terminal m_terminal{calmTerminal};
     std::vector<QDBusPendingCall> m_calls;
     std::optional<QDBusPendingCall> m_question;
     QStringList m_names;
     QElapsedTimer m_answered; ///< since the daemon last answered
     bool m_endAsked = false;
     bool m_signalTaken = false;
-    int m_ends = 0;
 };
 
-int main(int argc, char **argv)
-{
-    const QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.addOptions(
-        {{"seed"_s, "A number, or \"random\"."_s, "N"_s, "1"_s}, {"seconds"_s, "How long."_s, "S"_s, "20"_s}});
-    parser.process(application);
-    const QString seed = parser.value("seed"_s);
-    const int seconds = parser.value("seconds"_s).toInt();
-    // Qt Test would end a longer storm.
-    qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((seconds + 300) * 1000));
-    StormTest test(seed == "random"_s ? std::random_device()() : seed.toUInt(), seconds);
-    return QTest::qExec(&test);
-}
+QTEST_GUILESS_MAIN(StormTest)
 
 #include "StormTest.moc"

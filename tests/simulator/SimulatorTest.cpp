@@ -105,13 +105,14 @@ private Q_SLOTS:
             "Platform         stopped|ended with status 0");
         row("in parallel", QStringList{"--terminal"_s, "parallel"_s}, 1,
             "selftest         up|step desk        done|All 16 modules are up|ended with status 0");
-        row("a module crashes", crash("store"), 2,
-            "All 16 modules are up|store            ended unexpectedly|archived:|"
-            "reboot requested by ApplicationManager: store crashed|The terminal boots again|All 16 modules are up");
+        const QStringList few = {"--terminal"_s, "leak"_s};
+        row("a module crashes", few + crash("painter"), 2,
+            "All 4 modules are up|painter          ended unexpectedly|archived:|"
+            "reboot requested by ApplicationManager: painter crashed|The terminal boots again|All 4 modules are up");
         row("the owner of the screen crashes", crash("JovWebClient"), 2,
             "JovWebClient     ended unexpectedly|jovwebclient_module_crash.jpg|All 16 modules are up");
-        row("who is asked to reboot crashes", crash("Platform"), 2,
-            "archived:|called with --soft --owner ApplicationManager --reason Platform crashed|All 16 modules are up");
+        row("who is asked to reboot crashes", few + crash("Platform"), 2,
+            "archived:|called with --soft --owner ApplicationManager --reason Platform crashed|All 4 modules are up");
     }
 
     void once()
@@ -158,7 +159,7 @@ private Q_SLOTS:
             files.write(steps, files.read(steps).replace("true", "false"));
         }
         const QString results = files.path("/results.xml"_s);
-        Run run(QStringList{"--once"_s, "--timeout"_s, "4"_s, "--terminal"_s, files.path(), "--junit"_s, results}
+        Run run(QStringList{"--once"_s, "--timeout"_s, "2"_s, "--terminal"_s, files.path(), "--junit"_s, results}
                 + options);
         QCOMPARE(run.end(), 1);
         QVERIFY2(isInOrder(complaint, run.output()), qPrintable(run.output()));
@@ -229,6 +230,9 @@ private Q_SLOTS:
         QVERIFY(run.said("reboot requested by ApplicationManager: Too much faulty applications restart"_s));
         QVERIFY2(!run.output().contains("hoarder          stopped"_s), qPrintable(run.output()));
         QVERIFY(run.said("The terminal boots again"_s));
+        kill(run.pid(), SIGTERM); // The supervisor may not have its handler yet.
+        run.end();
+        QVERIFY2(!run.output().contains("killing the supervisor"_s), qPrintable(run.output()));
     }
 
     void keptRoot()
