@@ -48,7 +48,7 @@ QString libraryOf(const QString &name)
 
 /**
  * cases.txt: "== NAME", the commands of terminal.sh that change a correct terminal, "--", and the findings: severity,
- * rule and place. The places are in the two directories of the modules, or begin with "/".
+ * rule and the places that follow each other. These are in the two directories of the modules, or begin with "/".
  */
 class VerifyTest : public QObject
 {
@@ -70,14 +70,17 @@ private Q_SLOTS:
         QFETCH(QString, expected);
         const RootDir root;
         QVERIFY(layOut(name, root));
-        QString found;
+        QStringList found;
         for (const Finding &finding : checkTerminal().findings.sorted()) {
+            const QString kind = "%1 %2"_s.arg(textOf(finding.severity()), idOf(finding.rule));
             QString file = finding.place.file.mid(root.path().size());
             file.remove(QRegularExpression("^/(etc/JovApplication/module|usr/lib/JovApplication)/(?=.)"_s));
-            found += "%1 %2 %3"_s.arg(textOf(finding.severity()), idOf(finding.rule), file)
-                + (finding.place.line > 0 ? ":%1\n"_s.arg(finding.place.line) : "\n"_s);
+            if (found.isEmpty() || !found.last().startsWith(kind + u' ')) {
+                found << kind;
+            }
+            found.last() += u' ' + file + (finding.place.line > 0 ? ":%1"_s.arg(finding.place.line) : QString());
         }
-        QCOMPARE(found.split(u'\n'), expected.split(u'\n'));
+        QCOMPARE(found.join(u'\n'), expected.trimmed());
         QVERIFY(QDir(root.path("/var/log"_s)).isEmpty());
     }
 
