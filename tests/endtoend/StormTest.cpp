@@ -32,6 +32,8 @@ const QStringList manners =
     "--crash-after=300 --crash-signal=ABRT|--ignore-stop|--crash-on-stop|--stop-after=400|--exit-on-ready|"
     "--ready-after=150|--stop-exit-code=3|--chatter|--child|--child --ignore-stop"_s.split(u'|');
 
+const QList<int> moduleSignals = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
+
 /// Nothing may take longer than this: two seconds of CPU measuring, killed modules, log archives on a busy machine.
 constexpr int longestSilence = 15000;
 
@@ -82,10 +84,19 @@ private Q_SLOTS:
             m_terminal.forgetEvents();
         }
         calm = true;
-        calmDown();
-        if (QTest::currentTestFailed()) {
-            return;
+        const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
+        for (const QList<pid_t> &pids : modules) {
+            kill(pids.first(), SIGCONT);
         }
+        for (const QString &name : qAsConst(m_names)) {
+            m_terminal.addArguments(name, {});
+        }
+        // An end that was asked for last may still be under way.
+        Terminal::wait([this] { return !m_endAsked || !m_terminal.isUp(); }, longestSilence);
+        for (QDBusPendingCall &call : m_calls) {
+            QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
+        }
+        watch();
         QCOMPARE(m_terminal.call("restart"_s), QString());
         QVERIFY(m_terminal.waitForAll("RUNNING"_s));
         QCOMPARE(m_terminal.modules().keys(), m_names);
@@ -117,11 +128,16 @@ private:
             {200, [&] { m_terminal.notify(any(words("end_of_init_ stop_module_")) + anyName()); }},
             {100, [&] { spoof(); }},
             {10, [&] { signalDaemon(SIGHUP); }},
-            {200, [&] { signalModule(); }},
+            {200, [&] { signalModule(any(moduleSignals)); }},
             {80, [&] { m_terminal.addArguments(any(m_names), any(manners).split(u' ', Qt::SkipEmptyParts)); }},
             {20,
              [&] { burstFrom("flooding"_s, any(words("startModule getModulesListInString")), {any(m_names)}, 3000); }},
-            {10, [&] { muteBus(); }},
+            {10,
+             [&] {
+                 const QString mute = "kill -STOP %1; sleep 0.%2; kill -CONT %1"_s;
+                 QProcess::startDetached(
+                     "sh"_s, {"-c"_s, mute.arg(m_terminal.bus.processId()).arg(upTo(600), 3, 10, QChar(u'0'))});
+             }},
             {20, [&] { debug(anyModule()); }},
             {1, [&] { endDaemon(); }}};
         int number = upTo(1040);
@@ -132,30 +148,22 @@ private:
         }
     }
 
+    /// "?" is a module, or a name that nobody has. Measuring the processor takes two seconds, of nobody none.
     void call()
     {
-        // "?" is a module, or a name that nobody has. Measuring the processor takes two seconds, of nobody none.
         static const QStringList calls =
-            "startModule ?|stopModule ?|restartModule ?|getMemoryUsage ?|startModule ?|stopModule ?|restartModule ?|"
-            "startAll|stopAll|restart|restartApp|restartPresentation|getModulesList|getModulesListInString|"
+            "startModule ?|stopModule ?|restartModule ?|startModule ?|stopModule ?|restartModule ?|restartModule ?,?,?|"
+            "getMemoryUsage ?|getCpuUsage|getCpuUsage|getCpuUsage|getCpuUsage ?|getModulesList|getModulesListInString|"
             "getApplicationsListInString|getApplicationsForSettingsDeployment|enoughMemory|getTotalMemory|"
-            "getFreeMemory|setAdminPasswd exit 3"_s.split(u'|');
-        Setting setting;
-        setting.setId(upTo(1) == 0 ? "MonitoringWatchDelay"_s : "MonitoringWatchRetry"_s);
-        setting.setValue(QString::number(upTo(3) - 1));
-        setting.setDefined(true);
-        switch (upTo(9)) {
-        case 0:
-            return ask("restartModule"_s, {QStringList{anyName(), anyName(), anyName()}});
-        case 1:
-            return ask("monitoringSettingsChanged"_s, {QVariant::fromValue(setting)});
-        case 2:
-            return ask("getCpuUsage"_s, {upTo(9) == 0 ? anyName() : QString()});
-        default:
-            const QString words = any(calls);
-            const QString argument = words.section(u' ', 1).replace(u'?', anyName());
-            return ask(words.section(u' ', 0, 0), argument.isEmpty() ? QVariantList() : QVariantList{argument});
+            "getFreeMemory|"
+            "startAll|stopAll|restartApp|restartPresentation|setAdminPasswd exit 3"_s.split(u'|');
+        const QString words = any(calls);
+        QStringList arguments = words.section(u' ', 1).split(u',', Qt::SkipEmptyParts);
+        for (QString &argument : arguments) {
+            argument.replace(u'?', anyName());
         }
+        const QVariant list = arguments.size() > 1 ? QVariant(arguments) : QVariant(arguments.value(0));
+        ask(words.section(u' ', 0, 0), arguments.isEmpty() ? QVariantList() : QVariantList{list});
     }
 
     /// Nobody waits for the replies, and the connection is gone before they come.
@@ -177,22 +185,14 @@ private:
         m_terminal.notify(name, {{"stepNum"_s, any(steps)}, {"reboot"_s, upTo(5) == 0}});
     }
 
-    void signalModule()
+    void signalModule(int signal)
     {
-        const int signals[] = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
         const QString name = any(m_names);
-        const int signal = any(signals);
         const pid_t pid = m_terminal.modules().value(name).value(0);
         // A question to a stopped SettingsManager would hold the daemon for as long as D-Bus lets it.
         if (pid > 0 && (signal != SIGSTOP || name != "SettingsManager"_s)) {
             kill(pid, signal);
         }
-    }
-
-    void muteBus()
-    {
-        const QString command = "kill -STOP %1; sleep 0.%2; kill -CONT %1"_s.arg(m_terminal.bus.processId());
-        QProcess::startDetached("sh"_s, {"-c"_s, command.arg(upTo(600), 3, 10, QChar(u'0'))});
     }
 
     /// A debugger keeps the module, also when it is killed, until it lets it go.
@@ -216,15 +216,11 @@ private:
         kill(m_terminal.pid(), signal);
     }
 
+    /// One signal is taken in the life of a daemon.
     void endDaemon()
     {
         m_endAsked = true;
-        // One signal is taken in the life of a daemon.
-        if (m_signalTaken || upTo(1) == 0) {
-            ask("stopManager"_s);
-        } else {
-            signalDaemon(SIGTERM);
-        }
+        m_signalTaken || upTo(1) == 0 ? ask("stopManager"_s) : signalDaemon(SIGTERM);
     }
 
     void ask(const QString &method, const QVariantList &arguments = {})
@@ -254,23 +250,6 @@ private:
             m_question.emplace(m_terminal.sendAsync("getStepInfra"_s));
         }
         QVERIFY2(m_answered.elapsed() < longestSilence, "no answer any more");
-    }
-
-    void calmDown()
-    {
-        const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
-        for (const QList<pid_t> &pids : modules) {
-            kill(pids.first(), SIGCONT);
-        }
-        for (const QString &name : qAsConst(m_names)) {
-            m_terminal.addArguments(name, {});
-        }
-        // An end that was asked for last may still be under way.
-        Terminal::wait([this] { return !m_endAsked || !m_terminal.isUp(); }, longestSilence);
-        for (QDBusPendingCall &call : m_calls) {
-            QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
-        }
-        watch();
     }
 
     const QStringList m_settings = qEnvironmentVariable("JOV_STORM", "1 20"_s).split(u' ');
