@@ -288,6 +288,7 @@ BusMessage BusConnection::waitForReply(quint32 serial, int limit)
             const bool isReply =
                 message.type() == BusMessage::Type::Return || message.type() == BusMessage::Type::Error;
             if (isReply && message.replySerial() == serial) {
+                rest(); // What was read together with the reply: no descriptor would wake the loop for it.
                 return message;
             }
             hold(std::move(message));
