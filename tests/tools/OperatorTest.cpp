@@ -1,12 +1,7 @@
-#include "contract/Components.h"
 #include "support/DataTable.h"
 #include "support/Terminal.h"
 
-#include <jov/BusNames.h>
-
-#include <QDBusVirtualObject>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -97,32 +92,6 @@ private:
     QByteArray m_output;
 };
 
-/// Owns the daemon's name and answers every call with this error; nothing if it is empty.
-class Refusal : public QDBusVirtualObject
-{
-public:
-    explicit Refusal(const QString &error)
-        : m_error(error)
-        , m_connection(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"), "refusal"_s))
-    {
-        if (!error.isEmpty()) {
-            m_connection.registerVirtualObject("/"_s, this, QDBusConnection::SubPath);
-            m_connection.registerService(BusNames::service(Components::applicationManager));
-        }
-    }
-    ~Refusal() override { QDBusConnection::disconnectFromBus("refusal"_s); }
-
-    [[nodiscard]] QString introspect(const QString & /*path*/) const override { return {}; }
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
-    {
-        return connection.send(message.createErrorReply(m_error, m_error));
-    }
-
-private:
-    const QString m_error;
-    QDBusConnection m_connection;
-};
-
 } // namespace
 
 class OperatorTest : public QObject
@@ -175,27 +144,24 @@ private Q_SLOTS:
 
     void metricsFile_data()
     {
-        columns<QString, QString, int, QString>("answer", "file", "status", "content");
-        row("no daemon", "", "metrics", 3, "jovara_up 0");
-        row("denied", "org.freedesktop.DBus.Error.AccessDenied", "metrics", 1, "of before");
-        row("no folder", "", "nowhere/metrics", 1, "of before");
-        row("a folder", "", "folder", 1, "of before");
+        columns<QString, int, QString>("file", "status", "content");
+        row("no daemon", "metrics", 3, "jovara_up 0");
+        row("no folder", "nowhere/metrics", 1, "of before");
+        row("a folder", "folder", 1, "of before");
     }
 
     void metricsFile()
     {
-        QFETCH(QString, answer);
         QFETCH(QString, file);
+        QFETCH(QString, content);
         const PrivateBus bus;
-        Refusal refusal(answer);
-        RootDir folder;
+        const RootDir folder;
         folder.write("/metrics"_s, "of before");
         folder.write("/folder/file"_s, {});
         const Outcome outcome = jovctl("metrics --output="_s + folder.path(u'/' + file));
         QTEST(outcome.status, "status");
         QCOMPARE(outcome.out, QString());
         QVERIFY(outcome.err.count(u'\n') == 1);
-        QFETCH(QString, content);
         QVERIFY(folder.read("/metrics"_s).contains(content.toLatin1()));
         QCOMPARE(QDir(folder.path(QString())).entryList({"*metrics*"_s}, QDir::Files), QStringList("metrics"_s));
     }
@@ -212,11 +178,14 @@ private Q_SLOTS:
         QCOMPARE(jovctl("start-all"_s).status, 0);
         QCOMPARE(jovctl("watch --timeout 0.2"_s).status, 0);
         ::kill(terminal.pid(), SIGSTOP);
-        for (const QString &words : {"list --timeout=0.2"_s, "stop Slow --timeout=0.2"_s}) {
-            const Outcome late = jovctl(words);
+        terminal.root.write("/metrics"_s, "of before");
+        for (const QString &words :
+             {"list"_s, "stop Slow"_s, "metrics --output="_s + terminal.root.path("/metrics"_s)}) {
+            const Outcome late = jovctl(words + " --timeout=0.2"_s);
             QCOMPARE(late.status, 1);
             QCOMPARE(late.err, "jovctl: the time of --timeout is over\n"_s);
         }
+        QCOMPARE(terminal.root.read("/metrics"_s), QByteArray("of before"));
         ::kill(terminal.pid(), SIGCONT);
     }
 
