@@ -29,21 +29,6 @@ bool layOut(const QString &name, const RootDir &root)
     return process.waitForFinished() && process.exitCode() == 0;
 }
 
-/// Where this machine has the library: in a folder from which this program has loaded one.
-QString libraryOf(const QString &name)
-{
-    QFile maps("/proc/self/maps"_s);
-    const QString text = maps.open(QIODevice::ReadOnly) ? QString::fromUtf8(maps.readAll()) : QString();
-    static const QRegularExpression folder("/\\S*/(?=\\S*\\.so)"_s);
-    for (auto match = folder.globalMatch(text); match.hasNext();) {
-        const QString path = match.next().captured() + name;
-        if (QFile::exists(path)) {
-            return path;
-        }
-    }
-    return {};
-}
-
 } // namespace
 
 /**
@@ -150,17 +135,20 @@ private Q_SLOTS:
         const QString module = root.path("/usr/lib/JovApplication/b"_s);
         QVERIFY(QFile::remove(module) && QFile::copy(QCoreApplication::applicationFilePath(), module));
         QVERIFY(QFile::remove(root.path("/bin/sh"_s)) && QFile::copy("/bin/sh"_s, root.path("/bin/sh"_s)));
+        QProcess ldd;
+        ldd.start("ldd"_s, {module, "/bin/sh"_s});
+        QVERIFY(ldd.waitForFinished());
+        const QString libraries = QString::fromUtf8(ldd.readAll());
         int copied = 0;
         for (TerminalReport report = checkTerminal(); report.errors() > 0; report = checkTerminal()) {
-            const Finding finding = report.findings.sorted().first();
-            const bool isLoader = finding.message.contains("loader"_s);
-            const QRegularExpression name("loader '([^']*)'|library ([^,]*),"_s);
-            const QString wanted =
-                name.match(finding.message).captured(name.match(finding.message).lastCapturedIndex());
-            const QString path = isLoader ? wanted : libraryOf(wanted);
-            QVERIFY2(QFile::exists(path) && ++copied < 100, qPrintable(finding.message));
+            const QString message = report.findings.sorted().first().message;
+            const QString loader = QRegularExpression("loader '([^']*)'"_s).match(message).captured(1);
+            const QString library = QRegularExpression("library ([^,]*),"_s).match(message).captured(1);
+            const QString path =
+                loader.isEmpty() ? libraries.section(library + " => "_s, 1, 1).section(u' ', 0, 0) : loader;
+            QVERIFY2(QFile::exists(path) && ++copied < 100, qPrintable(message));
             QDir().mkpath(QFileInfo(root.path(path)).path());
-            QVERIFY2(QFile::copy(path, root.path(path)), qPrintable(finding.message));
+            QVERIFY2(QFile::copy(path, root.path(path)), qPrintable(message));
         }
         QVERIFY(copied > 3);
     }
