@@ -82,7 +82,11 @@ private Q_SLOTS:
         terminal.start();
         QVERIFY(terminal.waitForLog("initStepDone: 1"_s));
         QVERIFY(QFile::remove(terminal.root.path("/usr/lib/JovApplication/Goes"_s)));
+        QVERIFY(!setLogLevel(terminal, -1).isEmpty() && !setLogLevel(terminal, 8).isEmpty());
+        QCOMPARE(setLogLevel(terminal, 3), QString());
+        const int lines = terminal.log().size();
         terminal.call("restart"_s);
+        QCOMPARE(terminal.log(lines).filter("PID of :"_s), QStringList());
         const ModuleList modules = readModules(ask(terminal, "ListModules"_s));
         QCOMPARE(moduleNames(modules), (QStringList{"A"_s, "Ends"_s}));
         QCOMPARE(modules[0].starts, 2U);
@@ -96,18 +100,6 @@ private Q_SLOTS:
                  "STARTING launched RUNNING STOPPING exited STOPPED STARTING launched RUNNING"_s);
         QVERIFY(std::is_sorted(timeline.begin(), timeline.end(),
                                [](const auto &earlier, const auto &later) { return earlier.time < later.time; }));
-    }
-
-    void logLevel()
-    {
-        Terminal terminal("step one 1\nA one");
-        QVERIFY(terminal.boot());
-        QVERIFY(!setLogLevel(terminal, -1).isEmpty());
-        QVERIFY(!setLogLevel(terminal, 8).isEmpty());
-        QCOMPARE(setLogLevel(terminal, 3), QString());
-        const int lines = terminal.log().size();
-        terminal.call("restartModule"_s, {"A"_s});
-        QCOMPARE(terminal.log().size(), lines);
     }
 
     void timelineKeepsTheStart()

@@ -63,26 +63,19 @@ public:
         return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
 
-    /// The changes of each module, in order; nothing when a change does not begin where the one before it ended.
+    /// The states of each module, in order, "gap" where a change does not begin at the state before it.
     [[nodiscard]] QMap<QString, QStringList> states() const
     {
         QMap<QString, QStringList> states;
         const QList<QByteArray> lines = m_output.split('\n');
         for (const QByteArray &line : lines) {
             const QJsonObject object = QJsonDocument::fromJson(line).object();
-            const QString kind = object.value("kind"_s).toString();
             QStringList &list = states[object.value("name"_s).toString()];
             const QString old = object.value("old"_s).toString();
-            const bool isChange = kind == "change"_s;
-            if (isChange && list.isEmpty()) {
-                list << old;
+            if (object.value("kind"_s).toString() == "change"_s && (list.isEmpty() || list.last() != old)) {
+                list << (list.isEmpty() ? old : "gap"_s);
             }
-            if (isChange && old != list.last()) {
-                return {};
-            }
-            if (isChange || kind == "present"_s) {
-                list << object.value("state"_s).toString();
-            }
+            list << object.value("state"_s).toString();
         }
         return states;
     }
