@@ -75,6 +75,16 @@ void killAll(Terminal &terminal)
     }
 }
 
+/// Has "A" run a script before its program, and what it prints go where `settings` say.
+void redirect(Terminal &terminal, const QByteArray &script, const QByteArray &settings)
+{
+    const QString ini = "/etc/JovApplication/platform.ini"_s;
+    terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\n" + settings);
+    const QString program = "/usr/lib/JovApplication/A"_s;
+    QVERIFY(QFile::rename(terminal.root.path(program), terminal.root.path("/program"_s)));
+    terminal.root.writeScript(program, script + " exec $JOV_ROOT/program $*");
+}
+
 } // namespace
 
 class EndsTest : public QObject
@@ -177,13 +187,9 @@ private Q_SLOTS:
         QFETCH(QString, setting);
         Terminal terminal("step one 1\nA one");
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
-        const QString ini = "/etc/JovApplication/platform.ini"_s;
-        terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\nmodule_output=" + setting.toUtf8());
+        redirect(terminal, "echo 'low on paper';", "module_output=" + setting.toUtf8());
         terminal.root.write("/var/log/modules/A"_s, QByteArray(70000, '.'));
         terminal.root.write("/run/systemd/journal/.keep"_s, {});
-        const QString program = terminal.root.path("/usr/lib/JovApplication/A"_s);
-        QVERIFY(QFile::rename(program, terminal.root.path("/program"_s)));
-        terminal.root.writeScript("/usr/lib/JovApplication/A"_s, "echo 'low on paper'; exec $JOV_ROOT/program $*");
         const int journal = listenAt(terminal.root.path("/run/systemd/journal/stdout"_s));
         QCOMPARE(terminal.startDaemon(), 0);
         if (setting == "journal"_s) {
@@ -211,14 +217,8 @@ private Q_SLOTS:
     void logProgram()
     {
         Terminal terminal("step one 1\nA one");
-        const QString ini = "/etc/JovApplication/platform.ini"_s;
-        terminal.root.write(ini,
-                            terminal.root.read(ini)
-                                + "[ApplicationManager]\nmodule_output=|exec cat >>$JOV_ROOT/%n.log\n"
-                                  "module_output_path=/%n.log");
-        const QString program = terminal.root.path("/usr/lib/JovApplication/A"_s);
-        QVERIFY(QFile::rename(program, terminal.root.path("/program"_s)));
-        terminal.root.writeScript("/usr/lib/JovApplication/A"_s, "cat $JOV_ROOT/say & exec $JOV_ROOT/program $*");
+        redirect(terminal, "cat $JOV_ROOT/say &",
+                 "module_output=|exec cat >>$JOV_ROOT/%n.log\nmodule_output_path=/%n.log");
         const QByteArray fifo = QFile::encodeName(terminal.root.path("/say"_s));
         QCOMPARE(mkfifo(fifo.constData(), 0600), 0);
         const int say = open(fifo.constData(), O_RDWR | O_CLOEXEC);

@@ -15,46 +15,38 @@ constexpr int patience = 60000; // ms, for a machine with much else to do
 const QStringList patient = {"--timeout"_s, "60"_s};
 
 /// A simulator with a folder of its own for its temporary files.
-class Run
+class Run : public QProcess
 {
 public:
     explicit Run(const QStringList &arguments)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("TMPDIR"_s, m_temporary.path());
-        m_process.setProcessEnvironment(environment);
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        m_process.start(QStringLiteral(SIMULATOR), arguments);
+        setProcessEnvironment(environment);
+        setProcessChannelMode(QProcess::MergedChannels);
+        start(QStringLiteral(SIMULATOR), arguments);
     }
-    ~Run()
+    ~Run() override
     {
-        m_process.terminate();
-        m_process.waitForFinished(patience);
+        terminate();
+        waitForFinished(patience);
     }
-
-    QString output()
-    {
-        m_output += QString::fromUtf8(m_process.readAll());
-        return m_output;
-    }
+    QString output() { return m_output += QString::fromUtf8(readAll()); }
     bool said(const QString &text)
     {
-        while (!output().contains(text) && m_process.waitForReadyRead(patience)) { }
-        return output().contains(text);
+        while (!output().contains(text) && waitForReadyRead(patience)) { }
+        return m_output.contains(text);
     }
-    void command(const char *line) { m_process.write(QByteArray(line) + '\n'); }
     /// The exit status, or the negative number of the signal.
     int end()
     {
-        m_process.waitForFinished(patience);
-        return m_process.exitStatus() == QProcess::CrashExit ? -m_process.exitCode() : m_process.exitCode();
+        waitForFinished(patience);
+        return exitStatus() == QProcess::CrashExit ? -exitCode() : exitCode();
     }
-    [[nodiscard]] pid_t pid() const { return static_cast<pid_t>(m_process.processId()); }
     [[nodiscard]] bool leftNoFiles() const { return QDir(m_temporary.path()).isEmpty(); }
 
 private:
     QTemporaryDir m_temporary;
-    QProcess m_process;
     QString m_output;
 };
 
@@ -103,14 +95,14 @@ private Q_SLOTS:
             "Platform         up|step infra       done|JovWebClient     ready, waiting for its presentation|"
             "JovWebClient     up|All 16 modules are up|JovWebClient     stopped|"
             "Platform         stopped|ended with status 0");
-        row("in parallel", QStringList{"--terminal"_s, "parallel"_s}, 1,
-            "selftest         up|step desk        done|All 16 modules are up|ended with status 0");
         const QStringList few = {"--terminal"_s, "leak"_s};
         row("a module crashes", few + crash("painter"), 2,
             "All 4 modules are up|painter          ended unexpectedly|archived:|"
             "reboot requested by ApplicationManager: painter crashed|The terminal boots again|All 4 modules are up");
-        row("the owner of the screen crashes", crash("JovWebClient"), 2,
-            "JovWebClient     ended unexpectedly|jovwebclient_module_crash.jpg|All 16 modules are up");
+        row("in parallel, and the owner of the screen crashes",
+            QStringList{"--terminal"_s, "parallel"_s} + crash("JovWebClient"), 2,
+            "selftest         up|step desk        done|All 16 modules are up|JovWebClient     ended unexpectedly|"
+            "jovwebclient_module_crash.jpg|All 16 modules are up");
         row("who is asked to reboot crashes", few + crash("Platform"), 2,
             "archived:|called with --soft --owner ApplicationManager --reason Platform crashed|All 4 modules are up");
     }
@@ -188,11 +180,11 @@ private Q_SLOTS:
         writeTerminal(files, "--ready-after=100"_s);
         Run run({"--terminal"_s, files.path()});
         QVERIFY2(run.said(moment), qPrintable(run.output()));
-        const QList<Processes::Process> processes = Processes::below(run.pid());
+        const QList<Processes::Process> processes = Processes::below(pid_t(run.processId()));
         QVERIFY(processes.size() >= 4); // inner, bus, supervisor, modules
-        QVERIFY(!victim.contains("outer"_s) || kill(run.pid(), SIGKILL) == 0);
+        QVERIFY(!victim.contains("outer"_s) || kill(pid_t(run.processId()), SIGKILL) == 0);
         for (const Processes::Process &process : processes) {
-            const bool isInner = process.parent == run.pid();
+            const bool isInner = process.parent == pid_t(run.processId());
             if (isInner ? victim.endsWith("inner"_s) : process.commandLine.section(u' ', 0, 0).endsWith(victim)) {
                 QCOMPARE(kill(process.pid, SIGKILL), 0);
             }
@@ -209,10 +201,7 @@ private Q_SLOTS:
         const RootDir files;
         writeTerminal(files, QString());
         Run run({"--terminal"_s, files.path()});
-        for (const char *line :
-             {"stop fine", "start-all", "nonsense", "crash nobody", "restart-all", "list", "crash fine", "quit"}) {
-            run.command(line);
-        }
+        run.write("stop fine\nstart-all\nnonsense\ncrash nobody\nrestart-all\nlist\ncrash fine\nquit\n");
         QCOMPARE(run.end(), 0);
         const QString texts =
             "modules are up|odd              stopped|fine stopped (exit status 0)|fine             up|odd              "
@@ -226,11 +215,11 @@ private Q_SLOTS:
     {
         Run run({"--terminal"_s, "leak"_s, "--watchdog-minute"_s, "100"_s});
         // At the first excess two restarts are left, unless the running supervisor hears of the change.
-        run.command("set MonitoringWatchRetry 1");
+        run.write("set MonitoringWatchRetry 1\n");
         QVERIFY(run.said("reboot requested by ApplicationManager: Too much faulty applications restart"_s));
         QVERIFY2(!run.output().contains("hoarder          stopped"_s), qPrintable(run.output()));
         QVERIFY(run.said("The terminal boots again"_s));
-        kill(run.pid(), SIGTERM); // The supervisor may not have its handler yet.
+        kill(pid_t(run.processId()), SIGTERM); // The supervisor may not have its handler yet.
         run.end();
         QVERIFY2(!run.output().contains("killing the supervisor"_s), qPrintable(run.output()));
     }
@@ -258,10 +247,10 @@ private Q_SLOTS:
         writeTerminal(files, QString());
         files.write("/tmp/step"_s, " 0 \n");
         Run run({"--terminal"_s, files.path()});
-        run.command("step 1");
+        run.write("step 1\n");
         QVERIFY2(run.said("step only        done"_s), qPrintable(run.output()));
         QVERIFY2(run.output().contains("The step file holds the boot at step 0"_s), qPrintable(run.output()));
-        run.command("quit");
+        run.write("quit\n");
         QCOMPARE(run.end(), 0);
     }
 };
