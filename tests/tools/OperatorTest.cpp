@@ -92,46 +92,36 @@ class OperatorTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void usage_data()
+    void refusals_data()
     {
-        columns<QString>("words");
+        columns<QString, int>("words", "status");
         for (const char *words :
              {"", "lst", "list --nonsense", "list A", "start", "log-level 8", "log-level loud", "log-level 1 2",
               "top --interval 0", "top --interval nan", "boot --svg", "boot 1 2", "list --timeout 0"}) {
-            row(words, words);
+            row(words, words, 2);
         }
-    }
-
-    void usage()
-    {
-        QFETCH(QString, words);
-        const Outcome outcome = jovctl(words);
-        QCOMPARE(outcome.status, 2);
-        QCOMPARE(outcome.out, QString());
-        QVERIFY(outcome.err.startsWith("jovctl: "_s) && outcome.err.count(u'\n') == 1);
-    }
-
-    void noDaemon_data()
-    {
-        columns<QString>("words");
         for (const char *words :
              {"list", "status A", "start A", "stop-all", "restart-app", "shutdown", "boot", "top --once", "metrics"}) {
-            row(words, words);
+            row(words, words, 3);
         }
     }
 
-    void noDaemon()
+    // Wrong usage, and no daemon: on a bus, and without one.
+    void refusals()
     {
         QFETCH(QString, words);
+        QFETCH(int, status);
         {
             const PrivateBus bus;
             const Outcome outcome = jovctl(words);
-            QCOMPARE(outcome.status, 3);
-            QCOMPARE(outcome.err, "jovctl: ApplicationManager is not running\n"_s);
+            QCOMPARE(outcome.status, status);
+            QVERIFY(outcome.err.startsWith("jovctl: "_s) && outcome.err.count(u'\n') == 1);
+            QCOMPARE(outcome.err.endsWith("ApplicationManager is not running\n"_s), status == 3);
             QCOMPARE(outcome.out.contains("jovara_up 0\n"_s), words == "metrics"_s);
+            QCOMPARE(outcome.out.isEmpty(), words != "metrics"_s);
         }
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/at/all");
-        QCOMPARE(jovctl(words).status, 3);
+        QCOMPARE(jovctl(words).status, status);
         qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
     }
 
@@ -271,57 +261,38 @@ private Q_SLOTS:
         }
     }
 
-    void queries_data()
+    void commands_data()
     {
-        columns<QString, QString>("words", "pattern");
-        row("list", "list", "(?m)^Five +five +RUNNING +\\d+ +1 ");
-        row("why it ended", "status Quits", "Why +its process ended .*exit status 3");
-        row("why it was not started", "status AfterQuits",
-            "Why +it depends on Quits, .*: its process ended .* .exit status 3.");
-        row("overview", "status", "(?m)^State +up$(.|\n)*2 of 7 are not running:\n(.|\n)*AfterQuits: it depends");
-        row("states for scripts", "is-running A Quits", "^A RUNNING\nQuits STOPPED\n$");
-        row("tree", "tree", "A RUNNING\n.*B RUNNING\n.*C RUNNING\n");
-        row("graph", "tree --dot", "\"A\" -> \"B\";");
-        row("top", "top --once --interval 0.1", "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING");
-        row("boot", "boot", "took .*home page was shown after(.|\n)*1 one: (A .*, then [BC]|Quits) ");
-        row("forecast", "boot --what-if parallel=one early=A:", "Expected with these words: (.|\\n)*LAUNCHED AT");
-        row("metrics", "metrics",
-            "\njovara_current_step 10\n(.|\n)*\njovara_boot_seconds \\d(.|\n)*# TYPE jovara_module_starts_total "
-            "counter\n"
-            "(.|\n)*\njovara_module_exits_total\\{module=\"Quits\",step=\"one\",how=\"code\"\\} 1\n");
-        row("metrics for the other format", "metrics --openmetrics",
-            "# TYPE jovara_module_starts counter\njovara_module_starts_total(.|\n)*# EOF\n$");
-        row("log level", "log-level", "^7 \\(debug\\)\n$");
-        for (const char *words : {"list --json", "list --json --names", "status --json A Quits", "tree --json",
-                                  "top --once --json --interval 0.1", "boot --json"}) {
-            row(words, words, QString());
-        }
-    }
-
-    void queries()
-    {
-        QVERIFY(isStarted());
-        QFETCH(QString, words);
-        QFETCH(QString, pattern);
-        const Outcome outcome = jovctl(words);
-        QCOMPARE(outcome.err, QString());
-        QCOMPARE(outcome.status, words.startsWith("status"_s) || words.startsWith("is-"_s) ? 4 : 0);
-        if (pattern.isEmpty()) {
-            QVERIFY2(!QJsonDocument::fromJson(outcome.out.toUtf8()).isNull(), qPrintable(outcome.out));
-            QVERIFY(outcome.out.contains("\"A\""_s));
-        } else {
-            QVERIFY2(QRegularExpression(pattern).match(outcome.out).hasMatch(), qPrintable(outcome.out));
-        }
-        QVERIFY(!outcome.out.contains(QChar(0x1b)));
-    }
-
-    void control_data()
-    {
-        m_terminal.reset();
         columns<QString, int, QString, QString>("words", "status", "pattern", "states");
         const QString all =
             "A:RUNNING AfterQuits:STOPPED B:RUNNING C:RUNNING Five:RUNNING Nine:RUNNING Quits:STOPPED"_s;
         const QString none = QString(all).replace("RUNNING"_s, "STOPPED"_s);
+        row("list", "list", 0, "(?m)^Five +five +RUNNING +\\d+ +1 ", all);
+        row("why it ended", "status Quits", 4, "Why +its process ended .*exit status 3", all);
+        row("why it was not started", "status AfterQuits", 4,
+            "Why +it depends on Quits, .*: its process ended .* .exit status 3.", all);
+        row("overview", "status", 4, "(?m)^State +up$(.|\n)*2 of 7 are not running:\n(.|\n)*AfterQuits: it depends",
+            all);
+        row("states for scripts", "is-running A Quits", 4, "^A RUNNING\nQuits STOPPED\n$", all);
+        row("tree", "tree", 0, "A RUNNING\n.*B RUNNING\n.*C RUNNING\n", all);
+        row("graph", "tree --dot", 0, "\"A\" -> \"B\";", all);
+        row("top", "top --once --interval 0.1", 0, "(?m)^A +\\d+ +\\d+\\.\\d .*RUNNING", all);
+        row("boot", "boot", 0, "took .*home page was shown after(.|\n)*1 one: (A .*, then [BC]|Quits) ", all);
+        row("forecast", "boot --what-if parallel=one early=A:", 0, "Expected with these words: (.|\\n)*LAUNCHED AT",
+            all);
+        row("metrics", "metrics", 0,
+            "\njovara_current_step 10\n(.|\n)*\njovara_boot_seconds \\d(.|\n)*# TYPE jovara_module_starts_total "
+            "counter\n"
+            "(.|\n)*\njovara_module_exits_total\\{module=\"Quits\",step=\"one\",how=\"code\"\\} 1\n",
+            all);
+        row("metrics for the other format", "metrics --openmetrics", 0,
+            "# TYPE jovara_module_starts counter\njovara_module_starts_total(.|\n)*# EOF\n$", all);
+        row("present log level", "log-level", 0, "^7 \\(debug\\)\n$", all);
+        for (const char *words :
+             {"list --json", "list --json --names", "tree --json", "top --once --json --interval 0.1", "boot --json"}) {
+            row(words, words, 0, "\"A\"", all);
+        }
+        row("status --json", "status --json A Quits", 4, "\"A\"", all);
         row("near miss", "start five", 2, "unknown module \"five\". Did you mean Five\\?", all);
         row("one bad name, nothing done", "stop A nonsense", 2, "unknown module \"nonsense\"", all);
         row("running", "start A", 0, "A is already running", all);
@@ -340,14 +311,20 @@ private Q_SLOTS:
         row("shutdown", "shutdown", 0, "", "");
     }
 
-    void control()
+    void commands()
     {
         QFETCH(QString, words);
         QFETCH(QString, pattern);
-        QVERIFY(isStarted());
+        if (!m_terminal) {
+            m_terminal = std::make_unique<Terminal>(terminalFiles);
+            m_terminal->start();
+        }
+        QVERIFY(m_terminal->waitForLog("initStepDone: 9"_s));
         const Outcome outcome = jovctl(words);
         const QString text = outcome.out + outcome.err;
         QVERIFY2(QRegularExpression(pattern).match(text).hasMatch(), qPrintable(text));
+        QVERIFY(!words.contains("--json"_s) || !QJsonDocument::fromJson(text.toUtf8()).isNull());
+        QVERIFY(!text.contains(QChar(0x1b)));
         QTEST(outcome.status, "status");
         QTEST(m_terminal->states(), "states");
     }
@@ -355,16 +332,6 @@ private Q_SLOTS:
     void cleanupTestCase() { m_terminal.reset(); }
 
 private:
-    /// All that can start in the terminal that the rows of a test share has done so.
-    bool isStarted()
-    {
-        if (!m_terminal) {
-            m_terminal = std::make_unique<Terminal>(terminalFiles);
-            m_terminal->start();
-        }
-        return m_terminal->waitForLog("initStepDone: 9"_s);
-    }
-
     std::unique_ptr<Terminal> m_terminal;
 };
 
