@@ -111,6 +111,7 @@ private Q_SLOTS:
             {"crash"_s, "A crashed, killed by SIGKILL"_s,
              [](Terminal &terminal) {
                  kill(terminal, "A"_s, SIGKILL);
+                 QTRY_VERIFY(history().at(0)["reason"_s].isObject()); // written
                  killAll(terminal);
              }},
             {"killed"_s, "the supervisor was killed"_s, killAll},
