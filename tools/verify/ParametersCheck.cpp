@@ -75,7 +75,7 @@ public:
         , m_findings(findings)
     { }
 
-    QString run()
+    TerminalParameters run()
     {
         if (!m_file.exists() && !m_folder.entries().contains(QStringLiteral("platform.ini"))) {
             return {};
@@ -92,8 +92,11 @@ public:
         for (const Line &line : lines) {
             checkLine(line);
         }
-        checkValues();
-        return PlatformIni::section(platformSection, m_file.openName()).value(PlatformKey::memorySize);
+        TerminalParameters parameters;
+        parameters.hasRebootFallback = checkValues().rebootFallback.has_value();
+        const QString size = PlatformIni::section(platformSection, m_file.openName()).value(PlatformKey::memorySize);
+        parameters.ddrSize = size.isEmpty() ? parameters.ddrSize : size;
+        return parameters;
     }
 
 private:
@@ -159,7 +162,7 @@ private:
         }
     }
 
-    void checkValues()
+    Parameters checkValues()
     {
         const QMap<QString, QString> log = PlatformIni::section(logSection, m_file.openName());
         bool isNumber = true;
@@ -169,10 +172,11 @@ private:
             refused(logSection, level, log.value(level));
         }
         const QString manager = Components::applicationManager;
-        static_cast<void>(
+        Parameters parameters =
             Parameters::read(PlatformIni::section(manager, m_file.openName()),
-                             [&](const QString &key, const QString &text) { refused(manager, key, text); }));
+                             [&](const QString &key, const QString &text) { refused(manager, key, text); });
         checkLogFile(PlatformIni::section(logSection, m_file.openName()).value(QStringLiteral("file")));
+        return parameters;
     }
 
     void refused(const QString &section, const QString &key, const QString &value)
@@ -209,8 +213,7 @@ private:
 
 } // namespace
 
-QString checkParameters(const QStringList &modules, Findings &findings)
+TerminalParameters checkParameters(const QStringList &modules, Findings &findings)
 {
-    const QString size = ParametersCheck(modules, findings).run();
-    return size.isEmpty() ? QString(PlatformKey::defaultMemorySize) : size;
+    return ParametersCheck(modules, findings).run();
 }

@@ -75,7 +75,8 @@ constexpr RuleInfo table[] = {
     {"bus-name-shared", warning, "Two modules, at least one of them a script, have the same bus name."},
     {"settings-lost", error, "\"SettingsManager\" cannot run before step 5, so the start-up fails."},
     {"settings-missing", warning, "There is no module \"SettingsManager\"."},
-    {"platform-missing", warning, "There is no module \"Platform\", so nobody carries out a reboot request."},
+    {"platform-missing", warning,
+     "There is neither a module \"Platform\" nor a reboot_fallback, so nobody carries out a reboot request."},
 };
 static_assert(sizeof(table) / sizeof(table[0]) == std::size_t(Rule::Count), "a row for each rule");
 

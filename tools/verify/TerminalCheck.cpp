@@ -135,13 +135,13 @@ void checkSettingsManager(const InstalledModules &modules, Findings &findings)
     }
 }
 
-void checkPlatform(const InstalledModules &modules, Findings &findings)
+void checkPlatform(const InstalledModules &modules, bool hasFallback, Findings &findings)
 {
-    if (!modules.contains(Components::platform)) {
+    if (!modules.contains(Components::platform) && !hasFallback) {
         findings.add(Rule::PlatformMissing, {ModulePaths::rootedModuleDirectory(), 0, QString()},
                      QStringLiteral("there is no module '%1': nobody carries out a reboot request after a crash")
                          .arg(Components::platform),
-                     QStringLiteral("install it"));
+                     QStringLiteral("install it, or set reboot_fallback in platform.ini"));
     }
 }
 
@@ -158,16 +158,16 @@ TerminalReport checkTerminal(const QStringList &played)
     StepTable steps;
     const bool hasChain = steps.read(findings);
     const Programs programs = checkPrograms(played, findings);
-    const QString ddrSize = checkParameters(programs.names, findings);
-    InstalledModules modules = checkModules(programs, hasChain ? &steps : nullptr, ddrSize, findings);
-    checkLimits(modules, ddrSize, findings);
+    const TerminalParameters parameters = checkParameters(programs.names, findings);
+    InstalledModules modules = checkModules(programs, hasChain ? &steps : nullptr, parameters.ddrSize, findings);
+    checkLimits(modules, parameters.ddrSize, findings);
     if (hasChain) {
         checkDependencies(modules, findings);
         checkEarly(modules, steps, findings);
         checkSettingsManager(modules, findings);
         checkStepFile(findings);
     }
-    checkPlatform(modules, findings);
+    checkPlatform(modules, parameters.hasRebootFallback, findings);
     report.modules = modules.size();
     report.steps = steps.chain().size();
     return report;
