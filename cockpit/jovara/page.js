@@ -15,6 +15,7 @@ const refreshInterval = 10000; // ms: not every change of the state sends a sign
 // The words of `jovctl status`.
 const words = {
     up: () => _("up"), starting: () => _("starting"), failed: () => _("failed"),
+    stopped: () => _("stopped"), stopping: () => _("stopping"),
     "waiting for the reboot": () => _("waiting for the reboot"),
 };
 const kinds = { up: "good", failed: "bad", "waiting for the reboot": "bad" };

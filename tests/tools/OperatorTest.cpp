@@ -186,7 +186,26 @@ private Q_SLOTS:
         QVERIFY(jovctl("start Broken"_s).err.contains("it was not launched"_s));
         QVERIFY(jovctl("status JovWebClient"_s).out.contains("not announced its presentation"_s));
         QVERIFY(!jovctl("metrics"_s).out.contains("step_start_seconds{"_s));
-        QVERIFY(jovctl("stop JovWebClient"_s).err.contains("treats as a crash"_s));
+    }
+
+    void stopRunsOut_data()
+    {
+        columns<QString>("words");
+        for (const char *words : {"stop Stubborn", "stop A", "restart Stubborn"}) {
+            row(words, words);
+        }
+    }
+
+    void stopRunsOut()
+    {
+        QFETCH(QString, words);
+        Terminal terminal("step one 1\nA one\nStubborn one <A --ignore-stop");
+        terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
+        QVERIFY(terminal.boot());
+        const Outcome outcome = jovctl(words);
+        QVERIFY2(outcome.err.startsWith("jovctl: Stubborn did not stop in time"_s), qPrintable(outcome.err));
+        QCOMPARE(outcome.status, 5);
+        QVERIFY(jovctl("status"_s).out.contains("waiting for the reboot"_s));
     }
 
     void stopsTwice()
@@ -209,6 +228,16 @@ private Q_SLOTS:
         const Outcome outcome = jovctl("restart-all"_s);
         QVERIFY2(outcome.err.contains("jovctl verify"_s), qPrintable(outcome.err));
         QCOMPARE(outcome.status, 3);
+    }
+
+    void failedStart()
+    {
+        Terminal terminal("step one 1\nstep five 5\nSettingsManager one --exit-after=0 --never-ready\nA one\nB five");
+        terminal.start();
+        QVERIFY(terminal.waitForLog("interrupted because stopping"_s));
+        const Outcome outcome = jovctl("status"_s);
+        QVERIFY2(outcome.out.contains("State       failed, the check of the mandatory settings"_s),
+                 qPrintable(outcome.out));
     }
 
     void restartHeldBack()
@@ -301,10 +330,12 @@ private Q_SLOTS:
         row("stopped", "stop Quits", 0, "already stopped", all);
         row("restart", "restart B Five", 0, "B restarted(.|\n)*Five restarted", all);
         row("stop and what hangs on it", "stop A", 0, "A stopped.*\nalso stopped.*: B, C, Five, Nine", none);
+        row("stopped one by one", "status", 4, "(?m)^State +stopped, .*start-all", none);
         row("some cannot start", "start-all", 1, "not running: AfterQuits, Quits", all);
         row("log level", "log-level info", 0, "6 \\(info\\)", all);
         row("log level without messages", "log-level 5", 0, "5 \\(warning\\)", all);
         row("stop all", "stop-all", 0, "all modules are stopped", none);
+        row("state after stop all", "status", 4, "(?m)^State +stopped, .*restart-all", none);
         row("start after stop all", "start-all", 1, "Use: jovctl restart-all", none);
         row("restart all", "restart-all", 1, "not running: AfterQuits, Quits", all);
         row("restart app", "restart-app", 1, "not running: AfterQuits, Quits", all);

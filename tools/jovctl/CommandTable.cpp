@@ -191,7 +191,8 @@ QString programHelp()
                          "  jovctl boot --svg boot.svg Write a chart of the start-up\n"
                          "\nExit status: 0 done, or all modules are up; 1 failure; 2 wrong usage, or an unknown\n"
                          "module; 3 the daemon is not running; 4 not all modules are up (status,\n"
-                         "is-running); 5 the terminal will reboot (stop).\n"
+                         "is-running); 5 the terminal will reboot (stop,\n"
+                         "restart).\n"
                          "jovctl uses the system bus, or the bus that DBUS_SYSTEM_BUS_ADDRESS names.\n"
                          "The output is coloured on a terminal or if CLICOLOR_FORCE is set, but not if\n"
                          "NO_COLOR is set.\n");

@@ -62,35 +62,53 @@ ExitStatus startOne(const BusClient &client, const QString &name)
     return statusOf(reportStarted(client, name, client.modules(), "started"));
 }
 
-/// The modules after the process of `name` has ended: the daemon may reply between the kill and the end.
-ModuleList modulesAfterStop(const BusClient &client, const QString &name)
+/// The modules after the processes that were stopped have ended: the daemon may reply between a kill and the end.
+ModuleList settledModules(const BusClient &client)
 {
+    const auto isEnding = [](const ModuleInfo &module) { return module.isStopped() && module.isLaunched(); };
     ModuleList modules = client.modules();
-    for (int i = 0; i < mostPolls; ++i) {
-        const ModuleInfo *module = findModule(modules, name);
-        if (!module || !module->isStopped() || !module->isLaunched()) {
-            break;
-        }
+    for (int i = 0; i < mostPolls && std::any_of(modules.begin(), modules.end(), isEnding); ++i) {
         QThread::msleep(pollInterval);
         modules = client.modules();
     }
     return modules;
 }
 
-ExitStatus reportStopped(const ModuleInfo &module, bool isAsked, bool isCrash)
+bool isRebootRequested(const BusClient &client)
+{
+    return client.value(Inspect::rebootRequested).toBool();
+}
+
+/// The daemon treats the kill that ends a stop without success as a crash, also that of a dependent module. A kill by a
+/// second stop, and one while all modules are stopped, do not reboot the terminal.
+QStringList reportCrashes(const BusClient &client, bool wasRequested, const ModuleList &before, const ModuleList &after)
+{
+    QStringList names;
+    if (wasRequested || !isRebootRequested(client)) {
+        return names;
+    }
+    for (const ModuleInfo &module : after) {
+        const ModuleInfo *old = findModule(before, module.name);
+        if (old && module.exitsBySignal > old->exitsBySignal) {
+            names << module.name;
+            complain(QStringLiteral("%1 %2: the terminal will reboot")
+                         .arg(module.name,
+                              module.exitCode == SIGKILL ? QStringLiteral("did not stop in time and was killed, which "
+                                                                          "the daemon treats as a crash")
+                                                         : QStringLiteral("crashed (%1)").arg(module.lastExit())));
+        }
+    }
+    return names;
+}
+
+void reportStopped(const ModuleInfo &module, bool isAsked)
 {
     const bool isKilled = (module.exitedBySignal && module.exitCode == SIGKILL) || module.isLaunched();
-    if (!isAsked || !isKilled) {
-        say(QStringLiteral("%1 stopped (%2)").arg(module.name, module.lastExit()));
-    } else if (isCrash) {
-        complain(QStringLiteral("%1 did not stop in time and was killed, which the daemon treats as a crash: the "
-                                "terminal will reboot")
-                     .arg(module.name));
-        return ExitStatus::Reboot;
-    } else {
+    if (isAsked && isKilled) {
         complain(QStringLiteral("%1 was killed before it had stopped").arg(module.name));
+    } else {
+        say(QStringLiteral("%1 stopped (%2)").arg(module.name, module.lastExit()));
     }
-    return ExitStatus::Done;
 }
 
 void reportOthers(const QString &name, const ModuleList &before, const ModuleList &after)
@@ -117,25 +135,26 @@ ExitStatus stopOne(const BusClient &client, const QString &name)
         return ExitStatus::Done;
     }
     const bool isAsked = module && (module->isRunning() || module->state == ModuleState::WebClientStarted);
-    const bool wasRefusing = client.property(Inspect::startFailed);
+    const bool wasRequested = isRebootRequested(client);
     client.control(QStringLiteral("stopModule"), {name});
-    const ModuleList after = modulesAfterStop(client, name);
+    const ModuleList after = settledModules(client);
+    const QStringList crashed = reportCrashes(client, wasRequested, before, after);
     module = findModule(after, name);
-    ExitStatus status = ExitStatus::Failed;
-    if (module && module->isStopped()) {
-        // Only a crash sets the flag here; a kill by a second stop and one while all modules are stopped do not.
-        status = reportStopped(*module, isAsked, !wasRefusing && client.property(Inspect::startFailed));
-    } else {
+    const bool isStopped = module && module->isStopped();
+    if (!isStopped) {
         complain(QStringLiteral("%1 is not stopped: it is %2")
                      .arg(name, module ? module->stateText : QStringLiteral("unknown to the daemon")));
+    } else if (!crashed.contains(name)) {
+        reportStopped(*module, isAsked);
     }
     reportOthers(name, before, after);
-    return status;
+    return crashed.isEmpty() ? statusOf(isStopped) : ExitStatus::Reboot;
 }
 
 ExitStatus restartOne(const BusClient &client, const QString &name)
 {
     const ModuleList before = client.modules();
+    const bool wasRequested = isRebootRequested(client);
     client.control(QStringLiteral("restartModule"), {name});
     const ModuleList after = client.modules();
     const ModuleInfo *old = findModule(before, name);
@@ -144,7 +163,8 @@ ExitStatus restartOne(const BusClient &client, const QString &name)
         complain(QStringLiteral("%1 was not restarted: the same process is still running").arg(name));
         return ExitStatus::Failed;
     }
-    return statusOf(reportStarted(client, name, after, "restarted"));
+    const bool isStarted = reportStarted(client, name, after, "restarted");
+    return reportCrashes(client, wasRequested, before, after).isEmpty() ? statusOf(isStarted) : ExitStatus::Reboot;
 }
 
 /// The result is the highest status of one: a reboot is more than a failure.

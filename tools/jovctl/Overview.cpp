@@ -51,18 +51,51 @@ QStringList downModules(const BusClient &client, const ModuleList &modules, cons
     return down;
 }
 
+TimelineList timelineSince(quint64 start, const BusClient &client)
+{
+    TimelineList entries = client.timeline();
+    entries.erase(entries.begin(), std::find_if(entries.begin(), entries.end(), [start](const TimelineEntry &entry) {
+                      return entry.time >= start;
+                  }));
+    return entries;
+}
+
+/// True after a stop of everything, and after a start-up whose modules were all stopped one by one. Modules that ended
+/// by themselves do not count.
+bool isStopped(bool startFailed, bool allDone, const ModuleList &modules, const TimelineList &sinceStart)
+{
+    const auto hasStop = [&sinceStart](auto isOne) { return std::any_of(sinceStart.begin(), sinceStart.end(), isOne); };
+    if (startFailed) {
+        return hasStop([](const TimelineEntry &entry) { return entry.event == Inspect::Happened::stopAll; });
+    }
+    const auto runs = [](const ModuleInfo &module) { return module.isLaunched() && !module.isStopped(); };
+    return allDone && std::none_of(modules.begin(), modules.end(), runs)
+        && hasStop([](const TimelineEntry &entry) { return stateOf(entry.event) == ModuleState::Stopping; });
+}
+
 void setState(Overview &overview, const BusClient &client, const ModuleList &modules, const StepList &steps)
 {
     const int reached = client.property(Inspect::currentStep);
     const QString atStep = QStringLiteral("at step %1").arg(reached);
     const QString wait = waitText(modules, steps);
     const bool allDone = std::all_of(steps.begin(), steps.end(), [](const StepInfo &step) { return step.doneAt > 0; });
+    const bool startFailed = client.property(Inspect::startFailed);
+    const quint64 start = client.value(Inspect::startedAt).toULongLong();
+    overview.runsFor = Units::now() - start;
     if (client.value(Inspect::rebootRequested).toBool()) {
         overview.state = QStringLiteral("waiting for the reboot");
-    } else if (client.property(Inspect::startFailed)) {
+    } else if (isStopped(startFailed, allDone, modules, timelineSince(start, client))) {
+        const bool isStopping = std::any_of(modules.begin(), modules.end(), [](const ModuleInfo &module) {
+            return module.state == ModuleState::Stopping;
+        });
+        overview.state = isStopping ? QStringLiteral("stopping") : QStringLiteral("stopped");
+        overview.detail = QStringLiteral("to start the modules again: jovctl %1")
+                              .arg(startFailed ? QStringLiteral("restart-all") : QStringLiteral("start-all"));
+    } else if (startFailed) {
         overview.state = QStringLiteral("failed");
+        // After every other failure of a start-up the daemon ends.
         overview.detail =
-            QStringLiteral("the start-up failed %1, or all modules were stopped. Use: jovctl restart-all").arg(atStep);
+            QStringLiteral("the check of the mandatory settings failed. To start again: jovctl restart-all");
     } else if (!wait.isEmpty()) {
         overview.state = allDone ? QStringLiteral("up") : QStringLiteral("starting");
         overview.detail = QStringLiteral("%1, %2").arg(atStep, wait);
@@ -73,15 +106,6 @@ void setState(Overview &overview, const BusClient &client, const ModuleList &mod
         overview.state = allDone ? QStringLiteral("up") : QStringLiteral("starting");
         overview.detail = allDone ? QString() : atStep;
     }
-}
-
-quint64 lastStart(const TimelineList &timeline)
-{
-    const auto isStart = [](const TimelineEntry &entry) {
-        return entry.event == Inspect::Happened::start || entry.event == Inspect::Happened::restart;
-    };
-    const auto found = std::find_if(timeline.rbegin(), timeline.rend(), isStart);
-    return found == timeline.rend() ? 0 : found->time;
 }
 
 QString lastEnd()
@@ -129,7 +153,6 @@ ExitStatus showOverview(const BusClient &client, bool asJson)
     const StepList steps = client.steps();
     Overview overview;
     overview.version = client.value(Inspect::version).toString();
-    overview.runsFor = Units::now() - lastStart(client.timeline());
     overview.down = downModules(client, modules, steps);
     overview.lastEnd = lastEnd();
     setState(overview, client, modules, steps);
