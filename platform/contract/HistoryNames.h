@@ -80,8 +80,10 @@ inline constexpr QLatin1String boot = latin1("boot");
 inline constexpr QLatin1String total = latin1("total");
 inline constexpr QLatin1String homepage = latin1("homepage"); ///< 0: no step shows it
 inline constexpr QLatin1String steps = latin1("steps"); ///< [name, value, started, done] each
-inline constexpr QLatin1String modules =
-    latin1("modules"); ///< [name, index of the step, launched, ready] each, by step and name
+/// [name, index of the step, launched, ready] each, by step and name. If it was not ready: minus when it ended, or 0.
+inline constexpr QLatin1String modules = latin1("modules");
+/// [index of a module, those of its dependencies...] each; absent if they did not fit.
+inline constexpr QLatin1String dependencies = latin1("dependencies");
 inline constexpr QLatin1String omitted = latin1("omitted"); ///< how many modules did not fit
 
 } // namespace Key

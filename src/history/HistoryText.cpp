@@ -62,8 +62,13 @@ QByteArray HistoryText::lineOf(QJsonObject record)
         record[Key::log] = lines;
         line = serialised(record);
     }
+    QJsonObject boot = record[Key::boot].toObject();
+    if (line.size() > most && boot.contains(Key::dependencies)) {
+        boot.remove(Key::dependencies);
+        record[Key::boot] = boot;
+        line = serialised(record);
+    }
     if (line.size() > most && record.contains(Key::boot)) {
-        QJsonObject boot = record[Key::boot].toObject();
         QJsonArray modules = boot[Key::modules].toArray();
         boot[Key::omitted] = modules.size();
         boot[Key::omitted] = shorten(modules, line.size() + 32 - most, false);

@@ -16,8 +16,8 @@ inline constexpr int longest = 16 * 1024; ///< bytes of a record
 inline constexpr int longestWithBoot = 24 * 1024;
 inline constexpr int longestLogLine = 500; ///< bytes
 
-/// A line, with its line feed. Log lines are cut; the oldest of them, and the last modules of a start-up, are left out
-/// until the rest fits.
+/// A line, with its line feed. Log lines are cut; the oldest of them, and the dependencies and then the last modules of
+/// a start-up, are left out until the rest fits.
 [[nodiscard]] QByteArray lineOf(QJsonObject record);
 
 /// Of all lines that are records.

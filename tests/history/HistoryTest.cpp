@@ -101,8 +101,9 @@ private Q_SLOTS:
         QByteArray line = HistoryText::lineOf({{Key::version, 1}, {Key::kind, "reboot"_s}, {Key::log, lines}});
         QVERIFY(line.size() <= 16 * 1024 && line.size() > 15 * 1024);
         QVERIFY(HistoryText::parse(line).value(0)[Key::log].toArray().last().toString().toUtf8().size() <= 500);
-        line = HistoryText::lineOf(
-            {{Key::version, 1}, {Key::kind, "started"_s}, {Key::boot, QJsonObject{{Key::modules, modules}}}});
+        line = HistoryText::lineOf({{Key::version, 1},
+                                    {Key::kind, "started"_s},
+                                    {Key::boot, QJsonObject{{Key::modules, modules}, {Key::dependencies, modules}}}});
         QVERIFY(line.size() <= 24 * 1024 && line.size() > 23 * 1024);
         const QJsonObject boot = HistoryText::parse(line).value(0)[Key::boot].toObject();
         QCOMPARE(boot[Key::omitted].toInt() + boot[Key::modules].toArray().size(), 900);

@@ -230,6 +230,22 @@ private Q_SLOTS:
         QCOMPARE(outcome.status, 3);
     }
 
+    // The history has what the daemon has said of the start-up, but for the microseconds of a module that ended.
+    void previousBoot()
+    {
+        Terminal terminal(terminalFiles);
+        QStringList chains;
+        for (const QString &words : {"boot"_s, "boot --previous"_s}) {
+            terminal.start();
+            QVERIFY(terminal.waitForLog("initStepDone: 9"_s, terminal.log().size()));
+            const QString chain = jovctl(words).out.section("Critical chain"_s, 1);
+            chains << QString(chain).remove(QRegularExpression("[\\d.]+ m?s\\b"_s));
+            QCOMPARE(terminal.end(SIGTERM), 0);
+        }
+        QVERIFY2(chains.first().contains("1 one: A , then C \n"_s), qPrintable(chains.first()));
+        QCOMPARE(chains.last(), chains.first());
+    }
+
     void failedStart()
     {
         Terminal terminal("step one 1\nstep five 5\nSettingsManager one --exit-after=0 --never-ready\nA one\nB five");

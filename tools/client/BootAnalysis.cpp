@@ -210,19 +210,24 @@ QList<BootModule> BootRecord::slowest(int count) const
     return modules.mid(0, count);
 }
 
-BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps, quint64 now)
+void markCriticalChain(BootRecord &record, const QHash<QString, QStringList> &dependencies)
 {
-    BootRecord record = Collector(modules, steps).collect(timeline, now);
     if (record.hasOverlaps()) {
         record.critical = markWaitedFor(record.steps);
-        return record;
-    }
-    QHash<QString, QStringList> dependencies;
-    for (const ModuleInfo &module : modules) {
-        dependencies.insert(module.name, module.dependencies);
+        return;
     }
     for (BootStep &step : record.steps) {
         record.critical += markCritical(step, dependencies);
     }
+}
+
+BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps, quint64 now)
+{
+    BootRecord record = Collector(modules, steps).collect(timeline, now);
+    QHash<QString, QStringList> dependencies;
+    for (const ModuleInfo &module : modules) {
+        dependencies.insert(module.name, module.dependencies);
+    }
+    markCriticalChain(record, dependencies);
     return record;
 }

@@ -3,6 +3,8 @@
 
 #include "client/Records.h"
 
+#include <QHash>
+
 /// One module in a start-up. All times are in microseconds since the begin of the start-up.
 struct BootModule
 {
@@ -49,6 +51,9 @@ struct BootRecord
     /// The `count` modules that took longest to start, or all for -1.
     [[nodiscard]] QList<BootModule> slowest(int count) const;
 };
+
+/// Marks the modules of the critical chain and sets its length, by the dependencies of each module.
+void markCriticalChain(BootRecord &record, const QHash<QString, QStringList> &dependencies);
 
 [[nodiscard]] BootRecord analyseBoot(const TimelineList &timeline, const ModuleList &modules, const StepList &steps,
                                      quint64 now = 0);

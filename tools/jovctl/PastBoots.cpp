@@ -59,6 +59,23 @@ QString memoryText(const QJsonObject &reason)
         .arg(reason[Key::count].toInt());
 }
 
+QHash<QString, QStringList> dependenciesOf(const QJsonObject &timing)
+{
+    const auto nameOf = [modules = timing[Key::modules].toArray()](const QJsonValue &index) {
+        return modules.at(index.toInt(-1))[0].toString();
+    };
+    QHash<QString, QStringList> dependencies;
+    const QJsonArray rows = timing[Key::dependencies].toArray();
+    for (const QJsonValue &value : rows) {
+        QJsonArray row = value.toArray();
+        QStringList &names = dependencies[nameOf(row.takeAt(0))];
+        for (const QJsonValue &index : qAsConst(row)) {
+            names << nameOf(index);
+        }
+    }
+    return dependencies;
+}
+
 } // namespace
 
 QString PastBoot::timeOf(const QJsonObject &record)
@@ -136,10 +153,18 @@ BootRecord PastBoot::record() const
             module.name = value[0].toString();
             module.step = record.steps[step].name;
             module.launched = time(value[2]);
-            module.isReady = value[3].toDouble() > 0;
-            module.until = module.isReady ? time(value[3]) : record.total;
+            const double settled = value[3].toDouble();
+            module.isReady = settled > 0;
+            module.until = qMax(module.launched, settled == 0 ? record.total : quint64(qAbs(settled)));
             record.steps[step].modules << module;
         }
+    }
+    for (BootStep &step : record.steps) {
+        std::stable_sort(step.modules.begin(), step.modules.end(),
+                         [](const BootModule &one, const BootModule &other) { return one.launched < other.launched; });
+    }
+    if (timing.contains(Key::dependencies)) {
+        markCriticalChain(record, dependenciesOf(timing));
     }
     return record;
 }

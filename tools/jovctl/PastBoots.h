@@ -26,7 +26,7 @@ struct PastBoot
     /// How long the daemon ran, in seconds. Nothing if the end was not recorded.
     [[nodiscard]] std::optional<qint64> duration() const;
     [[nodiscard]] QString version() const { return start[History::Key::program].toString(); }
-    /// Of the start-up; not known if it did not end. Without the critical chain: the dependencies are not recorded.
+    /// Of the start-up; not known if it did not end. Without the critical chain if the dependencies are not recorded.
     [[nodiscard]] BootRecord record() const;
 };
 
