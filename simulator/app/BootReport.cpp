@@ -42,7 +42,7 @@ QString BootReport::reasonOf(const ModuleInfo &module)
                                    : QStringLiteral("its program could not be started");
     }
     if (module.exitedAt > 0) {
-        return QStringLiteral("ended with exit code %1 (%2)").arg(module.exitCode).arg(module.status);
+        return QStringLiteral("ended (%1)").arg(module.lastExit());
     }
     return module.starts == 0 ? QStringLiteral("was never started") : QStringLiteral("is ") + module.stateText;
 }

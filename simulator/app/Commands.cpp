@@ -24,11 +24,11 @@ constexpr int crashLimitAlone = 1000; // ms, where nobody takes the request for 
 const QString separator = QStringLiteral(", ");
 
 /// The commands of jovctl that end by themselves and do not end the supervisor.
-const QStringList ofJovctl = {QStringLiteral("list"),        QStringLiteral("status"),   QStringLiteral("tree"),
-                              QStringLiteral("why"),         QStringLiteral("history"),  QStringLiteral("boot"),
-                              QStringLiteral("start"),       QStringLiteral("stop"),     QStringLiteral("restart"),
-                              QStringLiteral("start-all"),   QStringLiteral("stop-all"), QStringLiteral("restart-all"),
-                              QStringLiteral("restart-app"), QStringLiteral("log-level")};
+const QStringList ofJovctl = {QStringLiteral("list"),        QStringLiteral("status"),    QStringLiteral("tree"),
+                              QStringLiteral("why"),         QStringLiteral("history"),   QStringLiteral("boot"),
+                              QStringLiteral("start"),       QStringLiteral("stop"),      QStringLiteral("restart"),
+                              QStringLiteral("start-all"),   QStringLiteral("stop-all"),  QStringLiteral("restart-all"),
+                              QStringLiteral("restart-app"), QStringLiteral("log-level"), QStringLiteral("log")};
 
 bool isTerminal()
 {
@@ -161,7 +161,7 @@ void Commands::execute(const QStringList &words)
         finish();
     } else if (is("set", 2)) {
         set(words.at(1), words.at(2));
-    } else if (ofJovctl.contains(words.value(0))) {
+    } else if (ofJovctl.contains(words.value(0)) && !words.contains(QStringLiteral("-f"))) {
         m_display.noBottomLine();
         m_jovctl.setArguments(words);
         m_jovctl.start();

@@ -237,11 +237,25 @@ void Narrator::addModule(const TimelineEntry &entry)
     } else if (before == ModuleState::Stopping) {
         addLine(m_isExact ? QStringLiteral("stopped in %1").arg(took) : QStringLiteral("stopped"), Colour::None);
     } else if (before == ModuleState::Starting) {
-        addLine(QStringLiteral("ended before it was ready") + (part.since > 0 ? QLatin1Char(',') + after : after),
+        addLine(QStringLiteral("ended before it was ready%1%2")
+                    .arg(part.since > 0 ? QLatin1Char(',') + after : after, exitOf(entry)),
                 Colour::Bad);
+        const QStringList printed = TerminalRoot::printed(entry.name);
+        for (const QString &line : printed) {
+            addLine(QStringLiteral("printed: ") + line, Colour::None);
+        }
     } else {
         addLine(QStringLiteral("ended unexpectedly"), Colour::Bad);
     }
+}
+
+/// " (exit status 4)" of the module that has stopped; nothing when it was started again, or the supervisor has ended.
+QString Narrator::exitOf(const TimelineEntry &stopped) const
+{
+    const ModuleList modules = readModules(m_bus.inspect(Inspect::listModules));
+    const ModuleInfo *module = findModule(modules, stopped.name);
+    return module && module->exitedAt > module->launchedAt ? QStringLiteral(" (%1)").arg(module->lastExit())
+                                                           : QString();
 }
 
 void Narrator::addStep(const TimelineEntry &entry)

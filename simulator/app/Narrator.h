@@ -75,6 +75,7 @@ private:
     void add(const TimelineEntry &entry);
     void addModule(const TimelineEntry &entry);
     void addStep(const TimelineEntry &entry);
+    [[nodiscard]] QString exitOf(const TimelineEntry &stopped) const;
 
     Display &m_display;
     TerminalBus &m_bus;

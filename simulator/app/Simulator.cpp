@@ -150,7 +150,7 @@ void Simulator::startDaemon()
     }
     m_daemon.setProcessChannelMode(QProcess::MergedChannels);
     m_daemon.setStandardOutputFile(m_root.at("/var/log/daemon.out"), QIODevice::Append);
-    startProcess(m_daemon, {Installation::program(program), QStringLiteral("--nodaemon"), QStringLiteral("--debug")});
+    startProcess(m_daemon, {Installation::program(program), QStringLiteral("--nodaemon")});
     if (m_options.timeout > 0) {
         m_bootLimit.start();
     }
@@ -231,7 +231,7 @@ void Simulator::judgeBoot()
     m_cases = BootReport::casesOf(m_narrator.boot());
     if (!m_narrator.boot().isGood()) {
         m_status = 1;
-        Summary::showFailures(m_display, m_narrator.boot(), m_root.at("/var/log/daemon.out"));
+        Summary::showFailures(m_display, m_narrator.boot());
         m_display.line(m_root.isKept() ? QStringLiteral("The terminal's files and logs are in %1").arg(m_root.path())
                                        : QStringLiteral("--root DIR keeps the terminal's files and logs in DIR"));
     }

@@ -1,19 +1,16 @@
 #include "app/Summary.h"
 
 #include "app/BootReport.h"
+#include "app/TerminalRoot.h"
 #include "client/BootTables.h"
 #include "client/Units.h"
 #include "contract/Components.h"
-
-#include <QFile>
 
 namespace {
 
 using Colour = Display::Colour;
 
 constexpr int slowestShown = 3;
-constexpr int lastLines = 8;
-constexpr qint64 mostOutput = 4096;
 
 void showOutcome(Display &display, const Boot &boot, const QString &duration)
 {
@@ -58,23 +55,18 @@ void Summary::show(Display &display, const Boot &boot, const TimelineList &timel
     display.line(QStringLiteral("\n  slowest: %1\n").arg(slowest.join(QStringLiteral(", "))));
 }
 
-void Summary::showFailures(Display &display, const Boot &boot, const QString &output)
+void Summary::showFailures(Display &display, const Boot &boot)
 {
     const TestCases cases = BootReport::casesOf(boot);
     for (const TestCase &one : cases) {
-        if (!one.failure.isEmpty()) {
-            display.line(QStringLiteral("  %1: %2").arg(one.name, one.failure), Colour::Bad);
+        if (one.failure.isEmpty()) {
+            continue;
         }
-    }
-    QFile file(output);
-    if (!file.open(QIODevice::ReadOnly) || file.size() == 0) {
-        return;
-    }
-    file.seek(qMax(qint64(0), file.size() - mostOutput));
-    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    display.line(QStringLiteral("  The last lines of %1, from all modules:").arg(output));
-    for (const QString &line : lines.mid(qMax(0, lines.size() - lastLines))) {
-        display.line(QStringLiteral("    ") + Console::printable(line));
+        display.line(QStringLiteral("  %1: %2").arg(one.name, one.failure), Colour::Bad);
+        const QStringList printed = TerminalRoot::printed(one.name);
+        for (const QString &line : printed) {
+            display.line(QStringLiteral("    ") + Console::printable(line));
+        }
     }
 }
 

@@ -9,8 +9,8 @@ namespace Summary {
 
 /// The duration of the boot, in microseconds, of each step and of the slowest modules.
 void show(Display &display, const Boot &boot, const TimelineList &timeline, quint64 duration);
-/// Why modules do not run, and the last lines that modules and the supervisor have written to the file `output`.
-void showFailures(Display &display, const Boot &boot, const QString &output);
+/// Why modules do not run, and the last lines that each has printed.
+void showFailures(Display &display, const Boot &boot);
 /// What the user can do with the running terminal.
 void showWhatNext(Display &display, const Boot &boot, bool hasPrompt);
 

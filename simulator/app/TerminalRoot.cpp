@@ -5,6 +5,8 @@
 #include "client/NearMiss.h"
 #include "components/SettingsFile.h"
 #include "contract/Components.h"
+#include "root/PlatformIni.h"
+#include "supervision/Parameters.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,6 +26,7 @@ namespace {
 
 const QString logSection = QStringLiteral("log");
 const QString logFile = QStringLiteral("file");
+constexpr int linesPrinted = 5;
 
 // The replacements for the terminal's own commands; components/Announcement.h has the names of the signals.
 const char rebootScript[] = R"(#!/bin/sh
@@ -158,6 +161,12 @@ QString TerminalRoot::daemonLog() const
     return m_path + SettingsFile(at("/etc/JovApplication/platform.ini")).value(logSection, logFile);
 }
 
+QStringList TerminalRoot::printed(const QString &module)
+{
+    return Parameters::read(PlatformIni::section(Components::applicationManager), [](const auto &, const auto &) {})
+        .moduleOutput.lastLines(module, linesPrinted);
+}
+
 void TerminalRoot::drawBootId() const
 {
     QFile file(at("/run/boot_id"));
@@ -168,10 +177,15 @@ void TerminalRoot::drawBootId() const
 
 QString TerminalRoot::writeFiles() const
 {
-    // The simulator reads warnings and errors in the log: it must go to a file.
     const SettingsFile parameters(at("/etc/JovApplication/platform.ini"));
-    if (!parameters.value(logSection, logFile).startsWith(QLatin1Char('/'))
-        && !parameters.setValue(logSection, logFile, QStringLiteral("/var/log/ApplicationManager.log"))) {
+    const QString manager = Components::applicationManager;
+    const QString output = QStringLiteral("module_output");
+    // The simulator reads warnings and errors in the log: it must go to a file.
+    const bool hasLog = parameters.value(logSection, logFile).startsWith(QLatin1Char('/'))
+        || parameters.setValue(logSection, logFile, QStringLiteral("/var/log/ApplicationManager.log"));
+    const bool hasOutput = !parameters.value(manager, output).isNull()
+        || parameters.setValue(manager, output, QStringLiteral("file:/var/log/modules/%n"));
+    if (!hasLog || !hasOutput) {
         return QStringLiteral("cannot write %1").arg(at("/etc/JovApplication/platform.ini"));
     }
     for (const QString &fault :

@@ -33,6 +33,8 @@ public:
     [[nodiscard]] QString busAddress() const { return QStringLiteral("unix:path=") + busSocket(); }
     [[nodiscard]] QString busConfig() const { return at("/run/bus.conf"); }
     [[nodiscard]] QString daemonLog() const;
+    /// The last lines that the module has printed, if they go to a file.
+    [[nodiscard]] static QStringList printed(const QString &module);
     /// What the kernel does at each boot.
     void drawBootId() const;
 

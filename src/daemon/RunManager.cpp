@@ -27,7 +27,7 @@ QString watchdogDevice(const ApplicationManager &manager)
 
 } // namespace
 
-int runManager(int argc, char **argv, pid_t parent, bool debugMode, const ManagerTiming &timing)
+int runManager(int argc, char **argv, pid_t parent, OwnStreams ownStreams, const ManagerTiming &timing)
 {
     JovApplication application(argc, argv);
     // Here a missing descriptor still ends the process; at the first launch it would be too late.
@@ -35,7 +35,7 @@ int runManager(int argc, char **argv, pid_t parent, bool debugMode, const Manage
     int result = 0;
     {
         ApplicationManager manager(timing);
-        manager.setDebugMode(debugMode);
+        manager.setOwnStreams(ownStreams);
         manager.setParent(parent);
         SignalHandOver signalHandOver(parent == 0);
         BusConnection::setInterruption(&SupervisionState::isTerminationTaken);
@@ -68,8 +68,7 @@ int runDaemon(int argc, char **argv, const ManagerTiming &timing)
         return 0;
     }
     if (!options.daemonMode) {
-        // A process in the foreground always shows what its modules print.
-        return runManager(argc, argv, 0, true, timing);
+        return runManager(argc, argv, 0, options.debugMode ? OwnStreams::Always : OwnStreams::ByDefault, timing);
     }
     return daemonise([&](pid_t parent) {
         if (!options.debugMode) {
@@ -79,6 +78,6 @@ int runDaemon(int argc, char **argv, const ManagerTiming &timing)
         if (!options.pidFile.empty() && !pidFile.write(options.pidFile)) {
             return 1;
         }
-        return runManager(argc, argv, parent, options.debugMode, timing);
+        return runManager(argc, argv, parent, options.debugMode ? OwnStreams::Always : OwnStreams::No, timing);
     });
 }

@@ -38,7 +38,7 @@ public:
     explicit ApplicationManager(const ManagerTiming &timing);
     ~ApplicationManager() override;
 
-    void setDebugMode(bool debugMode) { m_state.setDebugMode(debugMode); }
+    void setOwnStreams(OwnStreams ownStreams) { m_state.setOwnStreams(ownStreams); }
     /// `parent` is the process that waits for the report of the start-up; 0 outside daemon mode.
     void setParent(pid_t parent) { m_parentReport.setParent(parent); }
 

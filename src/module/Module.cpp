@@ -149,7 +149,7 @@ bool Module::launch()
     command.program = directory + name;
     command.arguments = QStringList(QStringLiteral("--moduleName=") + name) + config->getExtraArgs();
     command.workingDirectory = directory;
-    command.quiet = !m_context.state.debugMode();
+    command.quiet = !m_context.state.usesOwnStreams();
     Descriptor output;
     if (command.quiet) {
         openModuleOutput(m_context.state.parameters().moduleOutput, name, m_logProgram, output);

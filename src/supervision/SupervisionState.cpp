@@ -45,6 +45,12 @@ void SupervisionState::beginStop()
     ++m_stops;
 }
 
+bool SupervisionState::usesOwnStreams() const
+{
+    return m_ownStreams == OwnStreams::Always
+        || (m_ownStreams == OwnStreams::ByDefault && m_parameters.moduleOutput.kind == OutputSetting::Kind::None);
+}
+
 bool SupervisionState::isEnding() const
 {
     return m_ending || terminationTaken.load();

@@ -7,6 +7,10 @@
 
 #include <QtGlobal>
 
+/// Whether modules write to the daemon's standard streams: not in the background, by default in the foreground, and
+/// always with `--debug`, also against `module_output`.
+enum class OwnStreams { No, ByDefault, Always };
+
 /**
  * The facts that all parts of the supervisor share: how far the start-up is, whether everything is to stop, how long
  * things may take, and where they wait. The manager owns it, and it outlives every part.
@@ -61,8 +65,8 @@ public:
     [[nodiscard]] bool startsRefused() const { return isEnding() || m_restartPending || m_stops > 0; }
 
     /// Modules write to the daemon's own standard streams.
-    [[nodiscard]] bool debugMode() const { return m_debugMode; }
-    void setDebugMode(bool debugMode) { m_debugMode = debugMode; }
+    [[nodiscard]] bool usesOwnStreams() const;
+    void setOwnStreams(OwnStreams ownStreams) { m_ownStreams = ownStreams; }
 
     [[nodiscard]] const Parameters &parameters() const { return m_parameters; }
     void setParameters(const Parameters &parameters) { m_parameters = parameters; }
@@ -83,7 +87,7 @@ private:
     bool m_restartPending = false;
     bool m_restarting = false;
     bool m_ending = false;
-    bool m_debugMode = false;
+    OwnStreams m_ownStreams = OwnStreams::No;
 };
 
 #endif

@@ -127,7 +127,9 @@ private Q_SLOTS:
         const QStringList none;
         row("never ready", "--never-ready"_s, fine, none,
             "waits for odd. Not running: odd|odd: has not announced that it is ready"_s);
-        row("ends at once", "--exit-after=0"_s, fine, none, "Not running: odd|odd: ended with exit code 0"_s);
+        row("ends at once", "--nonsense</arg><arg>--exit-after=0"_s, fine, none,
+            "odd              ended before it was ready, after| (exit status 0)|printed: sample-module: argument|"
+            "Not running: odd|odd: ended (exit status 0)|    sample-module: argument"_s);
         row("crashes, and again after each reboot", "--crash-signal=ABRT"_s, fine, none,
             "emergency: Terminal will reboot now: odd crashed"_s);
         row("the files have errors", QString(), "missing"_s, none, "[dependency-missing]|is not booted"_s);

@@ -72,7 +72,7 @@ test("nothing runs on the terminal while the page is hidden", async () => {
 });
 
 test("the last lines of a module, and those that follow", async () => {
-    const file = join(terminal.root, "var/log/rules.out"); // a supervisor without --nodaemon lets the module write it
+    const file = join(terminal.root, "var/log/modules/rules");
     writeFileSync(file, "<b>first</b>\n");
     await press("rules", "output");
     await browser.see("#output", /^<b>first<\/b>\n$/);

@@ -29,8 +29,6 @@ export class Terminal {
         chmodSync(terminal.folder, 0o755); // for other users
         const files = join(terminal.folder, "files");
         cpSync(join(project, "simulator/terminal"), files, { recursive: true });
-        const ini = join(files, "etc/JovApplication/platform.ini");
-        writeFileSync(ini, readFileSync(ini, "utf8") + "module_output=file:/var/log/%n.out\n");
         for (const [name, config] of Object.entries(modules)) {
             const folder = join(files, "etc/JovApplication/module", name);
             mkdirSync(folder, { recursive: true });
