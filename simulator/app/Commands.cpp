@@ -1,6 +1,7 @@
 #include "app/Commands.h"
 
 #include "app/Installation.h"
+#include "app/LineEditor.h"
 #include "app/Narrator.h"
 #include "app/TerminalBus.h"
 #include "app/TerminalRoot.h"
@@ -11,6 +12,7 @@
 
 #include <array>
 #include <csignal>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -87,13 +89,49 @@ void Commands::listen()
     const bool isPipe = fstat(STDIN_FILENO, &input) == 0 && (S_ISFIFO(input.st_mode) || S_ISSOCK(input.st_mode));
     // A process in the background that reads from the terminal is stopped.
     if (isTerminal() ? tcgetpgrp(STDIN_FILENO) == getpgrp() : isPipe) {
+        if (isTerminal() && m_display.hasBottom()) {
+            m_display.setEditor(std::make_unique<LineEditor>(
+                Display::promptText, [this](const QStringList &before) { return candidates(before); }));
+        }
         m_input = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
         connect(m_input.get(), &QSocketNotifier::activated, this, &Commands::receive);
     }
 }
 
+QStringList Commands::candidates(const QStringList &before) const
+{
+    static const QStringList ofModules = {QStringLiteral("crash"), QStringLiteral("status"),  QStringLiteral("start"),
+                                          QStringLiteral("stop"),  QStringLiteral("restart"), QStringLiteral("log")};
+    if (before.isEmpty()) {
+        return ofJovctl + QStringList{QStringLiteral("crash"), QStringLiteral("set"),  QStringLiteral("power-cut"),
+                                      QStringLiteral("step"),  QStringLiteral("help"), QStringLiteral("quit")};
+    }
+    return ofModules.contains(before.constFirst()) ? moduleNames(m_narrator.boot().modules) : QStringList();
+}
+
+void Commands::edit()
+{
+    const LineEditor::Result result = m_display.editor()->read();
+    if (result == LineEditor::Result::Typing) {
+        return;
+    }
+    m_input->setEnabled(result == LineEditor::Result::Line);
+    const QString line = m_display.editor()->line();
+    if (result == LineEditor::Result::End || line == QLatin1String("quit")) {
+        Q_EMIT quit();
+        return;
+    }
+    m_waiting << line;
+    next();
+}
+
+/// While no line is edited the terminal passes on whole lines.
 void Commands::receive()
 {
+    if (m_display.editor() && m_display.editor()->isActive()) {
+        edit();
+        return;
+    }
     std::array<char, 4096> buffer;
     const ssize_t size = read(STDIN_FILENO, buffer.data(), buffer.size());
     m_pending.append(buffer.data(), qMax(0, int(size)));
@@ -127,7 +165,7 @@ void Commands::next()
     }
     if (m_waiting.isEmpty()) {
         if (isListening()) {
-            m_display.prompt();
+            m_display.prompt(std::exchange(m_pending, QByteArray()));
         }
         return;
     }

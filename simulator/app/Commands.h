@@ -43,6 +43,9 @@ Q_SIGNALS:
 
 private:
     void receive();
+    void edit();
+    /// What can follow these words on the prompt.
+    [[nodiscard]] QStringList candidates(const QStringList &before) const;
     void next();
     void finish();
     void execute(const QStringList &words);

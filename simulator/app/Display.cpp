@@ -1,5 +1,6 @@
 #include "app/Display.h"
 
+#include "app/LineEditor.h"
 #include "client/TextWidth.h"
 
 namespace {
@@ -20,8 +21,19 @@ Display::~Display()
     noBottomLine();
 }
 
+void Display::setEditor(std::unique_ptr<LineEditor> editor)
+{
+    m_editor = std::move(editor);
+}
+
 void Display::line(const QString &text, Colour colour)
 {
+    if (m_editor && m_editor->isActive()) {
+        m_editor->hide();
+        Console::writeLine(Console::coloured(text, colour));
+        m_editor->show();
+        return;
+    }
     Console::write((m_bottom.isEmpty() ? QString() : toLineBegin) + Console::coloured(text, colour) + QLatin1Char('\n')
                    + m_bottom);
     Console::flush();
@@ -47,13 +59,21 @@ void Display::progress(int done, int total, const QString &text)
     bottom(room < 0 ? QString() : bar + count + shortened(Console::printable(text), room));
 }
 
-void Display::prompt()
+void Display::prompt(const QByteArray &typed)
 {
-    bottom(promptText);
+    if (!m_editor) {
+        bottom(promptText);
+    } else if (!m_editor->isActive()) {
+        bottom(QString());
+        m_editor->begin(typed);
+    }
 }
 
 void Display::bottom(const QString &text)
 {
+    if (m_editor) {
+        m_editor->end();
+    }
     if (m_hasBottom && text != m_bottom) {
         Console::write(toLineBegin + text);
         Console::flush();

@@ -5,8 +5,13 @@
 
 #include <QString>
 
+#include <memory>
+
+class LineEditor;
+
 /**
- * Standard output: lines and, on a terminal, a bottom line that changes: the progress of a boot or the prompt.
+ * Standard output: lines and, on a terminal, a bottom line that changes: the progress of a boot or the prompt, which
+ * the line editor keeps if there is one.
  */
 class Display
 {
@@ -27,7 +32,12 @@ public:
 
     void restartClock() { m_lastTime = 0; }
     void progress(int done, int total, const QString &text);
-    void prompt();
+    /// `typed`: the begin of the line, which was typed before.
+    void prompt(const QByteArray &typed = QByteArray());
+    void setEditor(std::unique_ptr<LineEditor> editor);
+    [[nodiscard]] LineEditor *editor() const { return m_editor.get(); }
+    /// Standard output is a terminal that can change a line.
+    [[nodiscard]] bool hasBottom() const { return m_hasBottom; }
     void noBottomLine() { bottom(QString()); }
 
 private:
@@ -35,6 +45,7 @@ private:
 
     const bool m_hasBottom;
     QString m_bottom;
+    std::unique_ptr<LineEditor> m_editor;
     qint64 m_lastTime = 0;
 };
 

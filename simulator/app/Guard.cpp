@@ -15,6 +15,7 @@
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -23,6 +24,7 @@ using namespace std::chrono_literals;
 
 pid_t outerProcess = 0;
 std::string removedRoot;
+std::optional<termios> terminalModes; ///< of before: the inner process may be killed while it edits a line
 
 /// The ended ones that nobody has waited for included.
 std::vector<pid_t> children()
@@ -42,6 +44,9 @@ std::vector<pid_t> children()
 void cleanUp()
 {
     Guard::killChildren();
+    if (terminalModes && tcgetpgrp(STDIN_FILENO) == getpgrp()) {
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &*terminalModes);
+    }
     if (!removedRoot.empty()) {
         std::error_code ignored;
         std::filesystem::remove_all(removedRoot, ignored);
@@ -84,6 +89,10 @@ bool Guard::begin(const std::string &root)
 {
     removedRoot = root;
     outerProcess = getpid();
+    termios modes = {};
+    if (tcgetattr(STDIN_FILENO, &modes) == 0) {
+        terminalModes = modes;
+    }
     // Blocked before the fork: the inner process takes them through its Interrupt, the outer one waits for them.
     const sigset_t signals = signalSet({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
     sigprocmask(SIG_BLOCK, &signals, nullptr);

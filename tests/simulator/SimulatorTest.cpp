@@ -6,7 +6,11 @@
 #include <QProcess>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
+
+#include <pty.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -48,6 +52,47 @@ public:
 private:
     QTemporaryDir m_temporary;
     QString m_output;
+};
+
+/// A simulator on a terminal of its own.
+class TypedRun
+{
+public:
+    TypedRun(const RootDir &files, const QString &root)
+    {
+        m_pid = forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (m_pid == 0) {
+            qputenv("TERM", "xterm");
+            qputenv("XDG_STATE_HOME", QFile::encodeName(files.path()));
+            execl(SIMULATOR, "jov-simulator", "--terminal", qPrintable(files.path()), "--root", qPrintable(root),
+                  nullptr);
+            _exit(127);
+        }
+    }
+    ~TypedRun()
+    {
+        close(m_terminal);
+        waitpid(m_pid, nullptr, 0);
+    }
+    void type(const char *keys) { QCOMPARE(write(m_terminal, keys, qstrlen(keys)), ssize_t(qstrlen(keys))); }
+    /// Reads until the text has come, and forgets what came before its end. False if the simulator ends before.
+    bool said(const QByteArray &text)
+    {
+        std::array<char, 4096> buffer;
+        for (ssize_t size = 0; !m_output.contains(text); m_output.append(buffer.data(), int(size))) {
+            if ((size = ::read(m_terminal, buffer.data(), buffer.size())) <= 0) {
+                qWarning("missing: %s, after: %s", text.constData(), m_output.constData());
+                return false;
+            }
+        }
+        m_output.remove(0, m_output.indexOf(text) + text.size());
+        return true;
+    }
+
+private:
+    pid_t m_pid = -1;
+    int m_terminal = -1;
+    QByteArray m_output;
 };
 
 /// The files of a terminal with one step, in which "fine" starts and then "odd", which gets the argument.
@@ -211,6 +256,34 @@ private Q_SLOTS:
             "unknown command 'nonsense'|nobody: no running module|fine             stopped|odd              up|"
             "odd   only  RUNNING|No reboot follows|asking the supervisor to end"_s;
         QVERIFY2(isInOrder(texts, run.output()), qPrintable(run.output()));
+    }
+
+    void typedCommands()
+    {
+        const RootDir files;
+        writeTerminal(files, QString());
+        QByteArray lines = "_HiStOrY_V2_\n";
+        for (int i = 0; i < 600; ++i) {
+            lines += "status\\040" + QByteArray::number(i) + '\n';
+        }
+        files.write("/jov-simulator/history"_s, lines);
+        const QTemporaryDir kept;
+        TypedRun run(files, kept.filePath("root"_s));
+        QVERIFY(run.said("terminal> "));
+        run.type("stat\to\t");
+        QVERIFY(run.said("dd "));
+        QFile log(kept.filePath("root/var/log/ApplicationManager.log"_s));
+        QVERIFY(log.open(QIODevice::Append) && log.write("2026-01-01 warning meanwhile\n") > 0);
+        log.close();
+        QVERIFY(run.said("meanwhile") && run.said("terminal> status odd "));
+        run.type("\n");
+        QVERIFY(run.said("RUNNING") && run.said("terminal> "));
+        run.type("\x1b[A\x1b[A");
+        QVERIFY(run.said("599"));
+        run.type("\x15quit\n");
+        QVERIFY(run.said("has ended with status 0"));
+        const QByteArray history = files.read("/jov-simulator/history"_s);
+        QVERIFY2(history.count('\n') == 501 && history.endsWith("status\\040odd\nquit\n"), history.right(40));
     }
 
     void watchdogFollowsSettings()
