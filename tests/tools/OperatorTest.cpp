@@ -172,6 +172,19 @@ private Q_SLOTS:
         ::kill(terminal.pid(), SIGCONT);
     }
 
+    void leavesNoJournalctl()
+    {
+        const RootDir root;
+        root.write("/etc/JovApplication/platform.ini"_s, "[ApplicationManager]\nmodule_output=journal\n");
+        root.writeScript("/bin/journalctl"_s, "echo $$ >$JOV_ROOT/pid; exec sleep 60");
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(root.path("/bin:"_s)) + path);
+        const Outcome outcome = jovctl("log -f --timeout 0.5 A"_s);
+        qputenv("PATH", path);
+        QCOMPARE(outcome.status, 0);
+        QVERIFY(root.read("/pid"_s).toInt() > 0 && ::kill(root.read("/pid"_s).toInt(), 0) != 0);
+    }
+
     void saysWhatIsMissing()
     {
         Terminal terminal("step one 1\nJovWebClient one --ignore-stop");

@@ -6,6 +6,7 @@
 #include "supervision/Parameters.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -52,15 +53,30 @@ void follow(const QString &path)
 
 ExitStatus showJournal(const QString &module, const QString &count, bool follows)
 {
-    QStringList words{QStringLiteral("-t"), module, QStringLiteral("-n"), count};
+    QStringList words{QStringLiteral("--no-pager"), QStringLiteral("-t"), module, QStringLiteral("-n"), count};
     if (follows) {
         words << QStringLiteral("-f");
     }
-    const int status = QProcess::execute(QStringLiteral("journalctl"), words);
-    if (status == -2) {
+    QProcess journal;
+    Interrupt interrupt; // also the end of --timeout: it must not leave the process behind
+    QEventLoop loop;
+    bool isInterrupted = false;
+    QObject::connect(&interrupt, &Interrupt::raised, &journal, [&] {
+        isInterrupted = true;
+        journal.terminate();
+    });
+    QObject::connect(&journal, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+    journal.setProcessChannelMode(QProcess::ForwardedChannels);
+    journal.setStandardInputFile(QProcess::nullDevice());
+    journal.start(QStringLiteral("journalctl"), words);
+    if (!journal.waitForStarted()) {
         throw Failure(ExitStatus::Failed, QStringLiteral("journalctl cannot be run"));
     }
-    return status == 0 ? ExitStatus::Done : ExitStatus::Failed;
+    if (journal.state() != QProcess::NotRunning) {
+        loop.exec();
+    }
+    const bool isDone = journal.exitStatus() == QProcess::NormalExit && journal.exitCode() == 0;
+    return isDone || (isInterrupted && follows) ? ExitStatus::Done : ExitStatus::Failed;
 }
 
 } // namespace
