@@ -1,7 +1,7 @@
 /*
  * The smallest module there can be, so that a boot of many measures the supervisor and not its modules: it speaks to
- * the bus through a bare socket, announces the end of its initialisation with its first write, and then sleeps until its
- * stop event, SIGTERM or the end of the bus.
+ * the bus through a bare socket, announces the end of its initialisation with its first write, and then sleeps until
+ * its stop event, SIGTERM or the end of the bus.
  *
  *     tiny-module --moduleName=NAME [--mute] [--wait=MS] [--compute=MS] [--stop-wait=MS]
  *
@@ -189,14 +189,15 @@ static void sleepUntilStopped(int bus, const char *name)
 static void sleepFor(long milliseconds)
 {
     const struct timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000};
-    nanosleep(&time, NULL);
+    if (milliseconds > 0) { /* a sleep of no time is one of 50 us */
+        nanosleep(&time, NULL);
+    }
 }
 
 static void computeFor(long milliseconds)
 {
     const clock_t end = clock() + milliseconds * (CLOCKS_PER_SEC / 1000);
-    while (clock() < end) {
-    }
+    while (clock() < end) { }
 }
 
 static long numberOf(const char *argument, const char *option)

@@ -104,12 +104,8 @@ BusMessage fromWire(const char *bytes, int size)
 
 BusMessage carried(const BusMessage &message)
 {
-    char *bytes = nullptr;
-    int size = 0;
-    dbus_message_set_serial(message.handle(), 1);
-    require(dbus_message_marshal(message.handle(), &bytes, &size), "a message that can travel is not written");
-    const BusMessage come = fromWire(bytes, size);
-    dbus_free(bytes);
+    const QByteArray bytes = message.wire(1);
+    const BusMessage come = fromWire(bytes.constData(), bytes.size());
     require(!come.isNull(), "a message that can travel would end the connection");
     return come;
 }

@@ -19,6 +19,9 @@ constexpr int longestSleep = 500;
 // How long descriptors and posted events alone are served. GLib's dispatcher lets timers wait while one is ready.
 constexpr int longestWithoutTimers = 20;
 
+constexpr quint32 helloSerial = 1;
+constexpr quint32 firstSerial = 2;
+
 bool (*isInterrupted)() = [] { return false; };
 
 BusMessage noReply(const char *name, const QString &text)
@@ -74,7 +77,12 @@ bool BusConnection::open()
 
 void BusConnection::greet()
 {
-    call(BusMessage::busCall("Hello"), m_limits.answer, [this](const BusMessage &reply) {
+    // libdbus sends this one, behind its authentication.
+    DBusMessage *hello = dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello");
+    dbus_message_set_serial(hello, helloSerial);
+    dbus_connection_send(m_connection, hello, nullptr);
+    dbus_message_unref(hello);
+    expect(helloSerial, m_limits.answer, [this](const BusMessage &reply) {
         if (reply.errorName() == QLatin1String(DBUS_ERROR_DISCONNECTED)) {
             return; // and closed() follows
         }
@@ -84,6 +92,9 @@ void BusConnection::greet()
             return;
         }
         dbus_bus_set_unique_name(m_connection, reply.firstText().toUtf8().constData());
+        int socket = -1;
+        dbus_connection_get_socket(m_connection, &socket);
+        m_outbox.open(socket);
         m_isOpen = true;
         Q_EMIT opened();
     });
@@ -99,9 +110,8 @@ void BusConnection::lose(const QString &reason)
 void BusConnection::close(int limit)
 {
     const QDeadlineTimer deadline(limit);
-    while (m_connection && m_isOpen && dbus_connection_has_messages_to_send(m_connection)
-           && dbus_connection_get_is_connected(m_connection) && !deadline.hasExpired()) {
-        m_watches.waitFor(int(deadline.remainingTime()), false);
+    for (m_outbox.flush(); m_outbox.size() > 0 && !deadline.hasExpired(); m_outbox.flush()) {
+        m_watches.waitFor(int(deadline.remainingTime()), BusWatches::Room);
     }
     drop();
 }
@@ -111,6 +121,7 @@ void BusConnection::drop()
     m_isOpen = false;
     m_more.stop();
     m_held.clear();
+    m_outbox.close();
     if (!m_connection) {
         return;
     }
@@ -233,29 +244,36 @@ void BusConnection::handle(BusMessage message)
 
 quint32 BusConnection::sendNumbered(const BusMessage &message)
 {
-    dbus_uint32_t serial = 0;
-    const bool hasRoom = m_connection && dbus_connection_get_outgoing_size(m_connection) < m_limits.queued;
-    return !message.isNull() && hasRoom && dbus_connection_send(m_connection, message.handle(), &serial) ? serial : 0;
+    if (!m_isOpen || message.isNull() || m_outbox.size() >= m_limits.queued) {
+        return 0;
+    }
+    m_lastSerial = qMax(m_lastSerial + 1, firstSerial);
+    m_outbox.add(message.wire(m_lastSerial));
+    return m_lastSerial;
 }
 
 bool BusConnection::send(const BusMessage &message)
 {
-    return m_isOpen && sendNumbered(message) != 0;
+    return sendNumbered(message) != 0;
 }
 
 bool BusConnection::call(const BusMessage &message, int limit, const Handler &reply)
 {
     const quint32 serial = sendNumbered(message);
-    if (serial == 0) {
-        return false;
+    if (serial != 0) {
+        expect(serial, limit, reply);
     }
+    return serial != 0;
+}
+
+void BusConnection::expect(quint32 serial, int limit, const Handler &reply)
+{
     auto *timer = new QTimer(this);
     timer->setSingleShot(true);
     connect(timer, &QTimer::timeout, this,
             [this, serial] { finish(serial, noReply(DBUS_ERROR_NO_REPLY, QStringLiteral("no reply in time"))); });
     timer->start(limit);
     m_pending.insert(serial, {reply, timer});
-    return true;
 }
 
 void BusConnection::finish(quint32 serial, BusMessage reply)
@@ -274,7 +292,7 @@ void BusConnection::finish(quint32 serial, BusMessage reply)
 
 BusMessage BusConnection::callAndWait(const BusMessage &message, int limit)
 {
-    const quint32 serial = m_isOpen ? sendNumbered(message) : 0;
+    const quint32 serial = sendNumbered(message);
     return serial != 0 ? waitForReply(serial, limit)
                        : noReply(DBUS_ERROR_DISCONNECTED, QStringLiteral("the call cannot be sent"));
 }
@@ -283,6 +301,7 @@ BusMessage BusConnection::waitForReply(quint32 serial, int limit)
 {
     const QDeadlineTimer deadline(limit);
     for (;;) {
+        m_outbox.flush();
         while (dbus_connection_get_dispatch_status(m_connection) == DBUS_DISPATCH_DATA_REMAINS) {
             BusMessage message = pop();
             const bool isReply =
@@ -303,7 +322,8 @@ BusMessage BusConnection::waitForReply(quint32 serial, int limit)
             return noReply(DBUS_ERROR_NO_REPLY, QStringLiteral("no reply in time"));
         }
         LifeSign::give();
-        m_watches.waitFor(int(qMin<qint64>(longestSleep, deadline.remainingTime())), true);
+        m_watches.waitFor(int(qMin<qint64>(longestSleep, deadline.remainingTime())),
+                          m_outbox.size() > 0 ? BusWatches::RoomOrData : BusWatches::Data);
     }
 }
 

@@ -2,6 +2,7 @@
 #define BUS_CONNECTION_H
 
 #include "bus/BusMessage.h"
+#include "bus/BusOutbox.h"
 #include "bus/BusWatches.h"
 #include "bus/CallLimiter.h"
 
@@ -65,8 +66,8 @@ public:
     /// Grows with every connection: a reply goes only to the one that its call came over.
     [[nodiscard]] quint64 generation() const { return m_generation; }
 
-    /// False when it is closed, or when the bus does not take what was sent before. What is sent goes into the socket
-    /// at once if there is room.
+    /// False when it is closed, or when the bus does not take what was sent before. See BusOutbox for the moment of the
+    /// write.
     bool send(const BusMessage &message);
     /// Sends a method call. `reply` is called later, once, with the reply or, after `limit` milliseconds or when the
     /// connection is lost or closed, with an error; not when this is destroyed. False when it cannot be sent: no reply
@@ -104,6 +105,7 @@ private:
     [[nodiscard]] bool hasMore() const;
     [[nodiscard]] bool admits(const BusMessage &message, bool isHeld = false);
     void handle(BusMessage message);
+    void expect(quint32 serial, int limit, const Handler &reply);
     void finish(quint32 serial, BusMessage reply);
     [[nodiscard]] quint32 sendNumbered(const BusMessage &message);
     [[nodiscard]] BusMessage waitForReply(quint32 serial, int limit);
@@ -112,6 +114,7 @@ private:
     const BusLimits m_limits;
     Handler m_handler;
     BusWatches m_watches;
+    BusOutbox m_outbox;
     DBusConnection *m_connection = nullptr;
     CallLimiter m_limiter;
     QHash<quint32, PendingCall> m_pending;
@@ -120,6 +123,7 @@ private:
     QElapsedTimer m_busy;
     QString m_errorText;
     quint64 m_generation = 0;
+    quint32 m_lastSerial = 0;
     bool m_isOpen = false;
 };
 

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <memory>
 #include <utility>
 
 struct DBusMessage;
@@ -36,10 +37,12 @@ public:
     BusMessage(const BusMessage &other);
     BusMessage(BusMessage &&other) noexcept
         : m_message(std::exchange(other.m_message, nullptr))
+        , m_draft(std::move(other.m_draft))
     { }
     BusMessage &operator=(BusMessage other) noexcept
     {
         std::swap(m_message, other.m_message);
+        std::swap(m_draft, other.m_draft);
         return *this;
     }
     ~BusMessage();
@@ -57,7 +60,7 @@ public:
     [[nodiscard]] bool setArguments(const QVariantList &arguments);
     void setWantsNoReply();
 
-    [[nodiscard]] bool isNull() const { return !m_message; }
+    [[nodiscard]] bool isNull() const { return !m_message && !m_draft; }
     [[nodiscard]] Type type() const;
     [[nodiscard]] Origin origin() const;
     [[nodiscard]] quint32 replySerial() const;
@@ -73,11 +76,21 @@ public:
     [[nodiscard]] QString firstText() const;
     [[nodiscard]] bool isSignal(const char *interface, const char *member) const;
 
-    /// For the connection alone.
-    [[nodiscard]] DBusMessage *handle() const { return m_message; }
+    /// The bytes of a message to send.
+    [[nodiscard]] QByteArray wire(quint32 serial) const;
 
 private:
-    DBusMessage *m_message = nullptr;
+    struct Draft;
+
+    BusMessage(int type, int flags);
+    static BusMessage to(int type, int flags, const QByteArray &path, const QByteArray &interface,
+                         const QByteArray &member);
+    static BusMessage answer(int type, const Origin &origin);
+    void write(const QVariantList &arguments);
+    DBusMessage *parsed() const;
+
+    mutable DBusMessage *m_message = nullptr; ///< received, or a draft that somebody reads
+    std::shared_ptr<Draft> m_draft;
 };
 
 #endif

@@ -1,9 +1,6 @@
 #include "bus/BusWatches.h"
 
 #include <QSocketNotifier>
-#include <QVector>
-
-#include <cerrno>
 
 #include <dbus/dbus.h>
 #include <poll.h>
@@ -80,24 +77,20 @@ void BusWatches::read(quintptr watch)
     dbus_watch_handle(reinterpret_cast<DBusWatch *>(watch), DBUS_WATCH_READABLE);
 }
 
-bool BusWatches::waitFor(int limit, bool reading)
+void BusWatches::waitFor(int limit, Readiness readiness)
 {
-    QVector<pollfd> sockets;
-    QVector<DBusWatch *> watches;
+    int descriptor = -1;
+    DBusWatch *reader = nullptr;
     for (auto entry = m_notifiers.cbegin(); entry != m_notifiers.cend(); ++entry) {
-        DBusWatch *watch = entry.key();
-        const bool forReading = isForReading(watch);
-        if (dbus_watch_get_enabled(watch) && (reading || !forReading)) {
-            sockets.append({dbus_watch_get_unix_fd(watch), short(forReading ? POLLIN : POLLOUT), 0});
-            watches.append(watch);
+        descriptor = dbus_watch_get_unix_fd(entry.key());
+        // It is disabled while as much as is allowed is read and not handled.
+        if ((readiness & Data) != 0 && isForReading(entry.key()) && dbus_watch_get_enabled(entry.key())) {
+            reader = entry.key();
         }
     }
-    const int ready = poll(sockets.data(), nfds_t(sockets.size()), limit);
-    for (int i = 0; i < sockets.size() && ready > 0; ++i) {
-        // Handling one can end the connection, and the other with it.
-        if (sockets.at(i).revents != 0 && m_notifiers.contains(watches.at(i))) {
-            dbus_watch_handle(watches.at(i), isForReading(watches.at(i)) ? DBUS_WATCH_READABLE : DBUS_WATCH_WRITABLE);
-        }
+    const auto events = short((reader ? POLLIN : 0) | ((readiness & Room) != 0 ? POLLOUT : 0));
+    pollfd socket{events != 0 ? descriptor : -1, events, 0};
+    if (poll(&socket, 1, limit) > 0 && reader && (socket.revents & ~POLLOUT) != 0) {
+        dbus_watch_handle(reader, DBUS_WATCH_READABLE);
     }
-    return ready >= 0 || errno != EINTR;
 }

@@ -7,7 +7,6 @@
 class QSocketNotifier;
 struct DBusConnection;
 struct DBusWatch;
-struct pollfd;
 
 /// The sockets of a connection of libdbus, watched by Qt's event loop.
 class BusWatches : public QObject
@@ -20,9 +19,10 @@ public:
     void attach(DBusConnection *connection);
     /// To be called before the connection is closed.
     void detach();
-    /// Sleeps until a socket is ready, `limit` milliseconds at most, and handles it. False when a signal handler
-    /// ran instead.
-    bool waitFor(int limit, bool reading);
+    enum Readiness { Data = 1, Room = 2, RoomOrData = Data | Room };
+    /// Sleeps until the socket has room or data, `limit` milliseconds at most, or until a signal handler has run, and
+    /// reads the data.
+    void waitFor(int limit, Readiness readiness);
 
 Q_SIGNALS:
     /// There is something to read. Whoever takes it calls read().

@@ -1,3 +1,4 @@
+#include "bus/BusOutbox.h"
 #include "system/LifeSign.h"
 #include "system/Spawn.h"
 
@@ -134,6 +135,7 @@ int qor_system(const QByteArray &commandLine, const std::function<bool()> &goOn)
 int qor_execute(const QByteArray &program, const std::vector<QByteArray> &arguments, const std::function<bool()> &goOn)
 {
     LifeSign::give();
+    BusOutbox::flushAll();
     Spawn spawn;
     // A tool whose output is closed would print into the first file that it opens.
     spawn.fillClosedStreams();

@@ -1,6 +1,7 @@
 #include "daemon/RunManager.h"
 
 #include "bus/BusConnection.h"
+#include "bus/BusOutbox.h"
 #include "daemon/Heartbeat.h"
 #include "daemon/Options.h"
 #include "daemon/ParentProcess.h"
@@ -30,6 +31,7 @@ QString watchdogDevice(const ApplicationManager &manager)
 int runManager(int argc, char **argv, pid_t parent, OwnStreams ownStreams, const ManagerTiming &timing)
 {
     JovApplication application(argc, argv);
+    BusOutbox::collect();
     // Here a missing descriptor still ends the process; at the first launch it would be too late.
     ChildReaper &reaper = ChildReaper::instance();
     int result = 0;

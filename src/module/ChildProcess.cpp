@@ -1,5 +1,6 @@
 #include "module/ChildProcess.h"
 
+#include "bus/BusOutbox.h"
 #include "module/ChildReaper.h"
 #include "system/Spawn.h"
 
@@ -85,6 +86,8 @@ bool ChildProcess::start(const Command &command)
             spawn.discardOutput();
         }
         const std::vector<QByteArray> words = wordsOf(command);
+        // Nothing that the child sends may come before what was sent before its start.
+        BusOutbox::flushAll();
         const ChildMask mask(command.mask);
         error = spawn.run(m_pid, words.front(), words);
     }
@@ -102,6 +105,7 @@ void ChildProcess::kill()
 {
     // Its number is its own, and that of its group, until it is reaped. It can have left the group.
     if (isRunning()) {
+        BusOutbox::flushAll();
         ::kill(-m_pid, SIGKILL);
         ::kill(m_pid, SIGKILL);
     }

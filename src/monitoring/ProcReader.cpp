@@ -1,5 +1,6 @@
 #include "monitoring/ProcReader.h"
 
+#include "bus/BusOutbox.h"
 #include "catalogue/Saturated.h"
 #include "monitoring/ProcParser.h"
 #include "system/ProcStat.h"
@@ -19,6 +20,7 @@ constexpr double ticksPerSecond = 100.0;
 void sleepFor(std::chrono::milliseconds period)
 {
     using namespace std::chrono;
+    BusOutbox::flushAll();
     timespec end = {};
     ::clock_gettime(CLOCK_MONOTONIC, &end);
     const nanoseconds until = seconds(end.tv_sec) + nanoseconds(end.tv_nsec) + period;

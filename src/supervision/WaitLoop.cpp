@@ -1,6 +1,7 @@
 #include "supervision/WaitLoop.h"
 
 #include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
@@ -24,11 +25,26 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
     }
 
     const int level = ++m_depth;
+    // GLib's dispatcher takes the events that came in one batch with the current one for handled, and would sleep
+    // although they are pending.
+    QCoreApplication::sendPostedEvents();
     QEventLoop loop;
     // Only the innermost wait tests itself: a lower one that kept quitting would keep the upper one from ever sleeping.
-    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &loop, [&] {
-        if (level == m_depth && reached()) {
-            loop.quit();
+    bool quits = false;
+    const auto quitIfReached = [&] {
+        if (quits || level != m_depth || !reached()) {
+            return false;
+        }
+        quits = true;
+        loop.quit();
+        return true;
+    };
+    QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
+    connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &loop, quitIfReached);
+    // After a turn, so that what follows the wait is sent together with what has ended it.
+    connect(dispatcher, &QAbstractEventDispatcher::awake, &loop, [&] {
+        if (quitIfReached()) {
+            QCoreApplication::sendPostedEvents(); // What is queued comes before what follows the wait.
         }
     });
     QTimer limitTimer;
@@ -47,9 +63,6 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
     if (limit >= 0) {
         limitTimer.start(limit);
     }
-    // GLib's dispatcher takes the events that came in one batch with the current one for handled, and would sleep
-    // although they are pending.
-    QAbstractEventDispatcher::instance()->wakeUp();
     loop.exec();
     if (--m_depth == 0) {
         Q_EMIT idle();

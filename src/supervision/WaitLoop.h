@@ -8,9 +8,9 @@
 /**
  * Waits inside which the event loop turns, the only place of the daemon where it does so below the outermost level.
  *
- * A wait sleeps in the loop until the next event; its condition is tested whenever the loop is about to sleep again, so
- * a wait costs neither processor time nor a delay. Any slot may run inside a wait and begin a wait of its own on top of
- * it; the lower one goes on when the upper one has ended.
+ * A wait sleeps in the loop until the next event; its condition is tested after each turn of the loop, so a wait costs
+ * neither processor time nor a delay. Any slot may run inside a wait and begin a wait of its own on top of it; the
+ * lower one goes on when the upper one has ended.
  *
  * depth() is what protects the lists: while it is not 0 there are frames on the stack that hold nodes and records, and
  * nothing may be destroyed under them. idle() is emitted when the last of them is about to return.
