@@ -3,9 +3,13 @@
 #include <jov/BusNames.h>
 #include <jov/Log.h>
 
+#include <utility>
+
 namespace {
 
-constexpr int mostOwnRules = 400;
+// With more of them the bus compares each event with so many rules that it costs more than waking this process for the
+// events of others does (docs/performance.md).
+constexpr int mostOwnRules = 128;
 // The bus refuses a longer one.
 constexpr int longestRule = 1024;
 constexpr char eventSignature[] = "sa{sv}";
@@ -79,7 +83,7 @@ void EventBus::takeRules()
 void EventBus::forgetRules()
 {
     m_ownNames.clear();
-    m_sharedNames.clear();
+    m_hasCommonRule = false;
 }
 
 void EventBus::sendRule(const char *method, const QString &rule)
@@ -91,7 +95,7 @@ void EventBus::sendRule(const char *method, const QString &rule)
 
 void EventBus::takeRule(const QString &name)
 {
-    if (!m_link.isOpen()) {
+    if (!m_link.isOpen() || m_hasCommonRule) {
         return;
     }
     const QString rule = ruleOf(name);
@@ -100,17 +104,20 @@ void EventBus::takeRule(const QString &name)
         sendRule("AddMatch", rule);
         return;
     }
-    if (m_sharedNames.isEmpty()) {
-        sendRule("AddMatch", commonRule());
+    m_hasCommonRule = true;
+    sendRule("AddMatch", commonRule());
+    const QSet<QString> covered = std::exchange(m_ownNames, {});
+    for (const QString &own : covered) {
+        sendRule("RemoveMatch", ruleOf(own));
     }
-    m_sharedNames.insert(name);
 }
 
 void EventBus::dropRule(const QString &name)
 {
     if (m_ownNames.remove(name)) {
         sendRule("RemoveMatch", ruleOf(name));
-    } else if (m_sharedNames.remove(name) && m_sharedNames.isEmpty()) {
+    } else if (m_hasCommonRule && m_subscriptions.isEmpty()) {
+        m_hasCommonRule = false;
         sendRule("RemoveMatch", commonRule());
     }
 }

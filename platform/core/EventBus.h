@@ -11,9 +11,9 @@
 /**
  * The events of a component, and its link to the bus that they come over.
  *
- * Each name has a match rule of its own, so that nobody else's events wake the component. The system bus allows 512
- * rules for each connection: beyond four hundred names, and for a name that is too long for a rule, one rule brings all
- * events. The look-up is ours in any case, so an event comes once whatever rules there are.
+ * Each of a few names has a match rule of its own, so that nobody else's events wake the component. When there are more,
+ * or one that is too long for a rule, a single rule brings all events from then on, until no subscription is left. The
+ * look-up is ours in any case, so an event comes once whatever rules there are.
  *
  * A rule is requested without waiting for an answer. The bus takes what one connection sends in order: the rule holds
  * for all that happens because of what is sent after it.
@@ -44,7 +44,7 @@ private:
     const QString m_path;
     EventSubscriptions m_subscriptions;
     QSet<QString> m_ownNames; ///< names with a match rule of their own
-    QSet<QString> m_sharedNames; ///< names behind the rule for all events, which is there while this is not empty
+    bool m_hasCommonRule = false; ///< and no other
     BusLink m_link;
     Announcements m_announcements;
 };

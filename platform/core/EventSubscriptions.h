@@ -25,6 +25,7 @@ public:
     /// False when there was no such subscription.
     bool remove(const QString &name, QObject *receiver, const char *slot);
     [[nodiscard]] bool contains(const QString &name) const { return m_subscriptions.contains(name); }
+    [[nodiscard]] bool isEmpty() const { return m_subscriptions.isEmpty(); }
     [[nodiscard]] QStringList names() const { return m_subscriptions.keys(); }
 
     /// An exception that a slot throws is logged; the next receiver gets the event all the same.

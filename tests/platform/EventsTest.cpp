@@ -90,18 +90,19 @@ private Q_SLOTS:
         });
     }
 
-    // A component with few subscriptions has one rule a name, so that other events do not wake it; none has too many.
+    // A component with few subscriptions has one rule a name, so that other events do not wake it; others have one rule.
     void rulesOnTheBus_data()
     {
         columns<QStringList, int>("names", "rules");
-        QStringList hundred;
-        for (int i = 0; i < 100; ++i) {
-            hundred << "event_%1"_s.arg(i);
+        QStringList events;
+        for (int i = 0; i < 200; ++i) {
+            events << "event_%1"_s.arg(i);
         }
-        row("plain names", QStringList(hundred.mid(0, 3)), 3);
+        row("plain names", QStringList(events.mid(0, 3)), 3);
         row("odd names", QStringList{"a b"_s, "a'b"_s}, 2);
-        row("mixed", QStringList{"a b"_s, hundred.first()}, 2);
-        row("many", hundred, 100);
+        row("mixed", QStringList{"a b"_s, events.first()}, 2);
+        row("many", QStringList(events.mid(0, 128)), 128);
+        row("too many", events, 1);
         row("too long for a rule", QStringList{QString(2000, u'x'), QString(2000, u'y')}, 1);
     }
 
