@@ -18,6 +18,7 @@ bool EventSubscriptions::add(const QString &name, QObject *receiver, const char 
         return true;
     }
     list.append({++m_lastNumber, receiver, *found});
+    m_names.insert(receiver, name);
     connect(receiver, &QObject::destroyed, this, &EventSubscriptions::removeReceiver, Qt::UniqueConnection);
     if (list.size() == 1) {
         Q_EMIT nameTaken(name);
@@ -38,6 +39,7 @@ bool EventSubscriptions::remove(const QString &name, QObject *receiver, const ch
         return false;
     }
     list->erase(subscription);
+    m_names.remove(receiver, name);
     if (list->isEmpty()) {
         m_subscriptions.erase(list);
         Q_EMIT nameGone(name);
@@ -49,13 +51,17 @@ void EventSubscriptions::removeReceiver(const QObject *receiver)
 {
     QStringList gone;
     const auto isOfReceiver = [&](const Subscription &s) { return s.receiver == receiver; };
-    for (auto list = m_subscriptions.begin(); list != m_subscriptions.end();) {
+    const QStringList names = m_names.values(receiver);
+    m_names.remove(receiver);
+    for (const QString &name : names) {
+        const auto list = m_subscriptions.find(name);
+        if (list == m_subscriptions.end()) {
+            continue; // It had two slots for this name.
+        }
         list->erase(std::remove_if(list->begin(), list->end(), isOfReceiver), list->end());
         if (list->isEmpty()) {
-            gone.append(list.key());
-            list = m_subscriptions.erase(list);
-        } else {
-            ++list;
+            gone.append(name);
+            m_subscriptions.erase(list);
         }
     }
     for (const QString &name : qAsConst(gone)) {

@@ -49,6 +49,7 @@ private:
     [[nodiscard]] bool isAlive(const QString &name, quint64 number) const;
 
     QHash<QString, QVector<Subscription>> m_subscriptions;
+    QMultiHash<const QObject *, QString> m_names; ///< of each receiver, one for each of its subscriptions
     quint64 m_lastNumber = 0;
 };
 

@@ -3,10 +3,10 @@
 #include <QSocketNotifier>
 
 #include <array>
-#include <bitset>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <map>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -23,15 +23,22 @@ struct Route
 
 std::array<Route, NSIG> routes; // by the signal's number
 
+/// What goes through the pipe, undivided.
+struct Raised
+{
+    int signal;
+    int sender;
+};
+
 // Async-signal-safe calls alone.
 void handle(int signal, siginfo_t *info, void *context)
 {
     const int error = errno;
     const Route &route = routes[std::size_t(signal)];
     if (!route.filter || route.filter(signal)) {
-        const char number = char(signal);
+        const Raised raised{signal, info->si_pid};
         // It fails only if the pipe is full, of signals that the loop has not read yet.
-        const ssize_t written = write(route.writeEnd, &number, 1);
+        const ssize_t written = write(route.writeEnd, &raised, sizeof raised);
         static_cast<void>(written);
     }
     if ((route.previous.sa_flags & SA_SIGINFO) != 0) {
@@ -78,17 +85,16 @@ SignalBridge::SignalBridge(const std::vector<int> &signalNumbers, Filter filter)
 
 void SignalBridge::deliver()
 {
-    std::bitset<NSIG> pending;
-    std::array<char, 64> numbers; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
-    ssize_t count = 0;
-    while ((count = read(m_readEnd, numbers.data(), numbers.size())) > 0) {
-        for (ssize_t i = 0; i < count; ++i) {
-            pending.set(std::size_t(numbers[std::size_t(i)]));
+    std::map<int, QVector<int>> pending;
+    std::array<Raised, 64> signalsRead; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
+    ssize_t size = 0;
+    do {
+        size = read(m_readEnd, signalsRead.data(), sizeof signalsRead);
+        for (ssize_t i = 0; i < size / ssize_t(sizeof(Raised)); ++i) {
+            pending[signalsRead[std::size_t(i)].signal].append(signalsRead[std::size_t(i)].sender);
         }
-    }
-    for (int signal = 1; signal < NSIG; ++signal) {
-        if (pending.test(std::size_t(signal))) {
-            Q_EMIT raised(signal);
-        }
+    } while (size == ssize_t(sizeof signalsRead));
+    for (const auto &[signal, senders] : pending) {
+        Q_EMIT raised(signal, senders);
     }
 }

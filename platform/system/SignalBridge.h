@@ -2,6 +2,7 @@
 #define SIGNAL_BRIDGE_H
 
 #include <QObject>
+#include <QVector>
 
 #include <vector>
 
@@ -25,7 +26,8 @@ public:
     explicit SignalBridge(const std::vector<int> &signalNumbers, Filter filter = nullptr);
 
 Q_SIGNALS:
-    void raised(int signal);
+    /// The processes that sent it, or, for SIGCHLD, that have ended; some may be missing.
+    void raised(int signal, const QVector<int> &senders);
 
 private:
     void deliver();

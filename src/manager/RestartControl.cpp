@@ -10,7 +10,11 @@ RestartControl::RestartControl(SupervisionState &state, RestartSteps &steps)
     , m_steps(steps)
 {
     // Queued: the frame of the wait that ends, and the walk around it, return first.
-    connect(&state.waits(), &WaitLoop::idle, this, &RestartControl::proceed, Qt::QueuedConnection);
+    connect(&state.waits(), &WaitLoop::idle, this, [this] {
+        if (m_pending != Kind::None) {
+            QMetaObject::invokeMethod(this, &RestartControl::proceed, Qt::QueuedConnection);
+        }
+    });
 }
 
 void RestartControl::reset()

@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
 #include <csignal>
 
 #include <sys/wait.h>
@@ -19,7 +20,12 @@ ChildReaper &ChildReaper::instance()
 ChildReaper::ChildReaper()
     : m_bridge({SIGCHLD})
 {
-    connect(&m_bridge, &SignalBridge::raised, this, &ChildReaper::reapEnded);
+    connect(&m_bridge, &SignalBridge::raised, this, [this](int /*signal*/, const QVector<int> &senders) {
+        // The kernel looks for an ended child among all of them. Signals that come together are one, so it is asked,
+        // too.
+        std::for_each(senders.cbegin(), senders.cend(), [this](pid_t pid) { ask(pid); });
+        reapEnded();
+    });
 }
 
 void ChildReaper::giveUp(pid_t pid, const QString &name)
@@ -46,33 +52,32 @@ void ChildReaper::reapEnded()
         if (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid == 0) {
             return;
         }
-        // What an end leads to may run the event loop, come here again, and destroy children.
-        if (ChildProcess *child = m_children.take(ended.si_pid)) {
-            child->reap();
-        } else if (m_givenUp.remove(ended.si_pid) > 0) {
-            waitpid(ended.si_pid, nullptr, WNOHANG);
-        } else {
+        if (!m_children.contains(ended.si_pid) && !m_givenUp.contains(ended.si_pid)) {
             // Somebody else's, which hides ours.
             askEach();
             return;
         }
+        ask(ended.si_pid);
     }
 }
 
 void ChildReaper::askEach()
 {
-    const auto hasEnded = [](pid_t pid) {
-        siginfo_t ended = {};
-        return waitid(P_PID, id_t(pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == pid;
-    };
-    for (const pid_t pid : m_children.keys()) {
-        if (m_children.contains(pid) && hasEnded(pid)) {
-            m_children.take(pid)->reap();
-        }
+    const QList<pid_t> pids = m_children.keys() + m_givenUp.keys();
+    std::for_each(pids.cbegin(), pids.cend(), [this](pid_t pid) { ask(pid); });
+}
+
+void ChildReaper::ask(pid_t pid)
+{
+    siginfo_t ended = {};
+    const bool isOurs = m_children.contains(pid) || m_givenUp.contains(pid);
+    if (!isOurs || waitid(P_PID, id_t(pid), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != pid) {
+        return;
     }
-    for (const pid_t pid : m_givenUp.keys()) {
-        if (hasEnded(pid) && m_givenUp.remove(pid) > 0) {
-            waitpid(pid, nullptr, WNOHANG);
-        }
+    // What an end leads to may run the event loop, come here again, and destroy children.
+    if (ChildProcess *child = m_children.take(pid)) {
+        child->reap();
+    } else if (m_givenUp.remove(pid) > 0) {
+        waitpid(pid, nullptr, WNOHANG);
     }
 }

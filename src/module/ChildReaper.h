@@ -39,6 +39,7 @@ private:
 
     void reapEnded();
     void askEach();
+    void ask(pid_t pid);
 
     SignalBridge m_bridge;
     QHash<pid_t, ChildProcess *> m_children;

@@ -90,7 +90,7 @@ private Q_SLOTS:
         });
     }
 
-    // A component with few subscriptions has one rule a name, so that other events do not wake it; others have one rule.
+    // With few subscriptions there is one rule a name, so that other events do not wake the component; else one for all.
     void rulesOnTheBus_data()
     {
         columns<QStringList, int>("names", "rules");
