@@ -11,9 +11,9 @@
 /**
  * The events of a component, and its link to the bus that they come over.
  *
- * Each of a few names has a match rule of its own, so that nobody else's events wake the component. When there are more,
- * or one that is too long for a rule, a single rule brings all events from then on, until no subscription is left. The
- * look-up is ours in any case, so an event comes once whatever rules there are.
+ * Each of a few names has a match rule of its own, so that nobody else's events wake the component. If there are more,
+ * or one that is too long for a rule, a single rule brings all events from then on, until no subscription is left.
+ * The look-up is ours in any case, so an event comes once whatever rules there are.
  *
  * A rule is requested without waiting for an answer. The bus takes what one connection sends in order: the rule holds
  * for all that happens because of what is sent after it.

@@ -42,9 +42,10 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
     QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
     connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &loop, quitIfReached);
     // After a turn, so that what follows the wait is sent together with what has ended it.
-    connect(dispatcher, &QAbstractEventDispatcher::awake, &loop, [&] {
+    connect(dispatcher, &QAbstractEventDispatcher::awake, &loop, [&, dispatcher] {
         if (quitIfReached()) {
-            QCoreApplication::sendPostedEvents(); // What is queued comes before what follows the wait.
+            // What is pending comes before what follows the wait.
+            dispatcher->processEvents(QEventLoop::EventLoopExec);
         }
     });
     QTimer limitTimer;

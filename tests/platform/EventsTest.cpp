@@ -90,7 +90,7 @@ private Q_SLOTS:
         });
     }
 
-    // With few subscriptions there is one rule a name, so that other events do not wake the component; else one for all.
+    // With few subscriptions each name has a rule, so that other events do not wake the component; else one has all.
     void rulesOnTheBus_data()
     {
         columns<QStringList, int>("names", "rules");
