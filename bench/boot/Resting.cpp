@@ -2,9 +2,9 @@
 
 #include "rig/FigureTable.h"
 #include "rig/MeasuredBoot.h"
+#include "rig/ProcessTime.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
@@ -22,18 +22,6 @@ QByteArray contents(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// Nanoseconds on a processor, all threads together.
-qint64 processorTime(qint64 pid)
-{
-    qint64 sum = 0;
-    const QString tasks = QStringLiteral("/proc/%1/task/").arg(pid);
-    const QStringList threads = QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString &thread : threads) {
-        sum += contents(tasks + thread + QStringLiteral("/schedstat")).split(' ').value(0).toLongLong();
-    }
-    return sum;
 }
 
 /// What a process shares with nobody, in kB.
@@ -128,10 +116,10 @@ Rest watch(qint64 pid, const PrivateBus &bus, int seconds)
 {
     // What the boot left to do is done by now.
     QThread::sleep(1);
-    const qint64 before = processorTime(pid);
+    const double before = processorTime(pid);
     QThread::sleep(ulong(seconds));
-    const qint64 after = processorTime(pid);
-    return {double(after - before) / 1e6, systemCalls(pid, seconds), privateMemory(pid, bus.processId())};
+    const double after = processorTime(pid);
+    return {after - before, systemCalls(pid, seconds), privateMemory(pid, bus.processId())};
 }
 
 Rest watchBoot(MeasuredBoot::By by, const Programs &programs, int seconds)

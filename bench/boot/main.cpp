@@ -2,8 +2,10 @@
 // took, and what the supervisor of a hundred modules costs when nothing happens.
 
 #include "boot/Ahead.h"
+#include "boot/Lean.h"
 #include "boot/Resting.h"
 #include "rig/FigureTable.h"
+#include "rig/LastFigures.h"
 #include "rig/MeasuredBoot.h"
 #include "rig/Statistics.h"
 
@@ -128,7 +130,16 @@ int main(int argc, char **argv)
                                    QStringLiteral("Start and stop many modules at the same time, no more."));
     const QCommandLineOption bare(QStringLiteral("bare"),
                                   QStringLiteral("Compare with a loop of posix_spawn and libdbus instead of Qt's."));
-    parser.addOptions({bare, repetitions, seconds, daemon, only, against, ahead});
+    const QCommandLineOption lean(
+        QStringLiteral("lean"),
+        QStringLiteral("Compare start and stop, one after the other, with two bare loops, no more. One chain has so "
+                       "many modules."),
+        QStringLiteral("modules"));
+    const QCommandLineOption figures(QStringLiteral("figures"),
+                                     QStringLiteral("With --lean: compare with the figures in this file, and keep the "
+                                                    "new ones there."),
+                                     QStringLiteral("path"));
+    parser.addOptions({bare, repetitions, seconds, daemon, only, against, ahead, lean, figures});
     parser.process(application);
 
     MeasuredBoot::becomeSubreaper();
@@ -139,6 +150,12 @@ int main(int argc, char **argv)
     const int times = parser.value(repetitions).toInt();
     if (parser.isSet(only)) {
         measureOneChain(programs, parser.value(only).toInt(), times, parser.value(against));
+        return 0;
+    }
+    if (parser.isSet(lean)) {
+        LastFigures last(parser.value(figures));
+        measureLean(programs, times, parser.value(lean).toInt(), last);
+        last.printChanges();
         return 0;
     }
     if (parser.isSet(ahead)) {

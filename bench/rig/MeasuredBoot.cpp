@@ -164,7 +164,11 @@ double MeasuredBoot::stop()
     elapsed.start();
     const pid_t pid = pid_t(std::exchange(m_pid, 0));
     kill(pid, SIGTERM);
-    waitpid(pid, nullptr, 0);
+    if (m_process.state() == QProcess::NotRunning) {
+        waitpid(pid, nullptr, 0);
+    } else {
+        m_process.waitForFinished(longestBoot);
+    }
     return double(elapsed.nsecsElapsed()) / 1e6;
 }
 

@@ -49,7 +49,7 @@ public:
     [[nodiscard]] double perModule() const;
     /// From the start of the supervisor to the last announcement, in milliseconds.
     [[nodiscard]] double whole() const { return double(m_lastAt) / 1e6; }
-    /// Ends the daemon with SIGTERM: how long that takes, in milliseconds.
+    /// Ends the supervisor with SIGTERM: how long that takes, in milliseconds.
     double stop();
     /// The process that supervises the modules.
     [[nodiscard]] qint64 supervisor() const { return m_pid; }

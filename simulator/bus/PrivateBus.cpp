@@ -16,7 +16,8 @@ const char configuration[] = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD 
     <allow own="*"/>
   </policy>
   <limit name="max_match_rules_per_connection">512</limit>
-  <limit name="max_connections_per_user">2000</limit>
+  <limit name="max_connections_per_user">5000</limit>
+  <limit name="max_completed_connections">5000</limit>
 </busconfig>
 )";
 
