@@ -1,20 +1,36 @@
 #include "bus/BusConnection.h"
+#include "bus/BusOutbox.h"
 #include "platform/Component.h"
 #include "support/DataTable.h"
 
 #include <jov/JovLogger.h>
+#include <jov/JovProcess.h>
 
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QThread>
 #include <QTimer>
 
 #include <algorithm>
+#include <atomic>
 #include <vector>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+/// Hears events while the loop of the test is blocked.
+class Listener : public QObject
+{
+    Q_OBJECT
+
+public:
+    std::atomic<int> count{0};
+
+public Q_SLOTS:
+    void heard() { ++count; }
+};
 
 class LifeTest : public QObject
 {
@@ -225,6 +241,29 @@ private Q_SLOTS:
                 QVERIFY(component.syncRemoteCall("Probe"_s, name + u' ').isError());
             }
         });
+    }
+
+    // Last: from here on the process collects. Neither what blocks its loop nor its end may hold messages back.
+    void collectedMessages()
+    {
+        BusOutbox::collect();
+        QThread thread;
+        thread.start();
+        Listener listener;
+        listener.moveToThread(&thread);
+        Peer peer(*m_bus);
+        peer.connection.connect(QString(), "/Probe"_s, QString(), "event"_s, &listener, SLOT(heard()));
+        exchangeWithBus(peer.connection);
+        Component component;
+        component.live([&] {
+            component.notifyEvent("one"_s);
+            qor_execute("/bin/sh", {"sh", "-c", "exec sleep 5"}, [&] { return listener.count < 1; });
+            QCOMPARE(int(listener.count), 1);
+            component.notifyEvent("two"_s);
+        });
+        QTRY_COMPARE(int(listener.count), 2);
+        thread.quit();
+        thread.wait();
     }
 
 private:
