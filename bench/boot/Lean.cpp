@@ -157,7 +157,7 @@ void measureLean(const Programs &programs, int repetitions, int longChain, LastF
     LeanTable table(QStringLiteral("One after the other (medians of %1, in turns)").arg(repetitions), last);
     useOneProcessor(true);
     addShortChain(table, programs, repetitions, true);
-    addLongChain(table, programs, qMin(repetitions, 3), longChain);
+    addLongChain(table, programs, qMin(repetitions, 5), longChain);
     useOneProcessor(false);
     addShortChain(table, programs, repetitions, false);
     table.print();

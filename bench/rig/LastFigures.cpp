@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr double timesNoise = 3; // of both runs together
 constexpr double smallest = 0.02; // of the figure
 
 } // namespace
@@ -53,7 +52,7 @@ void LastFigures::printChanges() const
             continue;
         }
         const double change = std::abs(figure->median - last->median);
-        if (change > timesNoise * (figure->noise + last->noise) && change > smallest * last->median) {
+        if (change > figure->noise + last->noise && change > smallest * last->median) {
             std::printf("%s: %.3g, was %.3g\n", qPrintable(figure.key()), figure->median, last->median);
         }
     }
