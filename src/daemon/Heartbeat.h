@@ -21,6 +21,11 @@ public:
 
     /// Feeds this device from now on, and lets go of another. A path with the root prefix; empty: none.
     void watch(const QString &device);
+    /// Between two beats; 0 when nobody is fed.
+    [[nodiscard]] std::chrono::milliseconds interval() const
+    {
+        return m_timer.isActive() ? m_timer.intervalAsDuration() : std::chrono::milliseconds(0);
+    }
     /// An orderly end. Without it the device resets the terminal.
     void disarm();
 

@@ -65,6 +65,7 @@ private Q_SLOTS:
         install("c/file"_s, QByteArray());
         Catalogue catalogue;
         catalogue.applicationMap["stale"_s] = std::make_unique<ApplicationRecord>();
+        catalogue.applicationMap["stale"_s]->setStatus(ConfigStatus::ok);
         QStringList placed;
         QVERIFY(catalogue.scanApplications(ApplicationType::Module, ddrSize, [&placed](ApplicationRecord &record) {
             placed.append(record.getName() + u' ' + record.getInitStep() + u' ' + record.getDescription());
@@ -109,9 +110,10 @@ private Q_SLOTS:
         record.setInitStep("net"_s);
         record.setNeedUpgrade(true);
         record.setMaxMemory(MemoryCeiling(-1));
+        record.setExtraArgs({"x"_s, "y"_s});
         QCOMPARE(record.toString(),
                  "ID:0 name:Gate type:0 status: state: description: settings_deployed:0 ov: or: "
-                 "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:"_s);
+                 "need_upgrade:1 initStep:net maxMemory:-1 depend:a;b extraArgs:x;y"_s);
     }
 
     void config_data()
@@ -130,6 +132,7 @@ private Q_SLOTS:
         ApplicationRecord record;
         record.setName("kelmmi"_s);
         readConfig(record, ddrSize);
+        QVERIFY(!record.getSettingsDeployed());
         const QStringList fields = {record.getStatus(),
                                     record.getInitStep(),
                                     record.getDescription(),

@@ -86,6 +86,37 @@ private Q_SLOTS:
         QCOMPARE(m_root.log(logged).filter("refuses a time-out of 30 s: not armed"_s).size(), errors);
     }
 
+    void interval_data()
+    {
+        columns<QByteArray, QByteArray, QString, int>("timeOut", "watched", "device", "interval");
+        const QString null = "/dev/null"_s;
+        row("nobody", QByteArray(), QByteArray(), "", 0);
+        row("half of the time-out", QByteArray("500000"), QByteArray(), "", 250);
+        row("of the process that was started", QByteArray("500000"), QByteArray("4711"), "", 250);
+        row("of this process", QByteArray("500000"), QByteArray::number(getpid()), "", 250);
+        row("of another process", QByteArray("500000"), QByteArray::number(getppid()), "", 0);
+        row("a third of the device's", QByteArray(), QByteArray(), null, 10000);
+        row("both", QByteArray("500000"), QByteArray(), null, 250);
+        row("both, the device first", QByteArray("60000000"), QByteArray(), null, 10000);
+        row("too short for a timer", QByteArray("1000"), QByteArray(), "", 1);
+    }
+
+    void interval()
+    {
+        QFETCH(QByteArray, timeOut);
+        QFETCH(QByteArray, watched);
+        QFETCH(QString, device);
+        qputenv("NOTIFY_SOCKET", "@nobody");
+        qputenv("WATCHDOG_USEC", timeOut);
+        qputenv("WATCHDOG_PID", watched);
+        Heartbeat heartbeat(4711, &takes);
+        heartbeat.watch(device);
+        QTEST(int(heartbeat.interval().count()), "interval");
+        // No process that is started later answers in our place.
+        QVERIFY(!qEnvironmentVariableIsSet("NOTIFY_SOCKET") && !qEnvironmentVariableIsSet("WATCHDOG_USEC")
+                && !qEnvironmentVariableIsSet("WATCHDOG_PID"));
+    }
+
 private:
     RootDir m_root;
 };

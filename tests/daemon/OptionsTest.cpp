@@ -1,8 +1,15 @@
 #include "daemon/Options.h"
 
+#include "daemon/PidFile.h"
 #include "support/DataTable.h"
+#include "support/RootDir.h"
+
+#include <jov/JovProcess.h>
 
 #include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 class OptionsTest : public QObject
 {
@@ -36,6 +43,29 @@ private Q_SLOTS:
                                      + (options.daemonMode ? " daemon" : "") + (options.help ? " help" : "")
                                      + (options.version ? " version" : "")),
               "result");
+    }
+
+    void pidFile_data()
+    {
+        columns<QString>("command"); // what makes that which is there before
+        row("nothing", "true");
+        row("file", "echo a longer text than a number >$JOV_ROOT/pid");
+        row("FIFO", "mkfifo $JOV_ROOT/pid");
+        row("dangling link", "ln -s nowhere $JOV_ROOT/pid");
+    }
+
+    void pidFile()
+    {
+        QFETCH(QString, command);
+        const RootDir root;
+        QCOMPARE(qor_system(command.toUtf8()), 0);
+        const QByteArray path = QFile::encodeName(root.path("/pid"_s));
+        PidFile file;
+        QVERIFY(file.write(path.toStdString()));
+        struct stat status = {};
+        QCOMPARE(lstat(path.constData(), &status), 0);
+        QCOMPARE(status.st_mode, mode_t(S_IFREG | 0644));
+        QCOMPARE(root.read("/pid"_s), QByteArray::number(getpid()) + '\n');
     }
 };
 

@@ -1,5 +1,6 @@
 #include "contract/HistoryNames.h"
 #include "history/BlackBox.h"
+#include "history/BootIdentity.h"
 #include "support/DataTable.h"
 #include "support/Processes.h"
 #include "support/RootDir.h"
@@ -9,8 +10,10 @@
 #include <QJsonArray>
 #include <QSignalSpy>
 
+#include <cerrno>
 #include <csignal>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace Key = History::Key;
@@ -93,20 +96,131 @@ private Q_SLOTS:
         QJsonArray lines;
         QJsonArray modules;
         for (int i = 0; i < 50; ++i) {
-            lines << QString(600, QChar(0xE9)) + QString::number(i);
+            lines << QString::number(i) + QString(600, QChar(0xE9));
         }
         for (int i = 0; i < 900; ++i) {
             modules << QJsonArray{"module-%1"_s.arg(i), 1, 1000000 + i, 2000000 + i};
         }
         QByteArray line = HistoryText::lineOf({{Key::version, 1}, {Key::kind, "reboot"_s}, {Key::log, lines}});
         QVERIFY(line.size() <= 16 * 1024 && line.size() > 15 * 1024);
-        QVERIFY(HistoryText::parse(line).value(0)[Key::log].toArray().last().toString().toUtf8().size() <= 500);
+        const QString last = HistoryText::parse(line).value(0)[Key::log].toArray().last().toString();
+        QVERIFY(last.toUtf8().size() <= 500 && last.startsWith("49"_s));
         line = HistoryText::lineOf({{Key::version, 1},
                                     {Key::kind, "started"_s},
                                     {Key::boot, QJsonObject{{Key::modules, modules}, {Key::dependencies, modules}}}});
         QVERIFY(line.size() <= 24 * 1024 && line.size() > 23 * 1024);
         const QJsonObject boot = HistoryText::parse(line).value(0)[Key::boot].toObject();
         QCOMPARE(boot[Key::omitted].toInt() + boot[Key::modules].toArray().size(), 900);
+    }
+
+    // Two boots of a supervisor, which differ in how the first one ends.
+    void causes_data()
+    {
+        columns<QVariantMap, bool, QString, QString, QString>("reason", "inOrder", "nextBootId", "cause", "records");
+        const QVariantMap crash{{Key::cause, QString(History::Cause::crash)}, {Key::module, "store"_s}};
+        row("crash", crash, true, "1", "crash", "start rebootcrash untaken endcrash start end");
+        row("crash without an end", crash, false, "2", "crash", "start rebootcrash start");
+        row("supervisor killed", QVariantMap(), false, "1", "killed", "start start");
+        row("power lost", QVariantMap(), false, "2", "power", "start start");
+    }
+
+    void causes()
+    {
+        QFETCH(QVariantMap, reason);
+        QFETCH(bool, inOrder);
+        QFETCH(QString, nextBootId);
+        m_root.write("/history"_s, {});
+        QFile::remove(m_root.path("/history.old"_s));
+        int boots = 0;
+        for (const QString &bootId : {"1"_s, nextBootId}) {
+            m_root.write("/run/boot_id"_s, bootId.toLatin1());
+            BlackBox blackBox([] { return 3; });
+            blackBox.begin(m_root.path("/history"_s), 64);
+            if (!reason.isEmpty() && boots == 0) {
+                for (int i = 0; i < 2; ++i) { // the second one says nothing new
+                    blackBox.noteReboot(reason);
+                    inOrder ? blackBox.noteUntaken() : void();
+                }
+                blackBox.noteReason({{Key::cause, QString(History::Cause::order)}});
+            }
+            if (inOrder) {
+                blackBox.noteEnd();
+            }
+            ++boots;
+            QTRY_COMPARE(m_root.read("/history"_s).count("\"start\""), boots);
+        }
+        const HistoryRecords records = HistoryText::parse(m_root.read("/history"_s));
+        QVERIFY(records.first()[Key::clockOk].toBool());
+        QStringList ends;
+        for (const QJsonObject &record : records) {
+            ends << record[Key::kind].toString() + record[Key::cause].toString();
+        }
+        QTEST(ends.join(u' '), "records");
+        const auto start = std::find_if(records.rbegin(), records.rend(), [](const QJsonObject &record) {
+            return record[Key::kind].toString() == History::Kind::start;
+        });
+        QTEST((*start)[Key::previous].toString(), "cause");
+        QTEST(records.last()[Key::totals].toObject().keys().join(u','), "cause");
+        const QJsonObject ofModules = records.last()[Key::moduleTotals].toObject();
+        QCOMPARE(ofModules["crash"_s].toObject()["store"_s].toInt(), reason.isEmpty() ? 0 : 1);
+    }
+
+    // The counts go on; of more than 32 modules the others are not counted.
+    void manyModules()
+    {
+        QJsonObject modules;
+        for (int i = 0; i < 32; ++i) {
+            modules["m%1"_s.arg(i)] = 1;
+        }
+        m_root.write("/history"_s,
+                     HistoryText::lineOf({{Key::version, 1},
+                                          {Key::kind, "end"_s},
+                                          {Key::cause, "crash"_s},
+                                          {Key::totals, QJsonObject{{"crash"_s, 32}}},
+                                          {Key::moduleTotals, QJsonObject{{"crash"_s, modules}}}}));
+        for (const auto &module : {"m0"_s, "another"_s}) {
+            BlackBox blackBox([] { return 3; });
+            blackBox.begin(m_root.path("/history"_s), 64);
+            blackBox.noteReboot({{Key::cause, "crash"_s}, {Key::module, module}});
+        }
+        const QJsonObject last = HistoryText::parse(m_root.read("/history"_s)).last();
+        QCOMPARE(last[Key::totals].toObject(), (QJsonObject{{"crash"_s, 34}}));
+        modules["m0"_s] = 2;
+        QCOMPARE(last[Key::moduleTotals].toObject(), (QJsonObject{{"crash"_s, modules}}));
+    }
+
+    void ring()
+    {
+        const QString path = "/new/history"_s;
+        const HistoryRing ring(QFile::encodeName(m_root.path(path)), 16 * 1024);
+        const QByteArray line = numbered(1, 100);
+        const mode_t mask = umask(0);
+        QCOMPARE(append(ring, line), 0);
+        umask(mask);
+        QCOMPARE(int(QFile::permissions(m_root.path(path))) & 0x0077, 0x0040);
+        m_root.write(path + ".old"_s, QByteArray(9000, 'x')); // as of a larger setting
+        QCOMPARE(append(ring, line), 0);
+        QVERIFY(!QFile::exists(m_root.path(path + ".old"_s)));
+        // The disk is full in the middle of a line: nothing of it is left.
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit disk{rlim_t(2 * line.size() + 10), limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &disk);
+        const int error = append(ring, line);
+        setrlimit(RLIMIT_FSIZE, &limit);
+        QCOMPARE(error, EFBIG);
+        QCOMPARE(m_root.read(path), line + line);
+    }
+
+    void identity()
+    {
+        const QString file = "/etc/os-release"_s;
+        m_root.write(file, "PRETTY_NAME=\"Terminal 4\"\nVERSION_ID='3'\nIMAGE_VERSION=\"3.1\"\n");
+        QCOMPARE(BootIdentity::firmware(), "3.1"_s);
+        QCOMPARE(BootIdentity::systemVersion(), "Terminal 4"_s);
+        m_root.write(file, "VERSION_ID='3'\n");
+        QCOMPARE(BootIdentity::firmware(), "3"_s);
     }
 
     // A disk that hangs, or a fault of the file: a reboot waits a second at most, and the log has one line.

@@ -52,7 +52,7 @@ private Q_SLOTS:
     void init() { m_root.keepLog(); }
     void chain_data()
     {
-        columns<QByteArray, QString, QString, QString>("elements", "chain", "last", "line");
+        columns<QByteArray, QString, QString, QString>("elements", "chain", "stopped", "line"); // in this order
         const auto steps = [](const char *text) {
             QByteArray xml;
             for (const QByteArray &step : QByteArray(text).split(' ')) {
@@ -60,42 +60,42 @@ private Q_SLOTS:
             }
             return xml;
         };
-        row("low", steps("a=1 b=2 c=3"), "a=1 b=2 c=3 default=5", "default", "");
-        row("high", steps("a=10 b=20"), "a=10 b=20 default=21", "default", "");
-        row("one", steps("a=1"), "a=1 default=5", "default", "");
+        row("low", steps("a=1 b=2 c=3"), "a=1 b=2 c=3 default=5", "default c b a", "");
+        row("high", steps("a=10 b=20"), "a=10 b=20 default=21", "default b a", "");
+        row("one", steps("a=1"), "a=1 default=5", "default a", "");
         row("none", QByteArray(), "default=5", "default", "");
         row("one at the default's place", steps("a=5"), "a=5", "a", "Two steps with same value [5]");
-        row("own default", steps("default=3 b=4"), "default=3 b=4", "b", "");
-        row("own default refused", steps("a=1 b=6 default=6"), "a=1 b=6 default=7", "default",
+        row("the last one there", steps("a=1 b=5"), "a=1 b=5 default=6", "default b a", "");
+        row("own default", steps("default=3 b=4"), "default=3 b=4", "b default", "");
+        row("own default refused", steps("a=1 b=6 default=6"), "a=1 b=6 default=7", "default b a",
             "Two steps with same value [6]");
-        row("between", steps("a=1 b=9 c=4"), "a=1 c=4 b=9 default=10", "default", "");
-        row("between, and then out of reach", steps("a=1 b=9 c=5 d=3"), "a=1 c=5 b=9 default=10", "default", "");
+        row("between", steps("a=1 b=9 c=4"), "a=1 c=4 b=9 default=10", "default b c", "");
+        row("between, and then out of reach", steps("a=1 b=9 c=5 d=3"), "a=1 c=5 b=9 default=10", "default b c d", "");
         row("below the head", steps("b=5 a=1"), "a=1 b=5", "a", "Two steps with same value [5]");
-        row("below the head of two, then on", steps("b=5 c=7 a=1 d=9"), "a=1 d=9 default=10", "default", "");
-        row("same name", steps("a=1 a=2"), "a=1 default=5", "default", "Two steps with same name [a]");
-        row("no number", steps("a=x b=1"), "a=0 b=1 default=5", "default", "");
+        row("below the head of two, then on", steps("b=5 c=7 a=1 d=9"), "a=1 d=9 default=10", "default d a", "");
+        row("same name", steps("a=1 a=2"), "a=1 default=5", "default a", "Two steps with same name [a]");
+        row("no number", steps("a=x b=1"), "a=0 b=1 default=5", "default b a", "");
         row("incomplete", QByteArray("<step name=\"a\"/><step value=\"1\"/><stop name=\"b\" value=\"2\"/>"),
             "default=5", "default", "");
-        row("greatest", steps("a=1 b=2147483647"), "a=1 b=2147483647", "b", "Two steps with same value [2147483647]");
+        row("greatest", steps("a=1 b=2147483647"), "a=1 b=2147483647", "b a", "Two steps with same value [2147483647]");
         row("home page",
             QByteArray("<step name=\"a\" value=\"1\" show_homepage=\"True\"/>"
                        "<step name=\"b\" value=\"2\" show_homepage=\"true\"/>"),
-            "a=1 b=2! default=5", "default", "");
+            "a=1 b=2! default=5", "default b a", "");
         row("parallel",
             QByteArray("<step name=\"a\" value=\"1\" parallel=\"True\"/>"
                        "<step name=\"b\" value=\"2\" parallel=\"true\"/>"),
-            "a=1 b=2| default=5", "default", "");
+            "a=1 b=2| default=5", "default b a", "");
         row("parallel by default",
             QByteArray(" parallel=\"true\"><step name=\"a\" value=\"1\"/>"
                        "<step name=\"b\" value=\"2\" parallel=\"\"/>"),
-            "a=1| b=2 default=5|", "default", "");
+            "a=1| b=2 default=5|", "default b a", "");
     }
 
     void chain()
     {
         QFETCH(QByteArray, elements);
         QFETCH(QString, chain);
-        QFETCH(QString, last);
         QFETCH(QString, line);
         m_root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s,
                      (elements.startsWith(' ') ? "<initStep" : "<initStep>") + elements + "</initStep>");
@@ -110,15 +110,20 @@ private Q_SLOTS:
             values << step->getValue();
         }
         QCOMPARE(found.join(u' '), chain);
-        QCOMPARE(steps.last()->getName(), last);
+        QStringList stopped;
+        for (const InitStep *step = steps.last(); step; step = step->getPrev()) {
+            stopped << step->getName();
+        }
+        QTEST(stopped.join(u' '), "stopped");
         // What the links do not reach is not found.
         for (int value = 0; value < 25; ++value) {
             const InitStep *step = steps.getStepByValue(value);
             QCOMPARE(!step, !values.contains(value));
             QVERIFY(!step || steps.getStepByName(step->getName()) == step);
         }
-        QVERIFY(!m_root.log().filter(line).isEmpty());
+        QCOMPARE(m_root.log().filter("warning"_s).filter(line).size(), line.isEmpty() ? 0 : 1);
         QVERIFY(parseInitStep(steps, manager));
+        QCOMPARE(m_root.log().filter("warning"_s).size(), line.isEmpty() ? 0 : 2);
     }
 
     void forest_data()
@@ -217,7 +222,7 @@ private Q_SLOTS:
         QFETCH(QString, running);
         FakeSupervision supervision;
         std::vector<ApplicationRecord> records = recordsOf(modules + (modules.contains(u'M') ? " M"_s : QString()));
-        InitStep step("s"_s, 1, false);
+        InitStep step("s"_s, 1, true);
         for (ApplicationRecord &record : records) {
             step.insertApplication(&record);
             if (record.getName() != "M"_s) {
@@ -234,6 +239,51 @@ private Q_SLOTS:
         };
         QTEST(step.startAll(supervision.startContext), "count");
         QTEST(m_root.log().filter("Cannot be started: "_s).size(), "warnings");
+        QCOMPARE(supervision.bus.calls, (QStringList{"home page starts"_s, "home page started"_s}));
+        QCOMPARE(supervision.observer.notes.first() + supervision.observer.notes.last(), "step sdone s 1"_s);
+        QCOMPARE(m_root.log().filter("info [InitStep] step s started in "_s).size(), 1);
+    }
+
+    void stops_data()
+    {
+        columns<QString, QString, int>("what", "stopped", "steps");
+        row("alone", "B alone", "B", 0);
+        row("with dependents, in its step and the later ones", "B", "Z Y C B", 2);
+        row("a step", "one", "D C B A", 1);
+        row("a step and the later ones", "one on", "Z Y D C B A", 3);
+    }
+
+    // No process runs: each ends when it is asked to.
+    void stops()
+    {
+        QFETCH(QString, what);
+        std::vector<ApplicationRecord> records = recordsOf("A B<A C<B D<C Y Z"_s);
+        FakeSupervision supervision;
+        InitStep *one = supervision.steps.addStep("one"_s, 1, false);
+        for (const auto &name : {"two"_s, "three"_s}) {
+            supervision.steps.addStep(name, supervision.steps.last()->getValue() + 1, false);
+        }
+        InitStep *step = one;
+        for (ApplicationRecord &record : records) {
+            step = record.getName() < "Y"_s ? step : step->getNext();
+            step->insertApplication(&record);
+        }
+        for (step = one; step; step = step->getNext()) {
+            QVERIFY(step->buildTree(supervision.moduleContext()));
+            for (const auto &entry : step->nodes) {
+                entry.second->setState(entry.first == "D"_s && what == "B"_s ? ModuleState::Stopped
+                                                                             : ModuleState::Running);
+            }
+        }
+        if (what.startsWith("one"_s)) {
+            one->stopAll(what == "one on"_s);
+        } else {
+            QVERIFY(one->stopApplication("B"_s, what == "B"_s));
+        }
+        const QStringList lines = m_root.log().filter("info Trying to stop module "_s);
+        QTEST(lines.join(u' ').remove("info Trying to stop module "_s), "stopped");
+        QTEST(m_root.log().filter(" stopped in "_s).size(), "steps");
+        QCOMPARE(m_root.log().filter(" ret false "_s).size(), 0);
     }
 
     // Tens of thousands of steps in any order.
@@ -253,10 +303,12 @@ private Q_SLOTS:
     void emptyEntries()
     {
         FakeSupervision supervision;
-        InitStep step("s"_s, 1, false);
+        InitStep step("s"_s, 1, true);
         QVERIFY(!step.startApplication("nobody"_s));
         QVERIFY(!step.stopApplication("nobody"_s, true));
+        supervision.state.failStart();
         QCOMPARE(step.startAll(supervision.startContext) + step.stopAll(true), 0);
+        QCOMPARE(supervision.bus.calls.join(u' ') + supervision.observer.notes.join(u' '), "home page startsstep s"_s);
     }
 
 private:

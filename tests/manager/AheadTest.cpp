@@ -1,6 +1,8 @@
 #include "catalogue/ApplicationRecord.h"
 #include "contract/Events.h"
+#include "manager/BootSummary.h"
 #include "manager/ControlOperations.h"
+#include "manager/Inspection.h"
 #include "manager/Inventory.h"
 #include "manager/Journal.h"
 #include "manager/MandatorySettings.h"
@@ -13,11 +15,16 @@
 
 #include <jov/JovEvent.h>
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QSignalSpy>
 #include <QTimer>
 
+#include <algorithm>
 #include <csignal>
+#include <utility>
 
 namespace {
 
@@ -63,13 +70,13 @@ public:
         }
         root.write(folder + "ApplicationManager/initStep.xml"_s, "<initStep>" + xml + "</initStep>");
         bus.onEvent = [this](const QString &event) { answer(event); };
-        isBuilt = inventory.build("ApplicationManager"_s, moduleContext());
+        isBuilt = inventory.build("ApplicationManager"_s, {state, bus, journal, *this, crashes});
     }
 
     const RootDir &root;
+    Journal journal; // which the modules of the inventory report to until the last of them is gone
     Inventory inventory;
     LaunchAhead launches{state, inventory.catalogue(), inventory.steps()};
-    Journal journal;
     const StartContext context{state, journal, *this, launches};
     ControlOperations control{state, inventory, journal, context};
     ParentReport report;
@@ -212,7 +219,7 @@ private Q_SLOTS:
     {
         columns<QString, QString>("terminal", "warning");
         row("not installed", "5 A | 6 D@X,A", "warning Module D : early after 'X', which is not installed");
-        row("circle of two", "5 A | 6 D@E E@D", "warning Module D : early in a circle : D;E;D");
+        row("circle of two", "5 A | 6 D@E,A E@D", "warning Module D : early in a circle : D;E;D");
         row("of itself", "5 A@A", "warning Module A : early in a circle : A;A");
         row("through dependencies", "5 C B<C A<B@ C2@D D@E E@C2 | 6 F@A",
             "warning Module C2 : early in a circle : C2;D;E;C2");
@@ -232,18 +239,59 @@ private Q_SLOTS:
     // It holds the end of its step, but not the launches: it counts for a limited time. Only walks take it over.
     void hangingModule()
     {
-        Boot boot(m_root, "5p A~Z B~Z C D"_s, true, 1);
+        Boot boot(m_root, "5p A~Z B~Z C D E<C"_s, true, 1);
+        QElapsedTimer clock;
+        clock.start();
         boot.onLaunch = [&](const QString &name) {
+            QVERIFY(name != "C"_s || clock.elapsed() >= 40);
             if (name == "D"_s) {
                 QTimer::singleShot(0, &boot.progression, [&] {
                     QVERIFY(boot.control.startModule("B"_s));
                     QCOMPARE(m_root.log().filter("start B ret false (state= STARTING)"_s).size(), 1);
+                    QVERIFY(boot.control.startModule("E"_s));
                     boot.control.stopAll();
                 });
             }
         };
         QCOMPARE(boot.control.startAll(), 1);
-        QCOMPARE(boot.launched.join(u' '), "A B C D"_s);
+        QCOMPARE(boot.launched.join(u' '), "A B C D E"_s);
+    }
+
+    // A parent that runs after its step is over: its dependents are for later walks.
+    void stepIsOver()
+    {
+        Boot boot(m_root, "5p A! B<A | 6 C D"_s);
+        boot.onLaunch = [&](const QString &name) { name == "C"_s ? boot.module("A"_s)->slot_endOfInit() : void(); };
+        boot.control.startAll();
+        QCOMPARE(boot.launched.join(u' '), "A C D"_s);
+        QVERIFY(boot.control.stopModuleAlone("A"_s));
+        QCOMPARE(boot.states(), "A=STOP B=STOP C=RUNN D=RUNN"_s);
+    }
+
+    void stopFlag()
+    {
+        Boot boot(m_root, "5p A B<A"_s);
+        boot.onLaunch = [&](const QString & /*name*/) { boot.state.failStart(); };
+        boot.control.startAll();
+        QCOMPARE(boot.states(), "A=RUNN B=STOP"_s);
+    }
+
+    // What was killed is launched ahead as soon as it is reaped, though the walk waits elsewhere.
+    void startAfterKills()
+    {
+        Boot boot(m_root, "5p A~Z C"_s);
+        const auto answer = std::exchange(boot.bus.onEvent, [&](const QString & /*event*/) {
+            boot.bus.events.last().endsWith(u'C') ? QTimer::singleShot(0, [&] { boot.control.stopAll(); }) : void();
+        });
+        boot.control.startAll();
+        QCOMPARE(boot.states(), "A=STOP C=STOP"_s);
+        boot.bus.onEvent = answer;
+        QTimer tick;
+        tick.callOnTimeout([&] { boot.states() == "A=STAR C=RUNN"_s ? boot.module("A"_s)->slot_endOfInit() : void(); });
+        tick.start(1);
+        boot.state.beginStart();
+        boot.control.startAll();
+        QCOMPARE(boot.states(), "A=RUNN C=RUNN"_s);
     }
 
     // Modules under way are killed as starting ones are, nothing is launched any more, and a restart may again.
@@ -262,6 +310,70 @@ private Q_SLOTS:
             QCOMPARE(m_root.log().filter("[Module] stopped %1 ret false [during start]"_s.arg(name)).size(), 1);
             QCOMPARE(m_root.log().filter("[Module] start %1 ret false [stopped]"_s.arg(name)).size(), 1);
         }
+        QCOMPARE(m_root.log().filter("[Module] start E ret false [stopped]"_s).size(), 1);
+    }
+
+    // The step 5 stands for the one that shows the home page; C ends at once, and the default step is empty.
+    void history()
+    {
+        Boot boot(m_root, "1 A | 5 B C!<B | 6 D"_s);
+        QObject parent;
+        Inspection::create(&parent, boot.state, boot.inventory, boot.journal, boot.progression);
+        const auto *inspection = parent.findChild<Inspection *>();
+        QSignalSpy states(inspection, &Inspection::ModuleStateChanged);
+        QSignalSpy done(inspection, &Inspection::StepDone);
+        boot.journal.noteStart(false);
+        connect(&boot.journal, &Journal::stepDone, &boot.journal,
+                [&](const QString & /*name*/, int value) { value == 5 ? boot.journal.noteEndOfInit() : void(); });
+        boot.control.startAll();
+        boot.journal.noteComplete();
+        const qulonglong complete = inspection->completeAt();
+        QCOMPARE(states.first(), (QVariantList{"A"_s, "STOPPED"_s, "STARTING"_s}));
+        QCOMPARE(done.first(), (QVariantList{1, "s1"_s}));
+
+        const ListOfMaps modules = inspection->ListModules();
+        const ListOfMaps steps = inspection->ListSteps();
+        const qulonglong begin = inspection->startedAt();
+        const auto of = [begin](const QVariantMap &map, const char *key) {
+            return map.value(QLatin1String(key)).toULongLong() - begin;
+        };
+        const QList<qulonglong> times{of(steps[0], "StartedAt"),
+                                      of(modules[0], "LaunchedAt"),
+                                      of(modules[0], "ReadyAt"),
+                                      of(steps[0], "DoneAt"),
+                                      of(modules[2], "LaunchedAt"),
+                                      of(modules[2], "ExitedAt"),
+                                      inspection->homepageAt() - begin,
+                                      of(steps[2], "StartedAt"),
+                                      of(modules[3], "ReadyAt"),
+                                      of(steps[3], "DoneAt"),
+                                      complete - begin};
+        QVERIFY(std::is_sorted(times.begin(), times.end()) && times[1] < times[2] && times[4] < times[5]);
+        QVERIFY(qAbs(qint64(complete) - QDeadlineTimer::current().deadlineNSecs() / 1000) < 60000000);
+        QCOMPARE(modules[2].value("ReadyAt"_s).toULongLong() + modules[0].value("ExitedAt"_s).toULongLong(), 0ULL);
+        QString facts;
+        for (auto fact = modules[2].cbegin(); fact != modules[2].cend(); ++fact) {
+            facts += fact.key().endsWith("At"_s) ? QString() : fact->toString() + u' ';
+        }
+        QCOMPARE(facts, "B  3 false 1 0 0 C 0 1 STOPPED EXITED_3 s5 "_s); // by the names of the keys
+        QCOMPARE(modules[1].value("Dependents"_s).toStringList() + steps[1].value("Modules"_s).toStringList(),
+                 (QStringList{"C"_s, "B"_s, "C"_s}));
+
+        const QJsonObject summary = bootSummary(boot.journal, boot.inventory.steps());
+        QCOMPARE(summary["total"_s].toDouble(), double(times[9]));
+        QCOMPARE(summary["homepage"_s].toDouble(), double(times[6]));
+        QCOMPARE(summary["steps"_s].toArray()[0].toArray(),
+                 (QJsonArray{"s1"_s, 1, qint64(times[0]), qint64(times[3])}));
+        const QJsonArray launches = summary["modules"_s].toArray();
+        QCOMPARE(launches[0].toArray(), (QJsonArray{"A"_s, 0, qint64(times[1]), qint64(times[2])}));
+        QCOMPARE(launches[2].toArray(), (QJsonArray{"C"_s, 1, qint64(times[4]), -qint64(times[5])}));
+        boot.journal.noteComplete();
+        QCOMPARE(inspection->completeAt(), complete);
+        const int changes = states.size();
+        boot.journal.noteState("A"_s, ModuleState::None, ModuleState::Running);
+        QCOMPARE(states.size(), changes);
+        boot.journal.noteStart(true);
+        QCOMPARE(inspection->homepageAt() + inspection->completeAt(), 0ULL);
     }
 
     void stops_data()
@@ -272,6 +384,7 @@ private Q_SLOTS:
         row("chain and another", "5p A B<A C<B D", "C B A D", "C D B A", "");
         row("steps", "5 A B<A | 6p C D | 7p E F<E", "F E C D B A", "F E C D B A", "");
         row("one that hangs holds what it depends on", "5p A B<A C<B D E<D F<E", "C B A F E D", "C F E D B A", "C");
+        row("one and its dependents", "5p Root A<Root B<A C<Root", "B A C Root", "B C A Root", "");
         row("two that hang", "5p A B<A C D<C", "B A D C", "B D A C", "B D");
     }
 
@@ -287,6 +400,9 @@ private Q_SLOTS:
             // Long enough for a process to end on a busy machine.
             Boot boot(m_root, terminal, ahead > 0, 100, hanging.isEmpty() ? 5000 : 300);
             boot.control.startAll();
+            if (terminal.contains(u'D')) { // as one whose presentation is not on the screen yet
+                boot.module("D"_s)->setState(ModuleState::WebClientStarted);
+            }
             boot.bus.onEvent = [&](const QString &event) {
                 const QString name = event.section(u'_', -1);
                 if (!hanging.contains(name)) {
@@ -296,7 +412,8 @@ private Q_SLOTS:
             boot.bus.events.clear();
             QElapsedTimer elapsed;
             elapsed.start();
-            counts[ahead] = boot.control.stopAll();
+            const bool isOne = terminal.contains("Root"_s);
+            counts[ahead] = isOne ? int(boot.control.stopModule("Root"_s)) : boot.control.stopAll();
             times[ahead] = elapsed.elapsed();
             QTEST(boot.bus.events.join(u' ').remove("stop_module_"_s), ahead ? "ahead" : "oneByOne");
             lines[ahead] = m_root.log().filter(QRegularExpression("\\] (stop |stopped)|stopped in|Trying"_s));

@@ -1,4 +1,6 @@
 #include "catalogue/Catalogue.h"
+#include "manager/EndOfInit.h"
+#include "manager/Journal.h"
 #include "manager/ParentReport.h"
 #include "manager/SettingsAccess.h"
 #include "monitoring/MemoryWatchdog.h"
@@ -8,6 +10,7 @@
 #include "support/FakeSupervision.h"
 #include "support/RootDir.h"
 
+#include <jov/JovEvent.h>
 #include <jov/JovException.h>
 #include <jov/Setting.h>
 
@@ -107,7 +110,7 @@ private Q_SLOTS:
         QCOMPARE(watchdog.monitoringWatchDelay(), delay);
         QTEST(watchdog.monitoringWatchRetry(), "retry");
         const qint64 period = delay > 0 ? qMin(60000 * qint64(delay), qint64(std::numeric_limits<int>::max())) : -1;
-        QVERIFY(qAbs(watchdog.remainingTime() - period) <= 2000);
+        QVERIFY(delay > 0 ? qAbs(watchdog.remainingTime() - period) <= 2000 : watchdog.remainingTime() == -1);
         watchdog.checkMemory();
         QCOMPARE(watchdog.remainingTime() > 0, delay > 0);
     }
@@ -132,9 +135,48 @@ private Q_SLOTS:
         const Parameters parameters = Parameters::read({{"module_umask"_s, text}, {"launches_ahead"_s, text}});
         QTEST(parameters.moduleUmask ? int(*parameters.moduleUmask) : -1, "mask");
         QCOMPARE(parameters.launchesAhead, ahead > 0 ? ahead : Parameters().launchesAhead);
-        QCOMPARE(m_root.log().filter("warning platform.ini: launches_ahead"_s).size(), ahead > 0 ? 0 : 1);
-        QCOMPARE(m_root.log().filter("warning platform.ini: module_umask"_s).size(), parameters.moduleUmask ? 0 : 1);
+        QCOMPARE(m_root.log().filter("warning platform.ini: "_s).size(),
+                 int(ahead <= 0) + int(!parameters.moduleUmask));
         QVERIFY(!Parameters::read({}).moduleUmask);
+    }
+
+    void refusedParameters_data()
+    {
+        columns<QString, QString, bool>("key", "value", "refused");
+        const auto add = [](const char *key, const char *value, bool refused) {
+            row(qPrintable("%1=%2"_s.arg(QLatin1String(key), QLatin1String(value))), key, value, refused);
+        };
+        add("reboot_fallback", "0", false);
+        add("reboot_fallback", "604800", false);
+        add("reboot_fallback", "604801", true);
+        add("history_size", "64", false);
+        add("history_size", "63", true);
+        add("history_size", "65536", false);
+        add("history_size", "65537", true);
+        add("module_output", "|x", false);
+        add("module_output", "|", true);
+        add("module_output", "file:a", true);
+        add("module_output_path", "/a", false);
+        add("module_output_path", "a", true);
+        add("unknown", "a", false);
+    }
+
+    void refusedParameters()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, value);
+        static_cast<void>(Parameters::read({{key, value}}));
+        const QString line = "warning platform.ini: %1=%2 is not valid, the default applies"_s.arg(key, value);
+        QTEST(m_root.log() == QStringList{line}, "refused");
+    }
+
+    // A line that began before what is read is left out.
+    void lastLines()
+    {
+        m_root.write("/out/M"_s, QByteArray(1500, 'a') + "\nb\n");
+        const OutputSetting output = Parameters::read({{"module_output"_s, "file:/out/%n"_s}}).moduleOutput;
+        QCOMPARE(output.lastLines("M"_s, 2), QStringList{"b"_s});
+        QCOMPARE(output.lastLines("M"_s, 4).size(), 2);
     }
 
     // Those of the terminal; tests hand in shorter ones everywhere else.
@@ -146,12 +188,39 @@ private Q_SLOTS:
         QCOMPARE(timing.module.stopWithEverything, 2000);
         QCOMPARE(timing.module.presentation, 45000);
         QCOMPARE(timing.module.archive, 10000);
+        QCOMPARE(timing.module.waitReport, 30000);
+        QCOMPARE(timing.module.launchAhead, 5000);
         QVERIFY(timing.watchdog.minute == 60s && timing.watchdog.restartDelay == 5s);
         QVERIFY(timing.reboot.retry == 1s && timing.reboot.minute == 60s && timing.reboot.second == 1s);
     }
 
-    // Only the parent at the time of the fork is told.
-    void reportToAnotherParent()
+    // The settings are read at the end of the first start alone, and each end begins a period of the watchdog.
+    void endOfInit()
+    {
+        FakeSupervision supervision;
+        supervision.bus.answer = [] { return replyOf("5"_s); };
+        supervision.state.beginStart();
+        Catalogue catalogue;
+        Journal journal;
+        MemoryWatchdog watchdog(supervision.bus, supervision, catalogue, ProcReader());
+        SettingsAccess settings(supervision.bus, watchdog);
+        EndOfInit end(supervision.state, supervision.bus, journal, settings, watchdog);
+        for (int i = 0; i < 2; ++i) {
+            watchdog.stopMonitoring();
+            end.starting();
+            QCOMPARE(supervision.bus.subscriptions, QStringList{"presentationReady"_s});
+            end.remoteDisplayPresentationready(JovEvent());
+            QVERIFY(supervision.bus.subscriptions.isEmpty());
+            end.started();
+            QVERIFY(watchdog.remainingTime() > 0 && !supervision.state.initInProgress());
+        }
+        QVERIFY(journal.endOfInitAt() > 0);
+        QCOMPARE(supervision.bus.calls.size(), 2);
+        QCOMPARE(supervision.bus.events, (QStringList{"end_of_init"_s, "end_of_init"_s}));
+    }
+
+    // Only the parent at the time of the fork is told, once.
+    void reportToTheParent()
     {
         const auto handler = std::signal(SIGUSR1, [](int /*number*/) { taken = 1; });
         const pid_t own = getpid();
@@ -159,12 +228,16 @@ private Q_SLOTS:
         if (child == 0) {
             ParentReport report;
             report.setParent(own + 1);
+            report.send(true);
+            report.setParent(own);
+            report.send(false);
             report.send(false);
             _exit(0);
         }
-        QCOMPARE(waitpid(child, nullptr, 0), child);
+        while (waitpid(child, nullptr, 0) != child) { }
         std::signal(SIGUSR1, handler);
-        QCOMPARE(int(taken), 0);
+        QCOMPARE(int(taken), 1);
+        QCOMPARE(m_root.log(), QStringList{"debug Kill father (%1) with 12"_s.arg(own)});
     }
 
 private:

@@ -21,22 +21,6 @@
 
 namespace {
 
-/// Notes the steps that are started, and does what the test says in the middle of one.
-class StepObserver : public SupervisionObserver
-{
-public:
-    QStringList started;
-    std::function<void()> inStep; ///< for the next one
-
-    void noteStepStarted(const QString &step) override
-    {
-        started << step;
-        if (const auto act = std::exchange(inStep, nullptr)) {
-            act();
-        }
-    }
-};
-
 /// A progression over steps without modules, each named for its value.
 class StartUp : public FakeSupervision
 {
@@ -49,14 +33,12 @@ public:
         }
     }
 
-    StepObserver observed;
-    const StartContext context{state, observed, *this, launchAhead};
     ParentReport report;
     MandatorySettings settings{state, bus, observer, catalogue};
-    StartupProgression progression{state, bus, steps, context, settings, report};
+    StartupProgression progression{state, bus, steps, startContext, settings, report};
 
     /// "1 3": what was started; the numbers that were announced.
-    [[nodiscard]] QString startedSteps() const { return observed.started.join(u' '); }
+    [[nodiscard]] QString startedSteps() const { return observer.notes.filter("step "_s).join(u' ').remove("step "_s); }
     [[nodiscard]] QString announced() const
     {
         return bus.events.filter("init_step_infra"_s).join(u' ').remove("init_step_infra "_s);
@@ -185,29 +167,33 @@ private Q_SLOTS:
     {
         QFETCH(QString, what);
         StartUp startUp({1, 3, 7, 8});
-        startUp.observed.inStep = [&] {
+        startUp.observer.inStep = [&] {
             if (what == "events"_s) {
                 for (const int event : {1, 5, 4}) {
                     startUp.progression.slot_init_step(event);
                     QCOMPARE(startUp.progression.currentStep(), 1);
                 }
+                QCOMPARE(m_root.log().filter("InitStep: 1 (current=1) not managed"_s).size(), 1);
             } else {
+                startUp.progression.slot_init_step(what == "stop"_s ? 5 : 0);
                 startUp.state.failStart();
                 startUp.state.setRestartPending(what.startsWith("restart"_s));
                 startUp.state.setRestarting(what.startsWith("restart"_s));
             }
         };
         startUp.progression.begin(3);
-        if (what.startsWith("restart"_s)) {
+        startUp.state.beginStart();
+        if (what == "stop"_s) {
+            startUp.progression.resumeAfterRestart(); // of a later restart
+        } else if (what.startsWith("restart"_s)) {
             startUp.state.setRestartPending(false);
-            startUp.state.beginStart();
-            startUp.observed.inStep = [&] {
+            startUp.observer.inStep = [&] {
                 if (what.endsWith("event"_s)) {
                     startUp.progression.slot_init_step(5);
                     QCOMPARE(startUp.progression.currentStep(), 2);
                 }
             };
-            startUp.steps.firstStep->startAll(startUp.context); // as a restart starts everything
+            startUp.steps.firstStep->startAll(startUp.startContext); // as a restart starts everything
             startUp.state.setRestarting(false);
             startUp.progression.resumeAfterRestart();
         }
@@ -293,6 +279,12 @@ private Q_SLOTS:
         QVERIFY(!settingsManager.startsWith("answers"_s) || startUp.bus.subscriptions.isEmpty());
         startUp.settings.reset();
         QVERIFY(!startUp.settings.isDone() && !startUp.settings.hasFailed());
+        // The next check waits for an answer of its own.
+        settingsManager = "ends"_s;
+        startUp.state.beginStart();
+        record ? record->setModuleState(ModuleState::Running) : void();
+        startUp.settings.check();
+        QCOMPARE(startUp.settings.hasFailed(), record != nullptr);
     }
 
     void restart_data()
@@ -330,6 +322,7 @@ private Q_SLOTS:
         request(parts.at(0).section(u' ', 0, 0));
         QTEST(restarts.done.join(u' '), "done");
         QVERIFY(!restarts.state.restartPending());
+        QCOMPARE(restarts.state.restarting(), !restarts.done.isEmpty() && restarts.done.last() != "resume"_s);
     }
 
     // Frames below hold nodes: the lists are cleared when they have returned, once for all requests.

@@ -1,5 +1,6 @@
 #include "catalogue/ApplicationRecord.h"
 #include "module/ChildReaper.h"
+#include "module/WaitReport.h"
 #include "module/WebClient.h"
 #include "support/DataTable.h"
 #include "support/FakeSupervision.h"
@@ -18,6 +19,7 @@
 #include <ctime>
 
 #include <sys/ptrace.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,10 +27,10 @@ namespace {
 
 volatile sig_atomic_t otherHandlerCalls = 0;
 
-ModuleLimits shortLimits()
+ModuleLimits shortLimits(int stop = 300)
 {
     ModuleLimits limits;
-    limits.stop = 300;
+    limits.stop = stop;
     limits.stopWithEverything = 50;
     limits.presentation = 100;
     return limits;
@@ -38,8 +40,8 @@ ModuleLimits shortLimits()
 class ShortSupervision : public FakeSupervision
 {
 public:
-    ShortSupervision()
-        : FakeSupervision(shortLimits())
+    explicit ShortSupervision(int stop = 300)
+        : FakeSupervision(shortLimits(stop))
     {
         state.beginStart();
     }
@@ -128,6 +130,8 @@ private Q_SLOTS:
     void missingProgram()
     {
         ShortSupervision supervision;
+        QCOMPARE(mkfifo(qPrintable(m_root.path("/fifo"_s)), 0600), 0);
+        supervision.state.setParameters(Parameters::read({{"module_output"_s, "file:/fifo"_s}}));
         QVERIFY(QFile::remove(m_root.path("/usr/lib/JovApplication/M"_s)));
         Module module(&m_record, supervision.moduleContext());
         supervision.state.setRestartPending(true);
@@ -136,6 +140,7 @@ private Q_SLOTS:
         supervision.state.setRestartPending(false);
         QVERIFY(!module.start());
         QCOMPARE(module.getState(), ModuleState::Starting);
+        QCOMPARE(m_root.log().filter("warning module_output of M cannot be opened: "_s).size(), 1);
         QVERIFY(!module.start());
         QVERIFY(!module.stop());
         makeModule();
@@ -174,7 +179,7 @@ private Q_SLOTS:
     void childrenOfAModule()
     {
         ShortSupervision supervision;
-        m_root.writeScript("/usr/lib/JovApplication/M"_s, "sleep 1001 & sleep 1002; exit 3");
+        m_root.writeScript("/usr/lib/JovApplication/M"_s, "(trap '' TERM; exec sleep 1001) & sleep 1002; exit 3");
         QList<Processes::Process> family;
         const auto remain = [&family] {
             return int(std::count_if(family.begin(), family.end(), [](const Processes::Process &process) {
@@ -206,7 +211,9 @@ private Q_SLOTS:
             QTRY_VERIFY(Processes::commandLine(first.first().pid).isEmpty());
             QCOMPARE(remain(), 2);
             QVERIFY(!module.stop());
+            QVERIFY(!module.stop());
             QTRY_COMPARE(remain(), 0);
+            QTRY_COMPARE(m_root.log().filter("emergency Terminal"_s).size(), 1); // the first kill is a crash
             start();
             QCOMPARE(remain(), 2);
         }
@@ -287,6 +294,8 @@ private Q_SLOTS:
         QVERIFY(module.start());
         supervision.state.failStart();
         QVERIFY(!module.stop());
+        const QString line = m_root.log().filter("info [Module] stop M done in "_s).value(0);
+        QVERIFY2(line.section(u' ', -2, -2).toInt() >= shortLimits().stopWithEverything, qPrintable(line));
         supervision.state.beginStart();
         QTRY_COMPARE(m_root.log().filter("info Module M crashed during ApplicationManager::stop"_s).size(), 1);
         QCOMPARE(m_root.log().filter("emergency"_s).size(), 0);
@@ -295,6 +304,35 @@ private Q_SLOTS:
         QVERIFY(module.start());
         kill(m_record.getID().toInt(), SIGSEGV);
         QTRY_COMPARE(m_root.log().filter("emergency Terminal"_s).size(), 1);
+    }
+
+    // What is told of it, with the end of what it has printed; the mask of the modules is not that of the daemon.
+    void crash()
+    {
+        QString printed = "0\n1"_s;
+        for (int i = 2; i < 12; ++i) {
+            printed += "\n%1"_s.arg(i);
+        }
+        m_root.write("/out/M"_s, printed.toUtf8());
+        m_root.write("/data/core/core.M"_s, {});
+        ShortSupervision supervision;
+        supervision.state.setParameters(
+            Parameters::read({{"module_output"_s, "file:/out/%n"_s}, {"module_umask"_s, "77"_s}}));
+        const mode_t mask = umask(027);
+        Module module(&m_record, supervision.moduleContext());
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+        QCOMPARE(umask(mask), mode_t(027));
+        kill(m_record.getID().toInt(), SIGSEGV);
+        QTRY_COMPARE(module.getState(), ModuleState::Stopped);
+        const QString reason = "reboot cause=crash core=%1 module=M output=%2 signal=11"_s.arg(
+            m_root.path("/data/core/core.M"_s), printed.mid(4).replace(u'\n', u'|'));
+        QCOMPARE(supervision.observer.notes, (QStringList{"launch M"_s, "exit M 11 1"_s, reason}));
+        QVERIFY(supervision.state.startFailed() && supervision.state.isRebootRequested());
+        QTRY_COMPARE(supervision.bus.calls, QStringList{"Platform.reboot,1,true,ApplicationManager,M crashed"_s});
+        QVERIFY(!supervision.state.initInProgress());
+        supervision.state.beginStart();
+        QVERIFY(!supervision.state.isRebootRequested() && supervision.state.initInProgress());
     }
 
     void repeatedAnnouncement_data()
@@ -343,6 +381,18 @@ private Q_SLOTS:
         QTRY_COMPARE(supervision.bus.events.count("init_message Starting application M"_s), 2);
     }
 
+    // A stop in progress keeps its limit when everything is stopped.
+    void stopBelowAStopOfEverything()
+    {
+        ShortSupervision supervision(5000);
+        Module module(&m_record, supervision.moduleContext());
+        QTimer::singleShot(0, &module, &Module::slot_endOfInit);
+        QVERIFY(module.start());
+        QTimer::singleShot(0, &module, [&] { supervision.state.beginStop(); });
+        QTimer::singleShot(100, &module, [&] { kill(m_record.getID().toInt(), SIGTERM); });
+        QVERIFY(module.stop());
+    }
+
     // Somebody else's announcement can make a module "RUNNING" that has no process.
     void nothingToStop()
     {
@@ -354,10 +404,22 @@ private Q_SLOTS:
         QCOMPARE(module.getState(), ModuleState::Stopped);
     }
 
+    // Each pause is twice as long as the one before.
+    void waitReport()
+    {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/no/bus");
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const WaitReport report("M"_s, 1, 30);
+        const auto lines = [this] { return m_root.log().filter("waiting for M (process 1) since 0 s"_s).size(); };
+        QTRY_VERIFY(lines() >= 3);
+        QVERIFY(elapsed.elapsed() >= 190);
+    }
+
     // Only the first deadline counts, and after the presentation there is none.
     void presentationTimer()
     {
-        ShortSupervision supervision;
+        ShortSupervision supervision(5000);
         m_record.setName("JovWebClient"_s);
         WebClient module(&m_record, supervision.moduleContext());
         module.setState(ModuleState::Starting);
@@ -373,7 +435,10 @@ private Q_SLOTS:
         QTimer again;
         again.callOnTimeout(&module, [&] { supervision.bus.calls.isEmpty() ? module.slot_endOfInit() : again.stop(); });
         again.start(10);
+        QElapsedTimer elapsed;
+        elapsed.start();
         QTRY_COMPARE(supervision.bus.calls, QStringList{"stopManager"_s});
+        QVERIFY(elapsed.elapsed() < 4000);
         QCOMPARE(module.getState(), ModuleState::Stopped);
         module.slot_webapp_timeout();
         QCOMPARE(supervision.bus.calls.size(), 1);

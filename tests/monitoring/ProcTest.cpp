@@ -99,7 +99,7 @@ private Q_SLOTS:
     {
         const ProcReader reader(m_root.path());
         QCOMPARE(reader.getTotalMemory(), 0);
-        m_root.write("/meminfo"_s, "MemTotal:\nMemFree:      123 kB\nMemTotal:  5000000000 kB\n");
+        m_root.write("/meminfo"_s, "MemTotal:\nMemFree:\t  123 kB\nMemTotal:  5000000000 kB\n");
         QCOMPARE(reader.totalMemory(), Q_INT64_C(5000000000));
         QCOMPARE(reader.getTotalMemory(), std::numeric_limits<int>::max());
         QCOMPARE(reader.getFreeMemory(), 123);
@@ -110,6 +110,7 @@ private Q_SLOTS:
         columns<QString, int>("file", "expected");
         row("status", "status", 7);
         row("task/8//status", "task/8//status", 8);
+        row("largest", "largest", 7);
         for (const char *refused : {"", "task", "missing", "status/more", "../meminfo", "task/../status",
                                     "task/8/root/status", "link", "pipe", "endless"}) {
             row(refused, refused, 0);
@@ -124,6 +125,8 @@ private Q_SLOTS:
         m_root.write(process + "task/8/status"_s, "Rss: 8\n");
         m_root.write(process + "endless"_s, "Rss: 7\n");
         QCOMPARE(::truncate(QFile::encodeName(m_root.path(process + "endless"_s)).constData(), off_t(1) << 40), 0);
+        m_root.write(process + "largest"_s, "Rss: 7\n");
+        QCOMPARE(::truncate(QFile::encodeName(m_root.path(process + "largest"_s)).constData(), off_t(1) << 26), 0);
         // Links and pipes of an earlier row are as good.
         const QByteArray pipe = QFile::encodeName(m_root.path(process + "pipe"_s));
         if (::mkfifo(pipe.constData(), 0600) == 0) {
@@ -166,6 +169,8 @@ private Q_SLOTS:
         const double usageOfEnded = ProcReader(m_root.path()).getCpuUsage("7"_s, std::chrono::milliseconds(100));
         const itimerval never = {};
         ::setitimer(ITIMER_REAL, &never, nullptr);
+        m_root.write("/7/stat"_s, statText("sh", 30));
+        QCOMPARE(ProcReader(m_root.path()).getProcessTicks("7"_s), qint64(1234));
         QVERIFY(elapsed >= 100);
         QCOMPARE(usageOfEnded, 0.0);
     }

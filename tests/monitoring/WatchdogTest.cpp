@@ -32,6 +32,7 @@ private Q_SLOTS:
     {
         m_catalogue.clearApplications();
         m_supervision.bus.calls.clear();
+        m_supervision.observer.notes.clear();
         m_supervision.bus.answer = FakeBus().answer;
         m_supervision.onStop = m_supervision.onStart = [] {};
         m_now = start;
@@ -150,7 +151,31 @@ private Q_SLOTS:
             QTest::qWait(3 * restartDelay);
         }
         QCOMPARE(m_supervision.bus.calls.size(), outcome == 0 ? 1 : 3);
+        const QString reason = "reboot cause=memory ceiling=1000 count=1 module=leak size=1001"_s;
+        QCOMPARE(m_supervision.observer.notes.join(u' '), reason + (outcome == 0 ? ""_s : " refused"_s));
         QCOMPARE(m_root.log(), expected);
+    }
+
+    void rememberedRestart_data()
+    {
+        columns<int, int, bool>("delay", "seconds", "reboot");
+        row("a minute", 1, 999, true);
+        row("a minute, over", 1, 1000, false);
+        row("two minutes", 2, 1999, true);
+    }
+
+    // For 1000 seconds for each minute between two checks.
+    void rememberedRestart()
+    {
+        QFETCH(int, delay);
+        QFETCH(int, seconds);
+        setUsage("leak"_s, 1001, 1000);
+        m_watchdog->setMonitoringWatchDelay(delay);
+        m_watchdog->setMonitoringWatchRetry(2);
+        m_watchdog->checkMemory();
+        m_now = start.addSecs(seconds);
+        m_watchdog->checkMemory();
+        QTEST(m_supervision.bus.calls.contains(rebootCall), "reboot");
     }
 
     void restartsOnce()

@@ -231,8 +231,12 @@ private Q_SLOTS:
         component.live([&] {
             // What no variant on the bus can hold is refused, and the connection lives on.
             const QVariant nested = QVariantList{QVariantMap{{"key"_s, QVariant()}}};
+            QVariant deep = 1;
+            for (int i = 0; i < 40; ++i) {
+                deep = QVariantList{deep};
+            }
             for (const QVariant &value :
-                 {QVariant(), nested, QVariant(QUuid()), QVariant::fromValue<QObject *>(this),
+                 {QVariant(), nested, deep, QVariant(QUuid()), QVariant::fromValue<QObject *>(this),
                   QVariant::fromValue(BusObjectPath{"a"_s}), QVariant::fromValue(BusSignature{"("_s})}) {
                 QVERIFY(!component.notifyEvent(name, {{"key"_s, value}}));
                 QVERIFY(!component.asyncRemoteCall(name, name, {value}));

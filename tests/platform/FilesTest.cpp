@@ -1,6 +1,8 @@
+#include "bus/BusTypes.h"
 #include "support/DataTable.h"
 #include "support/RootDir.h"
 
+#include <jov/ApplicationConfig.h>
 #include <jov/JovProcess.h>
 #include <jov/JovRoot.h>
 #include <jov/Setting.h>
@@ -106,7 +108,45 @@ private Q_SLOTS:
     {
         m_root.writeScript("/usr/bin/jpg2fb"_s, "exit 5");
         QCOMPARE(WEXITSTATUS(qor_system("jpg2fb -a")), 5);
+        QCOMPARE(qor_system("[ -n \"$JOV_ROOT\" ]"), 0);
         QCOMPARE(WEXITSTATUS(qor_system("no_such_command 2>/dev/null")), 127);
+    }
+
+    void textsOfEnds()
+    {
+        QStringList texts;
+        for (const int code : {0, 3, 127, SIGILL, SIGABRT, SIGBUS, SIGFPE, SIGKILL, SIGSEGV, SIGTERM}) {
+            texts << getExitCodeInString(code);
+        }
+        QCOMPARE(texts.join(u' '),
+                 "EXITED_OK EXITED_3 BAD_LIBRARIES SIGILL SIGABRT SIGBUS SIGFPE SIGKILL SIGSEGV SIGTERM"_s);
+    }
+
+    // Each field at its position, on the way out and on the way in.
+    void records()
+    {
+        registerDBusSetting();
+        registerDBusApplicationConfig();
+        const QVariantList setting{"id"_s,
+                                   "value"_s,
+                                   "default"_s,
+                                   "label"_s,
+                                   "text"_s,
+                                   "owner"_s,
+                                   "unit"_s,
+                                   1,
+                                   2,
+                                   3,
+                                   QVariant(QVariantList{QVariant(QVariantList{"v"_s, "l"_s})}),
+                                   true,
+                                   false,
+                                   "x"_s};
+        const QVariantList application{"7"_s, 0, "name"_s, "status"_s, "state"_s, "text"_s, "1.0"_s, "label"_s, true};
+        for (const auto &[type, fields] :
+             {std::pair(qMetaTypeId<Setting>(), setting), std::pair(qMetaTypeId<ApplicationConfig>(), application)}) {
+            const BusTypes::Record *record = BusTypes::record(type);
+            QCOMPARE(record->toPlain(record->fromPlain(fields)).toList(), fields);
+        }
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "bus/BusConnection.h"
 #include "bus/BusOutbox.h"
+#include "bus/CallLimiter.h"
 #include "platform/Component.h"
 #include "support/DataTable.h"
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <vector>
 
 #include <sys/socket.h>
@@ -43,6 +45,7 @@ private Q_SLOTS:
     void initTestCase() { m_bus = std::make_unique<PrivateBus>(); }
     void cleanupTestCase() { m_bus.reset(); }
     void init() { m_root.keepLog(); }
+    void cleanup() { std::raise(SIGPIPE); } // ignored
     void operationsInOrder_data()
     {
         columns<QString, QString, QString, QString, int>("operation", "how", "calls", "line", "status");
@@ -210,6 +213,25 @@ private Q_SLOTS:
         QTRY_COMPARE(replies, calls);
         QCOMPARE(served + refusals, calls);
         QVERIFY(refusals > 0);
+        CallLimiter limiter(1);
+        QVERIFY(limiter.admits("a") && !limiter.admits("a") && limiter.admits("b"));
+        bool again = false;
+        QTRY_VERIFY(again = again || limiter.admits("a")); // in the next second
+    }
+
+    // What comes during a call that waits is handled after it.
+    void signalDuringACall()
+    {
+        BusConnection connection;
+        int signalsSeen = 0;
+        connection.setHandler([&](const BusMessage &message) { signalsSeen += message.member() == "seen" ? 1 : 0; });
+        QVERIFY(connection.open());
+        QTRY_VERIFY(connection.isOpen());
+        connection.send(BusMessage::busCall("AddMatch", {"type='signal',interface='org.example.Any'"_s}));
+        connection.send(BusMessage::signal("/any"_s, "org.example.Any"_s, "seen"_s));
+        QCOMPARE(connection.callAndWait(BusMessage::busCall("ListNames"), 5000).type(), BusMessage::Type::Return);
+        QCOMPARE(signalsSeen, 0);
+        QTRY_COMPARE(signalsSeen, 1);
     }
 
     void errorsOfBusCalls()

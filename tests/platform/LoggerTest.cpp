@@ -1,4 +1,5 @@
 #include "logger/PlatformLogger.h"
+#include "logger/RecentLines.h"
 #include "support/DataTable.h"
 #include "support/RootDir.h"
 
@@ -158,6 +159,16 @@ private Q_SLOTS:
             return QString();
         });
         QVERIFY(!built);
+    }
+
+    void recentLines()
+    {
+        for (int i = 0; i < 60; ++i) {
+            rememberLogLine(JovLogger::Info, QString::number(i));
+        }
+        const QByteArrayList lines = recentLogLines();
+        QCOMPARE(lines.size(), 50);
+        QVERIFY(lines.first().endsWith(" info 10") && lines.last().endsWith(" info 59"));
     }
 
     void fileIsRotated()

@@ -16,6 +16,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <utility>
 
 /// Writes down what is sent and subscribed to, and answers a remote call as the test says.
 class FakeBus : public BusAccess
@@ -71,6 +72,42 @@ private:
     }
 };
 
+/// Writes down what is noted, but not the states.
+class FakeObserver : public SupervisionObserver
+{
+public:
+    QStringList notes;
+    std::function<void()> inStep; ///< for the next one that starts
+
+    void noteLaunch(const QString &module) override { notes << "launch "_s + module; }
+    void noteExit(const QString &module, int code, bool bySignal) override
+    {
+        notes << "exit %1 %2 %3"_s.arg(module).arg(code).arg(bySignal);
+    }
+    void noteStepStarted(const QString &step) override
+    {
+        notes << "step "_s + step;
+        if (const auto act = std::exchange(inStep, nullptr)) {
+            act();
+        }
+    }
+    void noteStepDone(const QString &step, int value) override { notes << "done %1 %2"_s.arg(step).arg(value); }
+    void noteFailedStart(const QVariantMap &reason) override { note("failed"_s, reason); }
+    void noteReboot(const QVariantMap &reason) override { note("reboot"_s, reason); }
+    void noteEnding(const QVariantMap &reason) override { note("ending"_s, reason); }
+
+private:
+    void note(QString text, const QVariantMap &reason)
+    {
+        for (auto entry = reason.cbegin(); entry != reason.cend(); ++entry) {
+            const QVariant &value = entry.value();
+            const bool isList = value.type() == QVariant::StringList;
+            text += u' ' + entry.key() + u'=' + (isList ? value.toStringList().join(u'|') : value.toString());
+        }
+        notes << text;
+    }
+};
+
 /// Everything that surrounds a part of the supervisor. Orders are written down among the calls of the bus.
 class FakeSupervision : public ModuleOrders, public RestartOrders, public HomePage
 {
@@ -81,7 +118,7 @@ public:
 
     SupervisionState state;
     FakeBus bus;
-    SupervisionObserver observer;
+    FakeObserver observer;
     std::function<void()> onStop = [] {};
     std::function<void()> onStart = [] {};
     RebootRequest reboot{
@@ -113,8 +150,8 @@ public:
         onStart();
         return 0;
     }
-    void rebootComes(const QVariantMap & /*reason*/) override { }
-    void rebootRefused() override { }
+    void rebootComes(const QVariantMap &reason) override { observer.noteReboot(reason); }
+    void rebootRefused() override { observer.notes << "refused"_s; }
     void rebootAccepted() override { state.noteRebootRequest(); }
     void starting() override { bus.calls << "home page starts"_s; }
     void started() override { bus.calls << "home page started"_s; }

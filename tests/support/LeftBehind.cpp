@@ -20,11 +20,15 @@ public:
         // The children of a killed process come to us in turn.
         for (QList<pid_t> left = Processes::children(getpid()); !left.isEmpty(); left = Processes::children(getpid())) {
             for (const pid_t pid : left) {
-                const QByteArray line = Processes::commandLine(pid);
-                kill(pid, SIGKILL);
-                waitpid(pid, nullptr, 0);
-                // One that had ended and was only not reaped has no command line.
-                if (!line.isEmpty()) {
+                // On a busy machine one that was killed takes a moment to end.
+                pid_t ended = 0;
+                for (int i = 0; i < 200 && (ended = waitpid(pid, nullptr, WNOHANG)) == 0; ++i) {
+                    usleep(10000);
+                }
+                if (ended == 0) {
+                    const QByteArray line = Processes::commandLine(pid);
+                    kill(pid, SIGKILL);
+                    waitpid(pid, nullptr, 0);
                     any = true;
                     std::fprintf(stderr, "left behind: %s\n", line.constData());
                 }
