@@ -108,6 +108,9 @@ private Q_SLOTS:
         QCOMPARE(ask(QStringList{"monitoringSettingsChanged"_s, "(sssssssiiia(ss)bbs)"_s} + setting.split(u' ')),
                  "[[]]}"_s);
         QVERIFY(terminal.waitForLog("new monitoringWatchDelay value=7"_s));
+        QVERIFY(terminal.call("getFreeMemory"_s).toInt() < terminal.call("getTotalMemory"_s).toInt());
+        QVERIFY(terminal.call("getMemoryUsage"_s, {"A"_s}).toInt() > 0);
+        QCOMPARE(terminal.call("getApplicationsListInString"_s), terminal.call("getModulesListInString"_s) + u'\n');
     }
 
     void operation_data()
@@ -177,7 +180,7 @@ private Q_SLOTS:
         Terminal terminal("step one 1\nA one");
         terminal.root.write("/tmp/step"_s, stepFile);
         terminal.start();
-        QVERIFY(terminal.waitForStates("A:RUNNING"_s));
+        QTRY_COMPARE(terminal.call("getStepInfra"_s), QString::fromLatin1(stepFile));
         for (const QString &order : qAsConst(orders)) {
             if (order == "call"_s) {
                 QCOMPARE(terminal.call("restartApp"_s), QString());
@@ -326,13 +329,15 @@ private Q_SLOTS:
         for (int i = 0; i < 80; ++i) {
             calls << terminal.sendAsync("restartModule"_s, {"A"_s});
         }
-        QVERIFY(terminal.waitForLog("restartModule refused"_s));
+        QVERIFY(terminal.waitForLog("restartModule refused: 64 operations are still under way"_s));
+        QCOMPARE(terminal.call("stopModule"_s, {"A"_s}), "true"_s);
         QCOMPARE(terminal.call("stopAll"_s), "0"_s);
         for (QDBusPendingCall &call : calls) {
             call.waitForFinished();
             QVERIFY(call.error().type() != QDBusError::NoReply);
         }
         QCOMPARE(terminal.states(), "A:STOPPED"_s);
+        QCOMPARE(terminal.logCount("restartModule refused"_s), 17);
     }
 };
 
