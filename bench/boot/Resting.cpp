@@ -122,9 +122,12 @@ Rest watch(qint64 pid, const PrivateBus &bus, int seconds)
     return {after - before, systemCalls(pid, seconds), privateMemory(pid, bus.processId())};
 }
 
-Rest watchBoot(MeasuredBoot::By by, const Programs &programs, int seconds)
+Rest watchBoot(MeasuredBoot::By by, const Programs &programs, int seconds, const QString &parameter = QString())
 {
     const BenchTerminal terminal(programs.tinyModule);
+    if (!parameter.isEmpty()) {
+        terminal.setParameter(parameter);
+    }
     const QStringList names = terminal.addChain(100);
     const MeasuredBoot boot(by, programs, terminal, names);
     return watch(boot.supervisor(), boot.bus(), seconds);
@@ -189,9 +192,9 @@ void printRest(const Rest &daemon, const Memory &inForeground, const Rest &floor
 
 } // namespace
 
-void measureRest(const Programs &programs, int seconds)
+void measureRest(const Programs &programs, int seconds, const QString &parameter)
 {
-    const Rest daemon = watchBoot(MeasuredBoot::By::Daemon, programs, seconds);
+    const Rest daemon = watchBoot(MeasuredBoot::By::Daemon, programs, seconds, parameter);
     const Rest floor = watchBoot(MeasuredBoot::By::Floor, programs, seconds);
     const Rest inForeground = watchBoot(MeasuredBoot::By::DaemonInForeground, programs, 1);
     printRest(daemon, inForeground.memory, floor, watchWaiting(programs, seconds), seconds);

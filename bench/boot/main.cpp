@@ -36,15 +36,28 @@ QStringList layOut(const BenchTerminal &terminal, const Case &of)
     return of.shape == Shape::Chain ? terminal.addChain(of.modules) : terminal.addIndependent(of.modules);
 }
 
+/// Instead of the floor.
+struct Other
+{
+    QString daemon; ///< another one
+    QString parameter; ///< or the same, without this line of platform.ini
+};
+
 /// One more pair; which of the two comes first changes, since the second finds a warmer machine.
-void measure(const Programs &programs, Outcome &outcome, const QString &otherDaemon = QString())
+void measure(const Programs &programs, Outcome &outcome, const Other &other = {})
 {
     const auto one = [&](MeasuredBoot::By by) {
         const BenchTerminal terminal(programs.tinyModule);
         const QStringList names = layOut(terminal, outcome.of);
-        if (by == MeasuredBoot::By::Floor && !otherDaemon.isEmpty()) {
+        if (!other.parameter.isEmpty()) {
+            if (by == MeasuredBoot::By::Daemon) {
+                terminal.setParameter(other.parameter);
+            }
+            return MeasuredBoot(MeasuredBoot::By::Daemon, programs, terminal, names).perModule();
+        }
+        if (by == MeasuredBoot::By::Floor && !other.daemon.isEmpty()) {
             Programs others = programs;
-            others.daemon = otherDaemon;
+            others.daemon = other.daemon;
             return MeasuredBoot(MeasuredBoot::By::Daemon, others, terminal, names).perModule();
         }
         return MeasuredBoot(by, programs, terminal, names).perModule();
@@ -67,14 +80,15 @@ QString nameOf(const Case &of)
         .arg(of.modules);
 }
 
-void measureOneChain(const Programs &programs, int modules, int repetitions, const QString &otherDaemon)
+void measureOneChain(const Programs &programs, int modules, int repetitions, const Other &other)
 {
     Outcome outcome{{Shape::Chain, modules, 0}, {}};
     for (int i = 0; i < repetitions; ++i) {
-        measure(programs, outcome, otherDaemon);
+        measure(programs, outcome, other);
     }
     std::printf("chain of %d: daemon %.3f ms, %s %.3f ms, ratio %.3f\n", modules, median(outcome.pairs.ours),
-                otherDaemon.isEmpty() ? "floor" : "other", median(outcome.pairs.floor), outcome.pairs.ratio());
+                other.daemon.isEmpty() && other.parameter.isEmpty() ? "floor" : "other", median(outcome.pairs.floor),
+                outcome.pairs.ratio());
 }
 
 void measureBoots(const Programs &programs, int repetitions)
@@ -126,6 +140,11 @@ int main(int argc, char **argv)
     const QCommandLineOption against(QStringLiteral("against"),
                                      QStringLiteral("With --only: compare with this daemon, not with the floor."),
                                      QStringLiteral("path"));
+    const QCommandLineOption parameter(
+        QStringLiteral("parameter"),
+        QStringLiteral("With --only: compare the daemon that has this line in platform.ini with one that has not. With "
+                       "--repetitions 0: rest with it."),
+        QStringLiteral("line"));
     const QCommandLineOption ahead(QStringLiteral("ahead"),
                                    QStringLiteral("Start and stop many modules at the same time, no more."));
     const QCommandLineOption bare(QStringLiteral("bare"),
@@ -139,7 +158,7 @@ int main(int argc, char **argv)
                                      QStringLiteral("With --lean: compare with the figures in this file, and keep the "
                                                     "new ones there."),
                                      QStringLiteral("path"));
-    parser.addOptions({bare, repetitions, seconds, daemon, only, against, ahead, lean, figures});
+    parser.addOptions({bare, repetitions, seconds, daemon, only, against, parameter, ahead, lean, figures});
     parser.process(application);
 
     MeasuredBoot::becomeSubreaper();
@@ -149,7 +168,7 @@ int main(int argc, char **argv)
     }
     const int times = parser.value(repetitions).toInt();
     if (parser.isSet(only)) {
-        measureOneChain(programs, parser.value(only).toInt(), times, parser.value(against));
+        measureOneChain(programs, parser.value(only).toInt(), times, {parser.value(against), parser.value(parameter)});
         return 0;
     }
     if (parser.isSet(lean)) {
@@ -167,7 +186,7 @@ int main(int argc, char **argv)
     }
     const int rest = parser.value(seconds).toInt();
     if (rest > 0) {
-        measureRest(programs, rest);
+        measureRest(programs, rest, parser.value(parameter));
     }
     return 0;
 }
