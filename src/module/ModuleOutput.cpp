@@ -26,19 +26,23 @@ constexpr mode_t permissions = S_IRUSR | S_IWUSR | S_IRGRP;
 constexpr qint64 largestFile = 65536; // bytes, at a launch
 constexpr char groupOfReaders[] = "jovtech";
 
+int openAppending(const QByteArray &name)
+{
+    // O_NONBLOCK: a FIFO without a reader would stop the daemon here.
+    return open(name.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions);
+}
+
+/// Most launches find the folder, and a small file.
 int openFile(const QString &path)
 {
-    const mode_t ownMask = umask(S_IWGRP | S_IWOTH); // the daemon's is 0, and logrotate refuses a folder of everybody
-    QDir().mkpath(QFileInfo(path).path());
-    umask(ownMask);
     const QByteArray name = QFile::encodeName(path);
-    if (QFileInfo(path).size() > largestFile) {
-        const int moved = std::rename(name.constData(), (name + ".old").constData());
-        static_cast<void>(moved);
+    Descriptor file(openAppending(name));
+    if (!file.isOpen() && errno == ENOENT) {
+        const mode_t ownMask = umask(S_IWGRP | S_IWOTH); // ours is 0, and logrotate refuses a folder of everybody
+        QDir().mkpath(QFileInfo(path).path());
+        umask(ownMask);
+        file.reset(openAppending(name));
     }
-    // O_NONBLOCK: a FIFO without a reader would stop the daemon here.
-    Descriptor file(
-        open(name.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions));
     struct stat status = {};
     if (!file.isOpen() || fstat(file.number(), &status) != 0) {
         return -1;
@@ -46,6 +50,12 @@ int openFile(const QString &path)
     if (!S_ISREG(status.st_mode)) {
         errno = EINVAL;
         return -1;
+    }
+    if (status.st_size > largestFile && std::rename(name.constData(), (name + ".old").constData()) == 0) {
+        file.reset(openAppending(name));
+        if (!file.isOpen() || fstat(file.number(), &status) != 0) {
+            return -1;
+        }
     }
     if (status.st_size == 0) {
         const group *readers = getgrnam(groupOfReaders);
