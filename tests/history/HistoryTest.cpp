@@ -192,7 +192,7 @@ private Q_SLOTS:
     void ring()
     {
         const QString path = "/new/history"_s;
-        const HistoryRing ring(QFile::encodeName(m_root.path(path)), 16 * 1024);
+        const HistoryRing ring(QFile::encodeName(m_root.path(path)), 16L * 1024);
         const QByteArray line = numbered(1, 100);
         const mode_t mask = umask(0);
         QCOMPARE(append(ring, line), 0);

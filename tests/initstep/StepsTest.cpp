@@ -268,7 +268,7 @@ private Q_SLOTS:
             step = record.getName() < "Y"_s ? step : step->getNext();
             step->insertApplication(&record);
         }
-        for (step = one; step; step = step->getNext()) {
+        for (step = supervision.steps.firstStep; step; step = step->getNext()) {
             QVERIFY(step->buildTree(supervision.moduleContext()));
             for (const auto &entry : step->nodes) {
                 entry.second->setState(entry.first == "D"_s && what == "B"_s ? ModuleState::Stopped
