@@ -138,9 +138,10 @@ private Q_SLOTS:
 
     void endlessArchive_data()
     {
-        columns<int>("signal");
-        row("limit", 0);
-        row("end of the daemon", SIGTERM);
+        columns<int, bool>("signal", "restart");
+        row("limit", 0, false);
+        row("end of the daemon", SIGTERM, false);
+        row("restart", 0, true);
     }
 
     // The end of another module is noticed meanwhile.
@@ -156,6 +157,12 @@ private Q_SLOTS:
         QVERIFY(terminal.wait([&] { return !terminal.root.read("/begun"_s).isEmpty(); }));
         kill(terminal.modules().value("B"_s).value(0), SIGKILL);
         QVERIFY(terminal.waitForLog("Module B crashed during ApplicationManager::stop"_s));
+        QFETCH(bool, restart);
+        if (restart) { // It does not wait for the archive, nor does the reboot any longer.
+            QCOMPARE(terminal.call("restart"_s), QString());
+            QVERIFY(terminal.wait([&] { return terminal.records().size() == 1; }));
+            QVERIFY(terminal.waitForStates("A:RUNNING B:RUNNING"_s));
+        }
         QCOMPARE(terminal.logCount("tar was killed"_s), 0);
         if (signal != 0) {
             QCOMPARE(terminal.end(signal), 0);

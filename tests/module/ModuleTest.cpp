@@ -306,7 +306,8 @@ private Q_SLOTS:
         QTRY_COMPARE(m_root.log().filter("emergency Terminal"_s).size(), 1);
     }
 
-    // What is told of it, with the end of what it has printed; the mask of the modules is not that of the daemon.
+    // What the history records of it, with the end of what it has printed; the mask of the modules is not that of the
+    // daemon.
     void crash()
     {
         QString printed = "0\n1"_s;
