@@ -178,8 +178,7 @@ private Q_SLOTS:
 
     void strangeFile()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, link);
+        const auto [bytes, link] = cells<QByteArray, QString>();
         QDir(m_root.path(folder)).removeRecursively();
         m_root.write(folder + "other"_s, QByteArray());
         QCOMPARE(::mkfifo(QFile::encodeName(m_root.path(folder + "pipe"_s)).constData(), 0600), 0);

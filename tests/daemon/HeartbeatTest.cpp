@@ -103,9 +103,7 @@ private Q_SLOTS:
 
     void interval()
     {
-        QFETCH(QByteArray, timeOut);
-        QFETCH(QByteArray, watched);
-        QFETCH(QString, device);
+        const auto [timeOut, watched, device] = cells<QByteArray, QByteArray, QString>();
         qputenv("NOTIFY_SOCKET", "@nobody");
         qputenv("WATCHDOG_USEC", timeOut);
         qputenv("WATCHDOG_PID", watched);

@@ -185,9 +185,7 @@ private Q_SLOTS:
 
     void presentation()
     {
-        QFETCH(QString, arguments);
-        QFETCH(QString, parameter);
-        QFETCH(bool, up);
+        const auto [arguments, parameter, up] = cells<QString, QString, bool>();
         Terminal terminal("step home 7 home\nJovWebClient home "_s + arguments);
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         const QString ini = "/etc/JovApplication/platform.ini"_s;

@@ -75,9 +75,7 @@ private Q_SLOTS:
     // Calls faster than they can be answered hold up neither the end of a module nor the daemon's own.
     void flood()
     {
-        QFETCH(QString, interface);
-        QFETCH(QString, method);
-        QFETCH(bool, wantsReplies);
+        const auto [interface, method, wantsReplies] = cells<QString, QString, bool>();
         Terminal terminal("step one 1\nA one\nB one\nC one");
         for (int i = 0; i < 1000; ++i) {
             terminal.addModule("Idle%1"_s.arg(i), "none"_s); // an answer takes a millisecond

@@ -173,10 +173,7 @@ private Q_SLOTS:
 
     void restartApp()
     {
-        QFETCH(QByteArray, stepFile);
-        QFETCH(QStringList, orders);
-        QFETCH(int, restarts);
-        QFETCH(QString, line);
+        const auto [stepFile, orders, restarts, line] = cells<QByteArray, QStringList, int, QString>();
         Terminal terminal("step one 1\nA one");
         terminal.root.write("/tmp/step"_s, stepFile);
         terminal.start();
@@ -286,8 +283,7 @@ private Q_SLOTS:
 
     void hostileCall()
     {
-        QFETCH(QString, method);
-        QFETCH(QVariantList, arguments);
+        const auto [method, arguments] = cells<QString, QVariantList>();
         Terminal terminal(fourModules);
         QVERIFY(terminal.boot());
         QTEST(terminal.call(method, arguments), "reply");

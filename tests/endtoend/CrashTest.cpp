@@ -185,8 +185,7 @@ private Q_SLOTS:
 
     void hangingCommand()
     {
-        QFETCH(QString, module);
-        QFETCH(QString, command);
+        const auto [module, command] = cells<QString, QString>();
         Terminal terminal("step one 1\nOther one\n"_s + module + " one"_s);
         terminal.root.writeScript(command, "echo >$JOV_ROOT/begun; until [ -e $JOV_ROOT/go ]; do sleep 0.1; done");
         QVERIFY(terminal.boot());
@@ -219,11 +218,7 @@ private Q_SLOTS:
     // A kill is a crash only when the module had its time to end.
     void whoseKill()
     {
-        QFETCH(QString, arguments);
-        QFETCH(bool, up);
-        QFETCH(QStringList, methods);
-        QFETCH(bool, crash);
-        QFETCH(QString, line);
+        const auto [arguments, up, methods, crash, line] = cells<QString, bool, QStringList, bool, QString>();
         Terminal terminal("step one 1\nA one "_s + arguments);
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         terminal.start();
@@ -253,9 +248,7 @@ private Q_SLOTS:
 
     void exitCodes()
     {
-        QFETCH(QString, arguments);
-        QFETCH(QString, status);
-        QFETCH(QString, event);
+        const auto [arguments, status, event] = cells<QString, QString, QString>();
         Terminal terminal("step one 1\nA one --never-ready --exit-after=50 "_s + arguments);
         terminal.start();
         QVERIFY(terminal.waitForLog("; Normal"_s));

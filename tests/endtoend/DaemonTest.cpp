@@ -49,9 +49,7 @@ private Q_SLOTS:
 
     void failingStart()
     {
-        QFETCH(QString, description);
-        QFETCH(QString, fault);
-        QFETCH(QString, line);
+        const auto [description, fault, line] = cells<QString, QString, QString>();
         Terminal terminal(description);
         if (fault == "no bus"_s) {
             terminal.bus.stop();
@@ -177,9 +175,7 @@ private Q_SLOTS:
     // A loop that turns feeds the watchdog; a loop that hangs does not.
     void heartbeat()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, watched);
-        QFETCH(bool, fed);
+        auto [name, watched, fed] = cells<QString, QString, bool>();
         Terminal terminal("step one 1\nA one");
         name = name.arg(terminal.root.path());
         const NotifiedSocket socket(QFile::encodeName(name));

@@ -54,8 +54,7 @@ private Q_SLOTS:
     // It is up when the supervisor says so: nobody tries again.
     void anyProgram()
     {
-        QFETCH(QString, program);
-        QFETCH(QString, question);
+        const auto [program, question] = cells<QString, QString>();
         if (QStandardPaths::findExecutable(program).isEmpty()) {
             QSKIP("the program is not installed: scripts/install-dependencies examples");
         }

@@ -126,9 +126,7 @@ private Q_SLOTS:
 
     void causes()
     {
-        QFETCH(QVariantMap, reason);
-        QFETCH(bool, inOrder);
-        QFETCH(QString, nextBootId);
+        const auto [reason, inOrder, nextBootId] = cells<QVariantMap, bool, QString>();
         m_root.write("/history"_s, {});
         QFile::remove(m_root.path("/history.old"_s));
         int boots = 0;
@@ -236,8 +234,7 @@ private Q_SLOTS:
 
     void unusable()
     {
-        QFETCH(QString, path);
-        QFETCH(QString, line);
+        const auto [path, line] = cells<QString, QString>();
         const int from = m_root.log().size();
         BlackBox blackBox([] { return 0; });
         blackBox.begin(path.startsWith("/sys"_s) ? path : m_root.path(path), 64);

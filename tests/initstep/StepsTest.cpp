@@ -218,8 +218,7 @@ private Q_SLOTS:
     // A start counts and warns once for each visit. M has no program.
     void counts()
     {
-        QFETCH(QString, modules);
-        QFETCH(QString, running);
+        const auto [modules, running] = cells<QString, QString>();
         FakeSupervision supervision;
         std::vector<ApplicationRecord> records = recordsOf(modules + (modules.contains(u'M') ? " M"_s : QString()));
         InitStep step("s"_s, 1, true);

@@ -155,8 +155,7 @@ private Q_SLOTS:
 
     void ready()
     {
-        QFETCH(QString, kind);
-        QFETCH(QString, commands);
+        auto [kind, commands] = cells<QString, QString>();
         Terminal terminal("step one 1"); // without its daemon
         terminal.root.write("/stale"_s, QByteArray());
         const QString port = portOfAnother();
@@ -198,8 +197,7 @@ private Q_SLOTS:
 
     void stop()
     {
-        QFETCH(QStringList, options);
-        QFETCH(QString, script);
+        const auto [options, script] = cells<QStringList, QString>();
         Terminal terminal("step one 1");
         Run run(jovRun(options + QStringList{"--ready=notify"_s, "--moduleName="_s + oddName}, script));
         QVERIFY(terminal.waitForEvent("up"_s));
@@ -222,8 +220,7 @@ private Q_SLOTS:
 
     void killed()
     {
-        QFETCH(QString, kind);
-        QFETCH(bool, helper);
+        const auto [kind, helper] = cells<QString, bool>();
         const Terminal terminal("step one 1");
         Run run(jovRun({"--stop-signal=INT"_s, "--ready="_s + kind, "--moduleName=a"_s},
                        "trap 'exit 6' INT; while :; do sleep 0.02; done"_s));

@@ -194,9 +194,7 @@ private Q_SLOTS:
     // The order of the launches differs. Counts, lines and states are the same.
     void graphs()
     {
-        QFETCH(QString, terminal);
-        QFETCH(int, target);
-        QFETCH(int, limit);
+        const auto [terminal, target, limit] = cells<QString, int, int>();
         int counts[] = {0, 0};
         QStringList lines[2];
         for (const int ahead : {0, 1}) {
@@ -229,8 +227,7 @@ private Q_SLOTS:
 
     void mistakes()
     {
-        QFETCH(QString, terminal);
-        QFETCH(QString, warning);
+        const auto [terminal, warning] = cells<QString, QString>();
         Boot boot(m_root, terminal);
         QVERIFY(boot.isBuilt);
         QCOMPARE(m_root.log().filter(" : early "_s), warning.isEmpty() ? QStringList() : QStringList{warning});

@@ -92,10 +92,7 @@ private Q_SLOTS:
     // Each change begins a new period, also one of another setting.
     void settingChanged()
     {
-        QFETCH(QString, id);
-        QFETCH(QString, value);
-        QFETCH(bool, defined);
-        QFETCH(int, delay);
+        const auto [id, value, defined, delay] = cells<QString, QString, bool, int>();
         FakeSupervision supervision;
         Catalogue catalogue;
         MemoryWatchdog watchdog(supervision.bus, supervision, catalogue, ProcReader());
@@ -163,8 +160,7 @@ private Q_SLOTS:
 
     void refusedParameters()
     {
-        QFETCH(QString, key);
-        QFETCH(QString, value);
+        const auto [key, value] = cells<QString, QString>();
         static_cast<void>(Parameters::read({{key, value}}));
         const QString line = "warning platform.ini: %1=%2 is not valid, the default applies"_s.arg(key, value);
         QTEST(m_root.log() == QStringList{line}, "refused");

@@ -356,9 +356,7 @@ private Q_SLOTS:
 
     void lock()
     {
-        QFETCH(int, step);
-        QFETCH(QString, orders);
-        QFETCH(int, restarts);
+        const auto [step, orders, restarts] = cells<int, QString, int>();
         Restarts restarted;
         for (const QString &order : orders.split(u' ')) {
             if (order == "call"_s) {

@@ -82,8 +82,7 @@ private Q_SLOTS:
 
     void wait()
     {
-        QFETCH(int, reachedAfter);
-        QFETCH(int, limit);
+        const auto [reachedAfter, limit] = cells<int, int>();
         WaitLoop waits;
         QSignalSpy idle(&waits, &WaitLoop::idle);
         bool reached = reachedAfter == 0;
@@ -350,8 +349,7 @@ private Q_SLOTS:
 
     void repeatedAnnouncement()
     {
-        QFETCH(int, state);
-        QFETCH(bool, repeated);
+        const auto [state, repeated] = cells<int, bool>();
         ShortSupervision supervision;
         Module module(&m_record, supervision.moduleContext());
         module.setState(ModuleState(state));

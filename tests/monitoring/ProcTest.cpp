@@ -49,8 +49,7 @@ private Q_SLOTS:
 
     void fieldSum()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(QByteArray, field);
+        const auto [text, field] = cells<QByteArray, QByteArray>();
         for (int piece = 1; piece <= text.size(); ++piece) {
             ProcParser::FieldSum sum(field);
             for (int start = 0; start < text.size(); start += piece) {

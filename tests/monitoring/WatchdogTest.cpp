@@ -61,9 +61,7 @@ private Q_SLOTS:
 
     void limits()
     {
-        QFETCH(int, limit);
-        QFETCH(qint64, used);
-        QFETCH(qint64, total);
+        const auto [limit, used, total] = cells<int, qint64, qint64>();
         QTEST(MemoryCeiling(limit).isExceeded(used, total), "exceeded");
     }
 
@@ -92,9 +90,7 @@ private Q_SLOTS:
 
     void retries()
     {
-        QFETCH(int, maxRetries);
-        QFETCH(int, time2remove);
-        QFETCH(QList<int>, times);
+        const auto [maxRetries, time2remove, times] = cells<int, int, QList<int>>();
         ApplicationRecord record;
         QList<int> sizes;
         for (const int time : times) {
@@ -167,8 +163,7 @@ private Q_SLOTS:
     // For 1000 seconds for each minute between two checks.
     void rememberedRestart()
     {
-        QFETCH(int, delay);
-        QFETCH(int, seconds);
+        const auto [delay, seconds] = cells<int, int>();
         setUsage("leak"_s, 1001, 1000);
         m_watchdog->setMonitoringWatchDelay(delay);
         m_watchdog->setMonitoringWatchRetry(2);

@@ -76,8 +76,7 @@ private Q_SLOTS:
 
     void parameters()
     {
-        QFETCH(QByteArray, ini);
-        QFETCH(QString, section);
+        const auto [ini, section] = cells<QByteArray, QString>();
         m_root.write("/etc/JovApplication/platform.ini"_s, ini);
         QStringList words;
         const QMap<QString, QString> values = settings_get_section(section);

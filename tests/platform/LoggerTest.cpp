@@ -124,8 +124,7 @@ private Q_SLOTS:
 
     void lines()
     {
-        QFETCH(QString, text);
-        QFETCH(QByteArray, written);
+        const auto [text, written] = cells<QString, QByteArray>();
         const QString path = "/lines"_s;
         m_root.write(path, QByteArray());
         PlatformLogger log(LogOptions{JovLogger::Warning, m_root.path(path)});
@@ -251,8 +250,7 @@ private Q_SLOTS:
 
     void sinkIsFull()
     {
-        QFETCH(int, taken);
-        QFETCH(QString, record);
+        const auto [taken, record] = cells<int, QString>();
         const QByteArray kind = QTest::currentDataTag();
         int ends[2] = {-1, -1}; // for reading, for writing
         if (kind == "syslog") {

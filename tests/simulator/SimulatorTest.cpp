@@ -154,9 +154,7 @@ private Q_SLOTS:
 
     void once()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(int, boots);
-        QFETCH(QString, texts);
+        const auto [arguments, boots, texts] = cells<QStringList, int, QString>();
         Run run(QStringList{"--once"_s} + patient + arguments);
         const int status = run.end();
         const QString output = run.output();
@@ -187,10 +185,7 @@ private Q_SLOTS:
 
     void faultyTerminal()
     {
-        QFETCH(QString, argument);
-        QFETCH(QString, dependency);
-        QFETCH(QStringList, options);
-        QFETCH(QString, complaint);
+        const auto [argument, dependency, options, complaint] = cells<QString, QString, QStringList, QString>();
         const RootDir files;
         writeTerminal(files, argument == "home"_s ? QString() : argument, dependency);
         if (argument == "home"_s) {
@@ -220,9 +215,7 @@ private Q_SLOTS:
 
     void nothingSurvives()
     {
-        QFETCH(QString, victim);
-        QFETCH(QString, moment);
-        QFETCH(int, status);
+        const auto [victim, moment, status] = cells<QString, QString, int>();
         const RootDir files;
         writeTerminal(files, "--ready-after=100"_s);
         Run run({"--terminal"_s, files.path()});

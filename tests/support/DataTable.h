@@ -8,11 +8,26 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <tuple>
+#include <vector>
+
+/// The names of the columns of the table that runs.
+inline std::vector<const char *> columnNames;
+
 /// The columns of a test's table, as QTest::addColumn() for each.
 template <typename... Types, typename... Names>
 void columns(Names... names)
 {
     (QTest::addColumn<Types>(names), ...);
+    columnNames = {names...};
+}
+
+/// The row that runs, as QFETCH() for each of the first columns: `const auto [text, number] = cells<QString, int>();`
+template <typename... Types>
+std::tuple<Types...> cells()
+{
+    auto name = columnNames.cbegin();
+    return {*static_cast<Types *>(QTest::qData(*name++, qMetaTypeId<Types>()))...}; // Braces: from left to right.
 }
 
 /// A row of it in one line; a text may be a literal.

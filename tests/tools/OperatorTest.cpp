@@ -109,8 +109,7 @@ private Q_SLOTS:
     // Wrong usage, and no daemon: on a bus, and without one.
     void refusals()
     {
-        QFETCH(QString, words);
-        QFETCH(int, status);
+        const auto [words, status] = cells<QString, int>();
         {
             const PrivateBus bus;
             const Outcome outcome = jovctl(words);

@@ -204,11 +204,7 @@ private Q_SLOTS:
     /// `early` has the module and what it waits for. Q depends on P, S on R; F fails; the step "two" is above 4.
     void forecast()
     {
-        QFETCH(QString, begin);
-        QFETCH(QStringList, parallel);
-        QFETCH(QStringList, early);
-        QFETCH(int, atOnce);
-        QFETCH(int, counted);
+        const auto [begin, parallel, early, atOnce, counted] = cells<QString, QStringList, QStringList, int, int>();
         LaunchingAhead ahead{{parallel.begin(), parallel.end()}, {}, atOnce, quint64(counted)};
         for (const QString &words : qAsConst(early)) {
             ahead.early.insert(words.left(1), words.mid(1).split(QString(), Qt::SkipEmptyParts));
@@ -248,9 +244,7 @@ private Q_SLOTS:
 
     void chart()
     {
-        QFETCH(int, count);
-        QFETCH(QString, name);
-        QFETCH(qulonglong, apart);
+        const auto [count, name, apart] = cells<int, QString, qulonglong>();
         const QString svg = bootChart(bootOf(count, name, apart), name);
         QXmlStreamReader reader(svg);
         int bars = 0;

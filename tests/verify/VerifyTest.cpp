@@ -51,8 +51,7 @@ private Q_SLOTS:
 
     void cases()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, expected);
+        const auto [name, expected] = cells<QString, QString>();
         const RootDir root;
         QVERIFY(layOut(name, root));
         QStringList found;
@@ -84,8 +83,7 @@ private Q_SLOTS:
 
     void exitStatus()
     {
-        QFETCH(QString, name);
-        QFETCH(QStringList, arguments);
+        auto [name, arguments] = cells<QString, QStringList>();
         const RootDir root;
         QVERIFY(layOut(name, root));
         QTEST(int(runCommandLine(QStringList("verify"_s) + arguments.replaceInStrings("ROOT"_s, root.path()))),
