@@ -31,21 +31,22 @@ WaitLoop::Outcome WaitLoop::waitUntil(const std::function<bool()> &reached, int 
     QEventLoop loop;
     // Only the innermost wait tests itself: a lower one that kept quitting would keep the upper one from ever sleeping.
     bool quits = false;
-    const auto quitIfReached = [&] {
-        if (quits || level != m_depth || !reached()) {
-            return false;
-        }
-        quits = true;
-        loop.quit();
-        return true;
-    };
+    const auto ends = [&] { return !quits && level == m_depth && reached(); };
     QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
-    connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &loop, quitIfReached);
+    connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &loop, [&] {
+        if (ends()) {
+            quits = true;
+            loop.quit();
+        }
+    });
     // After a turn, so that what follows the wait is sent together with what has ended it.
     connect(dispatcher, &QAbstractEventDispatcher::awake, &loop, [&, dispatcher] {
-        if (quitIfReached()) {
-            // What is pending comes before what follows the wait.
+        if (ends()) {
+            quits = true;
+            // What is pending comes before what follows the wait. The turn inside takes back an interruption of the
+            // turn around it, which would sleep: so it comes first.
             dispatcher->processEvents(QEventLoop::EventLoopExec);
+            loop.quit();
         }
     });
     QTimer limitTimer;
