@@ -112,8 +112,8 @@ BusMessage carried(const BusMessage &message)
 
 void deliver(EventBus &bus, Receiver &receiver, const QVariantList &values)
 {
-    BusMessage message =
-        BusMessage::signal(QStringLiteral("/fuzzer"), BusNames::eventInterface(), BusNames::eventMember());
+    BusMessage message = BusMessage::signal(QStringLiteral("/fuzzer"), BusNames::eventInterface().toUtf8(),
+                                            BusNames::eventMember().toUtf8());
     const bool canTravel = message.setArguments(values);
     receiver.expect(canTravel);
     if (canTravel) {

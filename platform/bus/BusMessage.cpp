@@ -29,7 +29,7 @@ struct BusMessage::Draft
         fields.align(8);
         fields.byte(code);
         fields.signature(valueType);
-        *valueType == DBUS_TYPE_SIGNATURE ? fields.signature(value) : fields.text(value);
+        *valueType == DBUS_TYPE_SIGNATURE ? fields.signature(value.constData()) : fields.text(value);
     }
     void addName(int code, const QByteArray &name)
     {
@@ -88,10 +88,9 @@ BusMessage BusMessage::busCall(const char *member, const QVariantList &arguments
     return message.setArguments(arguments) ? message : BusMessage();
 }
 
-BusMessage BusMessage::signal(const QString &path, const QString &interface, const QString &member)
+BusMessage BusMessage::signal(const QString &path, const QByteArray &interface, const QByteArray &member)
 {
-    return to(DBUS_MESSAGE_TYPE_SIGNAL, DBUS_HEADER_FLAG_NO_REPLY_EXPECTED, path.toUtf8(), interface.toUtf8(),
-              member.toUtf8());
+    return to(DBUS_MESSAGE_TYPE_SIGNAL, DBUS_HEADER_FLAG_NO_REPLY_EXPECTED, path.toUtf8(), interface, member);
 }
 
 BusMessage BusMessage::answer(int type, const Origin &origin)

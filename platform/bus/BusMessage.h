@@ -51,7 +51,7 @@ public:
                                          const QString &member);
     /// A call of a method of the bus itself.
     [[nodiscard]] static BusMessage busCall(const char *member, const QVariantList &arguments = QVariantList());
-    [[nodiscard]] static BusMessage signal(const QString &path, const QString &interface, const QString &member);
+    [[nodiscard]] static BusMessage signal(const QString &path, const QByteArray &interface, const QByteArray &member);
     [[nodiscard]] static BusMessage reply(const Origin &origin);
     /// An error reply that comes from nobody has an empty origin.
     [[nodiscard]] static BusMessage error(const Origin &origin, const char *name, const QString &text);

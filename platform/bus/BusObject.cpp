@@ -73,7 +73,7 @@ void BusObject::serve()
 
 void BusObject::sendSignal(const QByteArray &interface, const QMetaMethod &signal, const QVariantList &arguments)
 {
-    BusMessage message = BusMessage::signal(m_path, text(interface), text(signal.name()));
+    BusMessage message = BusMessage::signal(m_path, interface, signal.name());
     if (message.setArguments(arguments)) {
         m_connection.send(message);
     }

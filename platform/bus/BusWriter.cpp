@@ -53,11 +53,11 @@ void BusWriter::text(const QByteArray &utf8)
     m_bytes.append(utf8.constData(), size + 1);
 }
 
-void BusWriter::signature(const QByteArray &signature)
+void BusWriter::signature(const char *signature)
 {
-    const int size = int(qstrlen(signature.constData()));
+    const int size = int(qstrlen(signature));
     byte(size);
-    m_bytes.append(signature.constData(), size + 1);
+    m_bytes.append(signature, size + 1);
 }
 
 void BusWriter::value(const QVariant &value)
@@ -69,7 +69,7 @@ void BusWriter::value(const QVariant &value)
 
 void BusWriter::variant(const QVariant &value)
 {
-    signature(BusTypes::signatureOf(value.userType()));
+    signature(BusTypes::signatureOf(value.userType()).constData());
     this->value(value);
 }
 
@@ -138,7 +138,7 @@ void BusWriter::put(const char *type, const QVariant &value)
     case DBUS_TYPE_OBJECT_PATH:
         return text(value.value<BusObjectPath>().path.toUtf8());
     case DBUS_TYPE_SIGNATURE:
-        return signature(value.value<BusSignature>().signature.toUtf8());
+        return signature(value.value<BusSignature>().signature.toUtf8().constData());
     default:
         return text(value.toString().toUtf8());
     }

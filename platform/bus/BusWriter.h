@@ -17,7 +17,12 @@ public:
 
     [[nodiscard]] const QByteArray &bytes() const { return m_bytes; }
 
-    void align(int boundary) { m_bytes.append((boundary - m_bytes.size() % boundary) % boundary, '\0'); }
+    void align(int boundary)
+    {
+        while (m_bytes.size() % boundary != 0) {
+            m_bytes.append('\0');
+        }
+    }
     template <typename T>
     void number(T number)
     {
@@ -28,7 +33,7 @@ public:
     /// A text that is not valid, or a part behind a null, would cost the connection: toUtf8() gives none, and the part
     /// is left out.
     void text(const QByteArray &utf8);
-    void signature(const QByteArray &signature);
+    void signature(const char *signature);
     /// One that can travel (BusTypes::canTravel()).
     void value(const QVariant &value);
     void append(const QByteArray &bytes) { m_bytes.append(bytes); }

@@ -93,8 +93,8 @@ void Announcements::repeat()
     m_isWatching = false;
     sendRule(m_link, "RemoveMatch");
     for (const QString &event : qAsConst(m_sent)) {
-        BusMessage signal =
-            BusMessage::signal(BusNames::object(m_component), BusNames::eventInterface(), BusNames::eventMember());
+        BusMessage signal = BusMessage::signal(BusNames::object(m_component), BusNames::eventInterface().toUtf8(),
+                                               BusNames::eventMember().toUtf8());
         if (signal.setArguments({event, QVariantMap{{Events::repeated, true}}})) {
             m_link.send(signal);
         }

@@ -14,10 +14,23 @@ constexpr int mostOwnRules = 128;
 constexpr int longestRule = 1024;
 constexpr char eventSignature[] = "sa{sv}";
 
-QString commonRule()
+const QByteArray &interfaceOfEvents()
 {
-    return QStringLiteral("type='signal',interface='%1',member='%2'")
-        .arg(BusNames::eventInterface(), BusNames::eventMember());
+    static const QByteArray name = BusNames::eventInterface().toUtf8();
+    return name;
+}
+
+const QByteArray &memberOfEvents()
+{
+    static const QByteArray name = BusNames::eventMember().toUtf8();
+    return name;
+}
+
+const QString &commonRule()
+{
+    static const QString rule = QStringLiteral("type='signal',interface='%1',member='%2'")
+                                    .arg(BusNames::eventInterface(), BusNames::eventMember());
+    return rule;
 }
 
 QString ruleOf(const QString &name)
@@ -47,15 +60,13 @@ EventBus::EventBus(const QString &component, QObject &target)
 bool EventBus::notify(const QString &name, const QVariantMap &arguments)
 {
     m_announcements.note(name);
-    BusMessage signal = BusMessage::signal(m_path, BusNames::eventInterface(), BusNames::eventMember());
+    BusMessage signal = BusMessage::signal(m_path, interfaceOfEvents(), memberOfEvents());
     return m_link.isOpen() && signal.setArguments({name, arguments}) && m_link.send(signal);
 }
 
 void EventBus::receive(BusMessage signal)
 {
-    static const QByteArray interface = BusNames::eventInterface().toUtf8();
-    static const QByteArray member = BusNames::eventMember().toUtf8();
-    if (!signal.isSignal(interface.constData(), member.constData())) {
+    if (!signal.isSignal(interfaceOfEvents().constData(), memberOfEvents().constData())) {
         return;
     }
     const QString name = signal.firstText();

@@ -124,7 +124,7 @@ void JovModule::failBusCall(const QString &text)
 bool JovModule::sendSignal(const QString &path, const QString &interface, const QString &member,
                            const QVariantList &arguments)
 {
-    BusMessage signal = BusMessage::signal(path, interface, member);
+    BusMessage signal = BusMessage::signal(path, interface.toUtf8(), member.toUtf8());
     return signal.setArguments(arguments) && m_bus->link().send(signal);
 }
 

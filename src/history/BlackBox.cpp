@@ -218,7 +218,7 @@ void BlackBox::taskDone(const QByteArray &output, int error)
 
 void BlackBox::readPrevious(const QByteArray &text)
 {
-    const HistoryRecords records = HistoryText::parse(text);
+    const HistoryRecords records = HistoryText::parseLastEnd(text);
     if (!records.isEmpty()) {
         m_totals = records.last()[Key::totals].toObject();
         m_moduleTotals = records.last()[Key::moduleTotals].toObject();

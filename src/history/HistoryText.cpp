@@ -45,6 +45,17 @@ int shorten(QJsonArray &list, int excess, bool firstOnes)
     return count;
 }
 
+/// Empty for what is none.
+QJsonObject recordBetween(const QByteArray &text, int first, int last)
+{
+    // The kernel leaves blocks of NUL where it had no time to write the text.
+    for (; first < last && text.at(first) == '\0'; ++first) { }
+    for (; first < last && text.at(last - 1) == '\0'; --last) { }
+    const QJsonObject record =
+        QJsonDocument::fromJson(QByteArray::fromRawData(text.constData() + first, last - first)).object();
+    return record[Key::version].isDouble() && record[Key::kind].isString() ? record : QJsonObject();
+}
+
 } // namespace
 
 QByteArray HistoryText::lineOf(QJsonObject record)
@@ -85,17 +96,28 @@ HistoryRecords HistoryText::parse(const QByteArray &text)
     for (int begin = 0; begin < text.size();) {
         const int found = text.indexOf('\n', begin);
         const int end = found < 0 ? text.size() : found;
-        // The kernel leaves blocks of NUL where it had no time to write the text.
-        int first = begin;
-        int last = end;
-        for (; first < last && text.at(first) == '\0'; ++first) { }
-        for (; first < last && text.at(last - 1) == '\0'; --last) { }
-        const QJsonObject record =
-            QJsonDocument::fromJson(QByteArray::fromRawData(text.constData() + first, last - first)).object();
-        if (record[Key::version].isDouble() && record[Key::kind].isString()) {
+        const QJsonObject record = recordBetween(text, begin, end);
+        if (!record.isEmpty()) {
             records << record;
         }
         begin = end + 1;
+    }
+    return records;
+}
+
+HistoryRecords HistoryText::parseLastEnd(const QByteArray &text)
+{
+    HistoryRecords records;
+    for (int end = text.size(); end > 0;) {
+        const int begin = text.lastIndexOf('\n', end - text.size() - 1) + 1;
+        const QJsonObject record = recordBetween(text, begin, end);
+        if (!record.isEmpty()) {
+            records.prepend(record);
+        }
+        if (record.contains(Key::cause) || record[Key::kind].toString() == History::Kind::start) {
+            break;
+        }
+        end = begin - 1;
     }
     return records;
 }

@@ -23,6 +23,9 @@ inline constexpr int longestLogLine = 500; ///< bytes
 /// Of all lines that are records.
 [[nodiscard]] HistoryRecords parse(const QByteArray &text);
 
+/// Of the last lines, as many as causeOfLastEnd() needs.
+[[nodiscard]] HistoryRecords parseLastEnd(const QByteArray &text);
+
 /// Why the boot ended whose records are the last ones, and which `bootId` follows. Empty without a record.
 [[nodiscard]] QString causeOfLastEnd(const HistoryRecords &records, const QString &bootId);
 

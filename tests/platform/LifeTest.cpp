@@ -228,7 +228,7 @@ private Q_SLOTS:
         QVERIFY(connection.open());
         QTRY_VERIFY(connection.isOpen());
         connection.send(BusMessage::busCall("AddMatch", {"type='signal',interface='org.example.Any'"_s}));
-        connection.send(BusMessage::signal("/any"_s, "org.example.Any"_s, "seen"_s));
+        connection.send(BusMessage::signal("/any"_s, "org.example.Any", "seen"));
         QCOMPARE(connection.callAndWait(BusMessage::busCall("ListNames"), 5000).type(), BusMessage::Type::Return);
         QCOMPARE(signalsSeen, 0);
         QTRY_COMPARE(signalsSeen, 1);
