@@ -3,6 +3,7 @@
 #include "contract/HistoryNames.h"
 #include "history/BootIdentity.h"
 #include "logger/RecentLines.h"
+#include "system/ReadersGroup.h"
 
 #include <jov/Log.h>
 
@@ -15,8 +16,6 @@
 #include <cerrno>
 #include <ctime>
 
-#include <grp.h>
-
 namespace Key = History::Key;
 
 namespace {
@@ -24,15 +23,8 @@ namespace {
 constexpr int readMost = 64 * 1024; // two of the longest records, and more
 constexpr int mostModules = 32; // of each cause: every record has them
 constexpr int mostReboots = 1; // records: one of each kind makes five
-constexpr char groupOfReaders[] = "jovtech";
 /// A clock that shows an earlier time was not set: there was no such program then.
 const QDateTime firstPossibleTime(QDate(2026, 1, 1), QTime(0, 0), Qt::UTC);
-
-gid_t readersGroup()
-{
-    const group *entry = getgrnam(groupOfReaders);
-    return entry ? entry->gr_gid : gid_t(-1);
-}
 
 qint64 uptime()
 {

@@ -2,6 +2,7 @@
 
 #include "module/LogProgram.h"
 #include "supervision/OutputSetting.h"
+#include "system/ReadersGroup.h"
 
 #include <jov/JovRoot.h>
 #include <jov/Log.h>
@@ -15,7 +16,6 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <grp.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -24,7 +24,6 @@ namespace {
 
 constexpr mode_t permissions = S_IRUSR | S_IWUSR | S_IRGRP;
 constexpr qint64 largestFile = 65536; // bytes, at a launch
-constexpr char groupOfReaders[] = "jovtech";
 
 int openAppending(const QByteArray &name)
 {
@@ -58,9 +57,8 @@ int openFile(const QString &path)
         }
     }
     if (status.st_size == 0) {
-        const group *readers = getgrnam(groupOfReaders);
         fchmod(file.number(), permissions);
-        const int changed = fchown(file.number(), uid_t(-1), readers ? readers->gr_gid : gid_t(-1));
+        const int changed = fchown(file.number(), uid_t(-1), readersGroup());
         static_cast<void>(changed); // Only root may.
     }
     return fcntl(file.number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1); // the other one is closed
