@@ -42,6 +42,31 @@ QString ladder(int rungs)
     return modules;
 }
 
+void setStates(const InitStep &step, ModuleState state)
+{
+    for (const auto &entry : step.nodes) {
+        entry.second->setState(state);
+    }
+}
+
+/// A step of these modules.
+class OneStep : public FakeSupervision
+{
+public:
+    explicit OneStep(const QString &modules)
+        : records(recordsOf(modules))
+    {
+        for (ApplicationRecord &record : records) {
+            step.insertApplication(&record);
+        }
+        isBuilt = step.buildTree(moduleContext());
+    }
+
+    std::vector<ApplicationRecord> records;
+    InitStep step{"s"_s, 1, true};
+    bool isBuilt = false;
+};
+
 } // namespace
 
 class StepsTest : public QObject
@@ -52,7 +77,7 @@ private Q_SLOTS:
     void init() { m_root.keepLog(); }
     void chain_data()
     {
-        columns<QByteArray, QString, QString, QString>("elements", "chain", "stopped", "line"); // in this order
+        columns<QByteArray, QString, QString, QString>("elements", "chain", "stops", "line"); // in this order
         const auto steps = [](const char *text) {
             QByteArray xml;
             for (const QByteArray &step : QByteArray(text).split(' ')) {
@@ -94,9 +119,7 @@ private Q_SLOTS:
 
     void chain()
     {
-        QFETCH(QByteArray, elements);
-        QFETCH(QString, chain);
-        QFETCH(QString, line);
+        const auto [elements, chain, stops, line] = cells<QByteArray, QString, QString, QString>();
         m_root.write("/etc/JovApplication/module/ApplicationManager/initStep.xml"_s,
                      (elements.startsWith(' ') ? "<initStep" : "<initStep>") + elements + "</initStep>");
         InitStepChain steps;
@@ -114,7 +137,7 @@ private Q_SLOTS:
         for (const InitStep *step = steps.last(); step; step = step->getPrev()) {
             stopped << step->getName();
         }
-        QTEST(stopped.join(u' '), "stopped");
+        QCOMPARE(stopped.join(u' '), stops);
         // What the links do not reach is not found.
         for (int value = 0; value < 25; ++value) {
             const InitStep *step = steps.getStepByValue(value);
@@ -146,19 +169,12 @@ private Q_SLOTS:
 
     void forest()
     {
-        QFETCH(QString, modules);
-        QFETCH(QString, roots);
-        QFETCH(QString, line);
-        FakeSupervision supervision;
-        std::vector<ApplicationRecord> records = recordsOf(modules);
-        InitStep step("s"_s, 1, false);
-        for (ApplicationRecord &record : records) {
-            step.insertApplication(&record);
-        }
-        const bool built = step.buildTree(supervision.moduleContext());
+        const auto [modules, roots, sons, line] = cells<QString, QString, QString, QString>();
+        OneStep one(modules);
+        const InitStep &step = one.step;
         QVERIFY(!m_root.log().filter(line).isEmpty());
-        QCOMPARE(built, roots != "-"_s);
-        if (!built) {
+        QCOMPARE(one.isBuilt, roots != "-"_s);
+        if (!one.isBuilt) {
             return;
         }
         QStringList foundRoots;
@@ -179,30 +195,21 @@ private Q_SLOTS:
             }
         }
         QCOMPARE(foundRoots.join(u' '), roots);
-        QTEST(foundSons.join(u' '), "sons");
-        QCOMPARE(int(step.nodes.size()), int(records.size()));
+        QCOMPARE(foundSons.join(u' '), sons);
+        QCOMPARE(step.nodes.size(), one.records.size());
     }
 
     // Built and walked at once, though there are more branches than anybody could walk.
     void ladderIsQuick()
     {
-        FakeSupervision supervision;
-        std::vector<ApplicationRecord> records = recordsOf(ladder(32));
-        InitStep step("s"_s, 1, false);
-        for (ApplicationRecord &record : records) {
-            step.insertApplication(&record);
-        }
         const std::clock_t before = std::clock();
-        QVERIFY(step.buildTree(supervision.moduleContext()));
-        for (const auto &entry : step.nodes) {
-            entry.second->setState(ModuleState::Running);
-        }
-        QCOMPARE(step.startAll(supervision.startContext), std::numeric_limits<int>::max());
-        for (const auto &entry : step.nodes) {
-            entry.second->setState(ModuleState::Stopping);
-        }
-        QCOMPARE(step.stopAll(false), 0);
-        QCOMPARE(step.nodes.begin()->second->getState(), ModuleState::Stopped);
+        OneStep one(ladder(32));
+        QVERIFY(one.isBuilt);
+        setStates(one.step, ModuleState::Running);
+        QCOMPARE(one.step.startAll(one.startContext), std::numeric_limits<int>::max());
+        setStates(one.step, ModuleState::Stopping);
+        QCOMPARE(one.step.stopAll(false), 0);
+        QCOMPARE(one.step.nodes.begin()->second->getState(), ModuleState::Stopped);
         QVERIFY(std::clock() - before < 30 * CLOCKS_PER_SEC);
     }
 
@@ -219,27 +226,22 @@ private Q_SLOTS:
     void counts()
     {
         const auto [modules, running] = cells<QString, QString>();
-        FakeSupervision supervision;
-        std::vector<ApplicationRecord> records = recordsOf(modules + (modules.contains(u'M') ? " M"_s : QString()));
-        InitStep step("s"_s, 1, true);
-        for (ApplicationRecord &record : records) {
-            step.insertApplication(&record);
-            if (record.getName() != "M"_s) {
-                m_root.writeScript("/usr/lib/JovApplication/"_s + record.getName(), "exec sleep 1000");
-            }
+        OneStep one(modules + (modules.contains(u'M') ? " M"_s : QString()));
+        QVERIFY(one.isBuilt);
+        for (const char *name : {"A", "B", "C", "D", "X"}) {
+            m_root.writeScript("/usr/lib/JovApplication/"_s + QLatin1String(name), "exec sleep 1000");
         }
-        QVERIFY(step.buildTree(supervision.moduleContext()));
         for (const QString &name : running.split(u' ', Qt::SkipEmptyParts)) {
-            step.nodes[name]->setState(ModuleState::Running);
+            one.step.nodes[name]->setState(ModuleState::Running);
         }
-        supervision.bus.onEvent = [&](const QString &) {
-            Module *starting = step.nodes[supervision.bus.events.last().section(u' ', -1)].get();
+        one.bus.onEvent = [&](const QString &) {
+            Module *starting = one.step.nodes[one.bus.events.last().section(u' ', -1)].get();
             QTimer::singleShot(0, starting, &Module::slot_endOfInit);
         };
-        QTEST(step.startAll(supervision.startContext), "count");
+        QTEST(one.step.startAll(one.startContext), "count");
         QTEST(m_root.log().filter("Cannot be started: "_s).size(), "warnings");
-        QCOMPARE(supervision.bus.calls, (QStringList{"home page starts"_s, "home page started"_s}));
-        QCOMPARE(supervision.observer.notes.first() + supervision.observer.notes.last(), "step sdone s 1"_s);
+        QCOMPARE(one.bus.calls, (QStringList{"home page starts"_s, "home page started"_s}));
+        QCOMPARE(one.observer.notes.first() + one.observer.notes.last(), "step sdone s 1"_s);
         QCOMPARE(m_root.log().filter("info [InitStep] step s started in "_s).size(), 1);
     }
 
@@ -259,21 +261,19 @@ private Q_SLOTS:
         std::vector<ApplicationRecord> records = recordsOf("A B<A C<B D<C Y Z"_s);
         FakeSupervision supervision;
         InitStep *one = supervision.steps.addStep("one"_s, 1, false);
-        for (const auto &name : {"two"_s, "three"_s}) {
-            supervision.steps.addStep(name, supervision.steps.last()->getValue() + 1, false);
+        for (const int value : {2, 3}) {
+            supervision.steps.addStep(QString::number(value), value, false);
         }
         InitStep *step = one;
         for (ApplicationRecord &record : records) {
             step = record.getName() < "Y"_s ? step : step->getNext();
             step->insertApplication(&record);
         }
-        for (step = supervision.steps.firstStep; step; step = step->getNext()) {
+        for (step = one; step; step = step->getNext()) {
             QVERIFY(step->buildTree(supervision.moduleContext()));
-            for (const auto &entry : step->nodes) {
-                entry.second->setState(entry.first == "D"_s && what == "B"_s ? ModuleState::Stopped
-                                                                             : ModuleState::Running);
-            }
+            setStates(*step, ModuleState::Running);
         }
+        one->nodes["D"_s]->setState(what == "B"_s ? ModuleState::Stopped : ModuleState::Running);
         if (what.startsWith("one"_s)) {
             one->stopAll(what == "one on"_s);
         } else {
@@ -301,13 +301,11 @@ private Q_SLOTS:
 
     void emptyEntries()
     {
-        FakeSupervision supervision;
-        InitStep step("s"_s, 1, true);
-        QVERIFY(!step.startApplication("nobody"_s));
-        QVERIFY(!step.stopApplication("nobody"_s, true));
-        supervision.state.failStart();
-        QCOMPARE(step.startAll(supervision.startContext) + step.stopAll(true), 0);
-        QCOMPARE(supervision.bus.calls.join(u' ') + supervision.observer.notes.join(u' '), "home page startsstep s"_s);
+        OneStep none({});
+        QVERIFY(!none.step.startApplication("nobody"_s) && !none.step.stopApplication("nobody"_s, true));
+        none.state.failStart();
+        QCOMPARE(none.step.startAll(none.startContext) + none.step.stopAll(true), 0);
+        QCOMPARE(none.bus.calls.join(u' ') + none.observer.notes.join(u' '), "home page startsstep s"_s);
     }
 
 private:

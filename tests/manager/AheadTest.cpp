@@ -46,9 +46,8 @@ ModuleLimits shortLimits(int stop)
 class Boot : public FakeSupervision
 {
 public:
-    Boot(const RootDir &rootDir, const QString &text, bool ahead = true, int limit = 100, int stop = 50)
+    Boot(const RootDir &root, const QString &text, bool ahead = true, int limit = 100, int stop = 50)
         : FakeSupervision(shortLimits(stop))
-        , root(rootDir)
     {
         Parameters parameters;
         parameters.launchesAhead = limit;
@@ -57,23 +56,23 @@ public:
         ChildReaper::instance().waitForGivenUp(5000); // Those of the boot before: a start would wait for them.
         QDir(root.path("/usr/lib/JovApplication"_s)).removeRecursively();
         root.keepLog();
-        QByteArray xml;
+        QString xml;
         for (const QString &step : text.split(" | "_s)) {
             QStringList words = step.split(u' ');
-            const QString value = words.takeFirst();
-            xml += "<step name=\"s%1\" value=\"%1\" parallel=\"%2\"/>"_s.arg(QString(value).remove(u'p'))
-                       .arg(ahead && value.endsWith(u'p') ? "true"_s : "True"_s)
-                       .toUtf8();
+            const QString value = words.first().chopped(words.first().endsWith(u'p') ? 1 : 0);
+            const bool isParallel = words.takeFirst().endsWith(u'p') && ahead;
+            xml += "<step name=\"s%1\" value=\"%1\" parallel=\"%2\"/>"_s.arg(value, isParallel ? "true"_s : "True"_s);
             for (const QString &word : qAsConst(words)) {
-                addModule(word, "s"_s + QString(value).remove(u'p'), ahead);
+                addModule(root, word, "s"_s + value, ahead);
             }
         }
-        root.write(folder + "ApplicationManager/initStep.xml"_s, "<initStep>" + xml + "</initStep>");
+        root.write(folder + "ApplicationManager/initStep.xml"_s, "<initStep>" + xml.toUtf8() + "</initStep>");
         bus.onEvent = [this](const QString &event) { answer(event); };
-        isBuilt = inventory.build("ApplicationManager"_s, {state, bus, journal, *this, crashes});
+        if (!inventory.build("ApplicationManager"_s, {state, bus, journal, *this, crashes})) {
+            qFatal("%s cannot be built", qPrintable(text));
+        }
     }
 
-    const RootDir &root;
     Journal journal; // which the modules of the inventory report to until the last of them is gone
     Inventory inventory;
     LaunchAhead launches{state, inventory.catalogue(), inventory.steps()};
@@ -84,7 +83,6 @@ public:
     StartupProgression progression{state, bus, inventory.steps(), context, settings, report};
     QStringList launched; ///< and "?" where the mandatory settings are checked
     std::function<void(const QString &)> onLaunch = [](const QString &) {};
-    bool isBuilt = false;
 
     Module *module(const QString &name) { return inventory.getInitStepOfModule(name)->nodes[name].get(); }
     [[nodiscard]] QString states()
@@ -97,14 +95,9 @@ public:
         }
         return states.join(u' ');
     }
-    /// What a walk logs: the results and the warnings.
-    [[nodiscard]] QStringList lines() const
-    {
-        return root.log().filter(QRegularExpression(" ret |Cannot be started|launch error|not managed"_s));
-    }
 
 private:
-    void addModule(const QString &word, const QString &step, bool ahead)
+    void addModule(const RootDir &root, const QString &word, const QString &step, bool ahead)
     {
         static const QRegularExpression form("^(\\w+)(!?)(?:~(\\w+))?(?:<([\\w,]+))?(?:@([\\w,]*))?$"_s);
         const QRegularExpressionMatch parts = form.match(word);
@@ -121,7 +114,7 @@ private:
         const bool fails = !parts.captured(2).isEmpty();
         root.writeScript("/usr/lib/JovApplication/"_s + name, fails ? "exit 3" : "exec sleep 1000");
         if (!fails) {
-            m_announces.insert(name, ahead ? parts.captured(3) : QString());
+            m_announces.insert(ahead && !parts.captured(3).isEmpty() ? parts.captured(3) : name, name);
         }
     }
 
@@ -138,16 +131,12 @@ private:
         const QString name = bus.events.last().section(u' ', -1);
         launched << name;
         onLaunch(name);
-        for (auto module = m_announces.begin(); module != m_announces.end();) {
-            const bool announces = module.value().isEmpty() ? module.key() == name : module.value() == name;
-            if (announces) {
-                QTimer::singleShot(0, this->module(module.key()), &Module::slot_endOfInit);
-            }
-            ++module;
+        for (const QString &announced : m_announces.values(name)) {
+            QTimer::singleShot(0, module(announced), &Module::slot_endOfInit);
         }
     }
 
-    QMap<QString, QString> m_announces; ///< when which other module is launched
+    QMultiMap<QString, QString> m_announces; ///< by the module whose launch they wait for, mostly their own
 };
 
 } // namespace
@@ -160,35 +149,26 @@ private Q_SLOTS:
     void graphs_data()
     {
         columns<QString, int, int, QString, QString, QString>("terminal", "target", "limit", "oneByOne", "ahead",
-                                                              "states");
-        row("diamond", "5p A B<A C<A D<B,C", 0, 9, "A B C D", "A B C D", "A=RUNN B=RUNN C=RUNN D=RUNN");
-        row("diamond, below it", "5p A B~C<A C<A D<B,C E<D", 0, 9, "A B C D E", "A B C D E",
-            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN");
-        row("ladder", "5p A B C<A,B D<A,B E<C,D F<C,D", 0, 9, "A B C D E F", "A B C D E F",
-            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN F=RUNN");
-        row("wide", "5p A~D B~C C D", 0, 9, "A B C D", "A B C D", "A=RUNN B=RUNN C=RUNN D=RUNN");
-        row("two components", "5p A~E B<A D E<D", 0, 9, "A B D E", "A D E B", "A=RUNN B=RUNN D=RUNN E=RUNN");
-        row("limited", "5p A~F B<A D~G E F G", 0, 2, "A B D E F G", "A D E F B G",
-            "A=RUNN B=RUNN D=RUNN E=RUNN F=RUNN G=RUNN");
-        row("failing root", "5p A! B<A C D<B,C | 6 E", 0, 9, "A C E", "A C E", "A=STOP B=STOP C=RUNN D=STOP E=RUNN");
-        row("failing son", "5p A~C B!<A C D<A,B", 0, 9, "A B C", "A C B", "A=RUNN B=STOP C=RUNN D=STOP");
-        row("slow middle holds its dependents alone", "5p A B~E<A C<B D E<D", 0, 9, "A B C D E", "A D B E C",
-            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN");
-        row("a step holds the next", "5p A~B B | 6p C", 0, 9, "A B C", "A B C", "A=RUNN B=RUNN C=RUNN");
-        row("early at once", "5 A~D B | 6 C D@", 0, 9, "A B C D", "A D B C", "A=RUNN B=RUNN C=RUNN D=RUNN");
-        row("early after another step", "5 A B~D | 6 C D@A", 0, 9, "A B C D", "A D B C", "A=RUNN B=RUNN C=RUNN D=RUNN");
-        row("early with dependencies", "5 A B~E | 6 D@ E<D@A", 0, 9, "A B D E", "A D E B",
-            "A=RUNN B=RUNN D=RUNN E=RUNN");
-        row("early that fails", "5 A~D B | 6 C D!@ E<D", 0, 9, "A B C D", "A D B C",
-            "A=RUNN B=RUNN C=RUNN D=STOP E=STOP");
-        row("early in a parallel step", "5 A~C B | 6p C@ D@C E", 0, 9, "A B C D E", "A C D B E",
-            "A=RUNN B=RUNN C=RUNN D=RUNN E=RUNN");
-        row("early after nobody", "5 A~D | 6 D@X", 0, 9, "A D", "A D", "A=RUNN D=RUNN");
-        row("early circle", "5 A | 6 D@E E@D F@F", 0, 9, "A D E F", "A D E F", "A=RUNN D=RUNN E=RUNN F=RUNN");
-        row("into a held boot", "1 A B | 3 C@ | 4 D@", 3, 9, "A B C", "A C B", "A=RUNN B=RUNN C=RUNN D=STOP");
-        row("not before the mandatory settings", "1 SettingsManager B | 4 C@ | 6 D@ E@", 999, 9,
-            "B SettingsManager C ? D E", "B C SettingsManager ? D E",
-            "B=RUNN C=RUNN D=RUNN E=RUNN SettingsManager=RUNN");
+                                                              "others"); // that do not run
+        row("diamond, below it", "5p A B~C<A C<A D<B,C E<D", 0, 9, "A B C D E", "A B C D E", "");
+        row("ladder", "5p A B C<A,B D<A,B E<C,D F<C,D", 0, 9, "A B C D E F", "A B C D E F", "");
+        row("wide", "5p A~D B~C C D", 0, 9, "A B C D", "A B C D", "");
+        row("two components", "5p A~E B<A D E<D", 0, 9, "A B D E", "A D E B", "");
+        row("limited", "5p A~F B<A D~G E F G", 0, 2, "A B D E F G", "A D E F B G", "");
+        row("failing root", "5p A! B<A C D<B,C | 6 E", 0, 9, "A C E", "A C E", "A=STOP B=STOP D=STOP");
+        row("failing son", "5p A~C B!<A C D<A,B", 0, 9, "A B C", "A C B", "B=STOP D=STOP");
+        row("a slow one in the middle", "5p A B~E<A C<B D E<D", 0, 9, "A B C D E", "A D B E C", "");
+        row("a step holds the next", "5p A~B B | 6p C", 0, 9, "A B C", "A B C", "");
+        row("early at once", "5 A~D B | 6 C D@", 0, 9, "A B C D", "A D B C", "");
+        row("early after another step", "5 A B~D | 6 C D@A", 0, 9, "A B C D", "A D B C", "");
+        row("early with dependencies", "5 A B~E | 6 D@ E<D@A", 0, 9, "A B D E", "A D E B", "");
+        row("early that fails", "5 A~D B | 6 C D!@ E<D", 0, 9, "A B C D", "A D B C", "D=STOP E=STOP");
+        row("early in a parallel step", "5 A~C B | 6p C@ D@C E", 0, 9, "A B C D E", "A C D B E", "");
+        row("early after nobody", "5 A~D | 6 D@X", 0, 9, "A D", "A D", "");
+        row("early circle", "5 A | 6 D@E E@D F@F", 0, 9, "A D E F", "A D E F", "");
+        row("into a held boot", "1 A B | 3 C@ | 4 D@", 3, 9, "A B C", "A C B", "D=STOP");
+        row("mandatory settings", "1 SettingsManager B | 4 C@ | 6 D@ E@", 999, 9, "B SettingsManager C ? D E",
+            "B C SettingsManager ? D E", "");
     }
 
     // The order of the launches differs. Counts, lines and states are the same.
@@ -199,15 +179,15 @@ private Q_SLOTS:
         QStringList lines[2];
         for (const int ahead : {0, 1}) {
             Boot boot(m_root, terminal, ahead > 0, limit);
-            QVERIFY(boot.isBuilt);
             if (target > 0) {
                 boot.progression.begin(target);
             } else {
                 counts[ahead] = boot.control.startAll();
             }
             QTEST(boot.launched.join(u' '), ahead ? "ahead" : "oneByOne");
-            QTEST(boot.states(), "states");
-            lines[ahead] = boot.lines();
+            QTEST(boot.states().remove(QRegularExpression("\\w+=RUNN ?"_s)).trimmed(), "others");
+            lines[ahead] =
+                m_root.log().filter(QRegularExpression(" ret |Cannot be started|launch error|not managed"_s));
         }
         QCOMPARE(counts[1], counts[0]);
         QCOMPARE(lines[1], lines[0]);
@@ -229,7 +209,6 @@ private Q_SLOTS:
     {
         const auto [terminal, warning] = cells<QString, QString>();
         Boot boot(m_root, terminal);
-        QVERIFY(boot.isBuilt);
         QCOMPARE(m_root.log().filter(" : early "_s), warning.isEmpty() ? QStringList() : QStringList{warning});
     }
 
@@ -303,11 +282,8 @@ private Q_SLOTS:
         QCOMPARE(boot.control.startAll(), 1);
         QCOMPARE(boot.launched.join(u' '), "A B C E"_s);
         QTRY_COMPARE(boot.states(), "A=STOP B=STOP C=STOP D=STOP E=STOP F=STOP"_s);
-        for (const QString &name : {"B"_s, "C"_s}) {
-            QCOMPARE(m_root.log().filter("[Module] stopped %1 ret false [during start]"_s.arg(name)).size(), 1);
-            QCOMPARE(m_root.log().filter("[Module] start %1 ret false [stopped]"_s.arg(name)).size(), 1);
-        }
-        QCOMPARE(m_root.log().filter("[Module] start E ret false [stopped]"_s).size(), 1);
+        QCOMPARE(m_root.log().filter(QRegularExpression("stopped [BC] ret false \\[during start\\]"_s)).size(), 2);
+        QCOMPARE(m_root.log().filter(QRegularExpression("start [BCE] ret false \\[stopped\\]"_s)).size(), 3);
     }
 
     // The step 5 stands for the one that shows the home page; C ends at once, and the default step is empty.
@@ -334,17 +310,10 @@ private Q_SLOTS:
         const auto of = [begin](const QVariantMap &map, const char *key) {
             return map.value(QLatin1String(key)).toULongLong() - begin;
         };
-        const QList<qulonglong> times{of(steps[0], "StartedAt"),
-                                      of(modules[0], "LaunchedAt"),
-                                      of(modules[0], "ReadyAt"),
-                                      of(steps[0], "DoneAt"),
-                                      of(modules[2], "LaunchedAt"),
-                                      of(modules[2], "ExitedAt"),
-                                      inspection->homepageAt() - begin,
-                                      of(steps[2], "StartedAt"),
-                                      of(modules[3], "ReadyAt"),
-                                      of(steps[3], "DoneAt"),
-                                      complete - begin};
+        QList<qulonglong> times{of(steps[0], "StartedAt"), of(modules[0], "LaunchedAt"), of(modules[0], "ReadyAt")};
+        times << of(steps[0], "DoneAt") << of(modules[2], "LaunchedAt") << of(modules[2], "ExitedAt");
+        times << inspection->homepageAt() - begin << of(steps[2], "StartedAt") << of(modules[3], "ReadyAt");
+        times << of(steps[3], "DoneAt") << complete - begin;
         QVERIFY(std::is_sorted(times.begin(), times.end()) && times[1] < times[2] && times[4] < times[5]);
         QVERIFY(qAbs(qint64(complete) - QDeadlineTimer::current().deadlineNSecs() / 1000) < 60000000);
         QCOMPARE(modules[2].value("ReadyAt"_s).toULongLong() + modules[0].value("ExitedAt"_s).toULongLong(), 0ULL);
@@ -357,39 +326,37 @@ private Q_SLOTS:
                  (QStringList{"C"_s, "B"_s, "C"_s}));
 
         const QJsonObject summary = bootSummary(boot.journal, boot.inventory.steps());
-        QCOMPARE(summary["total"_s].toDouble(), double(times[9]));
-        QCOMPARE(summary["homepage"_s].toDouble(), double(times[6]));
+        QCOMPARE(summary["total"_s].toInt(), int(times[9]));
+        QCOMPARE(summary["homepage"_s].toInt(), int(times[6]));
         QCOMPARE(summary["steps"_s].toArray()[0].toArray(),
                  (QJsonArray{"s1"_s, 1, qint64(times[0]), qint64(times[3])}));
         const QJsonArray launches = summary["modules"_s].toArray();
         QCOMPARE(launches[0].toArray(), (QJsonArray{"A"_s, 0, qint64(times[1]), qint64(times[2])}));
         QCOMPARE(launches[2].toArray(), (QJsonArray{"C"_s, 1, qint64(times[4]), -qint64(times[5])}));
-        boot.journal.noteComplete();
-        QCOMPARE(inspection->completeAt(), complete);
         const int changes = states.size();
+        boot.journal.noteComplete();
         boot.journal.noteState("A"_s, ModuleState::None, ModuleState::Running);
-        QCOMPARE(states.size(), changes);
+        QVERIFY(inspection->completeAt() == complete && states.size() == changes);
         boot.journal.noteStart(true);
         QCOMPARE(inspection->homepageAt() + inspection->completeAt(), 0ULL);
     }
 
     void stops_data()
     {
-        columns<QString, QString, QString, QString>("terminal", "oneByOne", "ahead", "hanging");
-        row("diamond", "5p A B<A C<A D<B,C", "D B C A", "D B C A", "");
-        row("wide", "5p A B C D", "A B C D", "A B C D", "");
-        row("chain and another", "5p A B<A C<B D", "C B A D", "C D B A", "");
-        row("steps", "5 A B<A | 6p C D | 7p E F<E", "F E C D B A", "F E C D B A", "");
-        row("one that hangs holds what it depends on", "5p A B<A C<B D E<D F<E", "C B A F E D", "C F E D B A", "C");
-        row("one and its dependents", "5p Root A<Root B<A C<Root", "B A C Root", "B C A Root", "");
-        row("two that hang", "5p A B<A C D<C", "B A D C", "B D A C", "B D");
+        columns<QString, QString, QString, QString>("terminal", "hanging", "oneByOne", "ahead");
+        row("diamond", "5p A B<A C<A D<B,C", "", "D B C A", "D B C A");
+        row("wide", "5p A B C D", "", "A B C D", "A B C D");
+        row("chain and another", "5p A B<A C<B D", "", "C B A D", "C D B A");
+        row("steps", "5 A B<A | 6p C D | 7p E F<E", "", "F E C D B A", "F E C D B A");
+        row("one that hangs holds what it depends on", "5p A B<A C<B D E<D F<E", "C", "C B A F E D", "C F E D B A");
+        row("one and its dependents", "5p Root A<Root B<A C<Root", "", "B A C Root", "B C A Root");
+        row("two that hang", "5p A B<A C D<C", "B D", "B A D C", "B D A C");
     }
 
     // The processes end in the order of the events, which differs. Counts, lines and states are the same.
     void stops()
     {
-        QFETCH(QString, terminal);
-        QFETCH(QString, hanging);
+        const auto [terminal, hanging] = cells<QString, QString>();
         int counts[] = {0, 0};
         QStringList lines[2];
         qint64 times[] = {0, 0};
@@ -400,9 +367,9 @@ private Q_SLOTS:
             if (terminal.contains(u'D')) { // as one whose presentation is not on the screen yet
                 boot.module("D"_s)->setState(ModuleState::WebClientStarted);
             }
-            boot.bus.onEvent = [&](const QString &event) {
+            boot.bus.onEvent = [&boot, hangs = hanging](const QString &event) {
                 const QString name = event.section(u'_', -1);
-                if (!hanging.contains(name)) {
+                if (!hangs.contains(name)) {
                     kill(boot.inventory.catalogue().getApplicationID(name).toInt(), SIGTERM);
                 }
             };

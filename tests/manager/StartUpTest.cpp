@@ -101,18 +101,15 @@ private Q_SLOTS:
 
     void stepFile()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, line);
+        const auto [content, target, line] = cells<QByteArray, int, QString>();
         const QString name = "/step "_s + QString::fromLatin1(QTest::currentDataTag());
-        const QString path = m_root.path(name);
+        const QByteArray path = m_root.path(name).toLatin1();
         if (content == "P") {
-            QCOMPARE(mkfifo(path.toLatin1().constData(), 0600), 0);
-        } else if (content == "F") {
-            QCOMPARE(mkdir(path.toLatin1().constData(), 0700), 0);
+            QCOMPARE(mkfifo(path.constData(), 0600), 0);
         } else if (!content.isNull()) {
-            m_root.write(name, content);
+            m_root.write(content == "F" ? name + "/file"_s : name, content);
         }
-        QTEST(readStepFile(path), "target");
+        QCOMPARE(readStepFile(m_root.path(name)), target);
         QCOMPARE(m_root.log().filter(line).size(), 1);
     }
 
@@ -135,9 +132,7 @@ private Q_SLOTS:
 
     void progression()
     {
-        QFETCH(int, target);
-        QFETCH(QList<int>, events);
-        QFETCH(QString, line);
+        const auto [target, events] = cells<int, QList<int>>();
         StartUp startUp({1, 3, 7, 8});
         startUp.progression.begin(target);
         for (const int event : events) {
@@ -146,6 +141,7 @@ private Q_SLOTS:
         QTEST(startUp.startedSteps(), "started");
         QTEST(startUp.announced(), "announced");
         QTEST(startUp.progression.currentStep(), "current");
+        QFETCH(QString, line);
         QCOMPARE(m_root.log().filter(line).size(), 1);
         // Once it goes on by itself it no longer listens.
         const bool listens = startUp.progression.currentStep() < 5;
@@ -166,36 +162,31 @@ private Q_SLOTS:
     void duringAPass()
     {
         QFETCH(QString, what);
+        const bool restarts = what.startsWith("restart"_s);
         StartUp startUp({1, 3, 7, 8});
         startUp.observer.inStep = [&] {
-            if (what == "events"_s) {
-                for (const int event : {1, 5, 4}) {
-                    startUp.progression.slot_init_step(event);
-                    QCOMPARE(startUp.progression.currentStep(), 1);
-                }
-                QCOMPARE(m_root.log().filter("InitStep: 1 (current=1) not managed"_s).size(), 1);
-            } else {
-                startUp.progression.slot_init_step(what == "stop"_s ? 5 : 0);
+            for (const int event : what == "events"_s ? QList<int>{1, 5, 4} : QList<int>{restarts ? 0 : 5}) {
+                startUp.progression.slot_init_step(event);
+                QCOMPARE(startUp.progression.currentStep(), 1);
+            }
+            if (what != "events"_s) {
                 startUp.state.failStart();
-                startUp.state.setRestartPending(what.startsWith("restart"_s));
-                startUp.state.setRestarting(what.startsWith("restart"_s));
+                startUp.state.setRestartPending(restarts);
+                startUp.state.setRestarting(restarts);
             }
         };
         startUp.progression.begin(3);
+        QCOMPARE(m_root.log().filter("InitStep: 1 (current=1) not managed"_s).size(), what == "events"_s ? 1 : 0);
         startUp.state.beginStart();
-        if (what == "stop"_s) {
-            startUp.progression.resumeAfterRestart(); // of a later restart
-        } else if (what.startsWith("restart"_s)) {
+        if (restarts) {
             startUp.state.setRestartPending(false);
-            startUp.observer.inStep = [&] {
-                if (what.endsWith("event"_s)) {
-                    startUp.progression.slot_init_step(5);
-                    QCOMPARE(startUp.progression.currentStep(), 2);
-                }
-            };
             startUp.steps.firstStep->startAll(startUp.startContext); // as a restart starts everything
+            startUp.progression.slot_init_step(what.endsWith("event"_s) ? 5 : 0);
+            QCOMPARE(startUp.progression.currentStep(), 2);
             startUp.state.setRestarting(false);
-            startUp.progression.resumeAfterRestart();
+        }
+        if (what != "events"_s) {
+            startUp.progression.resumeAfterRestart(); // which may be a later one
         }
         QTEST(startUp.startedSteps(), "started");
         QTEST(startUp.announced(), "announced");

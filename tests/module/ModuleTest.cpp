@@ -88,7 +88,7 @@ private Q_SLOTS:
         disconnect(m_module.get(), &Module::sig_crashed, m_module.get(), &Module::slot_crashed);
         const auto announce = std::exchange(m_supervision->bus.onEvent, [](const QString &) {});
         pid_t first = 0;
-        QTimer::singleShot(20, this, [&] {
+        QTimer::singleShot(20, m_module.get(), [&] {
             first = pid();
             QVERIFY(!m_module->stop());
             m_supervision->bus.onEvent = announce;
@@ -265,9 +265,9 @@ private Q_SLOTS:
         QVERIFY(m_module->start());
         kill(pid(), SIGSTOP);
         // The second stop kills it; both starts then wait for its end.
-        QTimer::singleShot(0, this, [this] {
+        QTimer::singleShot(0, m_module.get(), [this] {
             QVERIFY(!m_module->stop());
-            QTimer::singleShot(0, this, [this] { QVERIFY(!m_module->start()); });
+            QTimer::singleShot(0, m_module.get(), [this] { QVERIFY(!m_module->start()); });
             m_module->start();
         });
         m_module->stop();
