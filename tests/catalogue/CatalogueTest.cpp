@@ -47,8 +47,6 @@ QByteArray numbered(const char *before, const char *pattern, int count, const ch
 
 Q_DECLARE_METATYPE(XmlFile::Result)
 
-/// cases.txt: each a config.xml, and the status, step, description, ceiling, dependencies and arguments that are read
-/// of it.
 class CatalogueTest : public QObject
 {
     Q_OBJECT
@@ -58,11 +56,12 @@ private Q_SLOTS:
 
     void scan()
     {
-        install("b"_s, "<config><initStep>net</initStep><description>B</description></config>");
-        install("a"_s, QByteArray());
-        install("Z"_s, "<config>");
-        install(".hidden"_s, "<config/>");
-        install("c/file"_s, QByteArray());
+        for (const char *name : {"a", "b", "Z", ".hidden", "c/file"}) {
+            m_root.write(ModulePaths::moduleDirectory() + QLatin1String(name), {});
+        }
+        m_root.write(ModulePaths::configDirectory() + "b/config.xml"_s,
+                     "<config><initStep>net</initStep><description>B</description></config>");
+        m_root.write(ModulePaths::configDirectory() + "Z/config.xml"_s, "<config>");
         Catalogue catalogue;
         catalogue.applicationMap["stale"_s] = std::make_unique<ApplicationRecord>();
         catalogue.applicationMap["stale"_s]->setStatus(ConfigStatus::ok);
@@ -118,11 +117,48 @@ private Q_SLOTS:
 
     void config_data()
     {
-        columns<QString, QString>("xml", "expected");
-        const QMap<QString, QStringList> cases = readCases(QStringLiteral(TEST_FOLDER "/cases.txt"));
-        for (auto one = cases.cbegin(); one != cases.cend(); ++one) {
-            row(qPrintable(one.key()), one->value(0), one->value(1));
-        }
+        columns<QString, QString>("xml", "expected"); // "STEP|DESCRIPTION|CEILING|DEPENDENCIES|ARGUMENTS"
+        const auto add = [](const char *name, const char *elements, const char *expected) {
+            row(name, "<config v='1'>"_s + QString::fromUtf8(elements) + "</config>"_s, QString::fromUtf8(expected));
+        };
+        add("all, in any order",
+            "<extra_args><arg>-v</arg><arg>a b</arg></extra_args>\n<initStep>net</initStep><other>x</other>"
+            "<dependencies><dependency>P</dependency></dependencies>\n<description>Dé</description>"
+            "<maxMemory><DDRSz criteria='256MB'>300</DDRSz></maxMemory>",
+            "net|Dé|300|P|-v;a b");
+        row("foreign root", "<Config><initStep>net</initStep></Config>", "default||0||");
+        add("undeclared prefix", "<x:y/><initStep>net</initStep>", "net||0||");
+        add("empty step", "<initStep/>", "||0||");
+        add("second of a name", "<initStep>a</initStep><initStep>b</initStep>", "a||0||");
+        add("not a direct child", "<x><initStep>a</initStep></x>", "default||0||");
+        row("entities and CDATA",
+            "<!DOCTYPE config [<!ENTITY s 'ne'>]><config><initStep>&s;<![CDATA[t]]>&#33;</initStep></config>",
+            "net!||0||");
+        add("texts of children, and blanks",
+            "<description> <x/> a<y>b<z> c</z></y>\nd </description><initStep><x> </x><![CDATA[ ]]></initStep>",
+            " | ab c\nd |0||");
+        row("references above 16 bits",
+            "<!DOCTYPE config [<!ENTITY s '&#x1F600;'>]><config><description>&s;&#128512;</description>"
+            "<initStep><!-- &#65536; --><![CDATA[&#65536;]]></initStep></config>",
+            "&#65536;|\U0001f600\U0001f600|0||"_s);
+        add("no size fits",
+            "<maxMemory>300<x criteria='128MB'>3</x><x criteria='256mb'>4</x><DDRSz>5</DDRSz></maxMemory>",
+            "default||0||");
+        add("last match wins, of any name",
+            "<maxMemory><DDRSz criteria='256MB'>1</DDRSz><x criteria='256MB'> 3 </x><DDRSz criteria='512MB'>2</DDRSz>"
+            "</maxMemory>",
+            "default||3||");
+        add("match before the first size", "<maxMemory><x criteria='256MB'>3</x><DDRSz>4</DDRSz></maxMemory>",
+            "default||0||");
+        add("last is not a number",
+            "<maxMemory><DDRSz criteria='256MB'>1</DDRSz><DDRSz criteria='256MB'>many</DDRSz></maxMemory>",
+            "default||0||");
+        add("negative", "<maxMemory><DDRSz criteria='256MB'>-5</DDRSz></maxMemory>", "default||-5||");
+        add("lists go on with any name",
+            "<dependencies><x>0</x><dependency>A</dependency><x>B</x><dependency/><dependency>C</dependency>"
+            "</dependencies><extra_args><arg> a </arg><arg>b</arg></extra_args>",
+            "default||0|A;B;;C| a ;b");
+        add("list without its element", "<dependencies><x>A</x></dependencies>", "default||0||");
     }
 
     void config()
@@ -133,13 +169,11 @@ private Q_SLOTS:
         record.setName("kelmmi"_s);
         readConfig(record, ddrSize);
         QVERIFY(!record.getSettingsDeployed());
-        const QStringList fields = {record.getStatus(),
-                                    record.getInitStep(),
-                                    record.getDescription(),
+        QCOMPARE(record.getStatus(), ConfigStatus::ok);
+        const QStringList fields = {record.getInitStep(), record.getDescription(),
                                     QString::number(record.getMaxMemory().figure()),
-                                    record.getDependencies().join(u';'),
-                                    record.getExtraArgs().join(u';')};
-        QTEST(fields.join(u'|') + u'\n', "expected");
+                                    record.getDependencies().join(u';'), record.getExtraArgs().join(u';')};
+        QTEST(fields.join(u'|'), "expected");
         readConfig(record, QString());
         QVERIFY(!record.getMaxMemory().isSet());
     }
@@ -155,6 +189,9 @@ private Q_SLOTS:
         const auto link = [](const char *name, const char *target, Result expected) {
             row(name, QByteArray(), QString::fromUtf8(target), expected);
         };
+        bytes("truncated", "<config><initStep>net</initStep>", Result::NotParsable);
+        bytes("empty", "", Result::NotParsable);
+        bytes("undeclared entity", "<config><initStep>&x;</initStep></config>", Result::NotParsable);
         bytes("deepest", nested(256), Result::Ok);
         bytes("too deep", nested(257), Result::NotParsable);
         bytes("far too deep", nested(100000), Result::NotParsable);
@@ -182,7 +219,7 @@ private Q_SLOTS:
         QDir(m_root.path(folder)).removeRecursively();
         m_root.write(folder + "other"_s, QByteArray());
         QCOMPARE(::mkfifo(QFile::encodeName(m_root.path(folder + "pipe"_s)).constData(), 0600), 0);
-        if (!bytes.isEmpty()) {
+        if (!bytes.isNull()) {
             m_root.write(file, bytes);
         } else if (!link.isEmpty()) {
             m_root.link(file, link);
@@ -194,14 +231,6 @@ private Q_SLOTS:
     }
 
 private:
-    void install(const QString &name, const QByteArray &config) const
-    {
-        m_root.write(ModulePaths::moduleDirectory() + name, QByteArray());
-        if (!config.isEmpty()) {
-            m_root.write(ModulePaths::configDirectory() + name + "/config.xml"_s, config);
-        }
-    }
-
     RootDir m_root;
 };
 
