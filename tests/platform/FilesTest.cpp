@@ -126,20 +126,8 @@ private Q_SLOTS:
     {
         registerDBusSetting();
         registerDBusApplicationConfig();
-        const QVariantList setting{"id"_s,
-                                   "value"_s,
-                                   "default"_s,
-                                   "label"_s,
-                                   "text"_s,
-                                   "owner"_s,
-                                   "unit"_s,
-                                   1,
-                                   2,
-                                   3,
-                                   QVariant(QVariantList{QVariant(QVariantList{"v"_s, "l"_s})}),
-                                   true,
-                                   false,
-                                   "x"_s};
+        QVariantList setting{"id"_s, "value"_s, "default"_s, "label"_s, "text"_s, "owner"_s, "unit"_s, 1, 2, 3};
+        setting << QVariant(QVariantList{QVariant(QVariantList{"v"_s, "l"_s})}) << true << false << "x"_s;
         const QVariantList application{"7"_s, 0, "name"_s, "status"_s, "state"_s, "text"_s, "1.0"_s, "label"_s, true};
         for (const auto &[type, fields] :
              {std::pair(qMetaTypeId<Setting>(), setting), std::pair(qMetaTypeId<ApplicationConfig>(), application)}) {
