@@ -54,6 +54,24 @@ public:
     bool canBuild = true;
     RestartControl control{state, *this};
 
+    void order(const QString &words)
+    {
+        using Kind = RestartControl::Kind;
+        const QMap<QString, std::function<void()>> orders{{"rebuild"_s, [this] { control.request(Kind::Rebuild); }},
+                                                          {"again"_s, [this] { control.request(Kind::StartAgain); }},
+                                                          {"call4"_s, [this] { control.requestUnlessLocked(4); }},
+                                                          {"call5"_s, [this] { control.requestUnlessLocked(5); }},
+                                                          {"lock"_s, [this] { control.lock(); }},
+                                                          {"unlock4"_s, [this] { control.unlock(4); }},
+                                                          {"unlock5"_s, [this] { control.unlock(5); }},
+                                                          {"reset"_s, [this] { control.reset(); }},
+                                                          {"ending"_s, [this] { state.setEnding(); }},
+                                                          {"unusable"_s, [this] { canBuild = false; }}};
+        for (const QString &word : words.split(u' ', Qt::SkipEmptyParts)) {
+            orders[word]();
+        }
+    }
+
     void stopEverything() override
     {
         done << "stop"_s;
@@ -280,40 +298,33 @@ private Q_SLOTS:
 
     void restart_data()
     {
-        columns<QString, QString>("what", "done");
-        row("everything", "rebuild", rebuilt);
-        row("the same modules", "again", startedAgain);
-        row("files that cannot be used", "rebuild unusable", "stop clear begin build end");
-        row("requests during the stop, the thorough one wins", "again, in its stop: again rebuild again", rebuilt);
-        row("nothing stops the end", "rebuild ending", "");
-        row("the end comes during the stop", "rebuild, in its stop: ending", "stop");
+        columns<QString, QString, QString>("orders", "inStop", "done"); // the number of an order: the current step
+        row("everything", "rebuild", "", rebuilt);
+        row("the same modules", "again", "", startedAgain);
+        row("files that cannot be used", "unusable rebuild", "", "stop clear begin build end");
+        row("requests during the stop, the thorough one wins", "again", "again rebuild again", rebuilt);
+        row("nothing stops the end", "ending rebuild", "", "");
+        row("the end comes during the stop", "rebuild", "ending", "stop");
+        row("too early", "call4", "", "");
+        row("at once", "call5", "", startedAgain);
+        row("held back", "lock call5 call5", "", "");
+        row("let go", "lock call5 call5 unlock5 unlock5", "", startedAgain);
+        row("let go, too early", "lock call4 unlock4", "", "");
+        row("nothing to let go", "lock unlock5", "", "");
+        row("forgotten with a new start", "lock call5 reset unlock5", "", "");
     }
 
     void restart()
     {
-        QFETCH(QString, what);
+        const auto [orders, inStop, done] = cells<QString, QString, QString>();
         Restarts restarts;
-        const auto request = [&](const QString &words) {
-            for (const QString &word : words.split(u' ', Qt::SkipEmptyParts)) {
-                if (word == "ending"_s) {
-                    restarts.state.setEnding();
-                } else if (word == "unusable"_s) {
-                    restarts.canBuild = false;
-                } else {
-                    restarts.control.request(word == "rebuild"_s ? RestartControl::Kind::Rebuild
-                                                                 : RestartControl::Kind::StartAgain);
-                }
-            }
-        };
-        const QStringList parts = what.split(", in its stop: "_s);
-        restarts.inStop = [&] { request(parts.value(1)); };
-        // What changes the surroundings comes before what asks.
-        request(parts.at(0).section(u' ', 1));
-        restarts.done.clear();
-        request(parts.at(0).section(u' ', 0, 0));
-        QTEST(restarts.done.join(u' '), "done");
+        restarts.inStop = [&restarts, words = inStop] { restarts.order(words); };
+        restarts.order(orders);
+        QVERIFY2(!orders.contains("call"_s) || restarts.done.isEmpty(), "the caller has its reply before the stop");
+        QCoreApplication::processEvents();
+        QCOMPARE(restarts.done.join(u' '), done);
         QVERIFY(!restarts.state.restartPending());
-        QCOMPARE(restarts.state.restarting(), !restarts.done.isEmpty() && restarts.done.last() != "resume"_s);
+        QCOMPARE(restarts.state.restarting(), !done.isEmpty() && !done.endsWith("resume"_s));
     }
 
     // Frames below hold nodes: the lists are cleared when they have returned, once for all requests.
@@ -331,37 +342,6 @@ private Q_SLOTS:
         restarts.state.waits().waitUntil([&] { return released; });
         QCOMPARE(restarts.done.size(), 2);
         QTRY_COMPARE(restarts.done.join(u' '), "stop "_s + rebuilt);
-    }
-
-    void lock_data()
-    {
-        columns<int, QString, int>("step", "orders", "restarts");
-        row("too early", 4, "call", 0);
-        row("at once", 5, "call", 1);
-        row("held back", 5, "lock call call", 0);
-        row("let go", 5, "lock call call unlock unlock", 1);
-        row("let go, too early", 4, "lock call unlock", 0);
-        row("nothing to let go", 5, "lock unlock", 0);
-        row("forgotten with a new start", 5, "lock call reset unlock", 0);
-    }
-
-    void lock()
-    {
-        const auto [step, orders, restarts] = cells<int, QString, int>();
-        Restarts restarted;
-        for (const QString &order : orders.split(u' ')) {
-            if (order == "call"_s) {
-                restarted.control.requestUnlessLocked(step);
-            } else if (order == "reset"_s) {
-                restarted.control.reset();
-            } else {
-                order == "lock"_s ? restarted.control.lock() : restarted.control.unlock(step);
-            }
-        }
-        QVERIFY2(restarted.done.isEmpty(), "the caller has its reply before anything is stopped");
-        QCoreApplication::processEvents();
-        QCOMPARE(restarted.done.count("stop"_s), restarts);
-        QCOMPARE(restarted.done.contains("clear"_s), false);
     }
 
 private:
