@@ -5,7 +5,6 @@
 #include "support/Processes.h"
 #include "support/RootDir.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QSignalSpy>

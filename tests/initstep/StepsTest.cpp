@@ -285,20 +285,6 @@ private Q_SLOTS:
         QCOMPARE(m_root.log().filter(" ret false "_s).size(), 0);
     }
 
-    // Tens of thousands of steps in any order.
-    void manySteps()
-    {
-        m_root.keepLog(3);
-        const std::clock_t before = std::clock();
-        for (const int direction : {1, -1}) {
-            InitStepChain steps;
-            for (int i = 0; i < 20000; ++i) {
-                QVERIFY(steps.addStep(QString::number(i), 100000 + direction * i, false));
-            }
-        }
-        QVERIFY(std::clock() - before < 20 * CLOCKS_PER_SEC);
-    }
-
     void emptyEntries()
     {
         OneStep none({});

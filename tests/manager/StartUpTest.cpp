@@ -1,7 +1,5 @@
-#include "catalogue/Catalogue.h"
 #include "contract/Components.h"
 #include "contract/Events.h"
-#include "initstep/InitStepChain.h"
 #include "manager/MandatorySettings.h"
 #include "manager/ParentReport.h"
 #include "manager/RestartControl.h"
@@ -14,8 +12,6 @@
 #include <jov/JovEvent.h>
 
 #include <QTimer>
-
-#include <utility>
 
 #include <sys/stat.h>
 

@@ -9,7 +9,6 @@
 #include <csignal>
 #include <ctime>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>

@@ -1,4 +1,3 @@
-#include "catalogue/Catalogue.h"
 #include "monitoring/ApplicationMemory.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/RetryPolicy.h"

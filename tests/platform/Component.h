@@ -64,14 +64,17 @@ public Q_SLOTS:
 /// What another process sees: a connection of its own.
 class Peer
 {
+    const QString m_name = "peer-%1"_s.arg(reinterpret_cast<quintptr>(this));
+
 public:
     explicit Peer(const PrivateBus &bus)
-        : m_name("peer-%1"_s.arg(reinterpret_cast<quintptr>(this)))
-        , connection(QDBusConnection::connectToBus(bus.address(), m_name))
+        : connection(QDBusConnection::connectToBus(bus.address(), m_name))
     {
         exchangeWithBus(connection);
     }
     ~Peer() { QDBusConnection::disconnectFromBus(m_name); }
+
+    QDBusConnection connection;
 
     QDBusPendingCall send(const QString &method, const QVariantList &arguments = {})
     {
@@ -89,12 +92,6 @@ public:
         }
         return reply.isError() ? reply.error().name() : reply.reply().arguments().value(0).toString();
     }
-
-private:
-    QString m_name;
-
-public:
-    QDBusConnection connection;
 };
 
 #endif

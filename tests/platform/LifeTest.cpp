@@ -4,7 +4,6 @@
 #include "platform/Component.h"
 #include "support/DataTable.h"
 
-#include <jov/JovLogger.h>
 #include <jov/JovProcess.h>
 
 #include <QElapsedTimer>
@@ -158,8 +157,7 @@ private Q_SLOTS:
         QFETCH(int, connections);
         const QByteArray path = QFile::encodeName(m_root.path("/mute"_s));
         sockaddr_un address = {AF_UNIX, {}};
-        QVERIFY(path.size() < int(sizeof address.sun_path));
-        std::copy(path.begin(), path.end(), address.sun_path);
+        qstrncpy(address.sun_path, path, sizeof address.sun_path);
         const auto *generic = reinterpret_cast<const sockaddr *>(&address);
         std::vector<int> sockets{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
         QCOMPARE(bind(sockets.front(), generic, sizeof address), 0);

@@ -18,20 +18,18 @@ public:
     {
         bool any = false;
         // The children of a killed process come to us in turn.
-        for (QList<pid_t> left = Processes::children(getpid()); !left.isEmpty(); left = Processes::children(getpid())) {
-            for (const pid_t pid : left) {
-                // On a busy machine one that was killed takes a moment to end.
-                pid_t ended = 0;
-                for (int i = 0; i < 200 && (ended = waitpid(pid, nullptr, WNOHANG)) == 0; ++i) {
-                    usleep(10000);
-                }
-                if (ended == 0) {
-                    const QByteArray line = Processes::commandLine(pid);
-                    kill(pid, SIGKILL);
-                    waitpid(pid, nullptr, 0);
-                    any = true;
-                    std::fprintf(stderr, "left behind: %s\n", line.constData());
-                }
+        for (QList<pid_t> left; !(left = Processes::children(getpid())).isEmpty();) {
+            const pid_t pid = left.first();
+            // On a busy machine one that was killed takes a moment to end.
+            pid_t ended = 0;
+            for (int i = 0; i < 200 && (ended = waitpid(pid, nullptr, WNOHANG)) == 0; ++i) {
+                usleep(10000);
+            }
+            if (ended == 0) {
+                any = true;
+                std::fprintf(stderr, "left behind: %s\n", Processes::commandLine(pid).constData());
+                kill(pid, SIGKILL);
+                waitpid(pid, nullptr, 0);
             }
         }
         if (any) {
