@@ -242,7 +242,7 @@ private Q_SLOTS:
     // A restart reads the path and the size again. Half of 32 kB are not full yet.
     void anotherFile()
     {
-        m_root.write("/one"_s, QByteArray(15800, 'x') + '\n');
+        m_root.write("/one"_s, QByteArray(15999, 'x') + '\n');
         BlackBox blackBox([] { return 0; });
         blackBox.begin(m_root.path("/one"_s), 64);
         blackBox.begin(m_root.path("/one"_s), 32);

@@ -81,7 +81,9 @@ private Q_SLOTS:
         const auto steps = [](const char *text) {
             QByteArray xml;
             for (const QByteArray &step : QByteArray(text).split(' ')) {
-                xml += "<step name=\"" + step.split('=')[0] + "\" value=\"" + step.split('=')[1] + "\"/>";
+                QByteArrayList words = step.split(','); // "NAME=VALUE", and other attributes
+                const QByteArrayList first = words.takeFirst().split('=');
+                xml += "<step name='" + first[0] + "' value='" + first[1] + "' " + words.join(' ') + "/>";
             }
             return xml;
         };
@@ -103,18 +105,11 @@ private Q_SLOTS:
         row("incomplete", QByteArray("<step name=\"a\"/><step value=\"1\"/><stop name=\"b\" value=\"2\"/>"),
             "default=5", "default", "");
         row("greatest", steps("a=1 b=2147483647"), "a=1 b=2147483647", "b a", "Two steps with same value [2147483647]");
-        row("home page",
-            QByteArray("<step name=\"a\" value=\"1\" show_homepage=\"True\"/>"
-                       "<step name=\"b\" value=\"2\" show_homepage=\"true\"/>"),
-            "a=1 b=2! default=5", "default b a", "");
-        row("parallel",
-            QByteArray("<step name=\"a\" value=\"1\" parallel=\"True\"/>"
-                       "<step name=\"b\" value=\"2\" parallel=\"true\"/>"),
-            "a=1 b=2| default=5", "default b a", "");
-        row("parallel by default",
-            QByteArray(" parallel=\"true\"><step name=\"a\" value=\"1\"/>"
-                       "<step name=\"b\" value=\"2\" parallel=\"\"/>"),
-            "a=1| b=2 default=5|", "default b a", "");
+        row("home page", steps("a=1,show_homepage='True' b=2,show_homepage='true'"), "a=1 b=2! default=5",
+            "default b a", "");
+        row("parallel", steps("a=1,parallel='True' b=2,parallel='true'"), "a=1 b=2| default=5", "default b a", "");
+        row("parallel by default", " parallel='true'>" + steps("a=1 b=2,parallel=''"), "a=1| b=2 default=5|",
+            "default b a", "");
     }
 
     void chain()

@@ -259,14 +259,10 @@ private Q_SLOTS:
             if (settingsManager.startsWith("answers"_s)) {
                 const bool reboot = settingsManager.endsWith("yes"_s);
                 startUp.settings.checkMandatorySettingsSuccess(JovEvent(QString(), {{Events::reboot, reboot}}));
-            } else if (settingsManager == "stops"_s) {
-                startUp.state.beginStop();
-                record->setModuleState(ModuleState::Stopped);
             } else {
                 record->setModuleState(ModuleState::Stopped);
-                if (settingsManager == "crashes"_s) {
-                    startUp.state.rebootRequested();
-                }
+                settingsManager == "stops"_s ? startUp.state.beginStop() : void();
+                settingsManager == "crashes"_s ? startUp.state.rebootRequested() : void();
             }
         };
         startUp.bus.onEvent = [&](const QString &event) {
