@@ -61,33 +61,6 @@ class EventsTest : public QObject
 private Q_SLOTS:
     void initTestCase() { m_bus = std::make_unique<PrivateBus>(); }
     void cleanupTestCase() { m_bus.reset(); }
-    void namesOfEveryKind_data()
-    {
-        columns<QString>("name");
-        row("plain", "end_of_init_Gate-2.1");
-        row("empty", "");
-        row("quotes", "it's 'quoted'");
-        row("comma and backslash", "a',arg1='b\\");
-        row("Latin-1", "caf\u00e9"_s);
-        row("Unicode", "\u6d4b\u8bd5 \U0001f600"_s);
-        row("line end", "a\nb");
-        row("longer than a match rule may be", QString(3000, u'x'));
-    }
-
-    void namesOfEveryKind()
-    {
-        QFETCH(QString, name);
-        Component component;
-        Receiver receiver;
-        QVERIFY(component.subscribeEvent(name, &receiver, SLOT(event(JovEvent))));
-        QVERIFY(component.subscribeEvent(name, &receiver, SLOT(event(JovEvent))));
-        component.live([&] {
-            QVERIFY(component.notifyEvent(name + u'x'));
-            QVERIFY(component.notifyEvent(name, {{"key"_s, 1}}));
-            QTRY_COMPARE(receiver.got, QStringList(name + " key=int:1"_s));
-        });
-    }
-
     // With few subscriptions each name has a rule, so that other events do not wake the component; else one has all.
     // Each event comes exactly once, also where names that had a rule of their own move behind the common one.
     void rulesOnTheBus_data()
@@ -98,8 +71,10 @@ private Q_SLOTS:
             events << "event_%1"_s.arg(i);
         }
         row("plain names", QStringList(events.mid(0, 3)), 3);
-        row("odd names", QStringList{"a b"_s, "a'b"_s}, 2);
-        row("mixed", QStringList{"a b"_s, events.first()}, 2);
+        row("odd names",
+            QStringList{"end_of_init_Gate-2.1"_s, QString(), "it's 'quoted'"_s, "a',arg1='b\\"_s, "caf\u00e9"_s,
+                        "\u6d4b\u8bd5 \U0001f600"_s, "a\nb"_s},
+            7);
         row("many", QStringList(events.mid(0, 128)), 128);
         row("too many", events, 1);
         row("too long for a rule", QStringList{QString(2000, u'x'), QString(2000, u'y')}, 1);
@@ -123,16 +98,18 @@ private Q_SLOTS:
                 return stats.value().value("MatchRules"_s, -1).toInt();
             };
             const int before = count();
-            if (before == -1) {
-                QSKIP("this dbus-daemon keeps no statistics");
-            }
             const auto notify = [&](const QString &name) { component.notifyEvent(name); };
             for (const QString &name : qAsConst(names)) {
-                component.subscribeEvent(name, receiver.get(), SLOT(event(JovEvent)));
+                QVERIFY(component.subscribeEvent(name, receiver.get(), SLOT(event(JovEvent))));
+                QVERIFY(component.subscribeEvent(name, receiver.get(), SLOT(event(JovEvent))));
             }
             QFETCH(int, rules);
-            QTRY_COMPARE(count() - before, rules);
-            std::for_each(names.begin(), names.end(), notify);
+            QTRY_VERIFY(before == -1
+                        || count() - before == rules); // A dbus-daemon can be built without the statistics.
+            for (const QString &name : qAsConst(names)) {
+                notify(name + u'x');
+                notify(name);
+            }
             QTRY_COMPARE(receiver->got, names);
             while (names.size() > 1) {
                 QVERIFY(component.unsubscribeEvent(names.first(), receiver.get(), SLOT(event(JovEvent))));
