@@ -27,16 +27,8 @@ namespace {
 
 volatile sig_atomic_t otherHandlerCalls = 0;
 constexpr int stopWithEverything = 50;
+constexpr int presentation = 100;
 const QString program = "/usr/lib/JovApplication/M"_s;
-
-ModuleLimits shortLimits(int stop)
-{
-    ModuleLimits limits;
-    limits.stop = stop;
-    limits.stopWithEverything = stopWithEverything;
-    limits.presentation = 100;
-    return limits;
-}
 
 } // namespace
 
@@ -357,7 +349,7 @@ private:
     void makeModule(int stopLimit)
     {
         m_module.reset();
-        m_supervision = std::make_unique<FakeSupervision>(shortLimits(stopLimit));
+        m_supervision = std::make_unique<FakeSupervision>(ModuleLimits{stopLimit, stopWithEverything, presentation});
         m_supervision->state.beginStart();
         m_module = std::make_unique<Kind>(&m_record, m_supervision->moduleContext());
         m_supervision->bus.onEvent = [this](const QString &event) {

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr int restartDelay = 40;
+constexpr std::chrono::milliseconds minute(10);
+constexpr std::chrono::milliseconds restartDelay(40);
 constexpr int day = 24 * 60 * 60;
 const QDateTime start(QDate(2026, 3, 27), QTime(12, 0));
 const QString rebootCall = "Platform.reboot,1,false,ApplicationManager,Too much faulty applications restart"_s;
@@ -32,10 +33,7 @@ private Q_SLOTS:
         m_watchdog.reset();
         m_supervision = std::make_unique<FakeSupervision>();
         m_now = start;
-        WatchdogTiming timing;
-        timing.minute = std::chrono::milliseconds(10);
-        timing.restartDelay = std::chrono::milliseconds(restartDelay);
-        timing.now = [this] { return m_now; };
+        const WatchdogTiming timing{minute, restartDelay, [this] { return m_now; }};
         m_watchdog = std::make_unique<MemoryWatchdog>(m_supervision->bus, *m_supervision, m_supervision->catalogue,
                                                       ProcReader(m_root.path()), timing);
         m_watchdog->setMonitoringWatchDelay(1);
@@ -138,7 +136,7 @@ private Q_SLOTS:
             notes += " refused"_s;
             QTRY_COMPARE(calls.size(), 3);
         } else {
-            QTest::qWait(3 * restartDelay);
+            QTest::qWait(3 * int(restartDelay.count()));
         }
         QCOMPARE(calls.size(), error.isEmpty() ? 1 : 3);
         QCOMPARE(m_supervision->observer.notes.join(u' '), notes);
@@ -183,9 +181,9 @@ private Q_SLOTS:
         QElapsedTimer elapsed;
         elapsed.start();
         QTRY_COMPARE(m_supervision->bus.calls, QStringList({"stop a"_s, "stop b"_s, "startAll"_s}));
-        QVERIFY(elapsed.elapsed() >= restartDelay);
+        QVERIFY(elapsed.elapsed() >= restartDelay.count());
         QCOMPARE(m_root.log().last(), "error checkMemory: Modules (a, b) use too much memory"_s);
-        QTest::qWait(3 * restartDelay);
+        QTest::qWait(3 * int(restartDelay.count()));
         QCOMPARE(m_supervision->bus.calls.size(), 3);
     }
 
@@ -207,7 +205,7 @@ private Q_SLOTS:
         m_watchdog->startMonitoring();
         m_watchdog->checkMemory();
         m_watchdog->cancel();
-        QTest::qWait(3 * restartDelay);
+        QTest::qWait(3 * int(restartDelay.count()));
         QCOMPARE(m_supervision->bus.calls, QStringList());
 
         m_supervision->onStop = [this] { m_watchdog->cancel(); };
@@ -231,7 +229,7 @@ private Q_SLOTS:
             QTRY_VERIFY(m_watchdog->remainingTime() >= 0);
         };
         QTRY_COMPARE(m_supervision->bus.calls, QStringList({"stop a"_s, "startAll"_s}));
-        QTest::qWait(3 * restartDelay);
+        QTest::qWait(3 * int(restartDelay.count()));
         QCOMPARE(m_supervision->bus.calls.size(), 2);
     }
 

@@ -60,15 +60,13 @@ private Q_SLOTS:
 
     void operationsInOrder()
     {
-        QFETCH(QString, operation);
-        QFETCH(QString, how);
-        QFETCH(QString, calls);
+        const auto [operation, how, calls] = cells<QString, QString, QString>();
         Component component;
         component.operations.insert("init_step"_s, [&] {
             component.exit();
             return true;
         });
-        component.operations.insert(operation, [&, how] {
+        component.operations.insert(operation, [&, how = how] {
             if (how == "throw"_s) {
                 throw new JovException(&component, JovException::Unknown, "thrown"_s);
             }

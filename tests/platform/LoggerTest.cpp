@@ -99,11 +99,10 @@ private Q_SLOTS:
 
     void options()
     {
-        QFETCH(QByteArray, ini);
-        QFETCH(QString, file);
+        const auto [ini, level, file] = cells<QByteArray, int, QString>();
         m_root.write("/etc/JovApplication/platform.ini"_s, ini);
         const LogOptions options = LogOptions::read();
-        QTEST(options.level, "level");
+        QCOMPARE(options.level, level);
         QCOMPARE(options.file, file.isEmpty() ? QString() : m_root.path(file));
     }
 

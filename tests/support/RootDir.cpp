@@ -10,16 +10,6 @@ const QString logFile = "/var/log/daemon.log"_s;
 
 } // namespace
 
-RootDir::RootDir()
-{
-    qputenv("JOV_ROOT", QFile::encodeName(m_directory.path()));
-}
-
-RootDir::~RootDir()
-{
-    qunsetenv("JOV_ROOT");
-}
-
 void RootDir::write(const QString &absolutePath, const QByteArray &content) const
 {
     QDir().mkpath(QFileInfo(path(absolutePath)).path());

@@ -11,8 +11,8 @@
 class RootDir
 {
 public:
-    RootDir();
-    ~RootDir();
+    RootDir() { qputenv("JOV_ROOT", m_directory.path().toLocal8Bit()); }
+    ~RootDir() { qunsetenv("JOV_ROOT"); }
 
     [[nodiscard]] QString path(const QString &absolutePath = QString()) const
     {
