@@ -7,7 +7,6 @@
 
 #include <QDBusReply>
 #include <QFile>
-#include <QTest>
 
 #include <cstdio>
 
@@ -117,26 +116,11 @@ void Terminal::addArguments(const QString &name, const QStringList &arguments)
                 QFile::encodeName(root.path(path)).constData());
 }
 
-void Terminal::standIn(const QString &path)
-{
-    root.writeScript(path, "echo \"${0##*/} $*\" >>\"$JOV_ROOT/records\"");
-}
-
-QStringList Terminal::records() const
-{
-    return QString::fromUtf8(root.read("/records"_s)).split(u'\n', Qt::SkipEmptyParts);
-}
-
 void Terminal::launch(const QStringList &arguments)
 {
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_program, arguments);
     m_process.waitForStarted();
-}
-
-void Terminal::start()
-{
-    launch({"--nodaemon"_s});
 }
 
 bool Terminal::boot()
@@ -158,11 +142,6 @@ int Terminal::startDaemon(const QStringList &arguments)
         }
     }
     return ended ? m_process.exitCode() : -1;
-}
-
-pid_t Terminal::pid() const
-{
-    return m_daemonPid != 0 ? m_daemonPid : pid_t(m_process.processId());
 }
 
 QByteArray Terminal::output()
@@ -223,11 +202,6 @@ QDBusMessage Terminal::message(const QString &method, const QVariantList &argume
     return message;
 }
 
-QDBusPendingCall Terminal::sendAsync(const QString &method, const QVariantList &arguments)
-{
-    return connection().asyncCall(message(method, arguments));
-}
-
 QString Terminal::call(const QString &method, const QVariantList &arguments)
 {
     const QDBusMessage reply = connection().call(message(method, arguments));
@@ -252,21 +226,6 @@ QString Terminal::states()
     return states.join(u' ');
 }
 
-int Terminal::logCount(const QString &text, int from) const
-{
-    return log(from).filter(text).size();
-}
-
-bool Terminal::wait(const std::function<bool()> &reached, int limit)
-{
-    return QTest::qWaitFor(reached, limit);
-}
-
-bool Terminal::waitForStates(const QString &expected)
-{
-    return waitForStates([&](const QString &states) { return states == expected; });
-}
-
 bool Terminal::waitForAll(const QString &state)
 {
     return waitForStates([&](const QString &states) {
@@ -281,14 +240,4 @@ bool Terminal::waitForStates(const std::function<bool(const QString &)> &reached
         qWarning("states are: %s", qPrintable(states()));
     }
     return isReached;
-}
-
-bool Terminal::waitForLog(const QString &text, int from)
-{
-    return wait([&] { return logCount(text, from) > 0; });
-}
-
-bool Terminal::waitForEvent(const QString &event)
-{
-    return wait([&] { return m_events.contains(event); });
 }

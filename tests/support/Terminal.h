@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QProcess>
 #include <QStringList>
+#include <QTest>
 #include <QVariantMap>
 
 #include <csignal>
@@ -57,17 +58,20 @@ public:
     /// The module's arguments: those of the description, and these instead of any given here before.
     void addArguments(const QString &name, const QStringList &arguments);
     /// A program at `path` that notes how it was called: a line in records(), its name and its arguments.
-    void standIn(const QString &path);
-    [[nodiscard]] QStringList records() const;
+    void standIn(const QString &path) { root.writeScript(path, "echo \"${0##*/} $*\" >>\"$JOV_ROOT/records\""); }
+    [[nodiscard]] QStringList records() const
+    {
+        return QString::fromUtf8(root.read("/records"_s)).split(u'\n', Qt::SkipEmptyParts);
+    }
 
     /// In the foreground.
-    void start();
+    void start() { launch({"--nodaemon"_s}); }
     /// That, and waits until all modules run.
     [[nodiscard]] bool boot();
     /// Starts it in daemon mode and waits for the exit status of the process that was started.
     int startDaemon(const QStringList &arguments = {});
     /// The daemon's process id; 0 when there is none.
-    [[nodiscard]] pid_t pid() const;
+    [[nodiscard]] pid_t pid() const { return m_daemonPid != 0 ? m_daemonPid : pid_t(m_process.processId()); }
     /// The process that start() started still runs.
     [[nodiscard]] bool isUp() const { return m_process.state() != QProcess::NotRunning; }
     /// The command lines of the processes of this terminal.
@@ -80,7 +84,10 @@ public:
 
     /// The reply of a bus method as text: its value, "" when it has none, or the error's name.
     QString call(const QString &method, const QVariantList &arguments = {});
-    QDBusPendingCall sendAsync(const QString &method, const QVariantList &arguments = {});
+    QDBusPendingCall sendAsync(const QString &method, const QVariantList &arguments = {})
+    {
+        return connection().asyncCall(message(method, arguments));
+    }
     /// A call of the daemon, of its control interface when none is named.
     static QDBusMessage message(const QString &method, const QVariantList &arguments = {},
                                 const QString &interface = {});
@@ -99,13 +106,25 @@ public:
     [[nodiscard]] QMap<QString, QList<pid_t>> modules() const { return Processes::modulesBelow(pid()); }
 
     [[nodiscard]] QStringList log(int from = 0) const { return root.log(from); }
-    [[nodiscard]] int logCount(const QString &text, int from = 0) const;
+    [[nodiscard]] int logCount(const QString &text, int from = 0) const { return log(from).filter(text).size(); }
 
     /// The limit, in ms, is for a machine with much else to do and for an emulator.
-    static bool wait(const std::function<bool()> &reached, int limit = 60000);
-    bool waitForStates(const QString &expected);
-    bool waitForLog(const QString &text, int from = 0);
-    bool waitForEvent(const QString &event);
+    static bool wait(const std::function<bool()> &reached, int limit = 60000)
+    {
+        return QTest::qWaitFor(reached, limit);
+    }
+    bool waitForStates(const QString &expected)
+    {
+        return waitForStates([&](const QString &states) { return states == expected; });
+    }
+    bool waitForLog(const QString &text, int from = 0)
+    {
+        return wait([&] { return logCount(text, from) > 0; });
+    }
+    bool waitForEvent(const QString &name)
+    {
+        return wait([&] { return m_events.contains(name); });
+    }
     /// Until the state is the same for every module.
     bool waitForAll(const QString &state);
 
