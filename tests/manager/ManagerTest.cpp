@@ -176,12 +176,9 @@ private Q_SLOTS:
     {
         using namespace std::chrono_literals;
         const ManagerTiming timing;
-        QCOMPARE(timing.module.stop, 30000);
-        QCOMPARE(timing.module.stopWithEverything, 2000);
-        QCOMPARE(timing.module.presentation, 45000);
-        QCOMPARE(timing.module.archive, 10000);
-        QCOMPARE(timing.module.waitReport, 30000);
-        QCOMPARE(timing.module.launchAhead, 5000);
+        const auto &[stop, stopWithEverything, presentation, waitReport, archive, launchAhead] = timing.module;
+        QCOMPARE((QList<int>{stop, stopWithEverything, presentation, waitReport, archive, launchAhead}),
+                 (QList<int>{30000, 2000, 45000, 30000, 10000, 5000}));
         QVERIFY(timing.watchdog.minute == 60s && timing.watchdog.restartDelay == 5s);
         QVERIFY(timing.reboot.retry == 1s && timing.reboot.minute == 60s && timing.reboot.second == 1s);
     }

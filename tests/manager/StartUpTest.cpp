@@ -274,6 +274,7 @@ private Q_SLOTS:
         startUp.settings.check();
         QVERIFY(startUp.settings.isDone());
         QCOMPARE(startUp.settings.hasFailed(), failed);
+        QCOMPARE(startUp.observer.notes.filter("failed by="_s).size(), int(failed));
         QCOMPARE(startUp.state.startFailed(), failed || settingsManager == "stops"_s);
         QTEST(startUp.bus.events.filter("init_message "_s).join(u' ').remove("init_message "_s), "messages");
         QCOMPARE(m_root.log().filter(line).size(), 1);

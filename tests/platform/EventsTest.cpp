@@ -129,27 +129,27 @@ private Q_SLOTS:
         const QVariant inVariant = QVariant::fromValue(BusVariant{QVariant::fromValue(BusVariant{7})});
         ApplicationConfig config;
         config.setName("Gate"_s);
+        const QVariant gate = QVariant::fromValue(config);
         row("no parameter", "nothing()", QVariantMap{{"x"_s, 1}, {"y"_s, 2}}, "called");
         row("by name", "number(int)", QVariantMap{{"other"_s, 1}, {"value"_s, 2}}, "2");
         row("the only one", "number(int)", QVariantMap{{"other"_s, 1}}, "1");
         row("as SLOT() writes it", "1number( int )", QVariantMap{{"value"_s, 3}}, "3");
         row("text to number", "number(int)", QVariantMap{{"value"_s, "12"_s}}, "12");
         row("number to text", "text(QString)", QVariantMap{{"value"_s, 1.5}}, "1.5");
-        row("object path to text", "text(QString)",
-            QVariantMap{{"value"_s, QVariant::fromValue(BusObjectPath{"/a"_s})}}, "/a");
+        row("path to text", "text(QString)", QVariantMap{{"value"_s, QVariant::fromValue(BusObjectPath{"/a"_s})}},
+            "/a");
         row("variant in a variant", "number(int)", QVariantMap{{"value"_s, inVariant}}, "7");
         row("any value", "variant(QVariant)", QVariantMap{{"value"_s, 4U}}, "uint:4");
         row("list", "list(QVariantList)", QVariantMap{{"value"_s, QVariantList{1, "two"_s}}}, "QVariantList2");
-        row("record", "record(ApplicationConfig)", QVariantMap{{"value"_s, QVariant::fromValue(config)}},
-            config.toString());
+        row("record", "record(ApplicationConfig)", QVariantMap{{"value"_s, gate}}, config.toString());
         row("whole event", "event(JovEvent)",
             QVariantMap{{"a"_s, inVariant},
                         {"b"_s, QVariantMap{{"k"_s, QVariantList{1}}}},
-                        {"c"_s, QVariant::fromValue(config)},
+                        {"c"_s, gate},
                         {"d"_s, QStringList{"x"_s}}},
             "e a=int:7 b=QVariantMap1 c=QVariantList9 d=QStringList:x");
         row("no number", "number(int)", QVariantMap{{"value"_s, "abc"_s}}, QString());
-        row("record to number", "number(int)", QVariantMap{{"value"_s, QVariant::fromValue(config)}}, QString());
+        row("record to number", "number(int)", QVariantMap{{"value"_s, gate}}, QString());
         row("number to record", "record(ApplicationConfig)", QVariantMap{{"value"_s, 1}}, QString());
         row("none", "text(QString)", QVariantMap(), QString());
         row("ambiguous", "number(int)", QVariantMap{{"x"_s, 1}, {"y"_s, 2}}, QString());
