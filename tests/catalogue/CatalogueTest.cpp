@@ -70,8 +70,7 @@ private Q_SLOTS:
         QCOMPARE(placed, expected);
         QVERIFY(m_root.log().contains("error Module a (default) added to list"_s));
 
-        ApplicationRecord *known = catalogue.find("a"_s);
-        QCOMPARE(catalogue.addApplication(ApplicationType::Module, "a"_s, ddrSize), known);
+        QCOMPARE(catalogue.addApplication(ApplicationType::Module, "a"_s, ddrSize), catalogue.find("a"_s));
         QVERIFY(!catalogue.addApplication(ApplicationType::WebApplication, "web"_s, ddrSize));
     }
 

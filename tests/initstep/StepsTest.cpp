@@ -33,11 +33,9 @@ std::vector<ApplicationRecord> recordsOf(const QString &modules)
 /// A ladder: both modules of a rung depend on both of the rung below, 2^rungs ways from top to bottom.
 QString ladder(int rungs)
 {
-    QString modules = "L00 R00"_s;
+    QString modules = "L0 R0"_s;
     for (int rung = 1; rung < rungs; ++rung) {
-        const QString below = "%1"_s.arg(rung - 1, 2, 10, QLatin1Char('0'));
-        const QString own = "%1"_s.arg(rung, 2, 10, QLatin1Char('0'));
-        modules += " L%1<L%2,R%2 R%1<L%2,R%2"_s.arg(own, below);
+        modules += " L%1<L%2,R%2 R%1<L%2,R%2"_s.arg(rung).arg(rung - 1);
     }
     return modules;
 }

@@ -235,13 +235,10 @@ private Q_SLOTS:
     void repeatedAnnouncement_data()
     {
         columns<int, bool, int>("state", "repeated", "after");
-        const auto add = [](const char *name, ModuleState state, bool repeated, ModuleState after) {
-            row(name, int(state), repeated, int(after));
-        };
-        add("waited for", ModuleState::Starting, true, ModuleState::Running);
-        add("stopped", ModuleState::Stopped, true, ModuleState::Stopped);
-        add("stopping", ModuleState::Stopping, true, ModuleState::Stopping);
-        add("new", ModuleState::Stopped, false, ModuleState::Running);
+        row("waited for", int(ModuleState::Starting), true, int(ModuleState::Running));
+        row("stopped", int(ModuleState::Stopped), true, int(ModuleState::Stopped));
+        row("stopping", int(ModuleState::Stopping), true, int(ModuleState::Stopping));
+        row("new", int(ModuleState::Stopped), false, int(ModuleState::Running));
     }
 
     void repeatedAnnouncement()

@@ -91,11 +91,8 @@ private Q_SLOTS:
         WaitLoop waits;
         QSignalSpy idle(&waits, &WaitLoop::idle);
         bool reached = reachedAfter == 0;
-        QTimer timer;
-        timer.setTimerType(Qt::PreciseTimer);
-        connect(&timer, &QTimer::timeout, this, [&] { reached = true; });
         if (reachedAfter > 0) {
-            timer.start(reachedAfter);
+            QTimer::singleShot(reachedAfter, Qt::PreciseTimer, &waits, [&reached] { reached = true; });
         }
         QElapsedTimer elapsed;
         elapsed.start();

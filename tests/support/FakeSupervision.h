@@ -64,11 +64,7 @@ public:
 private:
     void note(const QString &component, const QString &method, const QVariantList &arguments)
     {
-        QString call = component + u'.' + method;
-        for (const QVariant &argument : arguments) {
-            call += u',' + argument.toString();
-        }
-        calls << call;
+        calls << (QStringList(component + u'.' + method) + QVariant(arguments).toStringList()).join(u',');
     }
 };
 
