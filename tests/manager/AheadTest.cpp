@@ -347,7 +347,7 @@ private Q_SLOTS:
         row("chain and another", "5p A B<A C<B D", "", 1, "C B A D", "C D B A");
         row("steps", "5 A B<A | 6p C D | 7p E F<E G!", "", 4, "F E C D B A", "F E C D B A");
         row("one that hangs holds what it depends on", "5p A B<A C<B D E<D F<E", "C", 1, "C B A F E D", "C F E D B A");
-        row("one and its dependents", "5p Root A<Root B<A C<Root | 6 D E<D", "", 2, "E D B A C Root", "E D B C A Root");
+        row("from one on", "5p Root A<Root B<A C<Root | 6 D E<D | 7 F", "", 3, "F E D B A C Root", "F E D B C A Root");
         row("two that hang", "5p A B<A C D<C", "B D", 1, "B A D C", "B D A C");
     }
 
