@@ -174,8 +174,8 @@ private Q_SLOTS:
 
     void strangeFile_data()
     {
-        columns<QByteArray, QString, XmlFile::Result>(
-            "bytes", "link", "expected"); // what config.xml holds, or else where a link of that name leads
+        // What config.xml holds, or else where a link of that name leads.
+        columns<QByteArray, QString, XmlFile::Result>("bytes", "link", "expected");
         using Result = XmlFile::Result;
         row("truncated", QByteArray("<config><initStep>net</initStep>"), "", Result::NotParsable);
         row("empty", QByteArray(""), "", Result::NotParsable);

@@ -69,15 +69,14 @@ private Q_SLOTS:
     void interval_data()
     {
         columns<QByteArray, QByteArray, QString, int>("timeOut", "watched", "device", "interval");
-        const QString null = "/dev/null"_s;
         row("nobody", QByteArray(), QByteArray(), "", 0);
         row("half of the time-out", QByteArray("500000"), QByteArray(), "", 250);
         row("of the process that was started", QByteArray("500000"), QByteArray("4711"), "", 250);
         row("of this process", QByteArray("500000"), QByteArray::number(getpid()), "", 250);
         row("of another process", QByteArray("500000"), QByteArray::number(getppid()), "", 0);
-        row("a third of the device's", QByteArray(), QByteArray(), null, 10000);
-        row("both", QByteArray("500000"), QByteArray(), null, 250);
-        row("both, the device first", QByteArray("60000000"), QByteArray(), null, 10000);
+        row("a third of the device's", QByteArray(), QByteArray(), "/dev/null", 10000);
+        row("both", QByteArray("500000"), QByteArray(), "/dev/null", 250);
+        row("both, the device first", QByteArray("60000000"), QByteArray(), "/dev/null", 10000);
         row("too short for a timer", QByteArray("1000"), QByteArray(), "", 1);
     }
 

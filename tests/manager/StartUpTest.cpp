@@ -129,9 +129,9 @@ private Q_SLOTS:
 
     void progression_data()
     {
-        columns<int, QList<int>, QString, QString, int, QString>("target", "events", "started", "announced", "current",
-                                                                 "line");
         using Ints = QList<int>;
+        columns<int, Ints, QString, QString, int, QString>("target", "events", "started", "announced", "current",
+                                                           "line");
         row("held at once", 0, Ints(), "", "", 0, "InitStep: 0 (current=0) not managed");
         row("held", 3, Ints(), "1 3", "1 2 3", 3, "InitStep: 3 (prev:0 max:8)");
         row("below the current", 3, Ints{2}, "1 3", "1 2 3", 3, "InitStep: 2 (current=3) not managed");

@@ -71,8 +71,8 @@ private Q_SLOTS:
 
     void retries_data()
     {
-        columns<int, int, QList<int>, QList<int>>("maxRetries", "time2remove", "times",
-                                                  "sizes"); // of the history after each; negative when a reboot is due
+        // The sizes of the history after each; negative when a reboot is due.
+        columns<int, int, QList<int>, QList<int>>("maxRetries", "time2remove", "times", "sizes");
         using Ints = QList<int>;
         row("within the period", 3, 3600, Ints{0, 100, 200}, Ints{1, 2, -3});
         row("each forgotten", 3, 60, Ints{0, 100, 200}, Ints{1, 1, 1});

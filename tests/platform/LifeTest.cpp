@@ -41,8 +41,6 @@ public:
     LifeTest() { m_root.keepLog(); }
 
 private Q_SLOTS:
-    void initTestCase() { m_bus = std::make_unique<PrivateBus>(); }
-    void cleanupTestCase() { m_bus.reset(); }
     void init() { m_root.keepLog(); }
     void cleanup() { std::raise(SIGPIPE); } // ignored
     void operationsInOrder_data()
@@ -102,7 +100,7 @@ private Q_SLOTS:
     void busCallerHasItsReplyBeforeTheStop()
     {
         Component component;
-        Peer peer(*m_bus);
+        Peer peer(m_bus);
         QDBusPendingReply<bool> reply{QDBusMessage()};
         bool replyWasFirst = false;
         component.operations.insert("end"_s, [&] {
@@ -123,7 +121,7 @@ private Q_SLOTS:
 
     void noBus()
     {
-        m_bus->stop();
+        m_bus.stop();
         Component component;
         QCOMPARE(component.live([] {}), 1);
         QCOMPARE(component.calls, QStringList());
@@ -139,7 +137,7 @@ private Q_SLOTS:
             delete thrown;
         }
         QVERIFY(!message.isEmpty());
-        m_bus->start();
+        m_bus.start();
     }
 
     void muteBus_data()
@@ -174,7 +172,7 @@ private Q_SLOTS:
         QCOMPARE(component.calls, QStringList());
         std::for_each(sockets.begin(), sockets.end(), ::close);
         QFile::remove(m_root.path("/mute"_s));
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address().toUtf8());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toUtf8());
     }
 
     // Also while its handler turns a loop of its own.
@@ -233,7 +231,7 @@ private Q_SLOTS:
     void errorsOfBusCalls()
     {
         Component component;
-        Peer peer(*m_bus);
+        Peer peer(m_bus);
         component.live([&] {
             QCOMPARE(peer.call("nothing"_s), "org.freedesktop.DBus.Error.UnknownMethod"_s);
             QCOMPARE(peer.call("play"_s, {1, 2}), "org.freedesktop.DBus.Error.UnknownMethod"_s);
@@ -269,7 +267,7 @@ private Q_SLOTS:
         thread.start();
         Listener listener;
         listener.moveToThread(&thread);
-        Peer peer(*m_bus);
+        Peer peer(m_bus);
         peer.connection.connect(QString(), "/Probe"_s, QString(), "event"_s, &listener, SLOT(heard()));
         exchangeWithBus(peer.connection);
         Component component;
@@ -286,7 +284,7 @@ private Q_SLOTS:
 
 private:
     RootDir m_root;
-    std::unique_ptr<PrivateBus> m_bus;
+    PrivateBus m_bus;
 };
 
 int main(int argc, char **argv)
