@@ -182,7 +182,6 @@ private Q_SLOTS:
         row("undeclared entity", QByteArray("<config><initStep>&x;</initStep></config>"), "", Result::NotParsable);
         row("deepest", nested(256), "", Result::Ok);
         row("too deep", nested(257), "", Result::NotParsable);
-        row("far too deep", nested(100000), "", Result::NotParsable);
         row("longest entity", withEntity(3500, 1), "", Result::Ok);
         row("too long an entity", withEntity(3600, 1), "", Result::NotParsable);
         row("repeated entity", withEntity(100, 200000), "", Result::NotParsable);

@@ -151,7 +151,6 @@ private Q_SLOTS:
         columns<QString, int, int, QString, QString, QString>("terminal", "target", "limit", "oneByOne", "ahead",
                                                               "others"); // that do not run
         row("diamond, below it", "5p A B~C<A C<A D<B,C E<D", 0, 9, "A B C D E", "A B C D E", "");
-        row("ladder", "5p A B C<A,B D<A,B E<C,D F<C,D", 0, 9, "A B C D E F", "A B C D E F", "");
         row("two components", "5p A~E B<A D E<D", 0, 9, "A B D E", "A D E B", "");
         row("limited", "5p A~F B<A D~G E F G", 0, 2, "A B D E F G", "A D E F B G", "");
         row("failing root", "5p A! B<A C D<B,C | 6 E", 0, 9, "A C E", "A C E", "A=STOP B=STOP D=STOP");
