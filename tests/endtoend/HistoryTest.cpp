@@ -105,6 +105,7 @@ private Q_SLOTS:
             {"stop_timeout"_s, "B did not stop in time and was killed"_s,
              [](Terminal &terminal) {
                  terminal.call("stopModule"_s, {"B"_s});
+                 QVERIFY(terminal.waitForLog("stopped B ret false [timeout] (state= STOPPING)"_s));
                  QVERIFY(terminal.waitForLog("B was killed by SIGKILL"_s));
              }},
             {"memory"_s, "A used "_s, exceedMemory},
