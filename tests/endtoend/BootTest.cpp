@@ -125,7 +125,8 @@ private Q_SLOTS:
         QCOMPARE(terminal.call("getStepInfra"_s), "-1"_s);
     }
 
-    // Its step is not reached, and the boot script learns of it. Who has blocked its signals does not keep them from us.
+    // Its step is not reached, and the boot script learns of it. Who has blocked its signals does not keep them from
+    // us.
     void mandatorySettingsReboot()
     {
         Terminal terminal("step one 1\nstep five 5\nSettingsManager one\nB five");

@@ -4,6 +4,7 @@
 
 #include <jov/BusNames.h>
 
+#include <QElapsedTimer>
 #include <QFile>
 
 #include <fcntl.h>
@@ -267,7 +268,16 @@ private Q_SLOTS:
         const int pipe = open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC);
         QVERIFY(terminal.boot());
         while (write(pipe, "\n", 1) == 1) { }
+        // Nor do calls that each hold up the daemon for two seconds delay its end, but for the one under way.
+        terminal.sendAsync("enoughMemory"_s);
+        for (int i = 0; i < 5; ++i) {
+            terminal.sendAsync("getCpuUsage"_s, {"A"_s});
+        }
+        QVERIFY(terminal.waitForLog("debug enoughMemory"_s));
+        QElapsedTimer clock;
+        clock.start();
         QCOMPARE(terminal.end(SIGTERM), 0);
+        QVERIFY2(clock.elapsed() < 6000, qPrintable(QString::number(clock.elapsed())));
         close(pipe);
     }
 

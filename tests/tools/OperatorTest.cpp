@@ -124,6 +124,16 @@ private Q_SLOTS:
         qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
     }
 
+    void muteBus()
+    {
+        PrivateBus bus;
+        ::kill(pid_t(bus.processId()), SIGSTOP);
+        const Outcome outcome = jovctl("list"_s);
+        bus.stop();
+        QCOMPARE(outcome.status, 3);
+        QVERIFY(outcome.err.contains("the bus does not answer"_s));
+    }
+
     void metricsFile_data()
     {
         columns<QString, int, QString>("file", "status", "content");
@@ -203,9 +213,8 @@ private Q_SLOTS:
     void stopRunsOut_data()
     {
         columns<QString>("words");
-        for (const char *words : {"stop Stubborn", "stop A", "restart Stubborn"}) {
-            row(words, words);
-        }
+        row("with what depends on it", "stop A");
+        row("alone", "restart Stubborn");
     }
 
     void stopRunsOut()
