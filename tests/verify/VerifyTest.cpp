@@ -13,6 +13,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <ctime>
 
 namespace {
@@ -33,7 +34,7 @@ bool layOut(const QString &name, const RootDir &root)
 
 /**
  * cases.txt: "== NAME", the commands of terminal.sh that change a correct terminal, "--", and the findings: severity,
- * rule and the places that follow each other. These are in the two directories of the modules, or begin with "/".
+ * rule and the places in the order of the report. These are in the two directories of the modules, or begin with "/".
  */
 class VerifyTest : public QObject
 {
@@ -54,17 +55,22 @@ private Q_SLOTS:
         const auto [name, expected] = cells<QString, QString>();
         const RootDir root;
         QVERIFY(layOut(name, root));
-        QStringList found;
-        for (const Finding &finding : checkTerminal().findings.sorted()) {
-            const QString kind = "%1 %2"_s.arg(textOf(finding.severity()), idOf(finding.rule));
+        const QList<Finding> findings = checkTerminal().findings.sorted();
+        QVERIFY(std::is_sorted(findings.begin(), findings.end(), [](const Finding &one, const Finding &other) {
+            return one.severity() < other.severity();
+        }));
+        QMap<QString, QString> found;
+        for (const Finding &finding : findings) {
+            QString &places = found["%1 %2"_s.arg(textOf(finding.severity()), idOf(finding.rule))];
             QString file = finding.place.file.mid(root.path().size());
             file.remove(QRegularExpression("^/(etc/JovApplication/module|usr/lib/JovApplication)/(?=.)"_s));
-            if (found.isEmpty() || !found.last().startsWith(kind + u' ')) {
-                found << kind;
-            }
-            found.last() += u' ' + file + (finding.place.line > 0 ? ":%1"_s.arg(finding.place.line) : QString());
+            places += u' ' + file + (finding.place.line > 0 ? ":%1"_s.arg(finding.place.line) : QString());
         }
-        QCOMPARE(found.join(u'\n'), expected.trimmed());
+        QString text;
+        for (auto kind = found.cbegin(); kind != found.cend(); ++kind) {
+            text += kind.key() + kind.value() + u'\n';
+        }
+        QCOMPARE(text.trimmed(), expected.trimmed());
         QVERIFY(QDir(root.path("/var/log"_s)).isEmpty());
     }
 
