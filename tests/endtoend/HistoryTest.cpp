@@ -251,25 +251,6 @@ private Q_SLOTS:
         close(say); // The last writer ends.
         QTRY_COMPARE(terminal.leftBehind(), QStringList());
     }
-
-    // With a full disk the terminal boots, and a crash is answered.
-    void fullDisk()
-    {
-        if (geteuid() != 0) {
-            QSKIP("only root can mount");
-        }
-        Terminal terminal("step one 1\nA one");
-        terminal.root.writeScript("/daemon"_s,
-                                  "cd $JOV_ROOT; exec unshare -m sh -c 'mount -t tmpfs -o size=4k none data && "
-                                  "head -c 9000 /dev/zero >data/filler; exec " QUICK_DAEMON " --nodaemon'");
-        terminal.setDaemon(terminal.root.path("/daemon"_s));
-        QVERIFY(terminal.boot());
-        QVERIFY(terminal.waitForLog("warning history: "_s));
-        kill(terminal, "A"_s, SIGSEGV);
-        QVERIFY(terminal.waitForStates("A:STOPPED"_s));
-        QCOMPARE(terminal.logCount("warning history: "_s), 1);
-        QCOMPARE(terminal.end(SIGTERM), 0);
-    }
 };
 
 QTEST_GUILESS_MAIN(EndsTest)

@@ -10,9 +10,6 @@
 #include <random>
 #include <vector>
 
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-
 namespace {
 
 constexpr char calmTerminal[] =
@@ -40,8 +37,8 @@ constexpr int longestSilence = 15000;
 } // namespace
 
 /**
- * Everything at once, at random moments: calls, floods, events, signals, a mute bus, a debugger, and modules that die,
- * hang and misbehave. The daemon must neither crash nor leak nor hang, start no module twice at once and leave no
+ * Everything at once, at random moments: calls, floods, events, signals, a mute bus, and modules that die, hang and
+ * misbehave. The daemon must neither crash nor leak nor hang, start no module twice at once and leave no
  * process behind; when the storm is over one restart, which also ends the state after a crash, brings every module up.
  * The same seed is the same sequence of orders; the moments are the machine's. JOV_STORM="SEED SECONDS" sets both.
  */
@@ -117,7 +114,6 @@ private:
         return list[upTo(int(std::size(list)) - 1)];
     }
     QString anyName() { return upTo(19) == 0 ? "nobody \u2603'"_s : any(m_names); }
-    pid_t anyModule() { return m_terminal.modules().value(any(m_names)).value(0); }
 
     void order()
     {
@@ -127,7 +123,6 @@ private:
             {20, [&] { burstFrom("vanishing"_s, any(words("restart stopAll startAll")), {}, 1); }},
             {200, [&] { m_terminal.notify(any(words("end_of_init_ stop_module_")) + anyName()); }},
             {100, [&] { spoof(); }},
-            {10, [&] { signalDaemon(SIGHUP); }},
             {200, [&] { signalModule(any(moduleSignals)); }},
             {80, [&] { m_terminal.addArguments(any(m_names), any(manners).split(u' ', Qt::SkipEmptyParts)); }},
             {20,
@@ -138,9 +133,8 @@ private:
                  QProcess::startDetached(
                      "sh"_s, {"-c"_s, mute.arg(m_terminal.bus.processId()).arg(upTo(600), 3, 10, QChar(u'0'))});
              }},
-            {20, [&] { debug(anyModule()); }},
             {1, [&] { endDaemon(); }}};
-        int number = upTo(1040);
+        int number = upTo(1010);
         for (const auto &[weight, give] : orders) {
             if ((number -= weight) < 0) {
                 return give();
@@ -154,9 +148,8 @@ private:
         static const QStringList calls =
             "startModule ?|stopModule ?|restartModule ?|startModule ?|stopModule ?|restartModule ?|restartModule ?,?,?|"
             "getMemoryUsage ?|getCpuUsage|getCpuUsage|getCpuUsage|getCpuUsage ?|getModulesList|getModulesListInString|"
-            "getApplicationsListInString|getApplicationsForSettingsDeployment|enoughMemory|getTotalMemory|"
-            "getFreeMemory|"
-            "startAll|stopAll|restartApp|restartPresentation|setAdminPasswd exit 3"_s.split(u'|');
+            "getApplicationsForSettingsDeployment|enoughMemory|getFreeMemory|startAll|stopAll|restartApp|"
+            "restartPresentation|setAdminPasswd exit 3"_s.split(u'|');
         const QString words = any(calls);
         QStringList arguments = words.section(u' ', 1).split(u',', Qt::SkipEmptyParts);
         for (QString &argument : arguments) {
@@ -195,32 +188,10 @@ private:
         }
     }
 
-    /// A debugger keeps the module, also when it is killed, until it lets it go.
-    void debug(pid_t pid)
-    {
-        if (pid > 0 && ptrace(PTRACE_SEIZE, pid, nullptr, nullptr) == 0) {
-            QTimer::singleShot(upTo(800), this, [pid] {
-                ptrace(PTRACE_INTERRUPT, pid, nullptr, nullptr);
-                int status = 0;
-                if (waitpid(pid, &status, __WALL) == pid && WIFSTOPPED(status)) {
-                    const bool isSignal = status >> 16 != PTRACE_EVENT_STOP;
-                    ptrace(PTRACE_DETACH, pid, nullptr, isSignal ? WSTOPSIG(status) : 0);
-                }
-            });
-        }
-    }
-
-    void signalDaemon(int signal)
-    {
-        m_signalTaken = true;
-        kill(m_terminal.pid(), signal);
-    }
-
-    /// One signal is taken in the life of a daemon.
     void endDaemon()
     {
         m_endAsked = true;
-        m_signalTaken || upTo(1) == 0 ? ask("stopManager"_s) : signalDaemon(SIGTERM);
+        upTo(1) == 0 ? ask("stopManager"_s) : void(kill(m_terminal.pid(), SIGTERM));
     }
 
     void ask(const QString &method, const QVariantList &arguments = {})
@@ -241,7 +212,7 @@ private:
             QCOMPARE(m_terminal.end(0), 0);
             QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
             QCOMPARE(m_terminal.leftBehind(), QStringList());
-            m_endAsked = m_signalTaken = false;
+            m_endAsked = false;
             m_terminal.start();
             QVERIFY(Terminal::wait([this] { return !m_terminal.states().isEmpty(); }));
             m_answered.restart();
@@ -261,7 +232,6 @@ private:
     QStringList m_names;
     QElapsedTimer m_answered; ///< since the daemon last answered
     bool m_endAsked = false;
-    bool m_signalTaken = false;
 };
 
 QTEST_GUILESS_MAIN(StormTest)

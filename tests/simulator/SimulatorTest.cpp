@@ -6,11 +6,7 @@
 #include <QProcess>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
-
-#include <pty.h>
-#include <sys/wait.h>
 
 namespace {
 
@@ -22,13 +18,13 @@ const QStringList patient = {"--timeout"_s, "60"_s};
 class Run : public QProcess
 {
 public:
-    explicit Run(const QStringList &arguments)
+    explicit Run(const QStringList &arguments, const QString &program = QStringLiteral(SIMULATOR))
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("TMPDIR"_s, m_temporary.path());
         setProcessEnvironment(environment);
         setProcessChannelMode(QProcess::MergedChannels);
-        start(QStringLiteral(SIMULATOR), arguments);
+        start(program, arguments);
     }
     ~Run() override
     {
@@ -40,6 +36,17 @@ public:
     {
         while (!output().contains(text) && waitForReadyRead(patience)) { }
         return m_output.contains(text);
+    }
+    /// The texts, with "|" between them, come one after the other; what came up to there is forgotten.
+    bool goesOn(const QString &texts)
+    {
+        const QStringList parts = texts.split(u'|');
+        return std::all_of(parts.begin(), parts.end(), [this](const QString &text) {
+            const bool isSaid = said(text);
+            isSaid ? void() : qWarning("missing: %s", qPrintable(text));
+            m_output.remove(0, m_output.indexOf(text) + text.size());
+            return isSaid;
+        });
     }
     /// The exit status, or the negative number of the signal.
     int end()
@@ -54,47 +61,6 @@ private:
     QString m_output;
 };
 
-/// A simulator on a terminal of its own.
-class TypedRun
-{
-public:
-    TypedRun(const RootDir &files, const QString &root)
-    {
-        m_pid = forkpty(&m_terminal, nullptr, nullptr, nullptr);
-        if (m_pid == 0) {
-            qputenv("TERM", "xterm");
-            qputenv("XDG_STATE_HOME", QFile::encodeName(files.path()));
-            execl(SIMULATOR, "jov-simulator", "--terminal", qPrintable(files.path()), "--root", qPrintable(root),
-                  nullptr);
-            _exit(127);
-        }
-    }
-    ~TypedRun()
-    {
-        close(m_terminal);
-        waitpid(m_pid, nullptr, 0);
-    }
-    void type(const char *keys) { QCOMPARE(write(m_terminal, keys, qstrlen(keys)), ssize_t(qstrlen(keys))); }
-    /// Reads until the text has come, and forgets what came before its end. False if the simulator ends before.
-    bool said(const QByteArray &text)
-    {
-        std::array<char, 4096> buffer;
-        for (ssize_t size = 0; !m_output.contains(text); m_output.append(buffer.data(), int(size))) {
-            if ((size = ::read(m_terminal, buffer.data(), buffer.size())) <= 0) {
-                qWarning("missing: %s, after: %s", text.constData(), m_output.constData());
-                return false;
-            }
-        }
-        m_output.remove(0, m_output.indexOf(text) + text.size());
-        return true;
-    }
-
-private:
-    pid_t m_pid = -1;
-    int m_terminal = -1;
-    QByteArray m_output;
-};
-
 /// The files of a terminal with one step, in which "fine" starts and then "odd", which gets the argument.
 void writeTerminal(const RootDir &root, const QString &argument, const QString &dependency = "fine"_s)
 {
@@ -106,21 +72,6 @@ void writeTerminal(const RootDir &root, const QString &argument, const QString &
                "<config><initStep>only</initStep><dependencies><dependency>%1</dependency></dependencies>"
                "<extra_args><arg>%2</arg></extra_args></config>"_s.arg(dependency, argument)
                    .toUtf8());
-}
-
-/// The texts, with "|" between them, are in the output, each after the one before it.
-bool isInOrder(const QString &texts, const QString &output)
-{
-    int place = 0;
-    const QStringList parts = texts.split(u'|');
-    for (const QString &text : parts) {
-        place = output.indexOf(text, place);
-        if (place < 0) {
-            qWarning("missing: %s", qPrintable(text));
-            return false;
-        }
-    }
-    return true;
 }
 
 } // namespace
@@ -159,7 +110,7 @@ private Q_SLOTS:
         const int status = run.end();
         const QString output = run.output();
         QVERIFY2(status == 0 && output.count("the home page is shown"_s) == boots, qPrintable(output));
-        QVERIFY2(isInOrder(texts, output), qPrintable(output));
+        QVERIFY2(run.goesOn(texts), qPrintable(output));
         QVERIFY(run.leftNoFiles());
     }
 
@@ -196,8 +147,9 @@ private Q_SLOTS:
         Run run(QStringList{"--once"_s, "--timeout"_s, "2"_s, "--terminal"_s, files.path(), "--junit"_s, results}
                 + options);
         QCOMPARE(run.end(), 1);
-        QVERIFY2(isInOrder(complaint, run.output()), qPrintable(run.output()));
-        QVERIFY2(files.read("/results.xml"_s).contains("<failure"), qPrintable(run.output()));
+        const QString output = run.output();
+        QVERIFY2(run.goesOn(complaint), qPrintable(output));
+        QVERIFY2(files.read("/results.xml"_s).contains("<failure"), qPrintable(output));
         QVERIFY(run.leftNoFiles());
     }
 
@@ -248,7 +200,8 @@ private Q_SLOTS:
             "up|"
             "unknown command 'nonsense'|nobody: no running module|fine             stopped|odd              up|"
             "odd   only  RUNNING|No reboot follows|asking the supervisor to end"_s;
-        QVERIFY2(isInOrder(texts, run.output()), qPrintable(run.output()));
+        const QString output = run.output();
+        QVERIFY2(run.goesOn(texts), qPrintable(output));
     }
 
     void typedCommands()
@@ -261,20 +214,22 @@ private Q_SLOTS:
         }
         files.write("/jov-simulator/history"_s, lines);
         const QTemporaryDir kept;
-        TypedRun run(files, kept.filePath("root"_s));
-        QVERIFY(run.said("terminal> "));
-        run.type("stat\to\t");
-        QVERIFY(run.said("dd "));
+        // On a terminal of its own.
+        const QString command = "TERM=xterm XDG_STATE_HOME=%1 " SIMULATOR " --terminal %1 --root %2"_s;
+        Run run({"-qec"_s, command.arg(files.path(), kept.filePath("root"_s)), "/dev/null"_s}, "script"_s);
+        QVERIFY(run.goesOn("terminal> "_s));
+        run.write("stat\to\t");
+        QVERIFY(run.goesOn("dd "_s));
         QFile log(kept.filePath("root/var/log/ApplicationManager.log"_s));
         QVERIFY(log.open(QIODevice::Append) && log.write("2026-01-01 warning meanwhile\n") > 0);
         log.close();
-        QVERIFY(run.said("meanwhile") && run.said("terminal> status odd "));
-        run.type("\n");
-        QVERIFY(run.said("RUNNING") && run.said("terminal> "));
-        run.type("\x1b[A\x1b[A");
-        QVERIFY(run.said("599"));
-        run.type("\x15quit\n");
-        QVERIFY(run.said("has ended with status 0"));
+        QVERIFY(run.goesOn("meanwhile|terminal> status odd "_s));
+        run.write("\n");
+        QVERIFY(run.goesOn("RUNNING|terminal> "_s));
+        run.write("\x1b[A\x1b[A");
+        QVERIFY(run.goesOn("599"_s));
+        run.write("\x15quit\n");
+        QVERIFY(run.goesOn("has ended with status 0"_s));
         const QByteArray history = files.read("/jov-simulator/history"_s);
         QVERIFY2(history.count('\n') == 501 && history.endsWith("status\\040odd\nquit\n"), history.right(40));
     }
