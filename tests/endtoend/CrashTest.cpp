@@ -100,23 +100,6 @@ private Q_SLOTS:
         QCOMPARE(int(QFile::permissions(terminal.root.path(archive))) & 0x0077, 0);
     }
 
-    // The bus is away at the crash, then "Platform".
-    void rebootRequestIsDelivered()
-    {
-        Terminal terminal("step one 1\nA one");
-        QVERIFY(terminal.boot());
-        terminal.bus.stop();
-        QVERIFY(terminal.waitForLog("the bus is lost"_s));
-        kill(terminal.modules().value("A"_s).value(0), SIGSEGV);
-        QVERIFY(terminal.waitForLog("error no reboot yet (A crashed): Platform cannot be asked: no bus"_s));
-        terminal.bus.start();
-        terminal.reconnect();
-        QVERIFY(terminal.waitForLog(" was not provided by any .service files"_s));
-        PlatformStandIn platform(terminal.connection(), terminal.root.path(recordsFile));
-        QVERIFY(terminal.waitForLog("info the request for a reboot is taken: A crashed"_s));
-        QCOMPARE(terminal.records(), QStringList{"Platform 1 1 ApplicationManager A crashed"_s});
-    }
-
     // The sixth archive replaces the oldest; without its folder the first one makes it.
     void keptArchives()
     {

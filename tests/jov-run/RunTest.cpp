@@ -277,13 +277,10 @@ private Q_SLOTS:
             terminal.root.writeScript(path, scripts[i % 2]);
         }
         QVERIFY(terminal.boot());
-        const int begin = terminal.log().size();
-        for (int i = 0; i < 5; ++i) {
+        for (int round = 0; round < 4; ++round) {
             QCOMPARE(terminal.call("restart"_s), QString());
             QVERIFY(terminal.waitForAll("RUNNING"_s));
-        }
-        QTRY_COMPARE(helpers().size(), count);
-        for (int round = 0; round < 4; ++round) {
+            QTRY_COMPARE(helpers().size(), count);
             terminal.forgetEvents();
             // They wait for the supervisor, and it for the test.
             kill(terminal.pid(), SIGSTOP);
@@ -299,7 +296,7 @@ private Q_SLOTS:
         }
         QCOMPARE(terminal.end(SIGTERM), 0);
         QVERIFY(Terminal::wait([] { return helpers().isEmpty(); }));
-        QCOMPARE(terminal.logCount("ret false"_s, begin), 0);
+        QCOMPARE(terminal.logCount("ret false"_s), 0);
     }
 };
 

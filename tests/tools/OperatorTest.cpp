@@ -42,25 +42,21 @@ Outcome jovctl(const QString &words)
 }
 
 /// A watch that runs beside the test.
-class Watch
+class Watch : public QProcess
 {
 public:
-    Watch() { m_process.start(QStringLiteral(JOVCTL), {"watch"_s, "--json"_s}); }
+    Watch() { start(QStringLiteral(JOVCTL), {"watch"_s, "--json"_s}); }
 
     bool waitFor(const char *text, int times = 1)
     {
-        return Terminal::wait([&] {
-            m_output += m_process.readAllStandardOutput();
-            return m_output.count(text) >= times;
-        });
+        return Terminal::wait([&] { return (m_output += readAllStandardOutput()).count(text) >= times; });
     }
 
     int interrupt()
     {
-        ::kill(pid_t(m_process.processId()), SIGINT);
-        m_process.waitForFinished();
-        m_output += m_process.readAllStandardOutput();
-        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+        ::kill(pid_t(processId()), SIGINT);
+        const int status = outcomeOf(*this).status;
+        return exitStatus() == NormalExit ? status : -1;
     }
 
     /// The states of each module, in order, "gap" where a change does not begin at the state before it.
@@ -81,7 +77,6 @@ public:
     }
 
 private:
-    QProcess m_process;
     QByteArray m_output;
 };
 

@@ -11,9 +11,7 @@ let terminal, browser;
 
 before(async () => {
     browser = await Browser.start();
-    terminal = await Terminal.boot({
-        [markup]: "<initStep>background</initStep>",
-    });
+    terminal = await Terminal.boot(markup);
     await terminal.serve();
     await browser.open(terminal); // the bridge starts with its first page
     await browser.see("#state", /^up$/);
@@ -50,7 +48,7 @@ for (const [view, selector, pattern] of seen) {
     test(`${view} shows ${pattern}`, async () => {
         await browser.view(view);
         await browser.see(selector, pattern);
-        });
+    });
 }
 
 test("the chart of the start-up is a picture with a text", async () => {

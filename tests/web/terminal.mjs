@@ -1,11 +1,12 @@
 // A simulated terminal, its page, and a browser that shows it.
 import assert from "node:assert/strict";
 import { execFileSync, spawn } from "node:child_process";
-import { chmodSync, cpSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { chmodSync, cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import { createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
+import { setTimeout as pause } from "node:timers/promises";
 
 export const project = new URL("../..", import.meta.url).pathname;
 const require = createRequire(join(project, "build/web/"));
@@ -21,33 +22,27 @@ const freePort = () => new Promise(resolve => {
     });
 });
 
+const until = async (reached, what) => {
+    for (const end = Date.now() + patience; !await reached(); await pause(50))
+        assert.ok(Date.now() < end, what);
+};
+
 export class Terminal {
-    /// `modules` has the config.xml of further modules, by name.
-    static async boot(modules = {}) {
+    /// With a further module.
+    static async boot(module) {
         const terminal = new Terminal();
         terminal.folder = mkdtempSync(join(tmpdir(), "jov-page-"));
         chmodSync(terminal.folder, 0o755); // for other users
         const files = join(terminal.folder, "files");
         cpSync(join(project, "simulator/terminal"), files, { recursive: true });
-        for (const [name, config] of Object.entries(modules)) {
-            const folder = join(files, "etc/JovApplication/module", name);
-            mkdirSync(folder, { recursive: true });
-            writeFileSync(join(folder, "config.xml"), `<config>${config}</config>`);
-        }
+        const folder = join(files, "etc/JovApplication/module", module);
+        mkdirSync(folder, { recursive: true });
+        writeFileSync(join(folder, "config.xml"), "<config><initStep>background</initStep></config>");
         terminal.root = join(terminal.folder, "root");
-        terminal.process = spawn(join(bin, "jov-simulator"), ["--root", terminal.root, "--terminal", files]);
-        terminal.printed = "";
-        terminal.process.stdout.on("data", data => { terminal.printed += data });
-        await terminal.prints("Other programs reach");
+        terminal.process = spawn(join(bin, "jov-simulator"), ["--root", terminal.root, "--terminal", files],
+                                 { stdio: ["pipe", "ignore", "inherit"] });
+        await until(() => existsSync(join(terminal.root, "run/bus")), "the simulator has no bus");
         return terminal;
-    }
-
-    async prints(text) {
-        for (const end = Date.now() + 4 * patience; !this.printed.includes(text);) {
-            if (Date.now() > end || this.process.exitCode !== null)
-                throw new Error(`the simulator has not printed "${text}":\n${this.printed}`);
-            await new Promise(resolve => this.process.stdout.once("data", resolve));
-        }
     }
 
     /// [pid, command line] of all processes below one.
@@ -60,13 +55,9 @@ export class Terminal {
     }
 
     /// Waits until so many processes of the page have such a command line.
-    async processes(words, count) {
-        for (const end = Date.now() + patience; ;) {
-            const found = this.childrenOf(this.server.pid).filter(([, one]) => one.startsWith(words));
-            if (found.length === count)
-                return;
-            assert.ok(Date.now() < end, `${found.length} processes "${words}"`);
-        }
+    processes(words, count) {
+        const found = () => this.childrenOf(this.server.pid).filter(([, one]) => one.startsWith(words));
+        return until(() => found().length === count, `not ${count} processes "${words}"`);
     }
 
     command(line) { this.process.stdin.write(line + "\n") }
@@ -80,13 +71,7 @@ export class Terminal {
         this.server?.kill();
         this.server = spawn(words[0], words.slice(1), { env: { ...process.env, JOV_BIN: bin }, stdio: "ignore" });
         this.address = `http://127.0.0.1:${port}/cockpit/@localhost/jovara/index.html`;
-        for (const end = Date.now() + patience; ;) {
-            const answer = await fetch(this.address).catch(() => null);
-            if (answer?.ok)
-                return;
-            if (Date.now() > end)
-                throw new Error("the page is not served");
-        }
+        await until(() => fetch(this.address).then(answer => answer.ok, () => false), "the page is not served");
     }
 
     async stop() {
