@@ -20,11 +20,6 @@ QString namesAfter(const Terminal &terminal, const QString &text)
     return names.join(u' ');
 }
 
-QString launched(const Terminal &terminal)
-{
-    return namesAfter(terminal, "PID of :"_s);
-}
-
 } // namespace
 
 class BootTest : public QObject
@@ -65,9 +60,7 @@ private Q_SLOTS:
 
     void order()
     {
-        QFETCH(QString, description);
-        QFETCH(QString, variable);
-        QFETCH(QString, states);
+        const auto [description, variable, started, states] = cells<QString, QString, QString, QString>();
         Terminal terminal(description);
         if (!variable.isEmpty()) {
             terminal.setVariable(variable, QString());
@@ -76,7 +69,7 @@ private Q_SLOTS:
         QVERIFY(terminal.waitForStates(states));
         QCOMPARE(terminal.end(SIGTERM), 0);
         QVERIFY(terminal.logCount("waitState() method - timeout : 2000"_s) > 0);
-        QTEST(launched(terminal), "started");
+        QCOMPARE(namesAfter(terminal, "PID of :"_s), started);
         QTEST(namesAfter(terminal, "Trying to stop module "_s), "stopped");
     }
 
@@ -125,8 +118,7 @@ private Q_SLOTS:
         QCOMPARE(terminal.call("getStepInfra"_s), "-1"_s);
     }
 
-    // Its step is not reached, and the boot script learns of it. Who has blocked its signals does not keep them from
-    // us.
+    // The start-up ends before step five, and the boot script gets the status. Its signals may have been blocked.
     void mandatorySettingsReboot()
     {
         Terminal terminal("step one 1\nstep five 5\nSettingsManager one\nB five");

@@ -27,11 +27,12 @@ private Q_SLOTS:
     // By position, and by a client that shares nothing with this project.
     void recordsOnTheWire()
     {
-        const QString ends = " one --exit-after=1 --never-ready --exit-code="_s;
-        Terminal terminal("step one 1\nA one\nB%13\nC%1127\nD%10"_s.replace("%1"_s, ends));
+        const QString files = "step one 1\nA one\nB ENDS3\nC ENDS127\nD ENDS0"_s;
+        Terminal terminal(QString(files).replace("ENDS"_s, "one --exit-after=1 --never-ready --exit-code="_s));
         terminal.start();
         QVERIFY(terminal.waitForStates("A:RUNNING B:STOPPED C:STOPPED D:STOPPED"_s));
         QVERIFY(terminal.waitForEvent("SHOW_POPUP_EVENT text=C stopped because of bad libs, will reset"_s));
+        QCOMPARE(terminal.logCount("emergency"_s), 0);
         const auto ask = [&](const QStringList &call) {
             QProcess busctl;
             busctl.start("busctl"_s,
@@ -209,11 +210,8 @@ private Q_SLOTS:
     // One after the other, on one terminal. The last test: startDaemon() of another would take this daemon for its own.
     void operation()
     {
-        QFETCH(QString, method);
-        QFETCH(QVariantList, arguments);
-        QFETCH(QString, reply);
-        QFETCH(QString, states);
-        QFETCH(QString, line);
+        const auto [method, arguments, reply, states, launched, line] =
+            cells<QString, QVariantList, QString, QString, int, QString>();
         if (!m_terminal) {
             m_terminal = std::make_unique<Terminal>(fourModules);
             QVERIFY(m_terminal->boot());
@@ -222,7 +220,7 @@ private Q_SLOTS:
         QCOMPARE(m_terminal->call(method, arguments), reply);
         // The reply comes when it is done.
         QCOMPARE(m_terminal->states(), states);
-        QTEST(m_terminal->logCount("PID of :"_s, before), "launched");
+        QCOMPARE(m_terminal->logCount("PID of :"_s, before), launched);
         QVERIFY(line.isEmpty() || m_terminal->logCount(line, before) > 0);
         if (line.contains("done"_s)) {
             QCOMPARE(m_terminal->root.read("/done"_s), QByteArray("caf\xe9\n"));

@@ -130,7 +130,7 @@ private Q_SLOTS:
     // The end of another module is noticed meanwhile.
     void endlessArchive()
     {
-        QFETCH(int, signal);
+        const auto [signal, restart] = cells<int, bool>();
         Terminal terminal("step one 1\nA one\nB one");
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         terminal.root.writeScript("/usr/bin/tar"_s, "(echo >$JOV_ROOT/begun; while :; do sleep 0.1; done) & wait");
@@ -143,7 +143,6 @@ private Q_SLOTS:
         QCOMPARE(terminal.logCount("finished ret=9 ; Crashed"_s), 1);
         QCOMPARE(terminal.call("getStepInfra"_s), "-1"_s);
         QCOMPARE(terminal.call("startAll"_s), "0"_s);
-        QFETCH(bool, restart);
         if (restart) { // It does not wait for the archive, nor does the reboot any longer.
             QCOMPARE(terminal.call("restart"_s), QString());
             QVERIFY(terminal.wait([&] { return terminal.records().size() == 1; }));

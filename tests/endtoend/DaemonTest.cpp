@@ -231,10 +231,7 @@ private Q_SLOTS:
 
     void signalLines()
     {
-        using Signals = QList<int>;
-        QFETCH(Signals, signals);
-        QFETCH(QByteArray, lines);
-        QFETCH(bool, ends);
+        const auto [signals, lines, ends] = cells<QList<int>, QByteArray, bool>();
         Terminal terminal("step one 1\nA one --stop-after=200");
         QVERIFY(terminal.boot());
         for (const int signal : qAsConst(signals)) {

@@ -139,14 +139,13 @@ private Q_SLOTS:
 
     void metricsFile()
     {
-        QFETCH(QString, file);
-        QFETCH(QString, content);
+        const auto [file, status, content] = cells<QString, int, QString>();
         const PrivateBus bus;
         const RootDir folder;
         folder.write("/metrics"_s, "of before");
         folder.write("/folder/file"_s, {});
         const Outcome outcome = jovctl("metrics --output="_s + folder.path(u'/' + file));
-        QTEST(outcome.status, "status");
+        QCOMPARE(outcome.status, status);
         QCOMPARE(outcome.out, QString());
         QVERIFY(outcome.err.count(u'\n') == 1);
         QVERIFY(folder.read("/metrics"_s).contains(content.toLatin1()));
@@ -376,8 +375,7 @@ private Q_SLOTS:
 
     void commands()
     {
-        QFETCH(QString, words);
-        QFETCH(QString, pattern);
+        const auto [words, status, pattern, states] = cells<QString, int, QString, QString>();
         if (!m_terminal) {
             m_terminal = std::make_unique<Terminal>(terminalFiles);
             m_terminal->start();
@@ -388,8 +386,8 @@ private Q_SLOTS:
         QVERIFY2(QRegularExpression(pattern).match(text).hasMatch(), qPrintable(text));
         QVERIFY(!words.contains("--json"_s) || !QJsonDocument::fromJson(text.toUtf8()).isNull());
         QVERIFY(!text.contains(QChar(0x1b)));
-        QTEST(outcome.status, "status");
-        QTEST(m_terminal->states(), "states");
+        QCOMPARE(outcome.status, status);
+        QCOMPARE(m_terminal->states(), states);
     }
 
     void cleanupTestCase() { m_terminal.reset(); }
