@@ -83,6 +83,7 @@ private Q_SLOTS:
         QVERIFY2(old.readAll().endsWith("more"), "whoever has the old one open has nothing of the new one");
         QVERIFY(terminal.logCount("Kill father ("_s) == 1);
         QCOMPARE(getsid(terminal.pid()), terminal.pid());
+        QCOMPARE(Processes::figure(terminal.pid(), "status", "Umask"), 0);
 
         QCOMPARE(terminal.startDaemon({"--pidFile="_s + path}), 2);
         QVERIFY(terminal.output().endsWith("), 256\n"));
