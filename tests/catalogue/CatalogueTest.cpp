@@ -51,12 +51,13 @@ private Q_SLOTS:
 
     void scan()
     {
-        for (const char *name : {"a", "b", "Z", ".hidden", "c/file"}) {
+        for (const char *name : {"a", "b", "d", "Z", ".hidden", "c/file"}) {
             m_root.write(ModulePaths::moduleDirectory() + QLatin1String(name), {});
         }
         m_root.write(ModulePaths::configDirectory() + "b/config.xml"_s,
                      "<config><initStep>net</initStep><description>B</description></config>");
         m_root.write(ModulePaths::configDirectory() + "Z/config.xml"_s, "<config>");
+        m_root.write(ModulePaths::configDirectory() + "d/config.xml/file"_s, {});
         Catalogue catalogue;
         catalogue.applicationMap["stale"_s] = std::make_unique<ApplicationRecord>();
         catalogue.applicationMap["stale"_s]->setStatus(ConfigStatus::ok);
@@ -66,7 +67,8 @@ private Q_SLOTS:
         }));
         const QString failed = "%1 default Default Description : Error in config.xml parsing :%2"_s;
         const QStringList expected = {failed.arg("Z"_s, "CONFIG_FILE_NOT_PARSABLE"_s),
-                                      failed.arg("a"_s, "NO_CONFIG_FILE"_s), "b net B"_s};
+                                      failed.arg("a"_s, "NO_CONFIG_FILE"_s), "b net B"_s,
+                                      failed.arg("d"_s, "CONFIG_FILE_NOT_READABLE"_s)};
         QCOMPARE(placed, expected);
         QVERIFY(m_root.log().contains("error Module a (default) added to list"_s));
 
@@ -182,6 +184,7 @@ private Q_SLOTS:
         row("undeclared entity", QByteArray("<config><initStep>&x;</initStep></config>"), "", Result::NotParsable);
         row("deepest", nested(256), "", Result::Ok);
         row("too deep", nested(257), "", Result::NotParsable);
+        row("many elements", numbered("<c>", "<a#/>", 300, "</c>"), "", Result::Ok);
         row("longest entity", withEntity(3500, 1), "", Result::Ok);
         row("too long an entity", withEntity(3600, 1), "", Result::NotParsable);
         row("repeated entity", withEntity(100, 200000), "", Result::NotParsable);

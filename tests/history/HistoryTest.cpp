@@ -22,7 +22,7 @@ namespace {
 QByteArray numbered(int number, int padding)
 {
     return HistoryText::lineOf({{Key::version, History::version},
-                                {Key::kind, QString(History::Kind::start)},
+                                {Key::kind, QString(History::Kind::started)},
                                 {Key::count, number},
                                 {Key::by, QString(padding, u'x')}});
 }
@@ -75,8 +75,9 @@ private Q_SLOTS:
                 whole << i;
             }
             QList<int> found;
-            const HistoryRecords records =
-                HistoryText::parse(m_root.read("/history.old"_s) + '\n' + m_root.read("/history"_s));
+            const QByteArray text = m_root.read("/history.old"_s) + '\n' + m_root.read("/history"_s);
+            const HistoryRecords records = HistoryText::parse(text);
+            QCOMPARE(HistoryText::parseLastEnd(text), records); // without a start and a cause: all
             for (const QJsonObject &record : records) {
                 found << record[Key::count].toInt();
             }
@@ -250,6 +251,10 @@ private Q_SLOTS:
         blackBox.noteEnd();
         QCOMPARE(m_root.read("/one"_s).count('\n'), 2);
         QCOMPARE(m_root.read("/two"_s).count('\n'), 2);
+        blackBox.begin(m_root.path("/one"_s), 64);
+        blackBox.begin(m_root.path("/one"_s), 16);
+        blackBox.noteEnd();
+        QVERIFY(!m_root.read("/one"_s).startsWith('x')); // more than 8 kB
     }
 
     void hanging()

@@ -59,6 +59,7 @@ private Q_SLOTS:
                             "</maxMemory></config>");
         terminal.start();
         QVERIFY(terminal.waitForLog("initStepDone: 5"_s));
+        QCOMPARE(terminal.log().filter("warning Module Lost : step 'nowhere' does not exist, not started"_s).size(), 1);
         // Looking unknown names up leaves entries with nothing behind them.
         terminal.call("startModule"_s, {"Unknown"_s});
         const QDBusMessage get =
@@ -67,7 +68,9 @@ private Q_SLOTS:
         QVERIFY(complete.value().variant().toULongLong() >= readSteps(ask(terminal, "ListSteps"_s)).last().doneAt);
         QVERIFY(QFile::remove(terminal.root.path("/usr/lib/JovApplication/Goes"_s)));
         QVERIFY(!setLogLevel(terminal, -1).isEmpty() && !setLogLevel(terminal, 8).isEmpty());
-        QVERIFY(setLogLevel(terminal, 7).isEmpty() && setLogLevel(terminal, 3).isEmpty());
+        for (const int level : {3, 7, 3}) { // it begins with 7
+            QVERIFY(setLogLevel(terminal, level).isEmpty());
+        }
         const int lines = terminal.log().size();
         terminal.call("restart"_s);
         QCOMPARE(terminal.log(lines).filter("PID of :"_s), QStringList());

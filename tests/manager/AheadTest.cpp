@@ -165,7 +165,7 @@ private Q_SLOTS:
         row("early after nobody", "5 A~D | 6 D@X", 0, 9, "A D", "A D", "");
         row("early circle", "5 A | 6 D@E E@D F@F", 0, 9, "A D E F", "A D E F", "");
         row("into a held boot", "1 A B | 3 C@ | 4 D@", 3, 9, "A B C", "A C B", "D=STOP");
-        row("mandatory settings", "1 SettingsManager B | 4 C@ | 6 D@ E@", 999, 9, "B SettingsManager C ? D E",
+        row("mandatory settings", "1 SettingsManager B | 4 C@ | 5 D@ E@", 999, 9, "B SettingsManager C ? D E",
             "B C SettingsManager ? D E", "");
     }
 

@@ -201,6 +201,7 @@ private Q_SLOTS:
         }
         if (what != "events"_s) {
             startUp.progression.resumeAfterRestart(); // which may be a later one
+            startUp.progression.resumeAfterRestart();
         }
         QTEST(startUp.startedSteps(), "started");
         QTEST(startUp.announced(), "announced");

@@ -29,6 +29,7 @@ private Q_SLOTS:
         row("taken", QStringList{QString()}, 1, 1, 0, "");
         row("without a bus, then taken", QStringList{"no bus"_s, "no bus"_s, QString()}, -1, 3, 1, "");
         row("nobody there, then taken", QStringList{none, none, none, QString()}, 6000, 4, 1, "");
+        row("taken before the fallback", QStringList{none, none, QString()}, 4, 3, 1, "");
         row("asked again, and then the first reply", QStringList{none, QString()}, -1, 2, 0, "");
         row("refused: not asked again", QStringList{failed}, -1, 1, 3, "");
         row("refused: fallback", QStringList{failed}, 1, 1, 1, command);
@@ -152,6 +153,7 @@ private Q_SLOTS:
     void hangingDisk()
     {
         m_root.keepLog();
+        QTRY_VERIFY(Processes::children(getpid()).isEmpty()); // those of the function before
         ModuleLimits limits;
         limits.archive = 10;
         SupervisionState state(limits);

@@ -1,3 +1,4 @@
+#include "bus/BusInterface.h"
 #include "bus/BusTypes.h"
 #include "platform/Component.h"
 #include "support/DataTable.h"
@@ -240,6 +241,9 @@ private Q_SLOTS:
         const QString plain = "plain"_s;
         const QString odd = "od'd"_s;
         component.subscribeEvent(plain, &receiver, SLOT(event(JovEvent)));
+        QVERIFY(BusInterface::ofScriptable(&component)
+                    .introspection()
+                    .contains("<arg name=\"operation\" type=\"s\" direction=\"in\"/>"));
         component.live([&] {
             m_bus.stop();
             QTRY_VERIFY(!component.notifyEvent(plain));
