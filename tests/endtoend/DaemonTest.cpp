@@ -175,7 +175,7 @@ private Q_SLOTS:
         terminal.setVariable("WATCHDOG_USEC"_s, "500000"_s);
         const QString parameters = "/etc/JovApplication/platform.ini"_s;
         terminal.root.write(parameters,
-                            terminal.root.read(parameters) + "[ApplicationManager]\nwatchdog_device=/dev/watchdog\n");
+                            terminal.root.read(parameters) + "[ApplicationManager]\nwatchdog_device=dev/watchdog\n");
         QCOMPARE(terminal.startDaemon(), 0);
         const QString refused =
             "error watchdog device %1 cannot be opened: "_s.arg(terminal.root.path("/dev/watchdog"_s));
