@@ -165,6 +165,8 @@ private Q_SLOTS:
         terminal.bus.start();
         terminal.reconnect();
         QVERIFY(terminal.waitForStates("B:RUNNING JovWebClient:RUNNING"_s));
+        QCOMPARE(terminal.logCount("error ApplicationManager: the bus is lost, trying again every second"_s), 1);
+        QCOMPARE(terminal.logCount("info ApplicationManager: the bus is there again"_s), 1);
     }
 };
 

@@ -40,7 +40,8 @@ private Q_SLOTS:
         const QString sound = "step one 1\nA one"_s;
         row("no bus", sound, "no bus", "error ApplicationManager: no bus: ");
         row("name taken", sound, "name taken", "is already owned: is another one running?");
-        row("rubbish", sound, "<initStep><step name=\"one\" val", "error ApplicationManager: init failed");
+        row("rubbish", sound, "<initStep><step name=\"one\" val", "warning [parse InitStep] XML File not parsable");
+        row("folder", sound, "folder", "warning [parse InitStep] XML File not readable for application");
         row("cycle", "step one 1\nA one <B\nB one <A", "", "error [InitStep] Module cyclic dependencies : A;B;A");
     }
 
@@ -52,6 +53,9 @@ private Q_SLOTS:
             terminal.bus.stop();
         } else if (fault == "name taken"_s) {
             QVERIFY(terminal.connection().registerService(BusNames::service("ApplicationManager"_s)));
+        } else if (fault == "folder"_s) {
+            QVERIFY(QFile::remove(terminal.root.path(stepsFile)));
+            terminal.root.write(stepsFile + "/file"_s, {});
         } else if (!fault.isEmpty()) {
             terminal.root.write(stepsFile, fault.toUtf8());
         }
@@ -62,14 +66,15 @@ private Q_SLOTS:
         const QByteArray output = terminal.output();
         QVERIFY(output.contains("Child process is dead (") && output.endsWith("), 256\n"));
         QCOMPARE(terminal.logCount(line), 2);
+        QCOMPARE(terminal.logCount("warning Error while building one tree"_s), line.contains("cyclic"_s) ? 2 : 0);
         QCOMPARE(terminal.logCount("PID of"_s), 0);
     }
 
     void up()
     {
         Terminal terminal("step one 1\nA one");
-        // The waiting process has a child that is not the daemon.
-        terminal.root.writeScript("/daemon"_s, "true & exec $0-program \"$@\"");
+        // The waiting process has a child that is not the daemon, and its caller ignored SIGCHLD.
+        terminal.root.writeScript("/daemon"_s, "true & exec env --ignore-signal=CHLD $0-program \"$@\"");
         terminal.root.link("/daemon-program"_s, QStringLiteral(QUICK_DAEMON));
         terminal.setDaemon(terminal.root.path("/daemon"_s));
         const QString path = terminal.root.path("/pid"_s);
@@ -81,7 +86,9 @@ private Q_SLOTS:
                  "PID File : " + path.toLocal8Bit() + "\nSignal SIGUSR1 intercepted : Presentation ready \n");
         QCOMPARE(terminal.root.read("/pid"_s), QByteArray::number(terminal.pid()) + '\n');
         QVERIFY2(old.readAll().endsWith("more"), "whoever has the old one open has nothing of the new one");
-        QVERIFY(terminal.logCount("Kill father ("_s) == 1);
+        for (const auto &line : {"Kill father ("_s, "info deploy done in  "_s, "info Init done in "_s}) {
+            QCOMPARE(terminal.logCount(line), 1);
+        }
         QCOMPARE(getsid(terminal.pid()), terminal.pid());
         QCOMPARE(Processes::figure(terminal.pid(), "status", "Umask"), 0);
 
