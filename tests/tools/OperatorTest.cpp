@@ -386,7 +386,7 @@ private Q_SLOTS:
         QVERIFY2(QRegularExpression(pattern).match(text).hasMatch(), qPrintable(text));
         QVERIFY(!words.contains("--json"_s) || !QJsonDocument::fromJson(text.toUtf8()).isNull());
         QVERIFY(!text.contains(QChar(0x1b)));
-        QCOMPARE(outcome.status, status);
+        QVERIFY2(outcome.status == status, qPrintable("status %1: %2"_s.arg(outcome.status).arg(text)));
         QCOMPARE(m_terminal->states(), states);
     }
 
