@@ -74,6 +74,8 @@ private Q_SLOTS:
 
         QCOMPARE(catalogue.addApplication(ApplicationType::Module, "a"_s, ddrSize), catalogue.find("a"_s));
         QVERIFY(!catalogue.addApplication(ApplicationType::WebApplication, "web"_s, ddrSize));
+        QVERIFY(QDir(m_root.path(ModulePaths::moduleDirectory())).removeRecursively());
+        QVERIFY(!catalogue.scanApplications(ApplicationType::Module, ddrSize, [](ApplicationRecord &) {}));
     }
 
     void listsSkipEmptyEntries()

@@ -1,7 +1,9 @@
 #include "manager/Inspection.h"
 
 #include "client/BusClient.h"
+#include "manager/Journal.h"
 #include "manager/Timeline.h"
+#include "support/Processes.h"
 #include "support/Terminal.h"
 
 #include <QDBusMetaType>
@@ -71,6 +73,8 @@ private Q_SLOTS:
         for (const int level : {3, 7, 3}) { // it begins with 7
             QVERIFY(setLogLevel(terminal, level).isEmpty());
         }
+        QCOMPARE(terminal.log().filter("info log level 3, it was 7"_s).size(), 2);
+        terminal.root.write(ini, terminal.root.read(ini) + "[ApplicationManager]\nmodule_umask=077\n");
         const int lines = terminal.log().size();
         terminal.call("restart"_s);
         QCOMPARE(terminal.log(lines).filter("PID of :"_s), QStringList());
@@ -88,6 +92,8 @@ private Q_SLOTS:
         QCOMPARE(moduleNames(modules), (QStringList{"A"_s, "B"_s, "Ends"_s, "Lost"_s}));
         QCOMPARE(modules[0].dependents, QStringList("B"_s));
         QCOMPARE(pid_t(modules[0].pid), terminal.modules().value("A"_s).value(0));
+        QCOMPARE(Processes::figure(pid_t(modules[0].pid), "status", "Umask"), 77);
+        QVERIFY(modules[0].readyAt > modules[0].launchedAt);
         QCOMPARE(modules[0].maxMemory.figure(), 7);
         QVERIFY(modules[0].starts == 2 && modules[2].starts == 2 && modules[3].starts == 0);
         QVERIFY(modules[2].exits == 2 && modules[2].exitsBySignal == 0 && modules[0].exits == 1);
@@ -100,6 +106,15 @@ private Q_SLOTS:
                  "STARTING launched RUNNING STOPPING exited STOPPED STARTING launched RUNNING"_s);
         QVERIFY(std::is_sorted(timeline.begin(), timeline.end(),
                                [](const auto &earlier, const auto &later) { return earlier.time < later.time; }));
+    }
+
+    void exits()
+    {
+        Journal journal;
+        journal.noteExit("A"_s, 11, true);
+        journal.noteExit("A"_s, 0, false);
+        const Journal::ModuleHistory history = journal.module("A"_s);
+        QVERIFY(history.exits == 2 && history.exitsBySignal == 1 && !history.exitedBySignal);
     }
 
     void timelineKeepsTheStart()

@@ -325,6 +325,10 @@ private Q_SLOTS:
         QVERIFY(elapsed.elapsed() < 4000);
         QCOMPARE(client->getState(), ModuleState::Stopped);
         client->slot_webapp_timeout();
+        m_supervision->state.endInit();
+        client->setState(ModuleState::WebClientStarted);
+        client->slot_webapp_timeout(); // after the boot it is only stopped
+        QCOMPARE(client->getState(), ModuleState::Stopped);
         QCOMPARE(calls.size(), 1);
     }
 

@@ -167,7 +167,7 @@ private Q_SLOTS:
         QVERIFY(component.subscribeEvent(name, &receiver, qPrintable(slot)));
         component.subscribeEvent(name, &witness, SLOT(nothing()));
         component.live([&, arguments = arguments] {
-            QVERIFY(component.notifyEvent(name, arguments));
+            QVERIFY(component.notifyEvent(JovEvent(name, arguments)));
             QTRY_COMPARE(witness.got.size(), 1);
         });
         QCOMPARE(receiver.got, expected.isNull() ? QStringList() : QStringList(expected));
