@@ -46,10 +46,10 @@ function askSoon(delay = settleTime) {
 }
 
 async function ask() {
-    if (isAsking)
-        return;
-    isAsking = true;
     timer = null;
+    if (isAsking)
+        return askSoon();
+    isAsking = true;
     const { value, error } = await jovctlJson("status", "--json");
     isAsking = false;
     if (cockpit.hidden || !supervisor.isThere)

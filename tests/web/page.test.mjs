@@ -200,5 +200,30 @@ test("whom the bus policy refuses sees, but cannot control", { skip: process.get
     const row = await browser.row("store");
     assert.deepEqual(await row.$$eval("button:enabled", list => list.map(button => button.dataset.action)), ["output"]);
     await browser.view("overview");
-    assert.ok(await page.$("#log-level:disabled"));
+    await page.waitForSelector("#log-level:disabled");
+});
+
+test("400 modules scroll without a stall", async t => {
+    const large = await Terminal.boot(...Array.from({ length: 400 - 16 }, (_, i) => `module${String(i).padStart(3, "0")}`));
+    try {
+        await large.serve();
+        const page = await browser.open(large, { view: "modules", width: 360 });
+        await browser.see("#state", /^up$/);
+        await browser.see(".module .name", /module383/);
+        const gaps = await page.evaluate(() => new Promise(resolve => {
+            const times = [performance.now()];
+            requestAnimationFrame(function frame(now) {
+                times.push(now);
+                scrollBy(0, 300);
+                if (scrollY + innerHeight < document.documentElement.scrollHeight - 1)
+                    return requestAnimationFrame(frame);
+                resolve(times.slice(1).map((time, i) => time - times[i]));
+            });
+        }));
+        const longest = Math.max(...gaps);
+        t.diagnostic(`${gaps.length} frames, the longest ${longest.toFixed(0)} ms`);
+        assert.ok(gaps.length > 30 && longest < 250, `${gaps.length} frames, the longest ${longest} ms`);
+    } finally {
+        await large.stop();
+    }
 });

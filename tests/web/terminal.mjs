@@ -28,16 +28,18 @@ const until = async (reached, what) => {
 };
 
 export class Terminal {
-    /// With a further module.
-    static async boot(module) {
+    /// With further modules.
+    static async boot(...modules) {
         const terminal = new Terminal();
         terminal.folder = mkdtempSync(join(tmpdir(), "jov-page-"));
         chmodSync(terminal.folder, 0o755); // for other users
         const files = join(terminal.folder, "files");
         cpSync(join(project, "simulator/terminal"), files, { recursive: true });
-        const folder = join(files, "etc/JovApplication/module", module);
-        mkdirSync(folder, { recursive: true });
-        writeFileSync(join(folder, "config.xml"), "<config><initStep>background</initStep></config>");
+        for (const module of modules) {
+            const folder = join(files, "etc/JovApplication/module", module);
+            mkdirSync(folder, { recursive: true });
+            writeFileSync(join(folder, "config.xml"), "<config><initStep>background</initStep></config>");
+        }
         terminal.root = join(terminal.folder, "root");
         terminal.process = spawn(join(bin, "jov-simulator"), ["--root", terminal.root, "--terminal", files],
                                  { stdio: ["pipe", "ignore", "inherit"] });
