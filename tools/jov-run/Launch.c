@@ -111,27 +111,40 @@ static bool isExecuted(const struct Helper *helper)
     return size == 0;
 }
 
-/* Nothing here ends by _exit(): the address sanitizer takes that for a fault on a stack that is not the process's own.
- */
-static int forkHelper(void *argument)
+/* Runs until the program ends. It returns, as the address sanitizer takes an _exit() on this stack for a fault. */
+static int runHelper(void *argument)
 {
     struct Helper *helper = argument;
-    const pid_t pid = fork();
-    if (pid == 0 && isExecuted(helper)) {
+    if (isExecuted(helper)) {
         setsid();
         keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
         follow(&helper->program, helper->readiness);
     }
-    return pid < 0 ? errno : 0;
+    return 0;
 }
 
-/* The process between the two shares this one's memory, as one copy of it is enough, and sends no SIGCHLD when it ends:
-   blocked, that would be left to the program. An emulator of single programs can do neither. */
+static int cloneHelper(void *argument)
+{
+    static _Alignas(16) char stack[512 * 1024];
+    return clone(runHelper, stack + sizeof stack, CLONE_VM | SIGCHLD, argument) < 0 ? errno : 0;
+}
+
+static int forkHelper(struct Helper *helper)
+{
+    const pid_t pid = fork();
+    return pid == 0 ? runHelper(helper) : (pid < 0 ? errno : 0);
+}
+
+/* The helper and the process between use this one's memory, which is the helper's alone once the program is executed:
+   a copy would only cost time. The process between sends no SIGCHLD when it ends: blocked, that would be left to the
+   program. An emulator of single programs can do neither. */
 static bool startHelper(struct Helper *helper)
 {
-    static _Alignas(16) char stack[256 * 1024];
+    static _Alignas(16) char stack[16 * 1024];
+    static int unused;
     int status = 0;
-    pid_t between = clone(forkHelper, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
+    syscall(SYS_set_tid_address, &unused); /* execve() clears the word: the one of libc is the helper's */
+    pid_t between = clone(cloneHelper, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
     if (between < 0 && (between = fork()) == 0) {
         _exit(forkHelper(helper));
     }
