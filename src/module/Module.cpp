@@ -261,12 +261,14 @@ bool Module::awaitStop(int limit)
 {
     const quint64 run = m_stoppedRun;
     const bool ended = waitState({ModuleState::Stopped}, limit) || m_run != run;
-    const bool stopped = ended && !(m_stopExpired && m_stoppedRun == run);
+    // By expireStop(), perhaps in the turn of the event loop in which this wait ends, too.
+    const bool expired = m_stopExpired && m_stoppedRun == run;
+    const bool stopped = ended && !expired;
     if (!stopped) {
-        const ModuleState state = ended ? ModuleState::Stopping : getState();
+        const ModuleState state = ended || expired ? ModuleState::Stopping : getState();
         Log::error("[Module] stopped %1 ret false [timeout] (state= %2)", getName(), stateText(state));
     }
-    if (!ended) {
+    if (!ended && !expired) {
         killAfterLimit();
     }
     settleAhead();

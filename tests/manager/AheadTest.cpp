@@ -237,7 +237,8 @@ private Q_SLOTS:
         boot.onLaunch = [&](const QString &name) { name == "C"_s ? boot.module("A"_s)->slot_endOfInit() : void(); };
         boot.control.startAll();
         QCOMPARE(boot.launched.join(u' '), "A C D"_s);
-        QVERIFY(boot.control.stopModuleAlone("A"_s));
+        boot.control.rebootAccepted();
+        QVERIFY(boot.state.isRebootRequested() && boot.control.stopModuleAlone("A"_s));
         QCOMPARE(boot.states(), "A=STOP B=STOP C=RUNN D=RUNN"_s);
     }
 
@@ -347,6 +348,7 @@ private Q_SLOTS:
         row("steps", "5 A B<A | 6p C D | 7p E F<E G!", "", 4, "F E C D B A", "F E C D B A");
         row("one that hangs holds what it depends on", "5p A B<A C<B D E<D F<E", "C", 1, "C B A F E D", "C F E D B A");
         row("from one on", "5p Root A<Root B<A C<Root | 6 D E<D | 7 F", "", 3, "F E D B A C Root", "F E D B C A Root");
+        row("one of two branches", "5p A B<A C<A D<C", "D", 1, "B D C A", "B D C A");
         row("two that hang", "5p A B<A C D<C", "B D", 1, "B A D C", "B D A C");
     }
 
