@@ -57,6 +57,13 @@ Heartbeat::~Heartbeat()
     LifeSign::set({});
 }
 
+void Heartbeat::end(bool rebootRequested)
+{
+    if (!rebootRequested) {
+        disarm();
+    }
+}
+
 void Heartbeat::disarm()
 {
     if (m_device) {

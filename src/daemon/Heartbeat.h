@@ -26,10 +26,11 @@ public:
     {
         return m_timer.isActive() ? m_timer.intervalAsDuration() : std::chrono::milliseconds(0);
     }
-    /// An orderly end. Without it the device resets the terminal.
-    void disarm();
+    /// An orderly end. Without it the device resets the terminal, also when a reboot that was requested does not come.
+    void end(bool rebootRequested);
 
 private:
+    void disarm();
     void start();
     void beat();
 

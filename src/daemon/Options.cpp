@@ -40,6 +40,11 @@ Options Options::parse(int argc, char **argv)
     return options;
 }
 
+OwnStreams Options::ownStreams() const
+{
+    return debugMode ? OwnStreams::Always : daemonMode ? OwnStreams::No : OwnStreams::ByDefault;
+}
+
 const char *helpText()
 {
     return R"(Usage: ApplicationManager [--nodaemon] [--debug] [--pidFile=PATH]

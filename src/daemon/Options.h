@@ -1,6 +1,8 @@
 #ifndef OPTIONS_H
 #define OPTIONS_H
 
+#include "supervision/SupervisionState.h"
+
 #include <string>
 
 /**
@@ -14,6 +16,9 @@ struct Options
     bool daemonMode = true;
     bool help = false;
     bool version = false;
+
+    /// Whether the modules print where the daemon prints.
+    [[nodiscard]] OwnStreams ownStreams() const;
 
     [[nodiscard]] static Options parse(int argc, char **argv);
 };

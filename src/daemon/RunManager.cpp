@@ -48,10 +48,7 @@ int runManager(int argc, char **argv, pid_t parent, OwnStreams ownStreams, const
         QObject::connect(&manager, &ApplicationManager::parametersRead, &manager,
                          [&] { heartbeat.watch(watchdogDevice(manager)); });
         result = application.exec();
-        // After a request to reboot the device also watches over the reboot.
-        if (!manager.isRebootRequested()) {
-            heartbeat.disarm();
-        }
+        heartbeat.end(manager.isRebootRequested());
     }
     reaper.waitForGivenUp(lastWait);
     return result;
@@ -70,7 +67,7 @@ int runDaemon(int argc, char **argv, const ManagerTiming &timing)
         return 0;
     }
     if (!options.daemonMode) {
-        return runManager(argc, argv, 0, options.debugMode ? OwnStreams::Always : OwnStreams::ByDefault, timing);
+        return runManager(argc, argv, 0, options.ownStreams(), timing);
     }
     return daemonise([&](pid_t parent) {
         if (!options.debugMode) {
@@ -80,6 +77,6 @@ int runDaemon(int argc, char **argv, const ManagerTiming &timing)
         if (!options.pidFile.empty() && !pidFile.write(options.pidFile)) {
             return 1;
         }
-        return runManager(argc, argv, parent, options.debugMode ? OwnStreams::Always : OwnStreams::No, timing);
+        return runManager(argc, argv, parent, options.ownStreams(), timing);
     });
 }

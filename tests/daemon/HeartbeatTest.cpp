@@ -37,7 +37,7 @@ private Q_SLOTS:
     {
         columns<WatchdogDevice::Control, QString, QByteArray, int>("control", "end", "written", "errors");
         row("orderly end", &takes, "disarm", QByteArray("..V"), 0);
-        row("reboot", &takes, "", QByteArray(".."), 0);
+        row("reboot", &takes, "reboot", QByteArray(".."), 0);
         row("restart with the same device", &takes, "same", QByteArray("..."), 0);
         row("restart without a device", &takes, "none", QByteArray("..V"), 0);
         row("longer time-out", &takesAs<60>, "disarm", QByteArray("..V"), 0);
@@ -55,9 +55,9 @@ private Q_SLOTS:
             Heartbeat heartbeat(0, control);
             heartbeat.watch(path);
             LifeSign::give();
-            if (end == "disarm"_s) {
-                heartbeat.disarm();
-            } else if (!end.isEmpty()) {
+            if (end == "disarm"_s || end == "reboot"_s) {
+                heartbeat.end(end == "reboot"_s);
+            } else {
                 heartbeat.watch(end == "same"_s ? path : QString());
                 LifeSign::give();
             }

@@ -18,14 +18,15 @@ class OptionsTest : public QObject
 private Q_SLOTS:
     void parse_data()
     {
-        columns<QString, QString>("arguments", "result"); // "PATH", then a word for each mode
+        columns<QString, QString>("arguments", "result"); // "PATH", then a word for each mode, and the modules' streams
         row("none", "am", " daemon");
-        row("all", "am --pidFile=/run/a --debug --nodaemon", "/run/a debug");
+        row("all", "am --pidFile=/run/a --debug --nodaemon", "/run/a debug own");
+        row("foreground", "am --nodaemon", " by default");
         row("last path", "am --pidFile=/run/a --pidFile=b", "b daemon");
         row("emptied path", "am --pidFile=/run/a --pidFile=", " daemon");
-        row("how it begins", "am --debugger --nodaemonplease", " debug");
+        row("how it begins", "am --debugger --nodaemonplease", " debug own");
         row("not how it begins", "am -debug x--nodaemon --pidfile=a --pidFile", " daemon");
-        row("the program's name", "--debug", " debug daemon");
+        row("the program's name", "--debug", " debug daemon own");
         row("help", "am --help", " daemon help");
         row("version", "am --version --versions", " daemon version");
     }
@@ -38,10 +39,11 @@ private Q_SLOTS:
         for (QByteArray &argument : words) {
             argv.push_back(argument.data());
         }
+        const char *const streams[] = {"", " by default", " own"};
         const Options options = Options::parse(int(argv.size()), argv.data());
         QTEST(QString::fromStdString(options.pidFile + (options.debugMode ? " debug" : "")
                                      + (options.daemonMode ? " daemon" : "") + (options.help ? " help" : "")
-                                     + (options.version ? " version" : "")),
+                                     + (options.version ? " version" : "") + streams[int(options.ownStreams())]),
               "result");
     }
 
