@@ -122,7 +122,8 @@ private Q_SLOTS:
                  terminal.root.write("/run/boot_id"_s, "another");
              }},
             {"settings"_s, "the check of the mandatory settings failed (Reboot in progress)"_s, [](Terminal &) {}},
-            {"files"_s, "the daemon could not use its files"_s, [](Terminal &) {}},
+            {"files"_s, "the daemon could not use its files"_s, {}}, // at its first start
+            {"files"_s, "the daemon could not use its files"_s, [](Terminal &terminal) { terminal.call("restart"_s); }},
             {"order"_s, "the daemon was stopped by SIGTERM"_s, [](Terminal &) {}},
             {"order"_s, "the daemon was stopped by a call over the bus"_s,
              [](Terminal &terminal) { terminal.call("stopManager"_s); }}};
@@ -135,6 +136,10 @@ private Q_SLOTS:
                             "<config><initStep>five</initStep><maxMemory><DDRSz criteria=\"256MB\">1000</DDRSz>"
                             "</maxMemory></config>");
         bool failsCheck = false;
+        // No size of the memory is as good as none.
+        const QString ini = "/etc/JovApplication/platform.ini"_s;
+        terminal.root.write(ini, terminal.root.read(ini) + "[platform]\nFAB_HW_DDRSIZE=\n");
+        const QByteArray steps = terminal.root.read(stepsFile);
         connect(&terminal, &Terminal::event, &terminal, [&](const QString &name) {
             if (name == "checkMandatorySettings"_s) {
                 terminal.notify("checkMandatorySettingsSuccess"_s, {{"reboot"_s, failsCheck}});
@@ -143,21 +148,18 @@ private Q_SLOTS:
         for (const auto &end : ends) {
             const int from = terminal.log().size();
             failsCheck = end.cause == "settings"_s;
-            if (end.cause == "files"_s) {
-                const QByteArray steps = terminal.root.read(stepsFile);
-                terminal.root.write(stepsFile, "<");
+            if (end.run) {
                 terminal.start();
-                QVERIFY(terminal.wait([&] { return !terminal.isUp(); }));
-                terminal.root.write(stepsFile, steps);
-                continue;
+                QVERIFY2(terminal.waitForLog(failsCheck ? "interrupted because stopping"_s : "initStepDone: 5"_s, from),
+                         qPrintable(end.cause));
             }
-            terminal.start();
-            QVERIFY2(terminal.waitForLog(failsCheck ? "interrupted because stopping"_s : "initStepDone: 5"_s, from),
-                     qPrintable(end.cause));
-            end.run(terminal);
+            terminal.root.write(stepsFile, end.cause == "files"_s ? "<" : steps);
+            end.run ? end.run(terminal) : terminal.start();
+            QVERIFY(end.cause != "files"_s || terminal.wait([&] { return !terminal.isUp(); }));
             if (terminal.isUp()) {
                 terminal.end(SIGTERM);
             }
+            terminal.root.write(stepsFile, steps);
         }
         terminal.start();
         QVERIFY(terminal.waitForAll("RUNNING"_s));

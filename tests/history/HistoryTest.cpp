@@ -86,6 +86,7 @@ private Q_SLOTS:
             QVERIFY(QFileInfo(m_root.path("/history"_s)).size() <= size / 2);
             QVERIFY(QFileInfo(m_root.path("/history.old"_s)).size() <= size / 2);
         }
+        QCOMPARE(HistoryText::parse(QByteArray(9, '\0') + numbered(7, 0)).size(), 1);
     }
 
     void limits()
@@ -171,6 +172,7 @@ private Q_SLOTS:
                                           {Key::cause, "crash"_s},
                                           {Key::totals, QJsonObject{{"crash"_s, 32}}},
                                           {Key::moduleTotals, QJsonObject{{"crash"_s, modules}}}}));
+        m_root.write("/history.old"_s, "{\"torn");
         for (const auto &module : {"m0"_s, "another"_s}) {
             BlackBox blackBox([] { return 3; });
             blackBox.begin(m_root.path("/history"_s), 64);
@@ -244,10 +246,11 @@ private Q_SLOTS:
     void anotherFile()
     {
         m_root.write("/one"_s, QByteArray(15999, 'x') + '\n');
-        BlackBox blackBox([] { return 0; });
+        BlackBox blackBox([] { return 0; }, {1000, 300});
         blackBox.begin(m_root.path("/one"_s), 64);
         blackBox.begin(m_root.path("/one"_s), 32);
         blackBox.begin(m_root.path("/two"_s), 32);
+        QTest::qWait(400);
         blackBox.noteEnd();
         QCOMPARE(m_root.read("/one"_s).count('\n'), 2);
         QCOMPARE(m_root.read("/two"_s).count('\n'), 2);

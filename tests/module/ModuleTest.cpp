@@ -1,5 +1,6 @@
 #include "catalogue/ApplicationRecord.h"
 #include "module/ChildReaper.h"
+#include "module/ModuleOutput.h"
 #include "module/WaitReport.h"
 #include "module/WebClient.h"
 #include "support/DataTable.h"
@@ -40,6 +41,7 @@ private Q_SLOTS:
     // As a library's own.
     void initTestCase()
     {
+        std::signal(SIGPIPE, SIG_IGN);
         std::signal(SIGCHLD, [](int) { otherHandlerCalls = otherHandlerCalls + 1; });
     }
 
@@ -215,16 +217,18 @@ private Q_SLOTS:
     // daemon.
     void crash()
     {
-        m_root.write("/out/M"_s, "0\n1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11");
+        m_root.write("/out/M"_s, "0\n1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n");
+        m_root.writeScript(program, "sh -c 'kill -PIPE $$'; echo $?; exec sleep 1000");
         m_root.write("/data/core/core.M"_s, {});
         SupervisionState &state = m_supervision->state;
         state.setParameters(Parameters::read({{"module_output"_s, "file:/out/%n"_s}, {"module_umask"_s, "77"_s}}));
         const mode_t mask = umask(027);
         QVERIFY(m_module->start());
         QCOMPARE(umask(mask), mode_t(027));
+        QTRY_VERIFY(m_root.read("/out/M"_s).endsWith("11\n0\n"));
         kill(pid(), SIGSEGV);
         QTRY_COMPARE(m_module->getState(), ModuleState::Stopped);
-        const QString reason = "reboot cause=crash core=%1 module=M output=2|3|4|5|6|7|8|9|10|11 signal=11"_s;
+        const QString reason = "reboot cause=crash core=%1 module=M output=3|4|5|6|7|8|9|10|11|0 signal=11"_s;
         QCOMPARE(m_supervision->observer.notes,
                  (QStringList{"launch M"_s, "exit M 11 1"_s, reason.arg(m_root.path("/data/core/core.M"_s))}));
         QVERIFY(state.startFailed() && state.isRebootRequested() && !state.initInProgress());
@@ -289,6 +293,18 @@ private Q_SLOTS:
         QCOMPARE(m_module->getState(), ModuleState::Stopped);
     }
 
+    // One that a change replaces reads to the end.
+    void logProgram()
+    {
+        std::unique_ptr<LogProgram> log;
+        Descriptor output;
+        for (const auto &command : {"|cat; echo >$JOV_ROOT/end"_s, "|cat"_s}) {
+            openModuleOutput(Parameters::read({{"module_output"_s, command}}).moduleOutput, "M"_s, log, output);
+            QCOMPARE(log->command(), command.mid(1));
+        }
+        QTRY_VERIFY(QFile::exists(m_root.path("/end"_s)));
+    }
+
     // Each pause is twice as long as the one before.
     void waitReport()
     {
@@ -323,6 +339,7 @@ private Q_SLOTS:
         elapsed.start();
         QTRY_COMPARE(calls, QStringList{"stopManager"_s});
         QVERIFY(elapsed.elapsed() < 4000);
+        QVERIFY(m_supervision->observer.notes.contains("ending cause=presentation"_s));
         QCOMPARE(client->getState(), ModuleState::Stopped);
         client->slot_webapp_timeout();
         m_supervision->state.endInit();

@@ -167,6 +167,17 @@ private Q_SLOTS:
         archive.cutOff();
     }
 
+    void twoArchives()
+    {
+        SupervisionState state;
+        LogArchive archive(state);
+        bool isReleased = false;
+        archive.make([] {});
+        archive.make([&isReleased] { isReleased = true; });
+        QTRY_VERIFY(isReleased);
+        QVERIFY(QFile::exists(m_root.path("/log/log.var.tar.gz.1"_s)));
+    }
+
 private:
     RootDir m_root;
 };
