@@ -52,7 +52,8 @@ QList<pid_t> helpers()
     QList<pid_t> found;
     const QList<Processes::Process> processes = Processes::below(getpid());
     for (const Processes::Process &process : processes) {
-        if (process.commandLine.contains("jov-run --"_s)) {
+        // The emulator of ARM has words of its own between the two.
+        if (process.commandLine.contains("jov-run"_s) && process.commandLine.contains(" --moduleName="_s)) {
             found << process.pid;
         }
     }
@@ -124,6 +125,9 @@ private Q_SLOTS:
     // The program finds its signals and its children as if nothing had been before it.
     void unnoticed()
     {
+#ifdef EMULATED
+        QSKIP("the emulator cannot start a process that sends no SIGCHLD");
+#endif
         const Terminal terminal("step one 1");
         const QString script =
             "while read -r line; do case $line in Sig[BCIP]*|Shd*|PPid*) echo $line; esac; done </proc/$$/status;"
