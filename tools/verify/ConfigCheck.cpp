@@ -7,6 +7,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 using XmlElements::tag;
 
 namespace {
@@ -67,19 +69,36 @@ void checkNested(const XmlElement &root, const XmlElement &parent, const Place &
     }
 }
 
+/// The daemon reads the same from both.
+bool isSame(const XmlElement &one, const XmlElement &other)
+{
+    XmlElement child = one.firstChildElement();
+    XmlElement otherChild = other.firstChildElement();
+    while (!child.isNull() && isSame(child, otherChild)) {
+        child = child.nextSiblingElement();
+        otherChild = otherChild.nextSiblingElement();
+    }
+    return child.isNull() && otherChild.isNull() && one.tagName() == other.tagName() && one.text() == other.text()
+        && one.attributes() == other.attributes();
+}
+
 void checkRoot(const XmlElement &root, const Place &place, Findings &findings)
 {
     const QStringList known = ownNames();
+    const QStringList lists{dependencies, extraArgs, maxMemory};
     QStringList seen;
     for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
         if (known.contains(name) && seen.contains(name)) {
+            if (isSame(root.firstChildElement(name), child)) {
+                continue;
+            }
             findings.add(Rule::ElementRepeated, place.at(child.lineNumber()),
                          QStringLiteral("a second %1, ignored").arg(tag(name)),
                          QStringLiteral("merge it into the first one"));
         } else if (!listOf(name).isEmpty()) {
             reportMisplaced(child, place, findings);
-        } else if (!known.contains(name)) {
+        } else if (!lists.contains(name)) {
             checkNested(root, child, place, findings);
         }
         seen << name;
@@ -141,7 +160,7 @@ QVector<int> checkList(const XmlElement &root, const QString &item, const Place 
     return lines;
 }
 
-void checkCeiling(const XmlElement &element, const Place &place, Findings &findings)
+void checkCeiling(const XmlElement &element, const QString &ddrSize, const Place &place, Findings &findings)
 {
     XmlElements::checkAttributes(element, {criteria}, place, findings);
     const Place here = place.at(element.lineNumber());
@@ -152,8 +171,9 @@ void checkCeiling(const XmlElement &element, const Place &place, Findings &findi
     }
     bool isNumber = false;
     const int figure = element.text().toInt(&isNumber);
+    const QString size = element.attribute(criteria, ddrSize);
     if (!isNumber || figure < 0) {
-        findings.add(Rule::LimitValue, here,
+        findings.add(size == ddrSize ? Rule::LimitValue : Rule::LimitForeign, here,
                      QStringLiteral("the memory limit '%1' is not a number, ignored").arg(element.text()),
                      QStringLiteral("1 to 99 is a percentage of the terminal's memory, 100 or more a size in kB"));
     } else if (figure < leastProcess && MemoryCeiling(figure).isSet() && !MemoryCeiling(figure).isPercentage()) {
@@ -164,6 +184,16 @@ void checkCeiling(const XmlElement &element, const Place &place, Findings &findi
                 .arg(figure),
             QStringLiteral("a value of 100 or more is in kB: multiply MB by 1024"));
     }
+}
+
+/// "512 mb" and "512" for "512MB".
+QString meantSize(const QStringList &sizes, const QString &ddrSize)
+{
+    const auto plain = [](const QString &text) { return text.toLower().remove(QLatin1Char(' ')); };
+    const auto meant = std::find_if(sizes.begin(), sizes.end(), [&](const QString &size) {
+        return !size.isEmpty() && (plain(ddrSize).startsWith(plain(size)) || plain(size).startsWith(plain(ddrSize)));
+    });
+    return meant == sizes.end() ? QString() : *meant;
 }
 
 ConfigLines::Limits checkCeilings(const XmlElement &root, const QString &ddrSize, const Place &place,
@@ -183,13 +213,21 @@ ConfigLines::Limits checkCeilings(const XmlElement &root, const QString &ddrSize
                          QStringLiteral("keep only one"));
         }
         sizes << size;
-        checkCeiling(child, place, findings);
+        if (child.tagName() == ceiling || child.hasAttribute(criteria)) {
+            checkCeiling(child, ddrSize, place, findings);
+        }
     }
     const Place here = place.at(parent.lineNumber());
     if (lines.isEmpty()) {
         findings.add(Rule::LimitNone, here,
                      QStringLiteral("%1 without %2: the module has no memory limit").arg(tag(maxMemory), tag(ceiling)),
                      QStringLiteral("add <DDRSz criteria=\"%1\">...</DDRSz>").arg(ddrSize));
+    } else if (const QString meant = meantSize(sizes, ddrSize); !meant.isEmpty() && !sizes.contains(ddrSize)) {
+        findings.add(Rule::LimitCriteria, place.at(lines.at(sizes.indexOf(meant))),
+                     QStringLiteral("the criteria '%1' is not the text of this terminal's memory size, '%2': the "
+                                    "module has no memory limit")
+                         .arg(meant, ddrSize),
+                     QStringLiteral("write the same text here and in platform.ini"));
     } else if (!sizes.contains(ddrSize)) {
         findings.add(
             Rule::LimitNone, here,

@@ -4,6 +4,8 @@
 #include <QIODevice>
 #include <QVector>
 
+#include <algorithm>
+
 #include <elf.h>
 #include <limits.h>
 
@@ -76,6 +78,7 @@ public:
 
     void read()
     {
+        m_elf.libraryFault = QStringLiteral("it is not a library");
         const QByteArray header = bytes(0, sizeof(Elf64_Ehdr));
         if (header.size() < int(sizeof(Elf32_Ehdr))) {
             return fail("the file ends in its header");
@@ -84,7 +87,8 @@ public:
         m_wide = header.at(EI_CLASS) == ELFCLASS64
             || (header.size() == sizeof(Elf64_Ehdr)
                 && Numbers(header, true, false).number(offsetof(Elf64_Ehdr, e_phentsize), 2) == sizeof(Elf64_Phdr));
-        m_bigEndian = header.at(EI_DATA) == ELFDATA2MSB;
+        // Nor at the byte order: a small number that is read the wrong way round is a large one.
+        m_bigEndian = header.at(EI_DATA) == ELFDATA2MSB && Numbers(header, false, false).number(EI_NIDENT, 2) > 0xff;
         m_header = numbers(header);
         m_type = m_header.number(EI_NIDENT, 2);
         m_elf.architecture = architectureOf(m_header.number(EI_NIDENT + 2, 2), m_wide, m_bigEndian);
@@ -96,6 +100,7 @@ public:
         readLoader();
         readDynamic();
         judge();
+        judgeLibrary(header);
     }
 
 private:
@@ -213,10 +218,26 @@ private:
         m_isPie = (values.value(DT_FLAGS_1) & DF_1_PIE) != 0;
     }
 
+    // The dynamic loader compares more of the header than the kernel.
+    void judgeLibrary(const QByteArray &header)
+    {
+        static const QByteArray systems{"\0\3\100\141", 4}; // System V, GNU, and two of ARM
+        const bool isSound = header.at(EI_CLASS) == (m_wide ? ELFCLASS64 : ELFCLASS32)
+            && header.at(EI_DATA) == (m_bigEndian ? ELFDATA2MSB : ELFDATA2LSB) && header.at(EI_VERSION) == EV_CURRENT
+            && systems.contains(header.at(EI_OSABI));
+        const bool isDynamic = std::any_of(m_segments.begin(), m_segments.end(),
+                                           [](const Segment &segment) { return segment.type == PT_DYNAMIC; });
+        m_elf.libraryFault = !m_elf.fault.isEmpty() ? m_elf.fault
+            : !isSound                              ? QStringLiteral("its header is damaged")
+            : !isDynamic                            ? QStringLiteral("it has no dynamic section")
+                                                    : QString();
+    }
+
     void judge()
     {
         const quint64 entry = m_header.word(offsetof(Elf32_Ehdr, e_entry), offsetof(Elf64_Ehdr, e_entry));
-        if (m_type == ET_DYN && !m_elf.hasLoader && !m_isPie && (entry == 0 || !m_elf.soname.isEmpty())) {
+        // Some libraries, such as that of C, can be executed: they print their version.
+        if (m_type == ET_DYN && !m_isPie && (entry == 0 || !m_elf.soname.isEmpty())) {
             m_elf.kind = ElfFile::Kind::Library;
             return;
         }

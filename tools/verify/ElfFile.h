@@ -16,6 +16,7 @@ struct ElfFile
     [[nodiscard]] static ElfFile read(QIODevice &file);
 
     QString fault; ///< for people
+    QString libraryFault; ///< why the dynamic loader cannot load it as a library
     Kind kind = Kind::Other;
     QString architecture; ///< "ARM, 32 bit"
     bool hasLoader = false;

@@ -200,9 +200,8 @@ std::optional<ExecCheck::Fault> ExecCheck::checkScript(const QByteArray &head, i
     }
     const QByteArray interpreter = blank < 0 ? line : line.left(blank);
     std::optional<Fault> fault = checkInterpreter(interpreter, level);
-    if (!fault && interpreter.mid(interpreter.lastIndexOf('/') + 1) == "env") {
-        fault = checkCommand(blank < 0 ? QByteArray() : withoutLeading(line.mid(blank)), level);
-    }
+    fault =
+        fault ? fault : checkArgument(interpreter, blank < 0 ? QByteArray() : withoutLeading(line.mid(blank)), level);
     if (!fault && (end < 0 ? head.size() : end) > lineSizeBefore51 - 3) {
         fault = Fault{Rule::ScriptLineLong,
                       QStringLiteral("its first line is longer than 127 bytes: kernels before 5.1 cut it"), advice};
@@ -233,19 +232,58 @@ std::optional<ExecCheck::Fault> ExecCheck::checkInterpreter(const QByteArray &pa
             {Rule::ScriptInterpreter, QStringLiteral("its interpreter %1 %2").arg(quoted(path), why), advice});
 }
 
-/// The program that env(1) starts: the kernel hands over everything behind the interpreter as one argument.
+/// The kernel hands over everything behind the interpreter as one argument.
+std::optional<ExecCheck::Fault> ExecCheck::checkArgument(const QByteArray &interpreter, const QByteArray &argument,
+                                                         int level)
+{
+    static const QByteArrayList single{"sh", "ash", "bash", "dash", "python", "python3"};
+    const QByteArray name = interpreter.mid(interpreter.lastIndexOf('/') + 1);
+    if (name == "env") {
+        return checkCommand(argument, level);
+    }
+    const RootFile program(absolute(interpreter));
+    QFile file(program.openName());
+    const bool isNoApplet = name == "busybox" && program.isRegular() && file.open(QIODevice::ReadOnly)
+        && (argument.isEmpty() || !file.readAll().contains('\0' + argument + '\0'));
+    const bool isNoOption = single.contains(name) && !argument.isEmpty()
+        && (!argument.startsWith('-') || indexOfAny(argument, blanks) >= 0);
+    return isNoApplet || isNoOption
+        ? std::optional<Fault>({Rule::ScriptLine,
+                                QStringLiteral("its interpreter %1 does not accept the argument %2")
+                                    .arg(quoted(interpreter), quoted(argument)),
+                                isNoApplet ? QStringLiteral("name a command that this busybox has")
+                                           : QStringLiteral("write at most one option behind the interpreter")})
+        : std::nullopt;
+}
+
+/// The program that env(1) starts.
 std::optional<ExecCheck::Fault> ExecCheck::checkCommand(const QByteArray &argument, int level)
 {
-    QByteArrayList words{argument};
-    if (argument.startsWith("-S") || argument.startsWith("--split-string=")) {
-        words = argument.mid(argument.startsWith("-S") ? 2 : 15).simplified().split(' ');
+    QByteArray text = argument;
+    text.replace("--split-string=", "-S").replace('"', "").replace('\'', "");
+    const QByteArray options = text.simplified().split(' ').first();
+    const int split = options.startsWith('-') && !options.startsWith("--") ? options.indexOf('S') : -1;
+    QByteArrayList words = split < 0 ? QByteArrayList{argument} : text.mid(split + 1).simplified().split(' ');
+    bool isOption = split >= 0;
+    while (isOption && words.value(0).startsWith('-')) {
+        const QByteArray option = words.takeFirst();
+        isOption = option != "--";
+        if (option == "-u" || option == "-C" || option == "--unset" || option == "--chdir") {
+            words.removeAt(0);
+        }
     }
-    while (!words.isEmpty() && (words.first().contains('=') || words.first().startsWith('-'))) {
-        words.removeFirst();
+    while (words.value(0).contains('=')) {
+        if (words.takeFirst().startsWith("PATH=")) {
+            return {};
+        }
     }
     const QByteArray command = words.value(0);
-    if (command.isEmpty() || command.contains('/')) {
-        return command.isEmpty() ? std::nullopt : checkInterpreter(command, level);
+    if (command.isEmpty() || command.startsWith('-')) {
+        return Fault{Rule::ScriptLine, QStringLiteral("its first line has no program that env could start"),
+                     QStringLiteral("write \"#!/usr/bin/env PROGRAM\", with arguments behind \"env -S\"")};
+    }
+    if (command.contains('/')) {
+        return checkInterpreter(command, level);
     }
     for (const char *folder : {"/usr/local/sbin/", "/usr/local/bin/", "/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"}) {
         if (RootFile(folder + command).isRegular()) {

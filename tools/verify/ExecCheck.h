@@ -42,6 +42,8 @@ private:
     [[nodiscard]] std::optional<Fault> checkLoader(const ElfFile &elf);
     [[nodiscard]] std::optional<Fault> checkScript(const QByteArray &head, int level);
     [[nodiscard]] std::optional<Fault> checkInterpreter(const QByteArray &path, int level);
+    [[nodiscard]] std::optional<Fault> checkArgument(const QByteArray &interpreter, const QByteArray &argument,
+                                                     int level);
     [[nodiscard]] std::optional<Fault> checkCommand(const QByteArray &argument, int level);
     [[nodiscard]] bool isOfSystem(const QByteArray &path);
 

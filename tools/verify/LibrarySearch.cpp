@@ -1,5 +1,6 @@
 #include "verify/LibrarySearch.h"
 
+#include "catalogue/ModulePaths.h"
 #include "system/RegularFile.h"
 #include "verify/RootFile.h"
 
@@ -37,18 +38,17 @@ struct LibrarySearch::Object
     /// Those of the objects that needed it, each with its own place.
     QByteArrayList inherited;
 
-    [[nodiscard]] QByteArrayList resolved(const QByteArrayList &folders) const
+    /// Relative paths, also an empty one, begin in the directory in which the daemon starts modules.
+    [[nodiscard]] QByteArrayList resolved(const QByteArrayList &folders, const QByteArray &lib) const
     {
         QByteArrayList list;
         for (QByteArray folder : folders) {
             const QByteArray origin = folderOf(path);
             folder.replace("${ORIGIN}", origin).replace("$ORIGIN", origin);
-            folder.replace("${LIB}", "lib").replace("$LIB", "lib");
-            if (!folder.isEmpty()) {
-                list.append(folder);
-            }
+            folder.replace("${LIB}", lib).replace("$LIB", lib);
+            list.append(folder.startsWith('/') ? folder : ModulePaths::moduleDirectory().toUtf8() + folder);
         }
-        return list;
+        return folders == QByteArrayList{QByteArray()} ? QByteArrayList() : list;
     }
 };
 
@@ -65,12 +65,13 @@ LibrarySearch::Result LibrarySearch::search(const QByteArray &path, const ElfFil
             seen.insert(name);
             Result result{name, i == 0 ? QByteArray() : object.path, QString()};
             const Library *library = find(name, object, program, result.reason);
-            if (!library || !library->elf.fault.isEmpty()) {
-                result.reason = library ? library->elf.fault : result.reason;
+            if (!library || !library->elf.libraryFault.isEmpty()) {
+                result.reason = library ? library->elf.libraryFault : result.reason;
                 return result;
             }
             seen.insert(library->elf.soname);
-            objects.push_back({library->path, &library->elf, object.inherited + object.resolved(object.elf->rpath)});
+            objects.push_back({library->path, &library->elf,
+                               object.inherited + object.resolved(object.elf->rpath, libOf(program.loader))});
         }
     }
     return {};
@@ -80,11 +81,13 @@ const LibrarySearch::Library *LibrarySearch::find(const QByteArray &name, const 
                                                   QString &reason)
 {
     QByteArrayList paths;
+    const QByteArray lib = libOf(program.loader);
     if (name.contains('/')) {
-        paths = object.resolved({name});
+        paths = object.resolved({name}, lib);
     } else {
-        QByteArrayList folders = object.elf->runpath.isEmpty() ? object.resolved(object.elf->rpath) + object.inherited
-                                                               : object.resolved(object.elf->runpath);
+        const QByteArrayList folders = object.elf->runpath.isEmpty()
+            ? object.resolved(object.elf->rpath, lib) + object.inherited
+            : object.resolved(object.elf->runpath, lib);
         for (const QByteArray &folder : folders) {
             paths << folder + '/' + name;
         }
@@ -127,10 +130,17 @@ const LibrarySearch::Library &LibrarySearch::libraryAt(const QByteArray &path)
         if (file.open(QIODevice::ReadOnly) && file.peek(4) == "\177ELF") {
             library.elf = ElfFile::read(file);
         } else if (file.isOpen()) {
-            library.elf.fault = QStringLiteral("%1 is no ELF file").arg(QString::fromUtf8(library.path));
+            library.elf.libraryFault = QStringLiteral("%1 is no ELF file").arg(QString::fromUtf8(library.path));
         }
     }
     return *m_libraries.insert(path, library);
+}
+
+// "lib" or, for example, "lib/arm-linux-gnueabihf".
+QByteArray LibrarySearch::libOf(const QByteArray &loader)
+{
+    const QByteArray folder = defaultFolders(loader).first();
+    return folder.mid(1, folder.size() - (folder.endsWith('/') ? 2 : 1));
 }
 
 // The loader has them as a list of texts.

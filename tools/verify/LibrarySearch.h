@@ -33,6 +33,7 @@ private:
 
     const Library &libraryAt(const QByteArray &path);
     const Library *find(const QByteArray &name, const Object &object, const ElfFile &program, QString &reason);
+    QByteArray libOf(const QByteArray &loader);
     const QByteArrayList &defaultFolders(const QByteArray &loader);
     QByteArrayList inCache(const QByteArray &name);
     [[nodiscard]] static QByteArrayList configuredFolders(const QByteArray &file, int depth = 0);

@@ -29,7 +29,8 @@ QStringList configuredNames()
     QStringList names;
     const QStringList entries = RootFile(ModulePaths::configDirectory()).entries();
     for (const QString &name : entries) {
-        if (name != Components::applicationManager && RootFile(ModulePaths::configDirectory() + name).isDirectory()) {
+        if (name != Components::applicationManager && !name.startsWith(QLatin1Char('.'))
+            && RootFile(ModulePaths::configDirectory() + name).isDirectory()) {
             names << name;
         }
     }
@@ -114,7 +115,7 @@ void readModule(InstalledModule &module, const QStringList &orphans, const QStri
 void checkOrphan(const QString &name, const QStringList &unconfigured, Findings &findings)
 {
     const QString path = ModulePaths::configDirectory() + name + QStringLiteral("/config.xml");
-    if (RootFile(path).exists()) {
+    if (RootFile(path).isRegular()) {
         findings.add(
             Rule::ProgramMissing, {JovRoot::rooted(path), 0, name},
             QStringLiteral("a configuration without a module: %1%2 does not exist")

@@ -11,6 +11,9 @@
 #include <jov/JovLogger.h>
 
 #include <QHash>
+#include <QRegularExpression>
+
+#include <algorithm>
 
 namespace {
 
@@ -21,10 +24,11 @@ const QString iniPath = QStringLiteral("/etc/JovApplication/platform.ini");
 const QString platformSection = QStringLiteral("platform");
 const QString logSection = QStringLiteral("log");
 
-/// The keys of the sections that have no others.
+/// The keys of each section; [platform] can have others.
 const QHash<QString, QStringList> &keysOf()
 {
-    static const QHash<QString, QStringList> keys{{logSection, {QStringLiteral("level"), QStringLiteral("file")}},
+    static const QHash<QString, QStringList> keys{{platformSection, {PlatformKey::memorySize}},
+                                                  {logSection, {QStringLiteral("level"), QStringLiteral("file")}},
                                                   {Components::applicationManager, Parameters::keys()}};
     return keys;
 }
@@ -33,7 +37,17 @@ struct Line
 {
     int number;
     QByteArray text;
+    bool isCut = false; ///< by a semicolon that is hardly meant as a comment
 };
+
+/// A semicolon inside a word, or in a command.
+bool cutsValue(const QByteArray &before, char next)
+{
+    const int equals = before.indexOf('=');
+    return equals >= 0
+        && (before.mid(equals + 1).trimmed().startsWith('|')
+            || (!before.endsWith(' ') && !before.endsWith('=') && QByteArray(1, next).trimmed().size() == 1));
+}
 
 /// Lines as QSettings divides the text: a quoted value can continue on the next one, and a semicolon begins a comment.
 QList<Line> linesOf(const QByteArray &text)
@@ -44,7 +58,10 @@ QList<Line> linesOf(const QByteArray &text)
     bool isQuoted = false;
     bool isComment = false;
     for (int i = 0; i <= text.size(); ++i) {
-        const char character = i < text.size() ? text.at(i) : '\n';
+        char character = i < text.size() ? text.at(i) : '\n';
+        if (character == '\r' && (i + 1 >= text.size() || text.at(i + 1) != '\n')) {
+            character = '\n';
+        }
         if (character == '\n' && (!isQuoted || i == text.size())) {
             line.text = line.text.trimmed();
             if (!line.text.isEmpty()) {
@@ -53,6 +70,8 @@ QList<Line> linesOf(const QByteArray &text)
             line = {number + 1, {}};
             isComment = false;
         } else if (character == ';' && !isQuoted) {
+            line.isCut =
+                line.isCut || (!isComment && cutsValue(line.text, i + 1 < text.size() ? text.at(i + 1) : '\n'));
             isComment = true;
         } else if (!isComment) {
             isQuoted = isQuoted != (character == '"');
@@ -77,11 +96,22 @@ public:
 
     TerminalParameters run()
     {
-        if (!m_file.exists() && !m_folder.entries().contains(QStringLiteral("platform.ini"))) {
+        const QString name = iniPath.section(QLatin1Char('/'), -1);
+        const QStringList entries = m_folder.entries();
+        if (!m_file.exists() && !entries.contains(name)) {
+            const QString other = nearMisses(name, entries).value(0);
+            if (!other.isEmpty()) {
+                add(Rule::ParametersUnusable, 0, QStringLiteral("the file is missing, but there is '%1'").arg(other),
+                    QStringLiteral("rename it"));
+            }
             return {};
         }
         const QString fault = m_file.exists() ? PlatformIni::fault(m_file.openName()) : m_file.errorText();
-        const QByteArray text = RegularFile(m_file.openName()).read(largestFile).value_or(QByteArray());
+        QByteArray text = RegularFile(m_file.openName()).read(largestFile).value_or(QByteArray());
+        const int end = text.trimmed().isEmpty() ? -1 : int(qstrlen(text.constData()));
+        if (end > 0 && text.count('\0') == text.size() - end) {
+            text.truncate(end); // a block that the kernel has filled up
+        }
         if (!fault.isEmpty() || text.contains('\0')) {
             add(Rule::ParametersUnusable, 0,
                 fault.isEmpty() ? QStringLiteral("is not a text") : QStringLiteral("treated as empty: ") + fault,
@@ -91,6 +121,12 @@ public:
         const QList<Line> lines = linesOf(text.startsWith("\xef\xbb\xbf") ? text.mid(3) : text);
         for (const Line &line : lines) {
             checkLine(line);
+        }
+        const bool hasText =
+            std::any_of(lines.begin(), lines.end(), [](const Line &line) { return !line.text.startsWith('#'); });
+        if (hasText && m_lines.isEmpty() && m_section.isEmpty()) {
+            add(Rule::ParametersUnusable, 0, QStringLiteral("has neither a section nor a parameter"),
+                QStringLiteral("write [SECTION], then KEY=VALUE in each line"));
         }
         TerminalParameters parameters;
         parameters.hasRebootFallback = checkValues().rebootFallback.has_value();
@@ -110,7 +146,7 @@ private:
         const int equals = line.text.indexOf('=');
         if (line.text.startsWith('[')) {
             const int end = line.text.indexOf(']');
-            m_section = QString::fromUtf8(line.text.mid(1, (end < 0 ? line.text.size() : end) - 1)).trimmed();
+            m_section = QString::fromUtf8(line.text.mid(1, (end < 0 ? line.text.size() : end) - 1).trimmed());
             if (end < 0) {
                 add(Rule::ParametersSection, line.number, QStringLiteral("a section without \"]\""),
                     QStringLiteral("write [%1]").arg(m_section));
@@ -118,27 +154,81 @@ private:
             checkName(line.number, QStringLiteral("section"), m_section, m_sections);
             return;
         }
-        const QString key = QString::fromUtf8(line.text.left(qMax(equals, 0))).trimmed();
-        const bool isComment = line.text.startsWith('#');
-        if (key.isEmpty() || isComment) {
-            add(isComment ? Rule::ParametersUnknown : Rule::ParametersLine, line.number,
+        const QString key = QString::fromUtf8(line.text.left(qMax(equals, 0)).trimmed());
+        if (key.isEmpty() || line.text.startsWith('#')) {
+            add(losesSomething(line.text) ? Rule::ParametersLine : Rule::ParametersUnknown, line.number,
                 QStringLiteral("'%1' is neither a section nor a parameter").arg(QString::fromUtf8(line.text.left(40))),
                 QStringLiteral("write KEY=VALUE, or begin a comment with a semicolon"));
             return;
         }
-        if (line.text.contains('\n')) {
+        if (line.isCut) {
+            add(Rule::ParametersLine, line.number, QStringLiteral("the value of '%1' ends at the semicolon").arg(key),
+                QStringLiteral("write the value in quotation marks, or a blank before a comment"));
+        }
+        // A name behind the first line would be lost.
+        const QByteArray rest = line.text.contains('\n') ? line.text.mid(line.text.indexOf('\n')) : QByteArray();
+        if (rest.contains('=') || rest.contains('[')) {
             add(Rule::ParametersLine, line.number,
                 QStringLiteral("the value of '%1' continues on the next lines").arg(key),
                 QStringLiteral("close the quotation marks, and write no backslash at the end of a line"));
         }
-        m_lines.insert(m_section + QLatin1Char('/') + key, line.number);
+        const QString path = m_section + QLatin1Char('/') + key;
+        const QByteArray value = line.text.mid(equals + 1).trimmed();
+        if (m_lines.contains(path) && m_values.value(path) != value) {
+            add(Rule::ParametersRepeated, line.number,
+                QStringLiteral("a second '%1', which replaces that of line %2").arg(key).arg(m_lines.value(path)),
+                QStringLiteral("keep only one"));
+        }
+        m_lines.insert(path, line.number);
+        m_values.insert(path, value);
         if (m_section.isEmpty()) {
-            add(Rule::ParametersLine, line.number, QStringLiteral("'%1' is in no section").arg(key),
+            add(ownerOf(key).isEmpty() ? Rule::ParametersUnknown : Rule::ParametersLine, line.number,
+                QStringLiteral("'%1' is in no section").arg(key),
                 QStringLiteral("move it below [platform], [log] or the name of a component"));
-        } else if (m_section == platformSection) {
-            checkName(line.number, QStringLiteral("key"), key, {PlatformKey::memorySize}, true);
         } else if (keysOf().contains(m_section)) {
-            checkName(line.number, QStringLiteral("key"), key, keysOf().value(m_section));
+            checkKey(line.number, key);
+        } else if (key == PlatformKey::memorySize) {
+            addForeign(line.number, key);
+        }
+    }
+
+    /// The section that has the key; empty for none. Also of "log/level" and "export level".
+    [[nodiscard]] static QString ownerOf(const QString &key)
+    {
+        static const QRegularExpression last(QStringLiteral("[^/\\\\\\s]*$"));
+        for (auto section = keysOf().cbegin(); section != keysOf().cend(); ++section) {
+            if (section->contains(last.match(key).captured())) {
+                return section.key();
+            }
+        }
+        return {};
+    }
+
+    /// Whether a line that is neither a section nor a parameter looks like one.
+    [[nodiscard]] bool losesSomething(const QByteArray &line) const
+    {
+        static const QRegularExpression first(QStringLiteral("^[^\\w/#]*(\\w+)"));
+        const QString word = first.match(QString::fromUtf8(line)).captured(1);
+        QStringList known = m_sections;
+        for (const QStringList &keys : keysOf()) {
+            known += keys;
+        }
+        return known.contains(word) || !nearMisses(word, known).isEmpty();
+    }
+
+    void addForeign(int line, const QString &key)
+    {
+        add(Rule::ParametersMisspelt, line, QStringLiteral("'%1' is ignored in this section").arg(key),
+            QStringLiteral("write it in the section [%1]").arg(ownerOf(key)));
+    }
+
+    void checkKey(int line, const QString &key)
+    {
+        const QStringList known = keysOf().value(m_section);
+        if (!known.contains(key) && !ownerOf(key).isEmpty()) {
+            addForeign(line, key);
+        } else {
+            checkName(line, QStringLiteral("key"), key, known, m_section == platformSection);
         }
     }
 
@@ -148,7 +238,9 @@ private:
         if (known.contains(name)) {
             return;
         }
-        QString meant = nearMisses(name, known).value(0);
+        static const QRegularExpression marks(QStringLiteral("[^\\w]"));
+        const QString plain = QString(name).remove(marks);
+        QString meant = known.contains(plain) ? plain : nearMisses(plain, known).value(0);
         for (const QString &one : known) {
             const bool isPart = name.size() >= shortestPart && one.contains(name, Qt::CaseInsensitive);
             meant = meant.isEmpty() && isPart ? one : meant;
@@ -175,7 +267,14 @@ private:
         Parameters parameters =
             Parameters::read(PlatformIni::section(manager, m_file.openName()),
                              [&](const QString &key, const QString &text) { refused(manager, key, text); });
-        checkLogFile(PlatformIni::section(logSection, m_file.openName()).value(QStringLiteral("file")));
+        checkFile(Rule::LogFile, logSection, QStringLiteral("file"), log.value(QStringLiteral("file")), Parent::Exists);
+        const QString history = QStringLiteral("history_file");
+        checkFile(Rule::HistoryFile, manager, history,
+                  PlatformIni::section(manager, m_file.openName()).value(history).trimmed(), Parent::IsCreated);
+        const OutputSetting &output = parameters.moduleOutput;
+        if (output.kind == OutputSetting::Kind::File && RootFile(output.pattern).isDirectory()) {
+            refused(manager, QStringLiteral("module_output"), QStringLiteral("file:") + output.pattern);
+        }
         return parameters;
     }
 
@@ -186,20 +285,25 @@ private:
             QStringLiteral("the values of %1 are in platform.ini(5)").arg(key));
     }
 
-    void checkLogFile(const QString &path)
+    enum class Parent { Exists, IsCreated }; ///< the directory of a file; it is created in an existing one
+
+    void checkFile(Rule rule, const QString &section, const QString &key, const QString &path, Parent parent)
     {
         // Folders of a system that the root may not have.
         static const QStringList usual{QStringLiteral("/var"), QStringLiteral("/log"), QStringLiteral("/data"),
                                        QStringLiteral("/run"), QStringLiteral("/tmp")};
         const RootFile file(path);
-        if (path.isEmpty() || file.isRegular() || file.isCreatable() || (file.exists() && S_ISCHR(file.mode()))) {
+        const QString folder = path.section(QLatin1Char('/'), 0, -2);
+        if (path.isEmpty() || file.isRegular() || file.isCreatable()
+            || (rule == Rule::LogFile && file.exists() && S_ISCHR(file.mode()))
+            || (parent == Parent::IsCreated && !file.exists() && RootFile(folder).isCreatable())) {
             return;
         }
         const QString top = path.section(QLatin1Char('/'), 0, 1);
-        const bool isElsewhere = usual.contains(top) && !RootFile(top).exists();
-        add(isElsewhere ? Rule::PartialRoot : Rule::LogFile, m_lines.value(QStringLiteral("log/file")),
-            file.exists() ? QStringLiteral("the log file %1 is not a regular file").arg(path)
-                          : QStringLiteral("the directory of the log file %1 is not in this root").arg(path),
+        const bool isElsewhere = usual.contains(top) && !RootFile(top).exists() && !RootFile(top).isLink();
+        add(isElsewhere ? Rule::PartialRoot : rule, m_lines.value(section + QLatin1Char('/') + key),
+            file.exists() ? QStringLiteral("%1=%2 is not a regular file").arg(key, path)
+                          : QStringLiteral("%1=%2: its directory is not in this root").arg(key, path),
             QStringLiteral("create the directory, or name another file"));
     }
 
@@ -209,6 +313,7 @@ private:
     const RootFile m_folder{iniPath.section(QLatin1Char('/'), 0, -2)};
     QString m_section;
     QHash<QString, int> m_lines; ///< of SECTION/KEY
+    QHash<QString, QByteArray> m_values;
 };
 
 } // namespace

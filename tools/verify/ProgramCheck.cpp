@@ -2,6 +2,7 @@
 
 #include "catalogue/ModulePaths.h"
 #include "contract/Components.h"
+#include "system/RegularFile.h"
 #include "verify/ExecCheck.h"
 
 #include <jov/BusNames.h>
@@ -13,6 +14,7 @@ namespace {
 
 /// The longest name that the bus accepts.
 constexpr int longestBusName = 255;
+constexpr qint64 largestScript = 1 << 16;
 
 /// Modules by the architecture of their program.
 using Architectures = QMap<QString, QStringList>;
@@ -67,6 +69,14 @@ private:
             return;
         }
         if (!program.isRegular()) {
+            // The daemon lists links to devices and the like, but not these themselves.
+            if (program.exists() && program.isLink()) {
+                m_programs.names << name;
+                m_programs.lost.insert(name);
+                m_findings.add(Rule::ProgramFormat, placeOf(name), QStringLiteral("is a link to a special file"),
+                               QStringLiteral("remove it"));
+                return;
+            }
             if (program.exists()) {
                 m_findings.add(Rule::ProgramIgnored, placeOf(name), QStringLiteral("is not a regular file, ignored"),
                                QStringLiteral("remove it"));
@@ -89,6 +99,8 @@ private:
         if (!architecture.isEmpty()) {
             m_binaries.insert(name);
             m_architectures[architecture] << name;
+        } else if (RegularFile(program.openName()).read(largestScript).value_or(QByteArray()).contains("jov-run")) {
+            m_takers.insert(name);
         }
     }
 
@@ -135,8 +147,8 @@ private:
             if (owner.isEmpty() && service.size() <= longestBusName) {
                 continue;
             }
-            const bool isTaken =
-                m_binaries.contains(name) && (owner.isEmpty() || owner == daemon || m_binaries.contains(owner));
+            const bool isTaken = m_binaries.contains(name)
+                && (owner.isEmpty() || owner == daemon || m_binaries.contains(owner) || m_takers.contains(owner));
             m_findings.add(isTaken ? Rule::BusNameTaken : Rule::BusNameShared, placeOf(name),
                            owner.isEmpty()
                                ? QStringLiteral("its bus name is longer than %1 characters").arg(longestBusName)
@@ -162,6 +174,7 @@ private:
     ExecCheck m_exec;
     Programs m_programs;
     QSet<QString> m_binaries; ///< the modules that are no scripts
+    QSet<QString> m_takers; ///< scripts with jov-run: it takes the bus name if it is free
     Architectures m_architectures;
 };
 

@@ -70,6 +70,7 @@ void RootFile::walk(const QByteArray &path)
             std::array<char, PATH_MAX> target = {};
             const ssize_t size = ::readlinkat(way.back()->number(), "", target.data(), target.size() - 1);
             way.pop_back();
+            m_isLink = m_isLink || pending.isEmpty();
             m_error = size <= 0 ? ENOENT : ++links > mostLinks ? ELOOP : 0;
             if (target.front() == '/') {
                 names.clear();

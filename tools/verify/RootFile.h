@@ -25,6 +25,7 @@ public:
 
     [[nodiscard]] bool exists() const { return m_error == 0; }
     [[nodiscard]] bool isRegular() const { return exists() && S_ISREG(m_status.st_mode); }
+    [[nodiscard]] bool isLink() const { return m_isLink; } ///< the name itself; all else is about what it leads to
     [[nodiscard]] bool isDirectory() const { return exists() && S_ISDIR(m_status.st_mode); }
     [[nodiscard]] mode_t mode() const { return m_status.st_mode; }
     [[nodiscard]] bool isExecutable() const { return (mode() & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0; }
@@ -48,6 +49,7 @@ private:
     struct stat m_status = {};
     int m_error = 0;
     bool m_isCreatable = false;
+    bool m_isLink = false;
     QByteArray m_realPath;
 };
 

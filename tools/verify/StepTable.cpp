@@ -95,8 +95,9 @@ void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Find
     checkValue(entry, element.attribute(value), isNumber, findings);
     checkShown(element, findings);
     // The daemon compares a step with the chain as it is then: a step that was dropped from it has no duplicate.
+    entry.isShown = element.attribute(StepsXml::showHomepage) == QLatin1String("true");
     entry.duplicate = isDuplicate(entry, replay, findings);
-    replay.addStep(entry.name, entry.value, false);
+    replay.addStep(entry.name, entry.value, entry.isShown);
     if (!m_places.contains(entry.name)) {
         m_places.insert(entry.name, m_listed.size());
     }
@@ -148,6 +149,10 @@ bool StepTable::isDuplicate(const Listed &entry, const InitStepChain &replay, Fi
     const InitStep *step = sameName ? sameName : replay.getStepByValue(entry.value);
     if (!step) {
         return false;
+    }
+    // The same step again: nothing is lost.
+    if (sameName && step->getValue() == entry.value && step->getShowHomepage() == entry.isShown) {
+        return true;
     }
     findings.add(Rule::StepDuplicate, m_place.at(entry.line),
                  QStringLiteral("step %1 is dropped: it has the same %2 as step %3")

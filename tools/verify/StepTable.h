@@ -22,6 +22,7 @@ public:
         QString name;
         int value;
         int line;
+        bool isShown = false; ///< the home page
         bool duplicate = false; ///< the chain already had its name or its value
     };
 

@@ -74,8 +74,9 @@ void checkStepFile(Findings &findings)
     const QString path = QStringLiteral("/tmp/step");
     const RootFile file(path);
     const std::optional<QByteArray> text =
-        file.isRegular() ? RegularFile(file.openName()).read(largestLine) : std::nullopt;
-    if (!text) {
+        file.isRegular() ? RegularFile(file.openName()).read(largestLine + 1) : std::nullopt;
+    // The daemon ignores the file if its first line is longer.
+    if (!text || text->split('\n').first().size() > largestLine) {
         return;
     }
     const Place place{JovRoot::rooted(path), 1, QString()};

@@ -6,6 +6,12 @@
 
 #include <QSet>
 
+namespace {
+
+constexpr int shortestEnd = 4;
+
+} // namespace
+
 QString XmlElements::tag(const QString &name)
 {
     return QLatin1Char('<') + name + QLatin1Char('>');
@@ -65,7 +71,12 @@ void XmlElements::checkSpelling(const XmlElement &parent, const QStringList &kno
             continue;
         }
         reported.insert(name);
-        const QString meant = nearMisses(name, known).value(0);
+        QString meant = nearMisses(name, known).value(0);
+        for (const QString &one : known) {
+            // <step> for <initStep>, where that is missing
+            const bool isEnd = name.size() >= shortestEnd && one.endsWith(name, Qt::CaseInsensitive);
+            meant = meant.isEmpty() && isEnd && parent.firstChildElement(one).isNull() ? one : meant;
+        }
         if (!meant.isEmpty()) {
             findings.add(Rule::ElementMisspelt, place.at(child.lineNumber()),
                          QStringLiteral("unknown element %1, ignored").arg(tag(name)),
