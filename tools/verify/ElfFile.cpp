@@ -4,8 +4,6 @@
 #include <QIODevice>
 #include <QVector>
 
-#include <algorithm>
-
 #include <elf.h>
 #include <limits.h>
 
@@ -13,6 +11,7 @@ namespace {
 
 constexpr quint64 pageSize = 4096; // the smallest one
 constexpr quint64 largestDynamic = 1 << 20;
+constexpr quint64 largestMemory = quint64(1) << 40; // bytes; no terminal has as many
 
 /// Numbers of either size and byte order.
 class Numbers
@@ -146,11 +145,12 @@ private:
     {
         const bool isLoaded = segment.type == PT_LOAD;
         const auto size = quint64(m_file.size());
-        if ((isLoaded || segment.type == PT_INTERP || segment.type == PT_DYNAMIC)
+        if ((isLoaded || segment.type == PT_INTERP)
             && (segment.offset > size || segment.fileSize > size - segment.offset)) {
             fail("the file ends before its last segment");
         } else if (isLoaded
-                   && (segment.fileSize > segment.memorySize || (segment.address - segment.offset) % pageSize != 0)) {
+                   && (segment.flags == 0 || segment.memorySize > largestMemory || segment.fileSize > segment.memorySize
+                       || (segment.address - segment.offset) % pageSize != 0)) {
             fail("a segment cannot be loaded");
         }
     }
@@ -188,6 +188,7 @@ private:
             if (segment.type != PT_DYNAMIC) {
                 continue;
             }
+            m_isDynamic = true;
             const int size = m_wide ? 8 : 4;
             const QByteArray content = bytes(segment.offset, qMin(segment.fileSize, largestDynamic));
             const Numbers table = numbers(content);
@@ -225,11 +226,9 @@ private:
         const bool isSound = header.at(EI_CLASS) == (m_wide ? ELFCLASS64 : ELFCLASS32)
             && header.at(EI_DATA) == (m_bigEndian ? ELFDATA2MSB : ELFDATA2LSB) && header.at(EI_VERSION) == EV_CURRENT
             && systems.contains(header.at(EI_OSABI));
-        const bool isDynamic = std::any_of(m_segments.begin(), m_segments.end(),
-                                           [](const Segment &segment) { return segment.type == PT_DYNAMIC; });
         m_elf.libraryFault = !m_elf.fault.isEmpty() ? m_elf.fault
             : !isSound                              ? QStringLiteral("its header is damaged")
-            : !isDynamic                            ? QStringLiteral("it has no dynamic section")
+            : !m_isDynamic                          ? QStringLiteral("it has no dynamic section")
                                                     : QString();
     }
 
@@ -247,6 +246,9 @@ private:
                 || (segment.type == PT_LOAD && (segment.flags & PF_X) != 0 && entry >= segment.address
                     && entry - segment.address < segment.fileSize);
         }
+        if (!m_elf.hasLoader && !m_elf.needed.isEmpty()) {
+            fail("it needs libraries, but names no dynamic loader");
+        }
         if (entry == 0 || !isCode) {
             fail("its entry point is in no executable segment");
         }
@@ -258,6 +260,7 @@ private:
     bool m_wide = false;
     bool m_bigEndian = false;
     bool m_isPie = false;
+    bool m_isDynamic = false;
     quint64 m_type = 0;
     QVector<Segment> m_segments;
 };

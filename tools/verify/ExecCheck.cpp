@@ -162,8 +162,10 @@ std::optional<ExecCheck::Fault> ExecCheck::checkLoader(const ElfFile &elf)
     if (isOfSystem(absolute(elf.loader))) {
         return {};
     }
-    const QString architecture = architectureOf(loader);
-    if (!loader.isRegular() || !loader.isExecutable() || architecture != elf.architecture) {
+    QFile file(loader.openName());
+    const bool isElf = architectureOf(loader) == elf.architecture && file.open(QIODevice::ReadOnly);
+    // A program with a loader of its own is none.
+    if (!loader.isRegular() || !loader.isExecutable() || !isElf || ElfFile::read(file).hasLoader) {
         return Fault{Rule::LoaderMissing,
                      QStringLiteral("its dynamic loader %1 %2")
                          .arg(quoted(elf.loader),
