@@ -23,14 +23,20 @@ constexpr int mostArguments = 2048 * 1024;
 const QString byDefault =
     QStringLiteral("the module starts in the step 'default', without dependencies, arguments and memory limit");
 
-/// The configuration directories, except the one of the daemon.
+bool isHidden(const QString &name)
+{
+    return name.startsWith(QLatin1Char('.'));
+}
+
+/// The configuration directories, except the one of the daemon and hidden ones of nobody.
 QStringList configuredNames()
 {
     QStringList names;
     const QStringList entries = RootFile(ModulePaths::configDirectory()).entries();
     for (const QString &name : entries) {
-        if (name != Components::applicationManager && !name.startsWith(QLatin1Char('.'))
-            && RootFile(ModulePaths::configDirectory() + name).isDirectory()) {
+        const bool isOther = name == Components::applicationManager
+            || (isHidden(name) && !RootFile(ModulePaths::moduleDirectory() + name).exists());
+        if (!isOther && RootFile(ModulePaths::configDirectory() + name).isDirectory()) {
             names << name;
         }
     }
@@ -118,8 +124,9 @@ void checkOrphan(const QString &name, const QStringList &unconfigured, Findings 
     if (RootFile(path).isRegular()) {
         findings.add(
             Rule::ProgramMissing, {JovRoot::rooted(path), 0, name},
-            QStringLiteral("a configuration without a module: %1%2 does not exist")
-                .arg(ModulePaths::moduleDirectory(), name),
+            QStringLiteral("a configuration without a module: %1%2 %3")
+                .arg(ModulePaths::moduleDirectory(), name,
+                     isHidden(name) ? QStringLiteral("is hidden") : QStringLiteral("does not exist")),
             QStringLiteral("install the module, or remove the directory%1").arg(spellingHint(name, unconfigured)));
     }
 }

@@ -83,8 +83,9 @@ void checkStepFile(Findings &findings)
     const QString line = QString::fromLocal8Bit(text->split('\n').first().constData()).trimmed();
     bool isNumber = false;
     const int target = line.toInt(&isNumber);
-    if (!isNumber) {
-        findings.add(Rule::StepFileValue, place, QStringLiteral("'%1' is not a number: no step is started").arg(line),
+    if (!isNumber || target < 0) {
+        findings.add(Rule::StepFileValue, place,
+                     QStringLiteral("'%1' is not the number of a step: no step is started").arg(line),
                      QStringLiteral("write the number of a step, or remove the file"));
     } else if (target < Steps::firstOwn) {
         findings.add(
