@@ -236,7 +236,8 @@ private:
     {
         const quint64 entry = m_header.word(offsetof(Elf32_Ehdr, e_entry), offsetof(Elf64_Ehdr, e_entry));
         // Some libraries, such as that of C, can be executed: they print their version.
-        if (m_type == ET_DYN && !m_isPie && (entry == 0 || !m_elf.soname.isEmpty())) {
+        const bool needsLoader = !m_elf.hasLoader && !m_elf.needed.isEmpty();
+        if (m_type == ET_DYN && !m_isPie && (entry == 0 || needsLoader || !m_elf.soname.isEmpty())) {
             m_elf.kind = ElfFile::Kind::Library;
             return;
         }
@@ -246,7 +247,7 @@ private:
                 || (segment.type == PT_LOAD && (segment.flags & PF_X) != 0 && entry >= segment.address
                     && entry - segment.address < segment.fileSize);
         }
-        if (!m_elf.hasLoader && !m_elf.needed.isEmpty()) {
+        if (needsLoader) {
             fail("it needs libraries, but names no dynamic loader");
         }
         if (entry == 0 || !isCode) {
