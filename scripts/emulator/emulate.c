@@ -1,7 +1,7 @@
 /* Stands in the place of an ARM program, so that programs can start each other by their paths, and becomes the emulator
- * of the one that it replaces: PROGRAM runs PROGRAM.ARCHITECTURE. The compiler gives SYSROOT, ARCHITECTURE and
- * EMULATORS, a folder with the two libraries and links to the emulator, one a program: the kernel takes a process's
- * name from the file that it is told to run. */
+ * of the one that it replaces: PROGRAM, or a copy of it, runs PROGRAM.ARCHITECTURE. The compiler gives SYSROOT,
+ * ARCHITECTURE and EMULATORS, a folder with the two libraries and two links for each program: to itself, and to the
+ * emulator, because the kernel takes a process's name from the file that it is told to run. */
 #define _GNU_SOURCE
 #include <stdio.h>
 #include <stdlib.h>
@@ -10,15 +10,15 @@
 
 int main(int argc, char **argv)
 {
-    char program[4096], emulator[sizeof program];
-    const ssize_t length = readlink("/proc/self/exe", program, sizeof program - sizeof "." ARCHITECTURE);
+    char own[4096], program[2 * sizeof own], emulator[2 * sizeof own];
+    const ssize_t length = readlink("/proc/self/exe", own, sizeof own - 1);
     char **words = calloc((size_t)argc + 8, sizeof *words);
     if (length < 0 || !words) {
         return 127;
     }
-    program[length] = 0;
-    snprintf(emulator, sizeof emulator, "%s%s", EMULATORS, strrchr(program, '/'));
-    strcat(program, "." ARCHITECTURE);
+    own[length] = 0;
+    snprintf(emulator, sizeof emulator, "%s%s", EMULATORS, strrchr(own, '/'));
+    snprintf(program, sizeof program, "%s.%s", emulator, ARCHITECTURE);
     char *const beginning[] = {argv[0], "-L",    SYSROOT, "-E", "LD_PRELOAD=" EMULATORS "/in-program.so",
                                "-0",    argv[0], program};
     memcpy(words, beginning, sizeof beginning);

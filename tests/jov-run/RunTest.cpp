@@ -125,9 +125,7 @@ private Q_SLOTS:
     // The program finds its signals and its children as if nothing had been before it.
     void unnoticed()
     {
-#ifdef EMULATED
-        QSKIP("the emulator cannot start a process that sends no SIGCHLD");
-#endif
+        SKIP_EMULATED("the emulator cannot start a process that sends no SIGCHLD");
         const Terminal terminal("step one 1");
         const QString script =
             "while read -r line; do case $line in Sig[BCIP]*|Shd*|PPid*) echo $line; esac; done </proc/$$/status;"
