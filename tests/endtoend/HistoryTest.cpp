@@ -232,15 +232,17 @@ private Q_SLOTS:
             return write(say, line.constData(), size_t(line.size())) == line.size()
                 && Terminal::wait([&] { return terminal.root.read("/A.log"_s) == all; });
         };
+        const auto log = [&] {
+            const QList<pid_t> children = Processes::children(terminal.pid());
+            const auto found = std::find_if(children.begin(), children.end(),
+                                            [](pid_t child) { return Processes::commandLine(child) == "cat"; });
+            return found == children.end() ? 0 : *found;
+        };
         QCOMPARE(terminal.startDaemon(), 0);
         QVERIFY(arrives("one\n"));
         QCOMPARE(int(QFile::permissions(terminal.root.path("/A.log"_s))) & 0x0077, 0x0040);
         for (const auto &[pause, line] : {std::pair(1, "two\n"), std::pair(2, "")}) {
-            const QList<pid_t> children = Processes::children(terminal.pid());
-            const auto log = std::find_if(children.begin(), children.end(),
-                                          [](pid_t child) { return Processes::commandLine(child) == "cat"; });
-            QVERIFY(log != children.end());
-            ::kill(*log, SIGTERM);
+            ::kill(log(), SIGTERM);
             QVERIFY(
                 terminal.waitForLog("the log program has ended (killed by SIGTERM), next start in %1 s"_s.arg(pause)));
             QVERIFY(arrives(line));
@@ -248,6 +250,7 @@ private Q_SLOTS:
         kill(terminal, "A"_s, SIGSEGV);
         QTRY_VERIFY(history().at(0)["reason"_s]["output"_s].toVariant().toStringList().endsWith("two"_s));
         QCOMPARE(terminal.call("startModule"_s, {"A"_s}), "true"_s);
+        QVERIFY(Terminal::wait([&] { return log() > 0; })); // the next one
         killAll(terminal);
         QVERIFY(arrives("three\n"));
         close(say); // The last writer ends.

@@ -225,7 +225,7 @@ private Q_SLOTS:
         const Terminal terminal("step one 1");
         Run run(jovRun({"--stop-signal=INT"_s, "--ready="_s + kind, "--moduleName=a"_s},
                        "trap 'exit 6' INT; while :; do sleep 0.02; done"_s));
-        QVERIFY(Terminal::wait([] { return helpers().size() == 1; }));
+        QVERIFY(Terminal::wait([&] { return helpers().size() == 1 && helpers().value(0) != run.processId(); }));
         QVERIFY(Terminal::wait([&] { return Processes::catches(pid_t(run.processId()), SIGINT); }));
         kill(helper ? helpers().value(0) : pid_t(run.processId()), SIGKILL);
         QTEST(run.status(), "expected");
