@@ -32,10 +32,12 @@ int openForAppending(const HistoryRing &ring, Descriptor &file, struct stat &sta
     const int flags = O_RDWR | O_APPEND;
     int error = openRegular(ring.file.constData(), flags, file, status);
     if (error == ENOENT) {
-        mkdir(ring.folder.constData(), folderPermissions);
+        // The daemon's umask is 0 or that of its caller.
+        if (mkdir(ring.folder.constData(), folderPermissions) == 0) {
+            chmod(ring.folder.constData(), folderPermissions);
+        }
         error = openRegular(ring.file.constData(), flags | O_CREAT, file, status);
         if (error == 0) {
-            // The daemon's umask is 0 or that of its caller.
             fchmod(file.number(), filePermissions);
             const int changed = fchown(file.number(), uid_t(-1), ring.group);
             static_cast<void>(changed); // Only root may.
