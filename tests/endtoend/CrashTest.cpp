@@ -11,7 +11,7 @@
 namespace {
 
 constexpr char wholeTerminal[] =
-    "step one 1\nstep home 7 home\nOther one\nJovGate one\nJovWebClient home --presentation-after=1\n"
+    "step one 1\nstep home 7 home\nOther one\nJovGate one\nJovWebClient home --presentation-after=1 --stop-after=100\n"
     "Last home <JovWebClient";
 
 const QString archive = "/log/log.var.tar.gz"_s;
@@ -74,7 +74,9 @@ private Q_SLOTS:
         QFETCH(QStringList, records);
         QFETCH(QString, states);
         Terminal terminal(wholeTerminal);
-        terminal.standIn("/usr/bin/jpg2fb"_s);
+        // It comes when the web client, which could paint over it, has ended.
+        terminal.root.writeScript("/usr/bin/jpg2fb"_s,
+                                  "pgrep -f $JOV_ROOT/.*/JovWebClient || echo \"jpg2fb $*\" >>$JOV_ROOT/records");
         // It comes when the logs are archived.
         terminal.root.writeScript("/sbin/reboot"_s,
                                   "cd $JOV_ROOT && [ -s ./log/*.gz ] && echo \"reboot $*\" >>records");

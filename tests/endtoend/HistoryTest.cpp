@@ -108,7 +108,7 @@ private Q_SLOTS:
                  QVERIFY(terminal.waitForLog("stopped B ret false [timeout] (state= STOPPING)"_s));
                  QVERIFY(terminal.waitForLog("B was killed by SIGKILL"_s));
              }},
-            {"memory"_s, "A used "_s, exceedMemory},
+            {"memory"_s, "A used .*; nobody took the request for a reboot"_s, exceedMemory},
             {"crash"_s, "A crashed, killed by SIGKILL"_s,
              [](Terminal &terminal) {
                  kill(terminal, "A"_s, SIGKILL);
@@ -121,10 +121,15 @@ private Q_SLOTS:
                  killAll(terminal);
                  terminal.root.write("/run/boot_id"_s, "another");
              }},
-            {"settings"_s, "the check of the mandatory settings failed (Reboot in progress)"_s, [](Terminal &) {}},
+            {"settings"_s, "the check of the mandatory settings failed .Reboot in progress"_s, [](Terminal &) {}},
             {"files"_s, "the daemon could not use its files"_s, {}}, // at its first start
             {"files"_s, "the daemon could not use its files"_s, [](Terminal &terminal) { terminal.call("restart"_s); }},
-            {"order"_s, "the daemon was stopped by SIGTERM"_s, [](Terminal &) {}},
+            {"order"_s, "the daemon was stopped by SIGTERM"_s,
+             [](Terminal &terminal) {
+                 kill(terminal, "A"_s, SIGSEGV);
+                 terminal.call("restart"_s);
+                 terminal.end(SIGINT);
+             }},
             {"order"_s, "the daemon was stopped by a call over the bus"_s,
              [](Terminal &terminal) { terminal.call("stopManager"_s); }}};
 
@@ -168,11 +173,12 @@ private Q_SLOTS:
         for (int i = 0; i < ends.size(); ++i) {
             const QJsonObject boot = boots[ends.size() - i].toObject();
             QCOMPARE(boot["cause"_s].toString(), ends[i].cause);
-            QVERIFY2(boot["text"_s].toString().startsWith(ends[i].text), qPrintable(boot["text"_s].toString()));
+            QVERIFY2(boot["text"_s].toString().contains(QRegularExpression(ends[i].text)),
+                     qPrintable(boot["text"_s].toString()));
         }
         QCOMPARE(boots[0]["text"_s].toString(), "running"_s);
         const QByteArray metrics = jovctl({"metrics"_s});
-        for (const char *total : {"crash\",module=\"A\"} 2", "power\",module=\"\"} 1", "order\",module=\"\"} 2"}) {
+        for (const char *total : {"crash\",module=\"A\"} 3", "power\",module=\"\"} 1", "order\",module=\"\"} 1"}) {
             QVERIFY2(metrics.contains(QByteArray("\njovara_reboots_total{cause=\"") + total), metrics.constData());
         }
         QVERIFY(boots[ends.size()]["reason"_s]["log"_s].toVariant().toStringList().join(u' ').contains("A crashed"_s));
@@ -185,14 +191,13 @@ private Q_SLOTS:
         row("journal", "journal");
     }
 
-    // What a module prints outlives its crash; a file that has grown is moved away at the next launch.
+    // What a module prints outlives its crash.
     void moduleOutput()
     {
         QFETCH(QString, setting);
         Terminal terminal("step one 1\nA one");
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
         redirect(terminal, "echo 'low on paper';", "module_output=" + setting.toUtf8());
-        terminal.root.write("/var/log/modules/A"_s, QByteArray(70000, '.'));
         terminal.root.write("/run/systemd/journal/.keep"_s, {});
         const int journal = listenAt(terminal.root.path("/run/systemd/journal/stdout"_s));
         QCOMPARE(terminal.startDaemon(), 0);
@@ -208,7 +213,6 @@ private Q_SLOTS:
             close(stream); // A journal that ends does not end the module.
         } else {
             QVERIFY(terminal.wait([&] { return terminal.root.read("/var/log/modules/A"_s) == "low on paper\n"; }));
-            QCOMPARE(terminal.root.read("/var/log/modules/A.old"_s).size(), 70000);
             kill(terminal, "A"_s, SIGKILL); // An emulator prints a line about SIGSEGV.
             QTRY_COMPARE(history().at(0)["reason"_s]["output"_s].toVariant().toStringList(),
                          QStringList("low on paper"_s));
@@ -242,6 +246,8 @@ private Q_SLOTS:
         QVERIFY(arrives("one\n"));
         QCOMPARE(int(QFile::permissions(terminal.root.path("/A.log"_s))) & 0x0077, 0x0040);
         for (const auto &[pause, line] : {std::pair(1, "two\n"), std::pair(2, "")}) {
+            QTest::qWait(1100 * (pause - 1)); // longer than the shortest pause
+            QVERIFY(log() > 0);
             ::kill(log(), SIGTERM);
             QVERIFY(
                 terminal.waitForLog("the log program has ended (killed by SIGTERM), next start in %1 s"_s.arg(pause)));

@@ -99,10 +99,13 @@ private Q_SLOTS:
         for (int i = 0; i < 900; ++i) {
             modules << QJsonArray{"module-%1"_s.arg(i), 1, 1000000 + i, 2000000 + i};
         }
-        QByteArray line = HistoryText::lineOf({{Key::version, 1}, {Key::kind, "reboot"_s}, {Key::log, lines}});
+        QByteArray line = HistoryText::lineOf(
+            {{Key::version, 1}, {Key::kind, "reboot"_s}, {Key::log, lines}, {Key::output, QJsonArray{lines[0]}}});
         QVERIFY(line.size() <= 16 * 1024 && line.size() > 15 * 1024);
-        const QString last = HistoryText::parse(line).value(0)[Key::log].toArray().last().toString();
+        const QJsonObject record = HistoryText::parse(line).value(0);
+        const QString last = record[Key::log].toArray().last().toString();
         QVERIFY(last.toUtf8().size() <= 500 && last.startsWith("49"_s));
+        QVERIFY(record[Key::output][0].toString().toUtf8().size() <= 500);
         line = HistoryText::lineOf({{Key::version, 1},
                                     {Key::kind, "started"_s},
                                     {Key::boot, QJsonObject{{Key::modules, modules}, {Key::dependencies, modules}}}});
@@ -189,10 +192,11 @@ private Q_SLOTS:
         const QString path = "/new/history"_s;
         const HistoryRing ring(QFile::encodeName(m_root.path(path)), 16L * 1024);
         const QByteArray line = numbered(1, 100);
-        const mode_t mask = umask(0);
+        const mode_t mask = umask(077);
         QCOMPARE(append(ring, line), 0);
         umask(mask);
         QCOMPARE(int(QFile::permissions(m_root.path(path))) & 0x0077, 0x0040);
+        QCOMPARE(int(QFile::permissions(m_root.path("/new"_s))) & 0x0077, 0x0055);
         m_root.write(path + ".old"_s, QByteArray(9000, 'x')); // as of a larger setting
         QCOMPARE(append(ring, line), 0);
         QVERIFY(!QFile::exists(m_root.path(path + ".old"_s)));

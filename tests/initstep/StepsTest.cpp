@@ -231,8 +231,8 @@ private Q_SLOTS:
         };
         QTEST(one.step.startAll(one.startContext), "count");
         QTEST(m_root.log().filter("Cannot be started: "_s).size(), "warnings");
-        QCOMPARE(one.bus.calls, (QStringList{"home page starts"_s, "home page started"_s}));
-        QCOMPARE(one.observer.notes.first() + one.observer.notes.last(), "step sdone s 1"_s);
+        const QStringList notes = one.observer.notes.filter(QRegularExpression("page|step|done"_s));
+        QCOMPARE(notes, (QStringList{"home page starts"_s, "step s"_s, "home page started"_s, "done s 1"_s}));
         QCOMPARE(m_root.log().filter("info [InitStep] step s started in "_s).size(), 1);
     }
 
@@ -242,7 +242,7 @@ private Q_SLOTS:
         QVERIFY(!none.step.startApplication("nobody"_s) && !none.step.stopApplication("nobody"_s, true));
         none.state.failStart();
         QCOMPARE(none.step.startAll(none.startContext) + none.step.stopAll(true), 0);
-        QCOMPARE(none.bus.calls.join(u' ') + none.observer.notes.join(u' '), "home page startsstep s"_s);
+        QCOMPARE(none.observer.notes, (QStringList{"home page starts"_s, "step s"_s}));
     }
 
 private:

@@ -117,7 +117,7 @@ private Q_SLOTS:
 
     void parameters_data()
     {
-        columns<QString, QString, int>("key", "value", "figure"); // 0 where it is a text, -1 where it is refused
+        columns<QString, QString, int>("key", "value", "figure"); // of a text 0, of a path its length; -1: refused
         const auto add = [](const char *key, const char *value, int figure) {
             row(qPrintable("%1=%2"_s.arg(QLatin1String(key), QLatin1String(value))), key, value, figure);
         };
@@ -140,7 +140,7 @@ private Q_SLOTS:
         add("module_output", "|x", 0);
         add("module_output", "|", -1);
         add("module_output", "file:a", -1);
-        add("module_output_path", "/a", 0);
+        add("module_output_path", "/a", 2);
         add("module_output_path", "a", -1);
         add("unknown", "a", 0);
     }
@@ -152,10 +152,12 @@ private Q_SLOTS:
             return QMap<QString, int>{{"module_umask"_s, parameters.moduleUmask ? int(*parameters.moduleUmask) : -1},
                                       {"launches_ahead"_s, parameters.launchesAhead},
                                       {"reboot_fallback"_s, parameters.rebootFallback.value_or(-1)},
-                                      {"history_size"_s, parameters.historySize}}
+                                      {"history_size"_s, parameters.historySize},
+                                      {"module_output_path"_s, parameters.moduleOutput.pattern.size()}}
                 .value(key);
         };
-        QCOMPARE(figureOf(Parameters::read({{key, value}})), figure < 0 ? figureOf(Parameters()) : figure);
+        QCOMPARE(figureOf(Parameters::read({{"module_output"_s, "|x"_s}, {key, value}})),
+                 figure < 0 ? figureOf(Parameters()) : figure);
         const QString line = "warning platform.ini: %1=%2 is not valid, the default applies"_s.arg(key, value);
         QCOMPARE(m_root.log(), figure < 0 ? QStringList{line} : QStringList());
         QVERIFY(!Parameters::read({}).moduleUmask);

@@ -73,6 +73,7 @@ private Q_SLOTS:
         QVERIFY(!m_module->stop());
         m_root.writeScript(program, "exec sleep 1000");
         QVERIFY(m_module->start());
+        QCOMPARE(m_supervision->observer.notes, QStringList{"launch M"_s});
     }
 
     // The new process begins when the killed one has been reaped, and the old end is not taken for the new one's.
@@ -139,6 +140,8 @@ private Q_SLOTS:
         QTRY_COMPARE(remain(), 0);
         QTRY_COMPARE(logged("emergency Terminal"_s), 1); // the first kill is a crash
         QVERIFY(m_module->start());
+        kill(family.last().pid, SIGTERM);
+        QTRY_COMPARE(m_module->getState(), ModuleState::Stopped);
         m_module.reset();
         QTRY_COMPARE(remain(), 0);
     }
@@ -229,6 +232,7 @@ private Q_SLOTS:
         QTRY_VERIFY(m_root.read("/out/M"_s).endsWith("11\n0\n"));
         kill(pid(), SIGSEGV);
         QTRY_COMPARE(m_module->getState(), ModuleState::Stopped);
+        QVERIFY(m_root.log().filter(QRegularExpression("Process M |emergency"_s)).first().startsWith("error"_s));
         const QString reason = "reboot cause=crash core=%1 module=M output=3|4|5|6|7|8|9|10|11|0 signal=11"_s;
         QCOMPARE(m_supervision->observer.notes,
                  (QStringList{"launch M"_s, "exit M 11 1"_s, reason.arg(m_root.path("/data/core/core.M"_s))}));
@@ -274,8 +278,10 @@ private Q_SLOTS:
     {
         makeModule<Module>(5000);
         QVERIFY(m_module->start());
-        m_supervision->state.failStart(); // its end is no crash to answer
+        QTest::qWait(100);
         m_module->beginStop();
+        QVERIFY(m_module->stopTimeLeft() > 4900);
+        m_supervision->state.failStart(); // its end is no crash to answer
         m_module->expireStop();
         QVERIFY(!m_module->awaitStop(0));
         m_supervision->state.beginStart();
@@ -294,8 +300,8 @@ private Q_SLOTS:
         QCOMPARE(m_module->getState(), ModuleState::Stopped);
     }
 
-    // One that a change replaces reads to the end.
-    void logProgram()
+    // A log program that a change replaces reads to the end; a file that has grown is moved away.
+    void output()
     {
         std::unique_ptr<LogProgram> log;
         Descriptor output;
@@ -304,6 +310,12 @@ private Q_SLOTS:
             QCOMPARE(log->command(), command.mid(1));
         }
         QTRY_VERIFY(QFile::exists(m_root.path("/end"_s)));
+        m_root.write("/large"_s, QByteArray(70000, '.'));
+        const mode_t mask = umask(077);
+        openModuleOutput(Parameters::read({{"module_output"_s, "file:/large"_s}}).moduleOutput, "M"_s, log, output);
+        umask(mask);
+        QCOMPARE(int(QFile::permissions(m_root.path("/large"_s))) & 0x0077, 0x0040);
+        QCOMPARE(m_root.read("/large.old"_s).size(), 70000);
     }
 
     // Each pause is twice as long as the one before.
@@ -332,7 +344,10 @@ private Q_SLOTS:
         QCOMPARE(client->getState(), ModuleState::Running);
         QTest::qWait(200);
         const QStringList &calls = m_supervision->bus.calls;
-        QVERIFY(calls.isEmpty());
+        QVERIFY(calls.isEmpty() && logged("Webapp timer triggered"_s) == 0);
+        m_supervision->bus.onEvent = [this](const QString & /*stop*/) {
+            QVERIFY(m_supervision->observer.notes.contains("ending cause=presentation"_s));
+        };
         QTimer again;
         again.callOnTimeout([&] { calls.isEmpty() ? client->slot_endOfInit() : again.stop(); });
         again.start(10);
@@ -340,7 +355,6 @@ private Q_SLOTS:
         elapsed.start();
         QTRY_COMPARE(calls, QStringList{"stopManager"_s});
         QVERIFY(elapsed.elapsed() < 4000);
-        QVERIFY(m_supervision->observer.notes.contains("ending cause=presentation"_s));
         QCOMPARE(client->getState(), ModuleState::Stopped);
         client->slot_webapp_timeout();
         m_supervision->state.endInit();

@@ -149,8 +149,8 @@ public:
     void rebootComes(const QVariantMap &reason) override { observer.noteReboot(reason); }
     void rebootRefused() override { observer.notes << "refused"_s; }
     void rebootAccepted() override { state.noteRebootRequest(); }
-    void starting() override { bus.calls << "home page starts"_s; }
-    void started() override { bus.calls << "home page started"_s; }
+    void starting() override { observer.notes << "home page starts"_s; }
+    void started() override { observer.notes << "home page started"_s; }
 };
 
 #endif
