@@ -111,11 +111,27 @@ static bool isExecuted(const struct Helper *helper)
     return size == 0;
 }
 
+/* The end of the wait must not displace the program, which is about to start, from its processor: batch processes
+   displace nobody. */
+static bool isExecutedUndisturbed(const struct Helper *helper)
+{
+    const struct sched_param usual = {0};
+    const bool isUsual = sched_getscheduler(0) == SCHED_OTHER;
+    if (isUsual) {
+        sched_setscheduler(0, SCHED_BATCH, &usual);
+    }
+    const bool result = isExecuted(helper);
+    if (isUsual) {
+        sched_setscheduler(0, SCHED_OTHER, &usual);
+    }
+    return result;
+}
+
 /* Runs until the program ends. It returns, as the address sanitizer takes an _exit() on this stack for a fault. */
 static int runHelper(void *argument)
 {
     struct Helper *helper = argument;
-    if (isExecuted(helper)) {
+    if (isExecutedUndisturbed(helper)) {
         setsid();
         keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
         follow(&helper->program, helper->readiness);
