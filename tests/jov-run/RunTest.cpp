@@ -52,8 +52,7 @@ QList<pid_t> helpers()
     QList<pid_t> found;
     const QList<Processes::Process> processes = Processes::below(getpid());
     for (const Processes::Process &process : processes) {
-        // The emulator of ARM has words of its own between the two.
-        if (process.commandLine.contains("jov-run"_s) && process.commandLine.contains(" --moduleName="_s)) {
+        if (process.commandLine.contains("jov-run --"_s)) {
             found << process.pid;
         }
     }
