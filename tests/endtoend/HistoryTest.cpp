@@ -101,7 +101,11 @@ private Q_SLOTS:
             std::function<void(Terminal &)> run;
         };
         const QList<End> ends{
-            {"crash"_s, "A crashed, killed by SIGSEGV"_s, [](Terminal &terminal) { kill(terminal, "A"_s, SIGSEGV); }},
+            {"crash"_s, "A crashed, killed by SIGSEGV; nobody took the request for a reboot"_s,
+             [](Terminal &terminal) {
+                 kill(terminal, "A"_s, SIGSEGV);
+                 QVERIFY(terminal.waitForLog("no reboot yet (A crashed)"_s));
+             }},
             {"stop_timeout"_s, "B did not stop in time and was killed"_s,
              [](Terminal &terminal) {
                  terminal.call("stopModule"_s, {"B"_s});
@@ -169,6 +173,9 @@ private Q_SLOTS:
         terminal.start();
         QVERIFY(terminal.waitForAll("RUNNING"_s));
         QTRY_COMPARE(history().size(), ends.size() + 1);
+        // A second daemon writes nothing.
+        terminal.root.write(stepsFile, "<");
+        QCOMPARE(QProcess::execute(QStringLiteral(QUICK_DAEMON), {"--nodaemon"_s}), 1);
         const QJsonArray boots = history();
         for (int i = 0; i < ends.size(); ++i) {
             const QJsonObject boot = boots[ends.size() - i].toObject();

@@ -230,16 +230,21 @@ private Q_SLOTS:
         QCOMPARE(boot.launched.join(u' '), "A B C D E"_s);
     }
 
-    // A parent that runs after its step is over: its dependents are for later walks.
+    // A parent that runs after its step is over: its dependents are for later walks. What a call stops, for its step.
     void stepIsOver()
     {
-        Boot boot(m_root, "5p A! B<A | 6 C D"_s);
-        boot.onLaunch = [&](const QString &name) { name == "C"_s ? boot.module("A"_s)->slot_endOfInit() : void(); };
+        Boot boot(m_root, "5p A! B<A | 6 C D F | 7 E@D"_s);
+        boot.onLaunch = [&](const QString &name) {
+            name == "C"_s ? boot.module("A"_s)->slot_endOfInit() : void();
+            name == "D"_s ? void(boot.control.stopModule("E"_s)) : void();
+        };
         boot.control.startAll();
-        QCOMPARE(boot.launched.join(u' '), "A C D"_s);
+        QCOMPARE(boot.launched.join(u' '), "A C D F E"_s);
         boot.control.rebootAccepted();
         QVERIFY(boot.state.isRebootRequested() && !boot.state.startFailed() && boot.control.stopModuleAlone("A"_s));
-        QCOMPARE(boot.states(), "A=STOP B=STOP C=RUNN D=RUNN"_s);
+        boot.state.setRestartPending(true);
+        boot.control.restartModules({"C"_s});
+        QCOMPARE(boot.states(), "A=STOP B=STOP C=RUNN D=RUNN E=RUNN F=RUNN"_s);
         boot.inventory.catalogue().find("D"_s)->setInitStep(QString());
         QVERIFY(!boot.control.startModule("D"_s));
         QVERIFY(m_root.log().contains("warning getInitStepOfModule D: module config not ok :RUNNING"_s));
@@ -339,8 +344,12 @@ private Q_SLOTS:
         boot.journal.noteComplete();
         boot.journal.noteState("A"_s, ModuleState::None, ModuleState::Running);
         QVERIFY(inspection->completeAt() == complete && states.size() == changes);
+        boot.journal.noteState("C"_s, ModuleState::Stopped, ModuleState::Running);
         boot.journal.noteStart(true);
         QCOMPARE(inspection->homepageAt() + inspection->completeAt(), 0ULL);
+        boot.control.startModule("C"_s); // which was ready before the restart, and ends
+        const QJsonArray again = bootSummary(boot.journal, boot.inventory.steps())["modules"_s].toArray();
+        QVERIFY(again[0].toArray()[3].toInt() < 0);
     }
 
     void stops_data()

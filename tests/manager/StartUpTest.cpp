@@ -221,13 +221,17 @@ private Q_SLOTS:
         QCOMPARE(startUp.startedSteps(), "1 7"_s);
     }
 
-    // A step file lists tens of thousands, or one far away: the numbers between are skipped.
+    // A step file lists tens of thousands, or one far away: the numbers between are skipped. A stop ends the pass.
     void wideGaps()
     {
         StartUp startUp({1, 5, 2000000000});
         startUp.progression.begin(5);
         QCOMPARE(startUp.startedSteps(), "1 5 2000000000"_s);
         QVERIFY(m_root.log().size() < 100);
+        StartUp stopped({8});
+        stopped.observer.inStep = [&] { stopped.state.failStart(); };
+        stopped.progression.begin(999);
+        QCOMPARE(stopped.progression.currentStep(), 9);
     }
 
     void mandatorySettings_data()

@@ -298,6 +298,7 @@ private Q_SLOTS:
         QCOMPARE(m_module->getState(), ModuleState::Running);
         QVERIFY(m_module->stop());
         QCOMPARE(m_module->getState(), ModuleState::Stopped);
+        QVERIFY(m_module->beginAhead() && !m_module->stop() && !m_module->isBegunAhead());
     }
 
     // A log program that a change replaces reads to the end; a file that has grown is moved away.
@@ -313,7 +314,10 @@ private Q_SLOTS:
         m_root.write("/large"_s, QByteArray(70000, '.'));
         const mode_t mask = umask(077);
         openModuleOutput(Parameters::read({{"module_output"_s, "file:/large"_s}}).moduleOutput, "M"_s, log, output);
+        umask(0);
+        openModuleOutput(Parameters::read({{"module_output"_s, "file:/new/M"_s}}).moduleOutput, "M"_s, log, output);
         umask(mask);
+        QCOMPARE(int(QFile::permissions(m_root.path("/new"_s))) & 0x0022, 0);
         QCOMPARE(int(QFile::permissions(m_root.path("/large"_s))) & 0x0077, 0x0040);
         QCOMPARE(m_root.read("/large.old"_s).size(), 70000);
     }
