@@ -56,6 +56,7 @@ private Q_SLOTS:
                  "[[]]}"_s);
         QVERIFY(terminal.waitForLog("new monitoringWatchDelay value=7"_s));
         QVERIFY(terminal.call("getFreeMemory"_s).toInt() < terminal.call("getTotalMemory"_s).toInt());
+        QVERIFY(terminal.call("getMemoryUsage"_s, {"A"_s, "smaps"_s, "Rss"_s}).toInt() > 0);
         QVERIFY(terminal.call("getMemoryUsage"_s, {"A"_s}).toInt() > 0);
         QCOMPARE(terminal.call("getApplicationsListInString"_s), terminal.call("getModulesListInString"_s) + u'\n');
     }
