@@ -1,40 +1,8 @@
 #include "qtdbus/BusExchange.h"
-#include "qtdbus/BusRecords.h"
 #include "support/Terminal.h"
 
-#include <QElapsedTimer>
-#include <QTest>
-#include <QTimer>
-
-#include <optional>
-#include <random>
-#include <vector>
-
-namespace {
-
-constexpr char calmTerminal[] =
-    "step one 1 parallel\nstep two 2 parallel\nstep five 5 parallel\nstep home 7 home\nstep nine 9\n"
-    "A one\nB one <A\nC one <A,B --stop-after=20\nPlatform two\nSettingsManager two\nSlow two @B --ready-after=60\n"
-    "D five\nE five <D @Slow --stop-after=5\nJovGate five\nJovWebClient home --presentation-after=5\n"
-    "F nine @A\nG nine <F @D,Platform";
-
-QStringList words(const char *text)
-{
-    return QString::fromLatin1(text).split(u' ', Qt::SkipEmptyParts);
-}
-
-/// How a module may misbehave after the next rebuild; the empty one is no misbehaviour.
-const QStringList manners =
-    "| | |--never-ready|--exit-after=30|--exit-after=5 --exit-code=127|--crash-after=40 --crash-signal=SEGV|"
-    "--crash-after=300 --crash-signal=ABRT|--ignore-stop|--crash-on-stop|--stop-after=400|--exit-on-ready|"
-    "--ready-after=150|--stop-exit-code=3|--chatter|--child|--child --ignore-stop"_s.split(u'|');
-
-const QList<int> moduleSignals = {SIGKILL, SIGSEGV, SIGTERM, SIGSTOP, SIGSTOP, SIGCONT, SIGCONT};
-
-/// Nothing may take longer than this: two seconds of CPU measuring, killed modules, log archives on a busy machine.
-constexpr int longestSilence = 15000;
-
-} // namespace
+#include <QDeadlineTimer>
+#include <QRandomGenerator>
 
 /**
  * Everything at once, at random moments: calls, floods, events, signals, a mute bus, and modules that die, hang and
@@ -45,10 +13,6 @@ constexpr int longestSilence = 15000;
 class StormTest : public QObject
 {
     Q_OBJECT
-
-public:
-    // Qt Test would end a longer storm.
-    StormTest() { qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((m_seconds + 300) * 1000)); }
 
 private Q_SLOTS:
     void storm()
@@ -67,170 +31,143 @@ private Q_SLOTS:
         const int descriptors = Processes::descriptors(m_terminal.pid()).size();
 
         calm = false;
-        m_answered.start();
-        for (QElapsedTimer elapsed = m_answered; elapsed.elapsed() < m_seconds * 1000LL;) {
+        m_patience.setRemainingTime(longestSilence);
+        const QDeadlineTimer over(m_settings.value(1).toInt() * 1000LL);
+        while (!over.hasExpired() && !QTest::currentTestFailed()) {
             for (int burst = upTo(3); burst >= 0; --burst) {
                 order();
             }
             // Sometimes a breath that lets a start get through.
             QTest::qWait(upTo(9) == 0 ? upTo(300) : upTo(6));
             watch();
-            if (QTest::currentTestFailed()) {
-                return;
-            }
             m_terminal.forgetEvents();
         }
         calm = true;
         const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
-        for (const QList<pid_t> &pids : modules) {
-            kill(pids.first(), SIGCONT);
-        }
         for (const QString &name : qAsConst(m_names)) {
+            kill(modules.value(name, {m_terminal.pid()}).first(), SIGCONT);
             m_terminal.addArguments(name, {});
         }
         // An end that was asked for last may still be under way.
         Terminal::wait([this] { return !m_endAsked || !m_terminal.isUp(); }, longestSilence);
-        for (QDBusPendingCall &call : m_calls) {
-            QVERIFY2(Terminal::wait([&] { return call.isFinished(); }, 30000), "a call was never answered");
-        }
+        const auto answered = [](const QDBusPendingCall &call) { return call.isFinished(); };
+        QVERIFY(Terminal::wait([&] { return std::all_of(m_calls.cbegin(), m_calls.cend(), answered); }, 30000));
         watch();
         QCOMPARE(m_terminal.call("restart"_s), QString());
         QVERIFY(m_terminal.waitForAll("RUNNING"_s));
         QCOMPARE(m_terminal.modules().keys(), m_names);
         // Nor are there dead ones that nobody has reaped; a process that writes the history ends by itself.
-        QVERIFY(Terminal::wait([&] {
-            return Processes::children(m_terminal.pid()).size() == m_names.size()
-                && Processes::descriptors(m_terminal.pid()).size() <= descriptors;
-        }));
-        endDaemon();
-        QCOMPARE(m_terminal.end(0), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(Processes::children(m_terminal.pid()).size(), m_names.size(), 60000);
+        QTRY_VERIFY(Processes::descriptors(m_terminal.pid()).size() <= descriptors);
+        QCOMPARE(m_terminal.end(SIGTERM), 0);
     }
 
 private:
-    int upTo(int last) { return int(m_random() % unsigned(last + 1)); }
-    template <typename List>
-    auto any(const List &list)
-    {
-        return list[upTo(int(std::size(list)) - 1)];
-    }
-    QString anyName() { return upTo(19) == 0 ? "nobody \u2603'"_s : any(m_names); }
+    int upTo(int last) { return m_random.bounded(last + 1); }
+    QString oneOf(const QStringList &words) { return words[upTo(words.size() - 1)]; }
 
     void order()
     {
-        const std::vector<std::pair<int, std::function<void()>>> orders{
-            {300, [&] { call(); }},
-            {80, [&] { ask("restart"_s); }},
-            {20, [&] { burstFrom("vanishing"_s, any(words("restart stopAll startAll")), {}, 1); }},
-            {200, [&] { m_terminal.notify(any(words("end_of_init_ stop_module_")) + anyName()); }},
-            {100, [&] { spoof(); }},
-            {200, [&] { signalModule(any(moduleSignals)); }},
-            {80, [&] { m_terminal.addArguments(any(m_names), any(manners).split(u' ', Qt::SkipEmptyParts)); }},
-            {20,
-             [&] { burstFrom("flooding"_s, any(words("startModule getModulesListInString")), {any(m_names)}, 3000); }},
-            {10,
-             [&] {
-                 const QString mute = "kill -STOP %1; sleep 0.%2; kill -CONT %1"_s;
-                 QProcess::startDetached(
-                     "sh"_s, {"-c"_s, mute.arg(m_terminal.bus.processId()).arg(upTo(600), 3, 10, QChar(u'0'))});
-             }},
-            {1, [&] { endDaemon(); }}};
+        // Of a thousand, how many are of this kind, and what is chosen from: "?" is a module, or a name that nobody
+        // has, "*" several. Measuring the processor takes two seconds, of nobody none.
+        static const QStringList kinds =
+            "300 call startModule ?|stopModule ?|restartModule ?|startModule ?|stopModule ?|restartModule ?|"
+            "restartModule *|getMemoryUsage ?|getCpuUsage|getCpuUsage|getCpuUsage|getCpuUsage ?|getModulesList|"
+            "getModulesListInString|getApplicationsForSettingsDeployment|enoughMemory|getFreeMemory|startAll|stopAll|"
+            "restartApp|restartPresentation|setAdminPasswd exit 3\n"
+            "80 call restart\n"
+            "20 1 restart|stopAll|startAll\n"
+            "20 3000 startModule ?|getModulesListInString\n"
+            "200 event end_of_init_?|stop_module_?\n"
+            "100 event init_step|init_step|init_step|checkMandatorySettingsSuccess|presentationReady|"
+            "PLTF_LOCK_REBOOT|PLTF_UNLOCK_REBOOT|end_of_init|init_message\n"
+            "200 signal 9|11|15|18|18|19|19\n"
+            "80 manner | | |--never-ready|--exit-after=30|--exit-after=5 --exit-code=127|--ignore-stop|"
+            "--crash-after=40 --crash-signal=SEGV|--crash-after=300 --crash-signal=ABRT|--crash-on-stop|"
+            "--stop-after=400|--exit-on-ready|--ready-after=150|--stop-exit-code=3|--chatter|--child|"
+            "--child --ignore-stop\n"
+            "10 mute\n"
+            "1 end"_s.split(u'\n');
         int number = upTo(1010);
-        for (const auto &[weight, give] : orders) {
-            if ((number -= weight) < 0) {
-                return give();
+        const QString line = *std::find_if(kinds.cbegin(), kinds.cend(), [&](const QString &kind) {
+            return (number -= kind.section(u' ', 0, 0).toInt()) < 0;
+        });
+        const QString kind = line.section(u' ', 1, 1);
+        const QString name = oneOf(m_names);
+        const QString order = oneOf(line.section(u' ', 2).split(u'|'))
+                                  .replace(u'?', upTo(19) == 0 ? "nobody \u2603'"_s : name)
+                                  .replace(u'*', m_names.mid(upTo(8)).join(u','));
+        const QStringList list = order.section(u' ', 1).split(u',', Qt::SkipEmptyParts);
+        const QVariantList arguments{list.size() > 1 ? QVariant(list) : QVariant(list.value(0))};
+        const QDBusMessage call =
+            Terminal::message(order.section(u' ', 0, 0), list.isEmpty() ? QVariantList() : arguments);
+        if (kind == "call"_s) {
+            m_calls.push_back(m_terminal.connection().asyncCall(call));
+        } else if (kind == "event"_s) {
+            const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, "7"_s, "x"_s};
+            m_terminal.notify(order, {{"stepNum"_s, steps[upTo(9)]}, {"reboot"_s, upTo(5) == 0}});
+        } else if (kind == "signal"_s) {
+            // A question to a stopped SettingsManager would hold the daemon for as long as D-Bus lets it.
+            const pid_t pid = m_terminal.modules().value(name).value(0);
+            if (pid > 0 && (order.toInt() != SIGSTOP || name != "SettingsManager"_s)) {
+                kill(pid, order.toInt());
             }
+        } else if (kind == "manner"_s) {
+            m_terminal.addArguments(name, order.split(u' ', Qt::SkipEmptyParts)); // from its next rebuild on
+        } else if (kind == "mute"_s) {
+            const QString mute = "kill -STOP %1; sleep 0.%2; kill -CONT %1"_s.arg(m_terminal.bus.processId());
+            QProcess::startDetached("sh"_s, {"-c"_s, mute.arg(100 + upTo(500))});
+        } else if (kind == "end"_s) {
+            m_endAsked = true;
+            upTo(1) == 0 ? m_calls.push_back(m_terminal.sendAsync("stopManager"_s))
+                         : void(kill(m_terminal.pid(), SIGTERM));
+        } else {
+            // Nobody waits for the replies, and the connection is gone before they come.
+            const QDBusConnection connection = QDBusConnection::connectToBus(m_terminal.bus.address(), "gone"_s);
+            for (int count = kind.toInt(); count > 0; --count) {
+                connection.send(call);
+            }
+            exchangeWithBus(connection);
+            QDBusConnection::disconnectFromBus("gone"_s);
         }
-    }
-
-    /// "?" is a module, or a name that nobody has. Measuring the processor takes two seconds, of nobody none.
-    void call()
-    {
-        static const QStringList calls =
-            "startModule ?|stopModule ?|restartModule ?|startModule ?|stopModule ?|restartModule ?|restartModule ?,?,?|"
-            "getMemoryUsage ?|getCpuUsage|getCpuUsage|getCpuUsage|getCpuUsage ?|getModulesList|getModulesListInString|"
-            "getApplicationsForSettingsDeployment|enoughMemory|getFreeMemory|startAll|stopAll|restartApp|"
-            "restartPresentation|setAdminPasswd exit 3"_s.split(u'|');
-        const QString words = any(calls);
-        QStringList arguments = words.section(u' ', 1).split(u',', Qt::SkipEmptyParts);
-        for (QString &argument : arguments) {
-            argument.replace(u'?', anyName());
-        }
-        const QVariant list = arguments.size() > 1 ? QVariant(arguments) : QVariant(arguments.value(0));
-        ask(words.section(u' ', 0, 0), arguments.isEmpty() ? QVariantList() : QVariantList{list});
-    }
-
-    /// Nobody waits for the replies, and the connection is gone before they come.
-    void burstFrom(const QString &name, const QString &method, const QVariantList &arguments, int count)
-    {
-        const QDBusConnection connection = QDBusConnection::connectToBus(m_terminal.bus.address(), name);
-        for (int i = 0; i < count; ++i) {
-            connection.send(Terminal::message(method, arguments));
-        }
-        exchangeWithBus(connection);
-        QDBusConnection::disconnectFromBus(name);
-    }
-
-    void spoof()
-    {
-        const QVariant steps[] = {1, 3, 5, 6, 8, 0, -1, 2147483647, "7"_s, "x"_s};
-        const QString name = any(words("init_step init_step init_step checkMandatorySettingsSuccess presentationReady "
-                                       "PLTF_LOCK_REBOOT PLTF_UNLOCK_REBOOT end_of_init init_message"));
-        m_terminal.notify(name, {{"stepNum"_s, any(steps)}, {"reboot"_s, upTo(5) == 0}});
-    }
-
-    void signalModule(int signal)
-    {
-        const QString name = any(m_names);
-        const pid_t pid = m_terminal.modules().value(name).value(0);
-        // A question to a stopped SettingsManager would hold the daemon for as long as D-Bus lets it.
-        if (pid > 0 && (signal != SIGSTOP || name != "SettingsManager"_s)) {
-            kill(pid, signal);
-        }
-    }
-
-    void endDaemon()
-    {
-        m_endAsked = true;
-        upTo(1) == 0 ? ask("stopManager"_s) : void(kill(m_terminal.pid(), SIGTERM));
-    }
-
-    void ask(const QString &method, const QVariantList &arguments = {})
-    {
-        m_calls.push_back(m_terminal.sendAsync(method, arguments));
     }
 
     /// After each order: nothing runs twice, the daemon answers, and when it has ended there is a reason.
     void watch()
     {
         const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
-        for (auto module = modules.cbegin(); module != modules.cend(); ++module) {
-            QVERIFY2(module->size() == 1, qPrintable(module.key() + " runs twice"_s));
+        for (const QList<pid_t> &pids : modules) {
+            QVERIFY2(pids.size() == 1, qPrintable(modules.key(pids) + " runs twice"_s));
         }
         if (!m_terminal.isUp()) {
-            // It also gives up by itself when the web client never shows its presentation.
-            const bool gaveUp = m_terminal.logCount("Webapp timeout"_s) > 0;
             QCOMPARE(m_terminal.end(0), 0);
-            QVERIFY2(m_endAsked || gaveUp, "ended for no reason");
+            // It also gives up by itself when the web client never shows its presentation.
+            QVERIFY2(m_endAsked || m_terminal.logCount("Webapp timeout"_s) > 0, "ended for no reason");
             QCOMPARE(m_terminal.leftBehind(), QStringList());
             m_endAsked = false;
             m_terminal.start();
             QVERIFY(Terminal::wait([this] { return !m_terminal.states().isEmpty(); }));
-            m_answered.restart();
-        } else if (!m_question || m_question->isFinished()) {
-            m_answered.restart();
-            m_question.emplace(m_terminal.sendAsync("getStepInfra"_s));
+            m_patience.setRemainingTime(longestSilence);
+        } else if (m_question.isFinished()) {
+            m_patience.setRemainingTime(longestSilence);
+            m_question = m_terminal.sendAsync("getStepInfra"_s);
         }
-        QVERIFY2(m_answered.elapsed() < longestSilence, "no answer any more");
+        QVERIFY2(!m_patience.hasExpired(), "no answer any more");
     }
 
+    /// Nothing may take longer than this: two seconds of CPU measuring, killed modules, log archives on a busy machine.
+    static constexpr int longestSilence = 15000;
     const QStringList m_settings = qEnvironmentVariable("JOV_STORM", "1 20"_s).split(u' ');
-    const int m_seconds = m_settings.value(1).toInt();
-    std::mt19937 m_random{m_settings.value(0).toUInt()};
-    Terminal m_terminal{calmTerminal};
-    std::vector<QDBusPendingCall> m_calls;
-    std::optional<QDBusPendingCall> m_question;
+    QRandomGenerator m_random{m_settings.value(0).toUInt()};
+    Terminal m_terminal{
+        "step one 1 parallel\nstep two 2 parallel\nstep five 5 parallel\nstep home 7 home\nstep nine 9\n"
+        "A one\nB one <A\nC one <A,B --stop-after=20\nPlatform two\nSettingsManager two\n"
+        "Slow two @B --ready-after=60\nD five\nE five <D @Slow --stop-after=5\nJovGate five\n"
+        "JovWebClient home --presentation-after=5\nF nine @A\nG nine <F @D,Platform"};
     QStringList m_names;
-    QElapsedTimer m_answered; ///< since the daemon last answered
+    QList<QDBusPendingCall> m_calls;
+    QDBusPendingCall m_question = QDBusPendingCall::fromCompletedCall({});
+    QDeadlineTimer m_patience; ///< for the daemon's next answer
     bool m_endAsked = false;
 };
 
