@@ -10,6 +10,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace {
+
+/// Of the time between two searches: thousands are searched in a tenth of a millisecond.
+constexpr int childrenPerMillisecond = 200;
+
+} // namespace
+
 ChildReaper &ChildReaper::instance()
 {
     // Never destroyed: children may be, until the very end.
@@ -20,11 +27,15 @@ ChildReaper &ChildReaper::instance()
 ChildReaper::ChildReaper()
     : m_bridge({SIGCHLD})
 {
+    m_search.setSingleShot(true);
+    connect(&m_search, &QTimer::timeout, this, &ChildReaper::reapEnded);
     connect(&m_bridge, &SignalBridge::raised, this, [this](int /*signal*/, const QVector<int> &senders) {
-        // The kernel looks for an ended child among all of them. Signals that come together are one, so it is asked,
-        // too.
         std::for_each(senders.cbegin(), senders.cend(), [this](pid_t pid) { ask(pid); });
-        reapEnded();
+        // Signals that come together are one, so the kernel is asked for others, too. It looks among all children: the
+        // more there are, the more seldom.
+        if (!m_search.isActive()) {
+            m_search.start(m_children.size() / childrenPerMillisecond);
+        }
     });
 }
 

@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 
 #include <sys/types.h>
 
@@ -42,6 +43,7 @@ private:
     void ask(pid_t pid);
 
     SignalBridge m_bridge;
+    QTimer m_search; ///< for ended children that no signal has named
     QHash<pid_t, ChildProcess *> m_children;
     QHash<pid_t, QString> m_givenUp; ///< without a name: let go
 };

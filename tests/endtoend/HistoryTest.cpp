@@ -263,7 +263,7 @@ private Q_SLOTS:
         kill(terminal, "A"_s, SIGSEGV);
         QTRY_VERIFY(history().at(0)["reason"_s]["output"_s].toVariant().toStringList().endsWith("two"_s));
         QCOMPARE(terminal.call("startModule"_s, {"A"_s}), "true"_s);
-        QVERIFY(Terminal::wait([&] { return log() > 0; })); // the next one
+        QVERIFY(Terminal::wait([&] { return log() > 0; }) && arrives("more\n")); // the next one, and its reader
         killAll(terminal);
         QVERIFY(arrives("three\n"));
         close(say); // The last writer ends.
