@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr int shortestPause = 1000; // milliseconds
+constexpr int afterLaunch = 500; // milliseconds
+constexpr int shortestPause = 1000;
 constexpr int longestPause = 60000;
 constexpr mode_t permissions = 027; // its umask: what modules print is not for everybody
 
@@ -36,6 +37,9 @@ LogProgram::LogProgram(const QString &module, const QString &command)
 
 LogProgram::~LogProgram()
 {
+    if (m_pause.isActive()) {
+        start(); // for what is in the pipe
+    }
     m_process.letGo();
 }
 
@@ -43,7 +47,7 @@ int LogProgram::open()
 {
     const int end = ::open(pathOf(m_writeEnd).constData(), O_WRONLY | O_CLOEXEC);
     if (end >= 0 && !m_process.isRunning()) {
-        start();
+        m_pause.start(afterLaunch);
     }
     return end;
 }
@@ -76,8 +80,8 @@ void LogProgram::processFinished(int exitCode, QProcess::ExitStatus exitStatus)
 void LogProgram::startLater(const QString &reason)
 {
     const bool ranWell = m_sinceStart.elapsed() > longestPause;
-    m_pause.setInterval(ranWell ? shortestPause : std::clamp(2 * m_pause.interval(), shortestPause, longestPause));
-    m_pause.start();
+    m_lastPause = ranWell ? shortestPause : std::clamp(2 * m_lastPause, shortestPause, longestPause);
+    m_pause.start(m_lastPause);
     Log::warning("module_output of %1: the log program has ended (%2), next start in %3 s", m_module, reason,
-                 m_pause.interval() / 1000);
+                 m_lastPause / 1000);
 }

@@ -11,9 +11,9 @@
  * The log program of one module: a shell command that reads what the module prints from a pipe.
  *
  * Both ends of the pipe are held here, so that a module never writes to a pipe without a reader while the daemon lives,
- * and what it has written waits for the next log program when one has ended. A log program that has ended is started
- * again after a pause, and at the next launch of the module. It is never killed: it reads the end of the file when this
- * object and the module are gone.
+ * and what it has written waits for the next log program when one has ended. A log program is started shortly after the
+ * launch of the module, so that it does not take the processor from the start-up, and again after a pause when it has
+ * ended. It is never killed: it reads the end of the file when this object and the module are gone.
  */
 class LogProgram final : private ChildProcess::Listener
 {
@@ -24,7 +24,7 @@ public:
     LogProgram &operator=(const LogProgram &) = delete;
 
     [[nodiscard]] QString command() const { return m_command; }
-    /// Starts it if it does not run. A new description of the end to write to: modules that shared one would share
+    /// Has it started if it does not run. A new description of the end to write to: modules that shared one would share
     /// O_NONBLOCK. -1, with errno, on an error.
     int open();
 
@@ -40,7 +40,8 @@ private:
     Descriptor m_writeEnd;
     ChildProcess m_process{*this};
     QElapsedTimer m_sinceStart;
-    QTimer m_pause;
+    QTimer m_pause; ///< before a start
+    int m_lastPause = 0; ///< after an end
 };
 
 #endif
