@@ -90,7 +90,7 @@ void checkRoot(const XmlElement &root, const Place &place, Findings &findings)
     for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString name = child.tagName();
         if (known.contains(name) && seen.contains(name)) {
-            if (isSame(root.firstChildElement(name), child)) {
+            if (name == description || isSame(root.firstChildElement(name), child)) {
                 continue;
             }
             findings.add(Rule::ElementRepeated, place.at(child.lineNumber()),

@@ -4,6 +4,8 @@
 #include <QIODevice>
 #include <QVector>
 
+#include <algorithm>
+
 #include <elf.h>
 #include <limits.h>
 
@@ -188,9 +190,9 @@ private:
             if (segment.type != PT_DYNAMIC) {
                 continue;
             }
-            m_isDynamic = true;
+            m_elf.isDynamic = true;
             const int size = m_wide ? 8 : 4;
-            const QByteArray content = bytes(segment.offset, qMin(segment.fileSize, largestDynamic));
+            const QByteArray content = bytes(offsetOf(segment.address), largestDynamic);
             const Numbers table = numbers(content);
             for (int place = 0; place + 2 * size <= content.size() && table.word(place) != DT_NULL; place += 2 * size) {
                 const quint64 tag = table.word(place);
@@ -213,6 +215,9 @@ private:
         const auto folders = [&](quint64 tag) {
             return values.contains(tag) ? text(values.value(tag)).split(':') : QByteArrayList();
         };
+        if (m_elf.isDynamic && !values.contains(DT_STRTAB)) {
+            fail("its dynamic section is damaged");
+        }
         m_elf.runpath = folders(DT_RUNPATH);
         m_elf.rpath = m_elf.runpath.isEmpty() ? folders(DT_RPATH) : QByteArrayList();
         m_elf.soname = values.contains(DT_SONAME) ? text(values.value(DT_SONAME)) : QByteArray();
@@ -223,17 +228,35 @@ private:
     void judgeLibrary(const QByteArray &header)
     {
         static const QByteArray systems{"\0\3\100\141", 4}; // System V, GNU, and two of ARM
+        const int known = header.at(EI_OSABI) == ELFOSABI_GNU ? EI_PAD : EI_ABIVERSION;
+        const QByteArray zeros = header.mid(known, EI_NIDENT - known);
         const bool isSound = header.at(EI_CLASS) == (m_wide ? ELFCLASS64 : ELFCLASS32)
             && header.at(EI_DATA) == (m_bigEndian ? ELFDATA2MSB : ELFDATA2LSB) && header.at(EI_VERSION) == EV_CURRENT
-            && systems.contains(header.at(EI_OSABI));
+            && systems.contains(header.at(EI_OSABI)) && zeros.count('\0') == zeros.size();
         m_elf.libraryFault = !m_elf.fault.isEmpty() ? m_elf.fault
             : !isSound                              ? QStringLiteral("its header is damaged")
-            : !m_isDynamic                          ? QStringLiteral("it has no dynamic section")
+            : !m_elf.isDynamic                      ? QStringLiteral("it has no dynamic section")
                                                     : QString();
+    }
+
+    /// What other segments describe is a part of a loaded one, with its rights.
+    [[nodiscard]] bool isLoaded(const Segment &part) const
+    {
+        const quint64 rights = part.type == PT_DYNAMIC ? part.flags : 0;
+        return std::any_of(m_segments.begin(), m_segments.end(), [&](const Segment &segment) {
+            return segment.type == PT_LOAD && part.address >= segment.address
+                && part.address - segment.address < segment.fileSize && (segment.flags & rights) == rights;
+        });
     }
 
     void judge()
     {
+        for (const Segment &segment : qAsConst(m_segments)) {
+            static const QVector<quint64> described{PT_DYNAMIC, PT_PHDR, PT_GNU_EH_FRAME, PT_GNU_RELRO};
+            if (described.contains(segment.type) && !isLoaded(segment)) {
+                fail("a part of it is not loaded");
+            }
+        }
         const quint64 entry = m_header.word(offsetof(Elf32_Ehdr, e_entry), offsetof(Elf64_Ehdr, e_entry));
         // Some libraries, such as that of C, can be executed: they print their version.
         const bool needsLoader = !m_elf.hasLoader && !m_elf.needed.isEmpty();
@@ -261,7 +284,6 @@ private:
     bool m_wide = false;
     bool m_bigEndian = false;
     bool m_isPie = false;
-    bool m_isDynamic = false;
     quint64 m_type = 0;
     QVector<Segment> m_segments;
 };

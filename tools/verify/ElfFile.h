@@ -19,6 +19,7 @@ struct ElfFile
     QString libraryFault; ///< why the dynamic loader cannot load it as a library
     Kind kind = Kind::Other;
     QString architecture; ///< "ARM, 32 bit"
+    bool isDynamic = false; ///< has a section for the dynamic loader
     bool hasLoader = false;
     QByteArray loader; ///< the path of the dynamic loader
     QByteArrayList needed; ///< the libraries

@@ -4,11 +4,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 namespace {
 
 constexpr int lineSize = 256; // of the first line of a script, as the kernel reads it
 constexpr int lineSizeBefore51 = 128;
+constexpr qint64 largestScript = 1 << 16;
 constexpr int mostLevels = 5; // of scripts whose interpreters are scripts
 
 const QByteArray blanks = QByteArrayLiteral(" \t");
@@ -22,6 +24,18 @@ QString quoted(const QByteArray &text)
 QByteArray absolute(const QByteArray &path)
 {
     return path.startsWith('/') ? path : ModulePaths::moduleDirectory().toUtf8() + path;
+}
+
+bool isLoader(const QByteArray &path)
+{
+    return path.mid(path.lastIndexOf('/') + 1).startsWith("ld-");
+}
+
+bool hasApplet(const RootFile &busybox, const QByteArray &name)
+{
+    QFile file(busybox.openName());
+    return !name.isEmpty() && busybox.isRegular() && file.open(QIODevice::ReadOnly)
+        && file.readAll().contains('\0' + name + '\0');
 }
 
 int indexOfAny(const QByteArray &text, const QByteArray &characters)
@@ -96,6 +110,7 @@ std::optional<ExecCheck::Fault> ExecCheck::checkLevel(const RootFile &program, i
         fault = checkElf(program, file);
     } else if (head.startsWith("#!")) {
         fault = checkScript(head.mid(2), level);
+        fault = fault || level > 0 ? fault : checkLastCommand(file);
     } else {
         fault = Fault{Rule::ProgramFormat, QStringLiteral("is neither a program nor a script with an interpreter line"),
                       QStringLiteral("begin a script with \"#!/bin/sh\"")};
@@ -133,6 +148,10 @@ std::optional<ExecCheck::Fault> ExecCheck::checkElf(const RootFile &program, QIO
     }
     if (!elf.hasLoader || !RootFile(absolute(elf.loader)).exists()) {
         return {};
+    }
+    if (!elf.isDynamic) {
+        return Fault{Rule::ProgramDamaged, QStringLiteral("is damaged: it has nothing for its dynamic loader"),
+                     QStringLiteral("install it again")};
     }
     const LibrarySearch::Result result = m_libraries.search(program.realPath(), elf);
     if (result.missing.isEmpty()) {
@@ -225,7 +244,8 @@ std::optional<ExecCheck::Fault> ExecCheck::checkInterpreter(const QByteArray &pa
         why = QStringLiteral("is not a regular file");
     } else if (level >= mostLevels) {
         why = QStringLiteral("is a script with too many interpreters behind it");
-    } else if (const std::optional<Fault> fault = checkLevel(interpreter, level + 1)) {
+    } else if (const std::optional<Fault> fault = checkLevel(interpreter, level + 1);
+               fault && !(fault->rule == Rule::ProgramLibrary && isLoader(path))) {
         why = infoOf(fault->rule).severity == Severity::Error ? fault->message : QString();
     }
     return why.isEmpty()
@@ -239,16 +259,23 @@ std::optional<ExecCheck::Fault> ExecCheck::checkArgument(const QByteArray &inter
                                                          int level)
 {
     static const QByteArrayList single{"sh", "ash", "bash", "dash", "python", "python3"};
+    static const QByteArrayList others{"cat", "echo", "false", "printf", "sleep", "true"};
     const QByteArray name = interpreter.mid(interpreter.lastIndexOf('/') + 1);
     if (name == "env") {
         return checkCommand(argument, level);
     }
+    if (isLoader(interpreter)) {
+        return checkInterpreter(argument, level);
+    }
+    if (others.contains(name)) {
+        return Fault{Rule::ScriptLine, QStringLiteral("%1 runs no scripts").arg(quoted(interpreter)),
+                     QStringLiteral("name an interpreter, such as /bin/sh")};
+    }
     const RootFile program(absolute(interpreter));
-    QFile file(program.openName());
-    const bool isNoApplet = name == "busybox" && program.isRegular() && file.open(QIODevice::ReadOnly)
-        && (argument.isEmpty() || !file.readAll().contains('\0' + argument + '\0'));
+    const bool isNoApplet = name == "busybox" && program.isRegular() && !hasApplet(program, argument);
     const bool isNoOption = single.contains(name) && !argument.isEmpty()
-        && (!argument.startsWith('-') || indexOfAny(argument, blanks) >= 0);
+        && (!argument.startsWith('-') || indexOfAny(argument, blanks) >= 0
+            || (program.realPath().endsWith("/dash") && argument.startsWith("--") && argument.size() > 2));
     return isNoApplet || isNoOption
         ? std::optional<Fault>({Rule::ScriptLine,
                                 QStringLiteral("its interpreter %1 does not accept the argument %2")
@@ -270,8 +297,12 @@ std::optional<ExecCheck::Fault> ExecCheck::checkCommand(const QByteArray &argume
     while (isOption && words.value(0).startsWith('-')) {
         const QByteArray option = words.takeFirst();
         isOption = option != "--";
-        if (option == "-u" || option == "-C" || option == "--unset" || option == "--chdir") {
-            words.removeAt(0);
+        const bool hasWord = option == "-u" || option == "-C" || option == "--unset" || option == "--chdir";
+        const QByteArray word = hasWord && !words.isEmpty() ? words.takeFirst() : QByteArray();
+        const QByteArray folder = option.startsWith("--chdir=") ? option.mid(8) : word;
+        if ((option == "-C" || option.startsWith("--chdir")) && !RootFile(absolute(folder)).isDirectory()) {
+            return Fault{Rule::ScriptLine, QStringLiteral("env cannot change to %1").arg(quoted(folder)),
+                         QStringLiteral("name a directory of the terminal")};
         }
     }
     while (words.value(0).contains('=')) {
@@ -284,13 +315,48 @@ std::optional<ExecCheck::Fault> ExecCheck::checkCommand(const QByteArray &argume
         return Fault{Rule::ScriptLine, QStringLiteral("its first line has no program that env could start"),
                      QStringLiteral("write \"#!/usr/bin/env PROGRAM\", with arguments behind \"env -S\"")};
     }
-    if (command.contains('/')) {
-        return checkInterpreter(command, level);
-    }
+    return checkInterpreter(inPath(command), level);
+}
+
+/// A path as it is, a name where the daemon's modules find it.
+QByteArray ExecCheck::inPath(const QByteArray &command)
+{
     for (const char *folder : {"/usr/local/sbin/", "/usr/local/bin/", "/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"}) {
-        if (RootFile(folder + command).isRegular()) {
-            return checkInterpreter(folder + command, level);
+        if (!command.contains('/') && RootFile(folder + command).isRegular()) {
+            return folder + command;
         }
     }
-    return checkInterpreter("/usr/bin/" + command, level);
+    return command.contains('/') ? command : "/usr/bin/" + command;
+}
+
+/// The last command of a shell script if it is "exec PROGRAM": all before it may depend on something. With jov-run
+/// there is a second program, behind "--".
+std::optional<ExecCheck::Fault> ExecCheck::checkLastCommand(QIODevice &file)
+{
+    static const QRegularExpression plain(QStringLiteral("^[\\w/.+-]+$"));
+    QByteArray script = file.read(largestScript);
+    const bool isSet = script.contains("PATH=") || !file.atEnd();
+    QByteArrayList lines = script.replace("\\\n", " ").split('\n');
+    const bool isShell = lines.first().contains("sh");
+    while (!lines.isEmpty() && (lines.last().trimmed().isEmpty() || lines.last().startsWith('#'))) {
+        lines.removeLast();
+    }
+    QByteArrayList words = lines.value(lines.size() - 1).split(' ');
+    words.removeAll(QByteArray());
+    if (!isShell || isSet || !m_hasSystem || words.value(0) != "exec" || lines.last().startsWith(' ')) {
+        return {};
+    }
+    const bool isJovRun = words.value(1).endsWith("jov-run");
+    for (const QByteArray &word : {words.value(1), isJovRun ? words.value(words.indexOf("--") + 1) : QByteArray()}) {
+        const bool isName = plain.match(QString::fromUtf8(word)).hasMatch() && !word.startsWith('-')
+            && !hasApplet(RootFile(QByteArrayLiteral("/bin/busybox")), word);
+        const std::optional<Fault> fault =
+            isName && word != "exec" ? checkInterpreter(inPath(word), 0) : std::optional<Fault>();
+        if (fault) {
+            return Fault{Rule::ScriptCommand,
+                         QStringLiteral("it executes ") + fault->message.section(QLatin1Char(' '), 2),
+                         QStringLiteral("install the program, or correct the last line")};
+        }
+    }
+    return {};
 }

@@ -45,6 +45,8 @@ private:
     [[nodiscard]] std::optional<Fault> checkArgument(const QByteArray &interpreter, const QByteArray &argument,
                                                      int level);
     [[nodiscard]] std::optional<Fault> checkCommand(const QByteArray &argument, int level);
+    [[nodiscard]] std::optional<Fault> checkLastCommand(QIODevice &file);
+    [[nodiscard]] static QByteArray inPath(const QByteArray &command);
     [[nodiscard]] bool isOfSystem(const QByteArray &path);
 
     bool m_hasSystem = false;

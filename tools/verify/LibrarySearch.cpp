@@ -17,6 +17,9 @@ namespace {
 constexpr qint64 largestCache = 16 << 20;
 constexpr int deepestInclude = 8;
 
+/// What the loader knows processors by. Which one the terminal has is not known here.
+constexpr const char *processors[] = {"tls", "haswell", "xeon_phi", "x86_64", "aarch64", "v7l", "v8l", "neon", "vfp"};
+
 QByteArray contentOf(const QByteArray &path)
 {
     const RootFile file(path);
@@ -45,8 +48,15 @@ struct LibrarySearch::Object
         for (QByteArray folder : folders) {
             const QByteArray origin = folderOf(path);
             folder.replace("${ORIGIN}", origin).replace("$ORIGIN", origin);
-            folder.replace("${LIB}", lib).replace("$LIB", lib);
-            list.append(folder.startsWith('/') ? folder : ModulePaths::moduleDirectory().toUtf8() + folder);
+            folder.replace("${LIB}", lib).replace("$LIB", lib).replace("${PLATFORM}", "$PLATFORM");
+            folder = folder.startsWith('/') ? folder : ModulePaths::moduleDirectory().toUtf8() + folder;
+            if (!folder.contains("$PLATFORM")) {
+                list.append(folder);
+                continue;
+            }
+            for (const char *processor : processors) {
+                list.append(QByteArray(folder).replace("$PLATFORM", processor));
+            }
         }
         return folders == QByteArrayList{QByteArray()} ? QByteArrayList() : list;
     }
@@ -80,23 +90,41 @@ LibrarySearch::Result LibrarySearch::search(const QByteArray &path, const ElfFil
 const LibrarySearch::Library *LibrarySearch::find(const QByteArray &name, const Object &object, const ElfFile &program,
                                                   QString &reason)
 {
-    QByteArrayList paths;
     const QByteArray lib = libOf(program.loader);
     if (name.contains('/')) {
-        paths = object.resolved({name}, lib);
-    } else {
-        const QByteArrayList folders = object.elf->runpath.isEmpty()
-            ? object.resolved(object.elf->rpath, lib) + object.inherited
-            : object.resolved(object.elf->runpath, lib);
-        for (const QByteArray &folder : folders) {
-            paths << folder + '/' + name;
-        }
-        paths += inCache(name);
-        for (const QByteArray &folder : defaultFolders(program.loader)) {
-            paths << folder + '/' + name;
+        return firstOf(object.resolved({name}, lib), program, reason);
+    }
+    QByteArrayList folders = object.elf->runpath.isEmpty() ? object.resolved(object.elf->rpath, lib) + object.inherited
+                                                           : object.resolved(object.elf->runpath, lib);
+    QByteArrayList paths;
+    for (const QByteArray &folder : qAsConst(folders)) {
+        paths << folder + '/' + name;
+    }
+    paths += inCache(name);
+    folders += defaultFolders(program.loader);
+    for (const QByteArray &folder : defaultFolders(program.loader)) {
+        paths << folder + '/' + name;
+    }
+    const Library *library = firstOf(paths, program, reason);
+    for (auto folder = folders.cbegin(); !library && folder != folders.cend(); ++folder) {
+        library = firstOf(ofProcessors(*folder, name), program, reason);
+    }
+    if (library) {
+        return library;
+    }
+    for (const QByteArray &folder : configuredFolders("/etc/ld.so.conf")) {
+        if (reason.isEmpty() && RootFile(folder + '/' + name).isRegular()) {
+            reason =
+                QStringLiteral("it is in %1, but not in /etc/ld.so.cache: run ldconfig").arg(QString::fromUtf8(folder));
         }
     }
-    for (const QByteArray &path : qAsConst(paths)) {
+    return nullptr;
+}
+
+const LibrarySearch::Library *LibrarySearch::firstOf(const QByteArrayList &paths, const ElfFile &program,
+                                                     QString &reason)
+{
+    for (const QByteArray &path : paths) {
         const Library &library = libraryAt(path);
         if (library.path.isEmpty()) {
             continue;
@@ -107,13 +135,21 @@ const LibrarySearch::Library *LibrarySearch::find(const QByteArray &name, const 
         }
         reason = QStringLiteral("%1 is built for %2").arg(QString::fromUtf8(library.path), library.elf.architecture);
     }
-    for (const QByteArray &folder : configuredFolders("/etc/ld.so.conf")) {
-        if (reason.isEmpty() && RootFile(folder + '/' + name).isRegular()) {
-            reason =
-                QStringLiteral("it is in %1, but not in /etc/ld.so.cache: run ldconfig").arg(QString::fromUtf8(folder));
-        }
-    }
     return nullptr;
+}
+
+// Where the loader looks first if the processor has what the folder is named after.
+QByteArrayList LibrarySearch::ofProcessors(const QByteArray &folder, const QByteArray &name)
+{
+    QByteArrayList paths;
+    const QStringList entries = RootFile(folder + "/glibc-hwcaps").entries();
+    for (const QString &entry : entries) {
+        paths << folder + "/glibc-hwcaps/" + entry.toUtf8() + '/' + name;
+    }
+    for (const char *processor : processors) { // until glibc 2.36
+        paths << folder + '/' + processor + '/' + name;
+    }
+    return paths;
 }
 
 const LibrarySearch::Library &LibrarySearch::libraryAt(const QByteArray &path)

@@ -33,6 +33,8 @@ private:
 
     const Library &libraryAt(const QByteArray &path);
     const Library *find(const QByteArray &name, const Object &object, const ElfFile &program, QString &reason);
+    const Library *firstOf(const QByteArrayList &paths, const ElfFile &program, QString &reason);
+    [[nodiscard]] static QByteArrayList ofProcessors(const QByteArray &folder, const QByteArray &name);
     QByteArray libOf(const QByteArray &loader);
     const QByteArrayList &defaultFolders(const QByteArray &loader);
     QByteArrayList inCache(const QByteArray &name);

@@ -6,10 +6,12 @@
 #include "client/NearMiss.h"
 #include "contract/Components.h"
 #include "contract/FileNames.h"
+#include "system/RegularFile.h"
 #include "verify/RootFile.h"
 #include "verify/StepTable.h"
 #include "verify/XmlElements.h"
 
+#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -83,6 +85,7 @@ void checkPlacement(const InstalledModule &module, const StepTable &steps, Findi
 
 void checkArguments(const InstalledModule &module, Findings &findings)
 {
+    const QString option = QStringLiteral("--moduleName=");
     qint64 sum = 0;
     qint64 longest = 0;
     const QStringList arguments = module.record.getExtraArgs();
@@ -90,6 +93,12 @@ void checkArguments(const InstalledModule &module, Findings &findings)
         const int size = argument.toUtf8().size() + 1;
         longest = qMax<qint64>(longest, size);
         sum += size + int(sizeof(char *));
+        if (argument.startsWith(option) && argument.mid(option.size()) != module.record.getName()) {
+            findings.add(
+                Rule::ArgumentName, module.config,
+                QStringLiteral("the argument '%1' contradicts the name that the supervisor passes").arg(argument),
+                QStringLiteral("remove it"));
+        }
     }
     if (longest > longestArgument || sum > mostArguments) {
         findings.add(Rule::ArgumentsTooLong, module.config,
@@ -100,10 +109,24 @@ void checkArguments(const InstalledModule &module, Findings &findings)
     }
 }
 
+/// The parser does not keep white space alone.
+void checkBlanks(const InstalledModule &module, const QString &path, Findings &findings)
+{
+    static const QRegularExpression blank(QStringLiteral("<arg>\\s+</arg>"));
+    const QString text = QString::fromUtf8(RegularFile(RootFile(path).openName()).read(1 << 20).value_or(QByteArray()));
+    for (auto match = blank.globalMatch(text); match.hasNext();) {
+        const int line = text.leftRef(match.next().capturedStart()).count(QLatin1Char('\n')) + 1;
+        findings.add(Rule::ArgumentBlank, module.config.at(line),
+                     QStringLiteral("an argument of white space alone is an empty one"),
+                     QStringLiteral("write <arg><![CDATA[ ]]></arg>"));
+    }
+}
+
 void readModule(InstalledModule &module, const QStringList &orphans, const QString &ddrSize, Findings &findings)
 {
     const QString name = module.record.getName();
-    const XmlFile file = XmlElements::read(ModulePaths::configDirectory() + name + QStringLiteral("/config.xml"));
+    const QString path = ModulePaths::configDirectory() + name + QStringLiteral("/config.xml");
+    const XmlFile file = XmlElements::read(path);
     readConfig(module.record, file, ddrSize);
     if (file.result == XmlFile::Result::Missing) {
         findings.add(Rule::ConfigMissing, module.config, QStringLiteral("the file is missing: ") + byDefault,
@@ -115,6 +138,9 @@ void readModule(InstalledModule &module, const QStringList &orphans, const QStri
     if (!root.isNull()) {
         module.lines = checkConfig(root, ddrSize, module.config, findings);
         checkArguments(module, findings);
+        if (module.record.getExtraArgs().contains(QString())) {
+            checkBlanks(module, path, findings);
+        }
     }
 }
 

@@ -104,6 +104,13 @@ public:
                 add(Rule::ParametersUnusable, 0, QStringLiteral("the file is missing, but there is '%1'").arg(other),
                     QStringLiteral("rename it"));
             }
+            for (const char *folder : {"/etc/", "/etc/JovApplication/module/", "/"}) {
+                if (RootFile(QLatin1String(folder) + name).isRegular()) {
+                    add(Rule::ParametersUnusable, 0,
+                        QStringLiteral("the file is missing, but there is '%1%2'").arg(QLatin1String(folder), name),
+                        QStringLiteral("move it"));
+                }
+            }
             return {};
         }
         const QString fault = m_file.exists() ? PlatformIni::fault(m_file.openName()) : m_file.errorText();
@@ -178,6 +185,11 @@ private:
             add(Rule::ParametersRepeated, line.number,
                 QStringLiteral("a second '%1', which replaces that of line %2").arg(key).arg(m_lines.value(path)),
                 QStringLiteral("keep only one"));
+        }
+        static const QRegularExpression noText(QStringLiteral("^\"?@(Invalid|Point|Rect|Size)\\("));
+        if (noText.match(QString::fromUtf8(value)).hasMatch()) {
+            add(Rule::ParametersLine, line.number, QStringLiteral("the value of '%1' is not a text").arg(key),
+                QStringLiteral("write \"@@\" for a value that begins with \"@\""));
         }
         m_lines.insert(path, line.number);
         m_values.insert(path, value);
@@ -294,9 +306,12 @@ private:
                                        QStringLiteral("/run"), QStringLiteral("/tmp")};
         const RootFile file(path);
         const QString folder = path.section(QLatin1Char('/'), 0, -2);
-        if (path.isEmpty() || file.isRegular() || file.isCreatable()
-            || (rule == Rule::LogFile && file.exists() && S_ISCHR(file.mode()))
-            || (parent == Parent::IsCreated && !file.exists() && RootFile(folder).isCreatable())) {
+        static const QRegularExpression ofKernel(QStringLiteral("^/(proc/(?!self/)|sys/)"));
+        if (path.isEmpty()
+            || (!ofKernel.match(path).hasMatch()
+                && (file.isRegular() || file.isCreatable()
+                    || (rule == Rule::LogFile && file.exists() && S_ISCHR(file.mode()))
+                    || (parent == Parent::IsCreated && !file.exists() && RootFile(folder).isCreatable())))) {
             return;
         }
         const QString top = path.section(QLatin1Char('/'), 0, 1);
