@@ -301,7 +301,8 @@ private Q_SLOTS:
         QVERIFY(m_module->beginAhead() && !m_module->stop() && !m_module->isBegunAhead());
     }
 
-    // A log program that a change replaces reads to the end; a file that has grown is moved away.
+    // A log program that a change replaces reads to the end, and a start-up is over before one begins; a file that has
+    // grown is moved away.
     void output()
     {
         std::unique_ptr<LogProgram> log;
@@ -311,6 +312,12 @@ private Q_SLOTS:
             QCOMPARE(log->command(), command.mid(1));
         }
         QTRY_VERIFY(QFile::exists(m_root.path("/end"_s)));
+        QElapsedTimer sinceLaunch;
+        sinceLaunch.start();
+        openModuleOutput(Parameters::read({{"module_output"_s, "|echo >$JOV_ROOT/begun"_s}}).moduleOutput, "M"_s, log,
+                         output);
+        QTRY_VERIFY(QFile::exists(m_root.path("/begun"_s)));
+        QVERIFY(sinceLaunch.elapsed() >= 450);
         m_root.write("/large"_s, QByteArray(70000, '.'));
         const mode_t mask = umask(077);
         openModuleOutput(Parameters::read({{"module_output"_s, "file:/large"_s}}).moduleOutput, "M"_s, log, output);
