@@ -329,26 +329,28 @@ QByteArray ExecCheck::inPath(const QByteArray &command)
     return command.contains('/') ? command : "/usr/bin/" + command;
 }
 
-/// The last command of a shell script if it is "exec PROGRAM": all before it may depend on something. With jov-run
-/// there is a second program, behind "--".
+/// The last command of a shell script if it is "exec PROGRAM", and nothing before it may end the script or change where
+/// programs are found. With jov-run there is a second program, behind "--".
 std::optional<ExecCheck::Fault> ExecCheck::checkLastCommand(QIODevice &file)
 {
-    static const QRegularExpression plain(QStringLiteral("^[\\w/.+-]+$"));
-    QByteArray script = file.read(largestScript);
-    const bool isSet = script.contains("PATH=") || !file.atEnd();
-    QByteArrayList lines = script.replace("\\\n", " ").split('\n');
-    const bool isShell = lines.first().contains("sh");
-    while (!lines.isEmpty() && (lines.last().trimmed().isEmpty() || lines.last().startsWith('#'))) {
-        lines.removeLast();
+    static const QRegularExpression plain(QStringLiteral("^/?[\\w.+][\\w.+-]*(/[\\w.+-]+)*$"));
+    static const QRegularExpression before(QStringLiteral("PATH=|\\b(exec|exit|return|source)\\b|\\n\\s*\\. "));
+    QByteArray script = file.read(largestScript).trimmed();
+    while (script.lastIndexOf('\n') >= 0 && script.mid(script.lastIndexOf('\n') + 1).startsWith('#')) {
+        script = script.left(script.lastIndexOf('\n')).trimmed();
     }
-    QByteArrayList words = lines.value(lines.size() - 1).split(' ');
+    script.replace("\\\n", " ");
+    const int last = script.lastIndexOf('\n') + 1;
+    QByteArrayList words = script.mid(last).split(' ');
     words.removeAll(QByteArray());
-    if (!isShell || isSet || !m_hasSystem || words.value(0) != "exec" || lines.last().startsWith(' ')) {
+    if (!m_hasSystem || !file.atEnd() || !script.left(script.indexOf('\n')).contains("sh") || words.value(0) != "exec"
+        || script.at(last) == ' ' || before.match(QString::fromUtf8(script.left(last))).hasMatch()) {
         return {};
     }
     const bool isJovRun = words.value(1).endsWith("jov-run");
     for (const QByteArray &word : {words.value(1), isJovRun ? words.value(words.indexOf("--") + 1) : QByteArray()}) {
-        const bool isName = plain.match(QString::fromUtf8(word)).hasMatch() && !word.startsWith('-')
+        const bool isName = plain.match(QString::fromUtf8(word)).hasMatch()
+            && word.contains('/') == word.startsWith('/')
             && !hasApplet(RootFile(QByteArrayLiteral("/bin/busybox")), word);
         const std::optional<Fault> fault =
             isName && word != "exec" ? checkInterpreter(inPath(word), 0) : std::optional<Fault>();
