@@ -15,6 +15,9 @@
 
 #include <algorithm>
 #include <ctime>
+#include <functional>
+
+#include <link.h>
 
 namespace {
 
@@ -162,6 +165,25 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(folder));
         QVERIFY(QFile::rename(root.path(library.filePath()), folder + library.fileName()));
         QCOMPARE(checkTerminal().errors(), 0);
+
+        // Damages that the kernel does not see.
+        using Segment = ElfW(Phdr);
+        const QByteArray whole = root.read("/usr/lib/JovApplication/b"_s);
+        const std::function<void(Segment &)> damages[] = {[](Segment &dynamic) { dynamic.p_type = PT_NOTE; },
+                                                          [](Segment &dynamic) { dynamic.p_flags |= PF_X; },
+                                                          [](Segment &dynamic) { dynamic.p_vaddr += sizeof(void *); }};
+        for (const auto &damage : damages) {
+            QByteArray program = whole;
+            auto *segments = reinterpret_cast<Segment *>(program.data() + sizeof(ElfW(Ehdr)));
+            damage(*std::find_if(segments, segments + 20, [](const Segment &one) { return one.p_type == PT_DYNAMIC; }));
+            root.write("/usr/lib/JovApplication/b"_s, program);
+            QCOMPARE(checkTerminal().findings.sorted().first().rule, Rule::ProgramDamaged);
+        }
+        root.write("/usr/lib/JovApplication/b"_s, whole);
+        QFile versioned(folder + library.fileName());
+        QVERIFY(versioned.open(QIODevice::ReadWrite) && versioned.seek(EI_ABIVERSION) && versioned.write("\5", 1) == 1);
+        versioned.close();
+        QCOMPARE(checkTerminal().findings.sorted().first().rule, Rule::LibraryMissing);
     }
 
     void largeSet_data()
