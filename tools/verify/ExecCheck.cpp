@@ -335,26 +335,23 @@ std::optional<ExecCheck::Fault> ExecCheck::checkLastCommand(QIODevice &file)
 {
     static const QRegularExpression plain(QStringLiteral("^/?[\\w.+][\\w.+-]*(/[\\w.+-]+)*$"));
     static const QRegularExpression before(QStringLiteral("PATH=|\\b(exec|exit|return|source)\\b|\\n\\s*\\. "));
-    QByteArray script = file.read(largestScript).trimmed();
-    while (script.lastIndexOf('\n') >= 0 && script.mid(script.lastIndexOf('\n') + 1).startsWith('#')) {
-        script = script.left(script.lastIndexOf('\n')).trimmed();
+    QByteArrayList lines = file.read(largestScript).replace("\\\n", " ").split('\n');
+    const bool isShell = lines.first().contains("sh");
+    while (!lines.isEmpty() && (lines.last().trimmed().isEmpty() || lines.last().startsWith('#'))) {
+        lines.removeLast();
     }
-    script.replace("\\\n", " ");
-    const int last = script.lastIndexOf('\n') + 1;
-    QByteArrayList words = script.mid(last).split(' ');
-    words.removeAll(QByteArray());
-    if (!m_hasSystem || !file.atEnd() || !script.left(script.indexOf('\n')).contains("sh") || words.value(0) != "exec"
-        || script.at(last) == ' ' || before.match(QString::fromUtf8(script.left(last))).hasMatch()) {
+    QByteArrayList words = lines.isEmpty() ? QByteArrayList() : lines.takeLast().split(' ');
+    if (!m_hasSystem || !isShell || !file.atEnd() || words.value(0) != "exec"
+        || before.match(QString::fromUtf8(lines.join('\n'))).hasMatch()) {
         return {};
     }
+    words.removeAll(QByteArray());
     const bool isJovRun = words.value(1).endsWith("jov-run");
     for (const QByteArray &word : {words.value(1), isJovRun ? words.value(words.indexOf("--") + 1) : QByteArray()}) {
-        const bool isName = plain.match(QString::fromUtf8(word)).hasMatch()
-            && word.contains('/') == word.startsWith('/')
-            && !hasApplet(RootFile(QByteArrayLiteral("/bin/busybox")), word);
-        const std::optional<Fault> fault =
-            isName && word != "exec" ? checkInterpreter(inPath(word), 0) : std::optional<Fault>();
-        if (fault) {
+        const bool isName = plain.match(QString::fromUtf8(word)).hasMatch() && word != "exec"
+            && word.contains('/') == word.startsWith('/');
+        const std::optional<Fault> fault = isName ? checkInterpreter(inPath(word), 0) : std::optional<Fault>();
+        if (fault && !hasApplet(RootFile(QByteArrayLiteral("/bin/busybox")), word)) {
             return Fault{Rule::ScriptCommand,
                          QStringLiteral("it executes ") + fault->message.section(QLatin1Char(' '), 2),
                          QStringLiteral("install the program, or correct the last line")};
