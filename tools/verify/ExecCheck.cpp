@@ -353,7 +353,8 @@ std::optional<ExecCheck::Fault> ExecCheck::checkLastCommand(QIODevice &file)
         const std::optional<Fault> fault = isName ? checkInterpreter(inPath(word), 0) : std::optional<Fault>();
         if (fault && !hasApplet(RootFile(QByteArrayLiteral("/bin/busybox")), word)) {
             return Fault{Rule::ScriptCommand,
-                         QStringLiteral("it executes ") + fault->message.section(QLatin1Char(' '), 2),
+                         QStringLiteral("its last line executes %1, which %2")
+                             .arg(quoted(word), fault->message.section(QStringLiteral("' "), 1)),
                          QStringLiteral("install the program, or correct the last line")};
         }
     }
