@@ -46,7 +46,8 @@ LogProgram::~LogProgram()
 int LogProgram::open()
 {
     const int end = ::open(pathOf(m_writeEnd).constData(), O_WRONLY | O_CLOEXEC);
-    if (end >= 0 && !m_process.isRunning()) {
+    // A launch may shorten the time until the next start, but not put it off.
+    if (end >= 0 && !m_process.isRunning() && (!m_pause.isActive() || m_pause.remainingTime() > afterLaunch)) {
         m_pause.start(afterLaunch);
     }
     return end;

@@ -316,7 +316,7 @@ private Q_SLOTS:
         sinceLaunch.start();
         openModuleOutput(Parameters::read({{"module_output"_s, "|echo >$JOV_ROOT/begun"_s}}).moduleOutput, "M"_s, log,
                          output);
-        QTRY_VERIFY(QFile::exists(m_root.path("/begun"_s)));
+        QTRY_VERIFY((output.reset(log->open()), QFile::exists(m_root.path("/begun"_s)))); // more launches
         QVERIFY(sinceLaunch.elapsed() >= 450);
         m_root.write("/large"_s, QByteArray(70000, '.'));
         const mode_t mask = umask(077);
