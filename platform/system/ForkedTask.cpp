@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -54,7 +55,7 @@ ForkedTask::~ForkedTask()
 bool ForkedTask::start(const Work &work)
 {
     int ends[2] = {-1, -1};
-    if (isRunning() || pipe2(ends, O_CLOEXEC) != 0) {
+    if (isRunning() || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
     }
     sigset_t all;

@@ -39,6 +39,8 @@ public:
     /// False if the process cannot be created; then done() is not emitted.
     bool start(const Work &work);
     [[nodiscard]] bool isRunning() const { return m_pid > 0; }
+    /// What is written here can be read from the task's output, while it is running.
+    [[nodiscard]] int connection() const { return m_output.number(); }
     /// Waits without the event loop until the task has ended, and done() was emitted. False after `limit` milliseconds.
     bool wait(int limit);
     /// The task is to come to its end, if it looks at isCutOff().

@@ -1,8 +1,11 @@
 #include "module/LogProgram.h"
 
 #include "contract/ExitText.h"
+#include "module/PostponedLogPrograms.h"
 
 #include <jov/Log.h>
+
+#include <QFile>
 
 #include <algorithm>
 
@@ -13,13 +16,6 @@ namespace {
 constexpr int afterLaunch = 500; // milliseconds
 constexpr int shortestPause = 1000;
 constexpr int longestPause = 60000;
-constexpr mode_t permissions = 027; // its umask: what modules print is not for everybody
-
-QByteArray pathOf(const Descriptor &end)
-{
-    return "/proc/self/fd/" + QByteArray::number(end.number());
-}
-
 } // namespace
 
 LogProgram::LogProgram(const QString &module, const QString &command)
@@ -40,7 +36,13 @@ LogProgram::~LogProgram()
     if (m_pause.isActive()) {
         start(); // for what is in the pipe
     }
+    PostponedLogPrograms::instance().remove(m_readEnd.number());
     m_process.letGo();
+}
+
+QByteArray LogProgram::pathOf(const Descriptor &end)
+{
+    return "/proc/self/fd/" + QByteArray::number(end.number());
 }
 
 int LogProgram::open()
@@ -48,7 +50,11 @@ int LogProgram::open()
     const int end = ::open(pathOf(m_writeEnd).constData(), O_WRONLY | O_CLOEXEC);
     // A launch may shorten the time until the next start, but not put it off.
     if (end >= 0 && !m_process.isRunning() && (!m_pause.isActive() || m_pause.remainingTime() > afterLaunch)) {
-        m_pause.start(afterLaunch);
+        if (postpone()) {
+            m_pause.start(afterLaunch);
+        } else {
+            start();
+        }
     }
     return end;
 }
@@ -61,9 +67,11 @@ void LogProgram::start()
     command.program = QStringLiteral("/bin/sh");
     command.arguments = QStringList{QStringLiteral("-c"), m_command};
     command.workingDirectory = QStringLiteral("/");
-    command.mask = permissions;
+    command.mask = mask;
     command.input = pathOf(m_readEnd);
-    m_process.start(command);
+    if (m_process.start(command)) {
+        PostponedLogPrograms::instance().remove(m_readEnd.number());
+    }
 }
 
 void LogProgram::processFailed(QProcess::ProcessError error)
@@ -82,7 +90,13 @@ void LogProgram::startLater(const QString &reason)
 {
     const bool ranWell = m_sinceStart.elapsed() > longestPause;
     m_lastPause = ranWell ? shortestPause : std::clamp(2 * m_lastPause, shortestPause, longestPause);
+    postpone();
     m_pause.start(m_lastPause);
     Log::warning("module_output of %1: the log program has ended (%2), next start in %3 s", m_module, reason,
                  m_lastPause / 1000);
+}
+
+bool LogProgram::postpone()
+{
+    return PostponedLogPrograms::instance().add(m_readEnd.number(), QFile::encodeName(m_command));
 }

@@ -13,7 +13,8 @@
  * Both ends of the pipe are held here, so that a module never writes to a pipe without a reader while the daemon lives,
  * and what it has written waits for the next log program when one has ended. A log program is started shortly after the
  * launch of the module, so that it does not take the processor from the start-up, and again after a pause when it has
- * ended. It is never killed: it reads the end of the file when this object and the module are gone.
+ * ended; if the daemon ends before, PostponedLogPrograms starts it. It is never killed: it reads the end of the file
+ * when this object and the module are gone.
  */
 class LogProgram final : private ChildProcess::Listener
 {
@@ -22,6 +23,10 @@ public:
     ~LogProgram();
     LogProgram(const LogProgram &) = delete;
     LogProgram &operator=(const LogProgram &) = delete;
+
+    static constexpr mode_t mask = 027; ///< its umask: what modules print is not for everybody
+    /// Another process that opens it has a description of its own.
+    [[nodiscard]] static QByteArray pathOf(const Descriptor &end);
 
     [[nodiscard]] QString command() const { return m_command; }
     /// Has it started if it does not run. A new description of the end to write to: modules that shared one would share
@@ -33,6 +38,7 @@ private:
     void processFinished(int exitCode, QProcess::ExitStatus exitStatus) override;
     void start();
     void startLater(const QString &reason);
+    bool postpone();
 
     const QString m_module;
     const QString m_command;

@@ -31,6 +31,19 @@ int openAppending(const QByteArray &name)
     return open(name.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions);
 }
 
+/// Changes nothing that is right already: for a new file each change costs as much as its creation.
+void giveToReaders(int file, const struct stat &status)
+{
+    if ((status.st_mode & ALLPERMS) != permissions) {
+        fchmod(file, permissions);
+    }
+    const gid_t group = readersGroup();
+    if (group != gid_t(-1) && group != status.st_gid) {
+        const int changed = fchown(file, uid_t(-1), group);
+        static_cast<void>(changed); // Only root may.
+    }
+}
+
 /// Most launches find the folder, and a small file.
 int openFile(const QString &path)
 {
@@ -57,9 +70,7 @@ int openFile(const QString &path)
         }
     }
     if (status.st_size == 0) {
-        fchmod(file.number(), permissions);
-        const int changed = fchown(file.number(), uid_t(-1), readersGroup());
-        static_cast<void>(changed); // Only root may.
+        giveToReaders(file.number(), status);
     }
     return fcntl(file.number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1); // the other one is closed
 }

@@ -1,0 +1,121 @@
+#include "module/PostponedLogPrograms.h"
+
+#include "module/LogProgram.h"
+#include "system/Descriptor.h"
+#include "system/Spawn.h"
+
+#include <cstring>
+#include <map>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace {
+
+/// Of a message: the read end itself and the command come with it, or the program is no longer put off.
+struct Header
+{
+    int readEnd = -1;
+    int commandSize = 0;
+};
+
+/// Room for one descriptor.
+union Control {
+    cmsghdr header;
+    char bytes[CMSG_SPACE(sizeof(int))];
+};
+
+struct Program
+{
+    Descriptor readEnd;
+    QByteArray command;
+};
+
+/// False at the end of the daemon.
+bool receive(int connection, std::map<int, Program> &programs)
+{
+    Header header;
+    Control control{};
+    iovec text{&header, sizeof header};
+    msghdr message{nullptr, 0, &text, 1, &control, sizeof control, 0};
+    if (recvmsg(connection, &message, MSG_WAITALL | MSG_CMSG_CLOEXEC) != sizeof header) {
+        return false;
+    }
+    const cmsghdr *const rights = CMSG_FIRSTHDR(&message);
+    if (!rights) {
+        programs.erase(header.readEnd);
+        return true;
+    }
+    Program &program = programs[header.readEnd];
+    int number = -1;
+    std::memcpy(&number, CMSG_DATA(rights), sizeof number);
+    program.readEnd.reset(number);
+    program.command.resize(header.commandSize);
+    return recv(connection, program.command.data(), std::size_t(header.commandSize), MSG_WAITALL) == header.commandSize;
+}
+
+/// In the process.
+int startAtEndOfDaemon(int connection)
+{
+    std::map<int, Program> programs;
+    while (receive(connection, programs)) { }
+    umask(LogProgram::mask);
+    for (const auto &[key, program] : programs) {
+        Spawn spawn;
+        spawn.separateGroup();
+        spawn.openInput(LogProgram::pathOf(program.readEnd));
+        spawn.discardOutput();
+        spawn.changeDirectory("/");
+        pid_t pid = 0;
+        spawn.run(pid, "/bin/sh", {"/bin/sh", "-c", program.command});
+    }
+    return 0;
+}
+
+} // namespace
+
+PostponedLogPrograms &PostponedLogPrograms::instance()
+{
+    // Never destroyed: log programs may be, until the very end.
+    static PostponedLogPrograms &programs = *new PostponedLogPrograms;
+    return programs;
+}
+
+PostponedLogPrograms::PostponedLogPrograms()
+{
+    QObject::connect(&m_task, &ForkedTask::done, &m_task, [this] { m_readEnds.clear(); });
+}
+
+bool PostponedLogPrograms::add(int readEnd, const QByteArray &command)
+{
+    if (m_readEnds.contains(readEnd)) {
+        return true;
+    }
+    const bool isReady = !m_readEnds.isEmpty() || m_task.start(startAtEndOfDaemon);
+    if (isReady && send(readEnd, command, CMSG_SPACE(sizeof readEnd))) {
+        m_readEnds.insert(readEnd);
+        return true;
+    }
+    return false;
+}
+
+void PostponedLogPrograms::remove(int readEnd)
+{
+    if (m_readEnds.remove(readEnd)) {
+        send(readEnd, {}, 0);
+        if (m_readEnds.isEmpty()) {
+            shutdown(m_task.connection(), SHUT_WR);
+        }
+    }
+}
+
+bool PostponedLogPrograms::send(int readEnd, const QByteArray &command, std::size_t controlSize)
+{
+    Header header{readEnd, command.size()};
+    Control control{};
+    control.header = {CMSG_LEN(sizeof readEnd), SOL_SOCKET, SCM_RIGHTS};
+    std::memcpy(CMSG_DATA(&control.header), &readEnd, sizeof readEnd);
+    iovec texts[] = {{&header, sizeof header}, {const_cast<char *>(command.constData()), std::size_t(command.size())}};
+    const msghdr message{nullptr, 0, texts, 2, &control, controlSize, 0};
+    return sendmsg(m_task.connection(), &message, MSG_NOSIGNAL) == ssize_t(sizeof header) + command.size();
+}
