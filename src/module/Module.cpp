@@ -25,6 +25,8 @@
 
 namespace {
 
+constexpr int lateLimit = 1000; // milliseconds: a busy bus delivers late
+
 /// Industrial mode runs the terminal without its sound and its desk application.
 bool isLeftOutInIndustrialMode(const QString &name)
 {
@@ -297,15 +299,25 @@ void Module::killAsOurOwnDoing()
     m_startPending = false;
     if (m_process.isRunning()) {
         m_ownKill = !m_killedOnStop;
+        m_startKilled.start();
         m_process.kill();
     }
 }
 
 void Module::endOfInitReceived(const JovEvent &event)
 {
-    if (getState() == ModuleState::Starting || !event.getArgument(Events::repeated).toBool()) {
+    const bool isOfAnother = event.getArgument(Events::repeated).toBool() || isLate();
+    if (getState() == ModuleState::Starting || !isOfAnother) {
         slot_endOfInit();
     }
+}
+
+// A process that was killed during its start may have announced itself just before. That would make a module without a
+// process "RUNNING", and no start would launch it.
+bool Module::isLate() const
+{
+    const bool wasKilled = m_startKilled.isValid() && m_startKilled.elapsed() < lateLimit;
+    return getState() == ModuleState::Stopped && (wasKilled || m_context.state.restarting());
 }
 
 void Module::slot_endOfInit()

@@ -259,6 +259,22 @@ private Q_SLOTS:
         QTEST(int(m_module->getState()), "after");
     }
 
+    // Nothing but what comes long after the kill can be somebody else's.
+    void lateAnnouncement()
+    {
+        const auto stateAfter = [this] {
+            m_module->endOfInitReceived(JovEvent("end_of_init_M"_s));
+            return m_module->getState();
+        };
+        m_supervision->state.setRestarting(true);
+        QCOMPARE(stateAfter(), ModuleState::Stopped);
+        m_supervision->state.setRestarting(false);
+        QVERIFY(m_module->begin() && !m_module->stop());
+        QCOMPARE(stateAfter(), ModuleState::Stopped);
+        QTest::qWait(1000);
+        QCOMPARE(stateAfter(), ModuleState::Running);
+    }
+
     void startsOnlyOnce()
     {
         QVERIFY(m_module->start());
