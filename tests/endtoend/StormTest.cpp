@@ -29,9 +29,7 @@ private Q_SLOTS:
         QVERIFY(m_terminal.boot());
         m_names = m_terminal.modules().keys();
         const int descriptors = Processes::descriptors(m_terminal.pid()).size();
-
         calm = false;
-        m_patience.setRemainingTime(longestSilence);
         const QDeadlineTimer over(m_settings.value(1).toInt() * 1000LL);
         while (!over.hasExpired() && !QTest::currentTestFailed()) {
             for (int burst = upTo(3); burst >= 0; --burst) {
@@ -43,17 +41,15 @@ private Q_SLOTS:
             m_terminal.forgetEvents();
         }
         calm = true;
-        const QMap<QString, QList<pid_t>> modules = m_terminal.modules();
         for (const QString &name : qAsConst(m_names)) {
-            kill(modules.value(name, {m_terminal.pid()}).first(), SIGCONT);
+            kill(m_terminal.modules().value(name, {m_terminal.pid()}).first(), SIGCONT);
             m_terminal.addArguments(name, {});
         }
         // An end that was asked for last may still be under way.
         Terminal::wait([this] { return !m_endAsked || !m_terminal.isUp(); }, longestSilence);
         const auto answered = [](const QDBusPendingCall &call) { return call.isFinished(); };
         QVERIFY(Terminal::wait([&] { return std::all_of(m_calls.cbegin(), m_calls.cend(), answered); }, 30000));
-        watch();
-        QCOMPARE(m_terminal.call("restart"_s), QString());
+        QVERIFY(Terminal::wait([this] { return watch(), m_terminal.call("restart"_s).isEmpty(); }));
         QVERIFY(m_terminal.waitForAll("RUNNING"_s));
         QCOMPARE(m_terminal.modules().keys(), m_names);
         // Nor are there dead ones that nobody has reaped; a process that writes the history ends by itself.
@@ -86,8 +82,7 @@ private:
             "--crash-after=40 --crash-signal=SEGV|--crash-after=300 --crash-signal=ABRT|--crash-on-stop|"
             "--stop-after=400|--exit-on-ready|--ready-after=150|--stop-exit-code=3|--chatter|--child|"
             "--child --ignore-stop\n"
-            "10 mute\n"
-            "1 end"_s.split(u'\n');
+            "10 mute\n1 end"_s.split(u'\n');
         int number = upTo(1010);
         const QString line = *std::find_if(kinds.cbegin(), kinds.cend(), [&](const QString &kind) {
             return (number -= kind.section(u' ', 0, 0).toInt()) < 0;
@@ -98,9 +93,8 @@ private:
                                   .replace(u'?', upTo(19) == 0 ? "nobody \u2603'"_s : name)
                                   .replace(u'*', m_names.mid(upTo(8)).join(u','));
         const QStringList list = order.section(u' ', 1).split(u',', Qt::SkipEmptyParts);
-        const QVariantList arguments{list.size() > 1 ? QVariant(list) : QVariant(list.value(0))};
-        const QDBusMessage call =
-            Terminal::message(order.section(u' ', 0, 0), list.isEmpty() ? QVariantList() : arguments);
+        const QVariantList argument{list.size() > 1 ? QVariant(list) : QVariant(list.value(0))};
+        const QDBusMessage call = Terminal::message(order.section(u' ', 0, 0), argument.mid(list.isEmpty() ? 1 : 0));
         if (kind == "call"_s) {
             m_calls.push_back(m_terminal.connection().asyncCall(call));
         } else if (kind == "event"_s) {
@@ -155,8 +149,7 @@ private:
         QVERIFY2(!m_patience.hasExpired(), "no answer any more");
     }
 
-    /// Nothing may take longer than this: two seconds of CPU measuring, killed modules, log archives on a busy machine.
-    static constexpr int longestSilence = 15000;
+    static constexpr int longestSilence = 15000; ///< two seconds of CPU measuring, kills, archives on a busy machine
     const QStringList m_settings = qEnvironmentVariable("JOV_STORM", "1 20"_s).split(u' ');
     QRandomGenerator m_random{m_settings.value(0).toUInt()};
     Terminal m_terminal{
@@ -167,7 +160,7 @@ private:
     QStringList m_names;
     QList<QDBusPendingCall> m_calls;
     QDBusPendingCall m_question = QDBusPendingCall::fromCompletedCall({});
-    QDeadlineTimer m_patience; ///< for the daemon's next answer
+    QDeadlineTimer m_patience{longestSilence}; ///< for the daemon's next answer
     bool m_endAsked = false;
 };
 
