@@ -234,7 +234,8 @@ private Q_SLOTS:
     {
         Terminal terminal("step one 1\nA one");
         redirect(terminal, "cat $JOV_ROOT/say &",
-                 "module_output=|exec cat >>$JOV_ROOT/%n.log\nmodule_output_path=/%n.log");
+                 "module_output=|echo >>$JOV_ROOT/starts && exec cat >>$JOV_ROOT/%n.log\n"
+                 "module_output_path=/%n.log");
         const QByteArray fifo = QFile::encodeName(terminal.root.path("/say"_s));
         QCOMPARE(mkfifo(fifo.constData(), 0600), 0);
         int say = open(fifo.constData(), O_RDWR | O_CLOEXEC);
@@ -242,7 +243,8 @@ private Q_SLOTS:
         const auto arrives = [&](const QByteArray &line) {
             all += line;
             return write(say, line.constData(), size_t(line.size())) == line.size()
-                && Terminal::wait([&] { return terminal.root.read("/A.log"_s) == all; });
+                && Terminal::wait([&] { return terminal.root.read("/A.log"_s) == all; })
+                && (QFile::permissions(terminal.root.path("/A.log"_s)) & 0x0077) == 0x0040;
         };
         const auto log = [&] {
             const QList<pid_t> children = Processes::children(terminal.pid());
@@ -258,10 +260,11 @@ private Q_SLOTS:
         };
         QCOMPARE(terminal.startDaemon(), 0);
         QVERIFY(terminal.waitForAll("RUNNING"_s) && outlivesDaemon());
+        QVERIFY(QFile::remove(terminal.root.path("/A.log"_s)));
+        all.clear();
         say = open(fifo.constData(), O_RDWR | O_CLOEXEC);
         QCOMPARE(terminal.startDaemon(), 0);
         QVERIFY(arrives("one\n"));
-        QCOMPARE(int(QFile::permissions(terminal.root.path("/A.log"_s))) & 0x0077, 0x0040);
         for (const auto &[pause, line] : {std::pair(1, "two\n"), std::pair(2, "")}) {
             QTest::qWait(1100 * (pause - 1)); // longer than the shortest pause
             QVERIFY(log() > 0);
@@ -275,6 +278,7 @@ private Q_SLOTS:
         QCOMPARE(terminal.call("startModule"_s, {"A"_s}), "true"_s);
         QVERIFY(Terminal::wait([&] { return log() > 0; }) && arrives("more\n")); // the next one, and its reader
         QVERIFY(outlivesDaemon());
+        QCOMPARE(terminal.root.read("/starts"_s).size(), 4);
     }
 };
 
