@@ -16,6 +16,7 @@ namespace {
 constexpr int afterLaunch = 500; // milliseconds
 constexpr int shortestPause = 1000;
 constexpr int longestPause = 60000;
+
 } // namespace
 
 LogProgram::LogProgram(const QString &module, const QString &command)

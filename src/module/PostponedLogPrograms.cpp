@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr int longestCommand = 16384; // bytes: of a longer one, a part might be sent
+
 /// Of a message: the read end itself and the command come with it, or the program is no longer put off.
 struct Header
 {
@@ -92,11 +94,13 @@ bool PostponedLogPrograms::add(int readEnd, const QByteArray &command)
         return true;
     }
     const bool isReady = !m_readEnds.isEmpty() || m_task.start(startAtEndOfDaemon);
-    if (isReady && send(readEnd, command, CMSG_SPACE(sizeof readEnd))) {
-        m_readEnds.insert(readEnd);
-        return true;
+    m_readEnds.insert(readEnd);
+    const bool isSent =
+        isReady && command.size() <= longestCommand && send(readEnd, command, CMSG_SPACE(sizeof readEnd));
+    if (!isSent) {
+        remove(readEnd);
     }
-    return false;
+    return isSent;
 }
 
 void PostponedLogPrograms::remove(int readEnd)
