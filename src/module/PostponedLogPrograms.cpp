@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr int endTime = 1000; // milliseconds
 constexpr int longestCommand = 16384; // bytes: of a longer one, a part might be sent
 
 /// Of a message: the read end itself and the command come with it, or the program is no longer put off.
@@ -93,7 +94,8 @@ bool PostponedLogPrograms::add(int readEnd, const QByteArray &command)
     if (m_readEnds.contains(readEnd)) {
         return true;
     }
-    const bool isReady = !m_readEnds.isEmpty() || m_task.start(startAtEndOfDaemon);
+    // The one before may be about to end.
+    const bool isReady = !m_readEnds.isEmpty() || (m_task.wait(endTime) && m_task.start(startAtEndOfDaemon));
     m_readEnds.insert(readEnd);
     const bool isSent =
         isReady && command.size() <= longestCommand && send(readEnd, command, CMSG_SPACE(sizeof readEnd));
