@@ -252,6 +252,12 @@ private Q_SLOTS:
                                             [](pid_t child) { return Processes::commandLine(child) == "cat"; });
             return found == children.end() ? 0 : *found;
         };
+        const auto killLog = [&](int pause) {
+            const int from = terminal.log().size();
+            const pid_t pid = log();
+            const auto line = "the log program has ended (killed by SIGTERM), next start in %1 s"_s.arg(pause);
+            return pid > 0 && ::kill(pid, SIGTERM) == 0 && terminal.waitForLog(line, from);
+        };
         const auto starts = [&] {
             QFile::remove(terminal.root.path("/A.log"_s));
             all.clear();
@@ -266,17 +272,12 @@ private Q_SLOTS:
         };
         QVERIFY(starts() && outlivesDaemon());
         QVERIFY(starts() && Terminal::wait([&] { return log() > 0; }));
-        ::kill(log(), SIGTERM);
-        QVERIFY(terminal.waitForLog("next start in 1 s"_s) && outlivesDaemon());
+        QVERIFY(killLog(1) && outlivesDaemon());
         QVERIFY(starts());
         QVERIFY(arrives("one\n"));
         for (const auto &[pause, line] : {std::pair(1, "two\n"), std::pair(2, "")}) {
             QTest::qWait(1100 * (pause - 1)); // longer than the shortest pause
-            QVERIFY(log() > 0);
-            ::kill(log(), SIGTERM);
-            QVERIFY(
-                terminal.waitForLog("the log program has ended (killed by SIGTERM), next start in %1 s"_s.arg(pause)));
-            QVERIFY(arrives(line));
+            QVERIFY(killLog(pause) && arrives(line));
         }
         kill(terminal, "A"_s, SIGKILL); // in silence: an emulator reports others in its output
         QTRY_VERIFY(history().at(0)["reason"_s]["output"_s].toVariant().toStringList().endsWith("two"_s));
