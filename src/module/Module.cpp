@@ -25,8 +25,6 @@
 
 namespace {
 
-constexpr int lateLimit = 1000; // milliseconds: a busy bus delivers late
-
 /// Industrial mode runs the terminal without its sound and its desk application.
 bool isLeftOutInIndustrialMode(const QString &name)
 {
@@ -299,7 +297,6 @@ void Module::killAsOurOwnDoing()
     m_startPending = false;
     if (m_process.isRunning()) {
         m_ownKill = !m_killedOnStop;
-        m_startKilled.start();
         m_process.kill();
     }
 }
@@ -313,11 +310,10 @@ void Module::endOfInitReceived(const JovEvent &event)
 }
 
 // A process that was killed during its start may have announced itself just before. That would make a module without a
-// process "RUNNING", and no start would launch it.
+// process "RUNNING", and the start that is to come would not launch it.
 bool Module::isLate() const
 {
-    const bool wasKilled = m_startKilled.isValid() && m_startKilled.elapsed() < lateLimit;
-    return getState() == ModuleState::Stopped && (wasKilled || m_context.state.restarting());
+    return getState() == ModuleState::Stopped && (m_startPending || m_context.state.restarting());
 }
 
 void Module::slot_endOfInit()

@@ -31,8 +31,8 @@ class JovEvent;
  *     any other            stop()                                       STOPPED, killed
  *     any                  the process ends                             STOPPED; a crash runs the crash policy
  *
- * An announcement that a module repeats, since the bus was away, is ignored unless the module waits for it; so is that
- * of a process that was killed during its start.
+ * An announcement that a module repeats, since the bus was away, is ignored unless the module waits for it; so is one
+ * that comes when a start is certain to follow, as a process that was killed before has sent it.
  *
  * start() and stop() return when the module has settled; until then the event loop runs (WaitLoop). Callers must expect
  * any module's state to have changed, this one's included. A wait is bound to one run of the process;
@@ -118,7 +118,6 @@ private:
     ChildProcess m_process{*this};
     std::unique_ptr<LogProgram> m_logProgram; ///< since the first launch that needed one
     QElapsedTimer m_startTimer; ///< since the last launch, or since the last stop began
-    QElapsedTimer m_startKilled; ///< since a kill of a process that may not have announced itself
     qint64 m_stopTime = 0; ///< what the last stop took, in milliseconds
     quint64 m_run = 0; ///< counts launches
     Ahead m_ahead = Ahead::No; ///< what beginAhead() has done, until somebody takes the result

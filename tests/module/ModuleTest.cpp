@@ -194,6 +194,7 @@ private Q_SLOTS:
         elapsed.start();
         makeModule<Module>(300);
         QVERIFY(elapsed.elapsed() < 1000);
+        QTimer::singleShot(0, this, [this] { m_module->endOfInitReceived(JovEvent("end_of_init_M"_s)); });
         QTimer::singleShot(100, this, [debugger] { kill(debugger, SIGKILL); });
         QVERIFY(m_module->start());
         QVERIFY(elapsed.elapsed() >= 90);
@@ -242,37 +243,23 @@ private Q_SLOTS:
         QVERIFY(!state.isRebootRequested() && state.initInProgress());
     }
 
-    void repeatedAnnouncement_data()
+    void announcement_data()
     {
-        columns<int, bool, int>("state", "repeated", "after");
-        row("waited for", int(ModuleState::Starting), true, int(ModuleState::Running));
-        row("stopped", int(ModuleState::Stopped), true, int(ModuleState::Stopped));
-        row("stopping", int(ModuleState::Stopping), true, int(ModuleState::Stopping));
-        row("new", int(ModuleState::Stopped), false, int(ModuleState::Running));
+        columns<int, bool, bool, int>("state", "repeated", "restarting", "after");
+        row("waited for", int(ModuleState::Starting), true, true, int(ModuleState::Running));
+        row("stopped", int(ModuleState::Stopped), true, false, int(ModuleState::Stopped));
+        row("stopping", int(ModuleState::Stopping), true, false, int(ModuleState::Stopping));
+        row("new", int(ModuleState::Stopped), false, false, int(ModuleState::Running));
+        row("of a killed process", int(ModuleState::Stopped), false, true, int(ModuleState::Stopped));
     }
 
-    void repeatedAnnouncement()
+    void announcement()
     {
-        const auto [state, repeated] = cells<int, bool>();
+        const auto [state, repeated, restarting] = cells<int, bool, bool>();
+        m_supervision->state.setRestarting(restarting);
         m_module->setState(ModuleState(state));
         m_module->endOfInitReceived(JovEvent("end_of_init_M"_s, {{"repeated"_s, repeated}}));
         QTEST(int(m_module->getState()), "after");
-    }
-
-    // Nothing but what comes long after the kill can be somebody else's.
-    void lateAnnouncement()
-    {
-        const auto stateAfter = [this] {
-            m_module->endOfInitReceived(JovEvent("end_of_init_M"_s));
-            return m_module->getState();
-        };
-        m_supervision->state.setRestarting(true);
-        QCOMPARE(stateAfter(), ModuleState::Stopped);
-        m_supervision->state.setRestarting(false);
-        QVERIFY(m_module->begin() && !m_module->stop());
-        QCOMPARE(stateAfter(), ModuleState::Stopped);
-        QTest::qWait(1000);
-        QCOMPARE(stateAfter(), ModuleState::Running);
     }
 
     void startsOnlyOnce()
