@@ -103,6 +103,15 @@ InitStep *InitStepChain::getStepAbove(int value) const
     return found == m_byValue.end() ? nullptr : found->second;
 }
 
+QStringList InitStepChain::moduleNames() const
+{
+    QStringList names;
+    for (const auto &[value, step] : m_byValue) {
+        names += step->applications.keys();
+    }
+    return names;
+}
+
 void InitStepChain::clearInitSteps()
 {
     Log::debug("clearInitSteps");

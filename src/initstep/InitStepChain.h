@@ -32,6 +32,8 @@ public:
     [[nodiscard]] InitStep *getStepAbove(int value) const;
     /// The last step, or the only one.
     [[nodiscard]] InitStep *last() const { return lastStep ? lastStep : firstStep; }
+    /// Of all steps, in their order.
+    [[nodiscard]] QStringList moduleNames() const;
     /// Destroys all steps with their forests. Nothing may be waiting inside one.
     void clearInitSteps();
 

@@ -85,6 +85,10 @@ bool ApplicationManager::init_step()
     Log::debug("run");
     // A second daemon does not come so far: its end is none of the terminal's.
     m_blackBox.begin(m_state.parameters().historyFile, m_state.parameters().historySize);
+    const OutputSetting &output = m_state.parameters().moduleOutput;
+    if (output.kind == OutputSetting::Kind::File && !m_state.usesOwnStreams()) {
+        m_outputFiles.createMissing(output, m_inventory.steps().moduleNames());
+    }
     m_progression.begin(readStepFile(JovRoot::rooted(QStringLiteral("/tmp/step"))));
     return true;
 }

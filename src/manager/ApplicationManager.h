@@ -14,6 +14,7 @@
 #include "manager/SettingsAccess.h"
 #include "manager/StartupProgression.h"
 #include "module/CrashPolicy.h"
+#include "module/OutputFiles.h"
 #include "monitoring/MemoryWatchdog.h"
 #include "monitoring/ProcReader.h"
 #include "supervision/RebootRequest.h"
@@ -103,6 +104,7 @@ private:
     Journal m_journal;
     CrashPolicy m_crashes;
     BlackBox m_blackBox;
+    OutputFiles m_outputFiles;
     ParentReport m_parentReport;
     ProcReader m_procReader;
     Inventory m_inventory;

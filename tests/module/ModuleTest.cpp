@@ -1,6 +1,7 @@
 #include "catalogue/ApplicationRecord.h"
 #include "module/ChildReaper.h"
 #include "module/ModuleOutput.h"
+#include "module/OutputFiles.h"
 #include "module/WaitReport.h"
 #include "module/WebClient.h"
 #include "support/DataTable.h"
@@ -325,8 +326,12 @@ private Q_SLOTS:
         const mode_t mask = umask(077);
         openModuleOutput(Parameters::read({{"module_output"_s, "file:/large"_s}}).moduleOutput, "M"_s, log, output);
         umask(0);
-        openModuleOutput(Parameters::read({{"module_output"_s, "file:/new/M"_s}}).moduleOutput, "M"_s, log, output);
+        const OutputSetting own = Parameters::read({{"module_output"_s, "file:/new/%n"_s}}).moduleOutput;
+        OutputFiles files;
+        files.createMissing(own, {"M"_s, "N"_s});
+        openModuleOutput(own, "M"_s, log, output);
         umask(mask);
+        QTRY_COMPARE(int(QFile::permissions(m_root.path("/new/N"_s))) & 0x0077, 0x0040);
         QCOMPARE(int(QFile::permissions(m_root.path("/new"_s))) & 0x0022, 0);
         QCOMPARE(int(QFile::permissions(m_root.path("/large"_s))) & 0x0077, 0x0040);
         QCOMPARE(m_root.read("/large.old"_s).size(), 70000);
