@@ -3,6 +3,8 @@
 
 #include <QtGlobal>
 
+#include <utility>
+
 #include <unistd.h>
 
 /// An open file, directory or end of a pipe, closed with its holder; -1 for none.
@@ -17,6 +19,8 @@ public:
 
     [[nodiscard]] int number() const { return m_number; }
     [[nodiscard]] bool isOpen() const { return m_number >= 0; }
+    /// It is the caller's to close.
+    [[nodiscard]] int release() { return std::exchange(m_number, -1); }
     void reset(int number = -1)
     {
         if (isOpen()) {

@@ -1,11 +1,23 @@
 #include "system/Spawn.h"
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <csignal>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
+
+constexpr int stackSize = 32768;
+constexpr int lastStandardSignal = 31;
+/// As posix_spawn has it. Only seen where the child has its memory for itself, as under an emulator.
+constexpr int notExecuted = 127;
 
 /// What exec takes; it does not change the texts.
 std::vector<char *> pointersTo(const std::vector<QByteArray> &texts)
@@ -26,77 +38,139 @@ bool isOpen(int descriptor)
     return flags >= 0 && !(flags & O_PATH);
 }
 
+bool openAs(int descriptor, const char *path, int flags)
+{
+    close(descriptor); // most often the number that open() then takes
+    const int number = open(path, flags);
+    return number == descriptor || (number >= 0 && dup2(number, descriptor) >= 0 && close(number) == 0);
+}
+
+bool openNull(int descriptor, int flags)
+{
+    return openAs(descriptor, "/dev/null", flags);
+}
+
+/// Those of CLOSE_RANGE_UNSHARE, which is newer than some headers: the table of descriptors becomes the process's own.
+constexpr unsigned unshareTable = 1U << 1;
+
+bool closeFrom(int first, unsigned flags)
+{
+#ifdef SYS_close_range
+    return syscall(SYS_close_range, first, ~0U, flags) == 0;
+#else
+    Q_UNUSED(first)
+    Q_UNUSED(flags)
+    return false;
+#endif
+}
+
 } // namespace
 
-Spawn::Spawn()
+struct Spawn::Child
 {
-    posix_spawn_file_actions_init(&m_actions);
-    posix_spawnattr_init(&m_attributes);
-    sigset_t none;
-    sigset_t all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    posix_spawnattr_setsigmask(&m_attributes, &none);
-    posix_spawnattr_setsigdefault(&m_attributes, &all);
-    posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-}
+    const Spawn &spawn;
+    const char *program;
+    char *const *words;
+    char *const *environment;
+    int error = 0;
+};
 
-Spawn::~Spawn()
+void Spawn::openInput(int descriptor)
 {
-    posix_spawnattr_destroy(&m_attributes);
-    posix_spawn_file_actions_destroy(&m_actions);
-}
-
-void Spawn::separateGroup()
-{
-    // The group's number, 0 from the initialisation, stands for the child's pid.
-    posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
-}
-
-void Spawn::openInput(const QByteArray &path)
-{
-    posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, path.constData(), O_RDONLY, 0);
-}
-
-void Spawn::discardOutput()
-{
-    openNull(STDOUT_FILENO, O_WRONLY);
-    openNull(STDERR_FILENO, O_WRONLY);
-}
-
-void Spawn::takeOutput(int descriptor)
-{
-    posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDERR_FILENO);
-    sigset_t others;
-    sigfillset(&others);
-    sigdelset(&others, SIGPIPE);
-    posix_spawnattr_setsigdefault(&m_attributes, &others);
-}
-
-void Spawn::fillClosedStreams()
-{
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (!isOpen(descriptor)) {
-            openNull(descriptor, O_RDWR);
-        }
-    }
-}
-
-void Spawn::changeDirectory(const QByteArray &directory)
-{
-    posix_spawn_file_actions_addchdir_np(&m_actions, directory.constData());
+    // The kernel makes a new /proc/self for each child, which takes longer than all that is opened there; but only
+    // there may a child look whose caller has more privileges than its user. getpid() can be of another namespace.
+    std::array<char, 16> self = {};
+    const bool isKnown = readlink("/proc/self", self.data(), self.size() - 1) > 0;
+    const QByteArray number = "/fd/" + QByteArray::number(descriptor);
+    m_input = descriptor;
+    m_inputPath = QByteArray("/proc/") + (isKnown ? self.data() : "self") + number;
+    m_otherInputPath = "/proc/self" + number;
 }
 
 int Spawn::run(pid_t &pid, const QByteArray &program, const std::vector<QByteArray> &arguments)
 {
     const std::vector<char *> words = pointersTo(arguments);
     const std::vector<char *> entries = pointersTo(m_environment);
-    return posix_spawn(&pid, program.constData(), &m_actions, &m_attributes, words.data(),
-                       m_environment.empty() ? environ : entries.data());
+    Child child{*this, program.constData(), words.data(), m_environment.empty() ? environ : entries.data()};
+    alignas(std::max_align_t) std::array<char, stackSize> stack;
+    constexpr int flags = CLONE_VM | CLONE_VFORK | SIGCHLD; // This thread goes on after exec, or the end of the child.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before); // A handler in the child would run in our memory.
+    pid_t process = clone(runChild, stack.end(), flags | (m_isolated ? CLONE_FILES : 0), &child);
+    if (process < 0 && errno == EINVAL) {
+        process = clone(runChild, stack.end(), flags, &child); // Emulators do not know CLONE_FILES.
+    }
+    const int error = process < 0 ? errno : child.error;
+    if (process > 0 && error != 0) {
+        while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) { }
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (error == 0) {
+        pid = process;
+    }
+    return error;
 }
 
-void Spawn::openNull(int descriptor, int flags)
+// No memory is allocated from here on: it is that of the caller.
+int Spawn::runChild(void *data)
 {
-    posix_spawn_file_actions_addopen(&m_actions, descriptor, "/dev/null", flags, 0);
+    Child &child = *static_cast<Child *>(data);
+    if (child.spawn.prepareChild()) {
+        execve(child.program, child.words, child.environment);
+    }
+    child.error = errno;
+    _exit(notExecuted);
+}
+
+bool Spawn::prepareChild() const
+{
+    for (int signal = 1; signal <= lastStandardSignal; ++signal) {
+        if (signal != SIGPIPE || m_output < 0) {
+            std::signal(signal, SIG_DFL); // exec keeps ignored ones
+        }
+    }
+    if ((m_separateGroup && setpgid(0, 0) != 0) || !separateDescriptors() || !connectStreams()
+        || (!m_directory.isEmpty() && chdir(m_directory.constData()) != 0)) {
+        return false;
+    }
+    if (m_mask) {
+        umask(*m_mask);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    return sigprocmask(SIG_SETMASK, &none, nullptr) == 0;
+}
+
+bool Spawn::separateDescriptors() const
+{
+    // Only what is below is copied.
+    return !m_isolated || closeFrom(std::max({STDERR_FILENO, m_input, m_output}) + 1, unshareTable)
+        || unshare(CLONE_FILES) == 0;
+}
+
+bool Spawn::connectStreams() const
+{
+    if (m_fillsStreams) {
+        for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+            if (!isOpen(descriptor) && !openNull(descriptor, O_RDWR)) {
+                return false;
+            }
+        }
+    }
+    if (m_input >= 0 && !openAs(STDIN_FILENO, m_inputPath.constData(), O_RDONLY)
+        && !openAs(STDIN_FILENO, m_otherInputPath.constData(), O_RDONLY)) {
+        return false;
+    }
+    if (m_discardsOutput && (!openNull(STDOUT_FILENO, O_WRONLY) || !openNull(STDERR_FILENO, O_WRONLY))) {
+        return false;
+    }
+    if (m_output >= 0 && (dup2(m_output, STDOUT_FILENO) < 0 || dup2(m_output, STDERR_FILENO) < 0)) {
+        return false;
+    }
+    if (m_isolated) {
+        closeFrom(STDERR_FILENO + 1, 0); // An old kernel leaves that to O_CLOEXEC.
+    }
+    return true;
 }

@@ -18,25 +18,6 @@
 
 namespace {
 
-/// The children's umask while it lives.
-class ChildMask
-{
-public:
-    explicit ChildMask(std::optional<mode_t> mask)
-        : m_ownMask(mask ? std::optional(umask(*mask)) : std::nullopt)
-    { }
-    ~ChildMask()
-    {
-        if (m_ownMask) {
-            umask(*m_ownMask);
-        }
-    }
-    Q_DISABLE_COPY(ChildMask)
-
-private:
-    const std::optional<mode_t> m_ownMask;
-};
-
 std::vector<QByteArray> wordsOf(const ChildProcess::Command &command)
 {
     std::vector<QByteArray> words{QFile::encodeName(command.program)};
@@ -46,16 +27,12 @@ std::vector<QByteArray> wordsOf(const ChildProcess::Command &command)
     return words;
 }
 
-/// The path of the children's standard input: a pipe to which nobody writes and which ends with the daemon. Each child
-/// opens it itself, because children that shared one description would share O_NONBLOCK. Empty, with errno, on an
-/// error.
-QByteArray silentInput()
+/// The children's standard input: a pipe to which nobody writes and which ends with the daemon. Each child opens it
+/// itself, because children that shared one description would share O_NONBLOCK. -1, with errno, on an error.
+int silentInput()
 {
     static int ends[2] = {-1, -1};
-    if (ends[0] < 0 && pipe2(ends, O_CLOEXEC) != 0) {
-        return {};
-    }
-    return "/proc/self/fd/" + QByteArray::number(ends[0]);
+    return ends[0] < 0 && pipe2(ends, O_CLOEXEC) != 0 ? -1 : ends[0];
 }
 
 } // namespace
@@ -73,13 +50,15 @@ bool ChildProcess::start(const Command &command)
 {
     m_left.kill();
     m_name = command.name;
-    const QByteArray input = command.input.isEmpty() ? silentInput() : command.input;
-    int error = input.isEmpty() ? errno : 0;
+    const int input = command.input < 0 ? silentInput() : command.input;
+    int error = input < 0 ? errno : 0;
     if (error == 0) {
         Spawn spawn;
         spawn.separateGroup();
+        spawn.isolate();
         spawn.openInput(input);
         spawn.changeDirectory(QFile::encodeName(command.workingDirectory));
+        spawn.setMask(command.mask);
         if (command.output >= 0) {
             spawn.takeOutput(command.output);
         } else if (command.quiet) {
@@ -88,7 +67,6 @@ bool ChildProcess::start(const Command &command)
         const std::vector<QByteArray> words = wordsOf(command);
         // Nothing that the child sends may come before what was sent before its start.
         BusOutbox::flushAll();
-        const ChildMask mask(command.mask);
         error = spawn.run(m_pid, words.front(), words);
     }
     if (error == 0) {

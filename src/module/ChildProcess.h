@@ -17,7 +17,8 @@
  * nothing of its output is ever read. It takes no descriptor: all children read from one pipe that never says anything.
  *
  * The child begins with a clean slate: a process group of its own (the terminal's interrupt key is for the daemon
- * alone, and must not look like a crash of every module), no blocked signals and default handlers.
+ * alone, and must not look like a crash of every module), no blocked signals, default handlers, and no descriptors but
+ * its streams.
  *
  * The end is noticed through the event loop; until then the object is running, also if the child is dead already. A
  * kill reaches the child's whole process group. What an ended child has left in its group is killed before the next
@@ -46,7 +47,7 @@ public:
         std::optional<mode_t> mask; ///< its umask instead of our own
         bool quiet = true; ///< its output goes to /dev/null, else to our own streams
         int output = -1; ///< where it goes instead, if this is open
-        QByteArray input; ///< the path of its standard input instead of the silent pipe
+        int input = -1; ///< what its standard input is instead of the silent pipe, if this is open
     };
 
     explicit ChildProcess(Listener &listener)

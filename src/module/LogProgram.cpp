@@ -13,6 +13,7 @@
 
 namespace {
 
+constexpr int firstNumber = 64; // of the ends that are held: a start copies the descriptors below the module's output
 constexpr int afterLaunch = 500; // milliseconds
 constexpr int shortestPause = 1000;
 constexpr int longestPause = 60000;
@@ -25,8 +26,13 @@ LogProgram::LogProgram(const QString &module, const QString &command)
 {
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) == 0) {
-        m_readEnd.reset(ends[0]);
-        m_writeEnd.reset(ends[1]);
+        const Descriptor readEnd(ends[0]);
+        Descriptor writeEnd(ends[1]);
+        m_readEnd.reset(fcntl(ends[0], F_DUPFD_CLOEXEC, firstNumber));
+        m_writeEnd.reset(fcntl(ends[1], F_DUPFD_CLOEXEC, firstNumber));
+        if (m_readEnd.isOpen() && m_writeEnd.isOpen()) {
+            m_firstEnd.reset(writeEnd.release());
+        }
     }
     m_pause.setSingleShot(true);
     QObject::connect(&m_pause, &QTimer::timeout, &m_pause, [this] { start(); });
@@ -41,14 +47,10 @@ LogProgram::~LogProgram()
     m_process.letGo();
 }
 
-QByteArray LogProgram::pathOf(const Descriptor &end)
-{
-    return "/proc/self/fd/" + QByteArray::number(end.number());
-}
-
 int LogProgram::open()
 {
-    const int end = ::open(pathOf(m_writeEnd).constData(), O_WRONLY | O_CLOEXEC);
+    const QByteArray path = "/proc/self/fd/" + QByteArray::number(m_writeEnd.number());
+    const int end = m_firstEnd.isOpen() ? m_firstEnd.release() : ::open(path.constData(), O_WRONLY | O_CLOEXEC);
     // A launch may shorten the time until the next start, but not put it off.
     if (end >= 0 && !m_process.isRunning() && (!m_pause.isActive() || m_pause.remainingTime() > afterLaunch)) {
         if (postpone()) {
@@ -69,7 +71,7 @@ void LogProgram::start()
     command.arguments = QStringList{QStringLiteral("-c"), m_command};
     command.workingDirectory = QStringLiteral("/");
     command.mask = mask;
-    command.input = pathOf(m_readEnd);
+    command.input = m_readEnd.number();
     if (m_process.start(command)) {
         PostponedLogPrograms::instance().remove(m_readEnd.number());
     }

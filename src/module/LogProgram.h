@@ -25,12 +25,10 @@ public:
     LogProgram &operator=(const LogProgram &) = delete;
 
     static constexpr mode_t mask = 027; ///< its umask: what modules print is not for everybody
-    /// Another process that opens it has a description of its own.
-    [[nodiscard]] static QByteArray pathOf(const Descriptor &end);
 
     [[nodiscard]] QString command() const { return m_command; }
-    /// Has it started if it does not run. A new description of the end to write to: modules that shared one would share
-    /// O_NONBLOCK. -1, with errno, on an error.
+    /// Has it started if it does not run. A description of the end to write to, for one launch: modules that shared one
+    /// would share O_NONBLOCK. -1, with errno, on an error.
     int open();
 
 private:
@@ -44,6 +42,7 @@ private:
     const QString m_command;
     Descriptor m_readEnd;
     Descriptor m_writeEnd;
+    Descriptor m_firstEnd; ///< for the first launch: /proc takes longer than all else here
     ChildProcess m_process{*this};
     QElapsedTimer m_sinceStart;
     QTimer m_pause; ///< before a start

@@ -4,15 +4,17 @@
 #include "system/Descriptor.h"
 #include "system/Spawn.h"
 
+#include <cerrno>
 #include <cstring>
 #include <map>
 
+#include <poll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 namespace {
 
 constexpr int endTime = 1000; // milliseconds
+constexpr int collectingTime = 20; // a process that each message woke would take the processor from the start-up
 constexpr int longestCommand = 16384; // bytes: of a longer one, a part might be sent
 
 /// Of a message: the read end itself and the command come with it, or the program is no longer put off.
@@ -41,7 +43,13 @@ bool receive(int connection, std::map<int, Program> &programs)
     Control control{};
     iovec text{&header, sizeof header};
     msghdr message{nullptr, 0, &text, 1, &control, sizeof control, 0};
-    if (recvmsg(connection, &message, MSG_WAITALL | MSG_CMSG_CLOEXEC) != sizeof header) {
+    ssize_t size = recvmsg(connection, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    if (size < 0 && errno == EAGAIN) {
+        pollfd end{connection, POLLRDHUP, 0};
+        poll(&end, 1, collectingTime);
+        size = recvmsg(connection, &message, MSG_CMSG_CLOEXEC);
+    }
+    if (size != sizeof header) {
         return false;
     }
     const cmsghdr *const rights = CMSG_FIRSTHDR(&message);
@@ -62,11 +70,12 @@ int startAtEndOfDaemon(int connection)
 {
     std::map<int, Program> programs;
     while (receive(connection, programs)) { }
-    umask(LogProgram::mask);
     for (const auto &[key, program] : programs) {
         Spawn spawn;
         spawn.separateGroup();
-        spawn.openInput(LogProgram::pathOf(program.readEnd));
+        spawn.isolate();
+        spawn.setMask(LogProgram::mask);
+        spawn.openInput(program.readEnd.number());
         spawn.discardOutput();
         spawn.changeDirectory("/");
         pid_t pid = 0;

@@ -139,7 +139,7 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(terminal.root.path("/pid"_s)));
     }
 
-    // A module sees the descriptors that any child of this test sees, and not one more.
+    // A module sees the limits and signals that any child of this test sees, and no descriptor but its streams.
     void inheritedByModules()
     {
         Terminal terminal("step one 1\nA one");
@@ -155,8 +155,10 @@ private Q_SLOTS:
         limit.rlim_cur = limit.rlim_max / 2;
         setrlimit(RLIMIT_NOFILE, &limit);
         QCOMPARE(QProcess::execute(terminal.root.path(script), {}), 0);
-        const QByteArray expected = terminal.root.read(seen);
-        QVERIFY(!expected.isEmpty());
+        QByteArray expected = terminal.root.read(seen);
+        const int descriptors = expected.indexOf("\n0\n") + 1;
+        QVERIFY(descriptors > 0);
+        expected.replace(descriptors, expected.size(), "0\n1\n2\n3\n");
         terminal.root.write(seen, QByteArray());
         terminal.setVariable("NOTIFY_SOCKET"_s, "@nobody"_s);
         terminal.setVariable("WATCHDOG_USEC"_s, "1000000"_s);

@@ -20,6 +20,7 @@
 #include <csignal>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -219,19 +220,23 @@ private Q_SLOTS:
         QTRY_COMPARE(logged("emergency Terminal"_s), 1);
     }
 
-    // What the history records of it, with the end of what it has printed; the mask of the modules is not that of the
-    // daemon.
+    // What the history records of it, with the end of what it has printed; the mask and the descriptors of the modules
+    // are not those of the daemon.
     void crash()
     {
         m_root.write("/out/M"_s, "0\n1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n");
-        m_root.writeScript(program, "sh -c 'kill -PIPE $$'; echo $?; exec sleep 1000");
+        m_root.writeScript(program,
+                           "ls /proc/self/fd >$JOV_ROOT/open; sh -c 'kill -PIPE $$'; echo $?; exec sleep 1000");
         m_root.write("/data/core/core.M"_s, {});
         SupervisionState &state = m_supervision->state;
         state.setParameters(Parameters::read({{"module_output"_s, "file:/out/%n"_s}, {"module_umask"_s, "77"_s}}));
         const mode_t mask = umask(027);
+        const Descriptor notOurs(dup(STDERR_FILENO)); // without O_CLOEXEC
         QVERIFY(m_module->start());
         QCOMPARE(umask(mask), mode_t(027));
         QTRY_VERIFY(m_root.read("/out/M"_s).endsWith("11\n0\n"));
+        QCOMPARE(m_root.read("/open"_s), QByteArray("0\n1\n2\n3\n"));
+        QVERIFY(fcntl(notOurs.number(), F_GETFD) == 0);
         kill(pid(), SIGSEGV);
         QTRY_COMPARE(m_module->getState(), ModuleState::Stopped);
         QVERIFY(m_root.log().filter(QRegularExpression("Process M |emergency"_s)).first().startsWith("error"_s));
