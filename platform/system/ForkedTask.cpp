@@ -1,5 +1,6 @@
 #include "system/ForkedTask.h"
 
+#include "system/CloseRange.h"
 #include "system/LifeSign.h"
 
 #include <QDeadlineTimer>
@@ -11,22 +12,18 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-void closeFrom(unsigned first)
+void closeFrom(int first)
 {
-#ifdef SYS_close_range
-    if (syscall(SYS_close_range, first, ~0U, 0) == 0) {
-        return;
-    }
-#endif
-    constexpr long most = 65536;
-    for (long number = first, end = qMin(sysconf(_SC_OPEN_MAX), most); number < end; ++number) {
-        close(int(number));
+    if (!closeRange(first)) {
+        constexpr long most = 65536;
+        for (long number = first, end = qMin(sysconf(_SC_OPEN_MAX), most); number < end; ++number) {
+            close(int(number));
+        }
     }
 }
 

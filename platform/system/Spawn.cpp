@@ -1,5 +1,7 @@
 #include "system/Spawn.h"
 
+#include "system/CloseRange.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -8,7 +10,6 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,20 +49,6 @@ bool openAs(int descriptor, const char *path, int flags)
 bool openNull(int descriptor, int flags)
 {
     return openAs(descriptor, "/dev/null", flags);
-}
-
-/// Those of CLOSE_RANGE_UNSHARE, which is newer than some headers: the table of descriptors becomes the process's own.
-constexpr unsigned unshareTable = 1U << 1;
-
-bool closeFrom(int first, unsigned flags)
-{
-#ifdef SYS_close_range
-    return syscall(SYS_close_range, first, ~0U, flags) == 0;
-#else
-    Q_UNUSED(first)
-    Q_UNUSED(flags)
-    return false;
-#endif
 }
 
 } // namespace
@@ -146,7 +133,7 @@ bool Spawn::prepareChild() const
 bool Spawn::separateDescriptors() const
 {
     // Only what is below is copied.
-    return !m_isolated || closeFrom(std::max({STDERR_FILENO, m_input, m_output}) + 1, unshareTable)
+    return !m_isolated || closeRange(std::max({STDERR_FILENO, m_input, m_output}) + 1, unshareTable)
         || unshare(CLONE_FILES) == 0;
 }
 
@@ -170,7 +157,7 @@ bool Spawn::connectStreams() const
         return false;
     }
     if (m_isolated) {
-        closeFrom(STDERR_FILENO + 1, 0); // An old kernel leaves that to O_CLOEXEC.
+        closeRange(STDERR_FILENO + 1); // An old kernel leaves that to O_CLOEXEC.
     }
     return true;
 }
