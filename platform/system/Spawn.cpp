@@ -51,6 +51,13 @@ bool openNull(int descriptor, int flags)
     return openAs(descriptor, "/dev/null", flags);
 }
 
+/// valgrind ends the process that asks for it. What it loads into its process tells.
+bool canShareTable()
+{
+    static const bool can = !qgetenv("LD_PRELOAD").contains("vgpreload");
+    return can;
+}
+
 } // namespace
 
 struct Spawn::Child
@@ -85,7 +92,7 @@ int Spawn::run(pid_t &pid, const QByteArray &program, const std::vector<QByteArr
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before); // A handler in the child would run in our memory.
-    pid_t process = clone(runChild, stack.end(), flags | (m_isolated ? CLONE_FILES : 0), &child);
+    pid_t process = clone(runChild, stack.end(), flags | (m_isolated && canShareTable() ? CLONE_FILES : 0), &child);
     if (process < 0 && errno == EINVAL) {
         process = clone(runChild, stack.end(), flags, &child); // Emulators do not know CLONE_FILES.
     }
