@@ -175,6 +175,8 @@ private Q_SLOTS:
         if (foreign == 0) {
             _exit(0);
         }
+        siginfo_t end;
+        QCOMPARE(waitid(P_PID, id_t(foreign), &end, WEXITED | WNOWAIT), 0);
         QVERIFY(m_module->start());
         kill(pid(), SIGTERM);
         QTRY_COMPARE(m_module->getState(), ModuleState::Stopped);
