@@ -12,8 +12,8 @@
 
 namespace {
 
-/// Of the time between two searches: thousands are searched in a tenth of a millisecond.
-constexpr int childrenPerMillisecond = 200;
+/// Of the time between two searches: it takes up to a millisecond to search thousands.
+constexpr int childrenPerMillisecond = 50;
 
 } // namespace
 
