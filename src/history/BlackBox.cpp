@@ -3,7 +3,7 @@
 #include "contract/HistoryNames.h"
 #include "history/BootIdentity.h"
 #include "logger/RecentLines.h"
-#include "system/ReadersGroup.h"
+#include "logger/WriteNow.h"
 
 #include <jov/Log.h>
 
@@ -21,6 +21,7 @@ namespace Key = History::Key;
 namespace {
 
 constexpr int readMost = 64 * 1024; // two of the longest records, and more
+constexpr int notWritten = 128; // added to the error's number
 constexpr int mostModules = 32; // of each cause: every record has them
 constexpr int mostReboots = 1; // records: one of each kind makes five
 /// A clock that shows an earlier time was not set: there was no such program then.
@@ -60,8 +61,7 @@ BlackBox::BlackBox(std::function<int()> step, Limits limits)
 
 void BlackBox::begin(const QString &path, int size)
 {
-    HistoryRing ring(QFile::encodeName(path), off_t(size) * 1024);
-    ring.group = readersGroup();
+    const HistoryRing ring(QFile::encodeName(path), off_t(size) * 1024);
     if (ring.file == m_ring.file) {
         m_ring.half = ring.half;
         return;
@@ -77,9 +77,24 @@ void BlackBox::begin(const QString &path, int size)
     m_state = State::Reading;
     m_hangTimer.start();
     add(History::Kind::start, {{Key::kernel, QSysInfo::kernelVersion()}, {Key::system, BootIdentity::systemVersion()}});
-    if (!m_task.start([this](int output) { return m_ring.sendTail(output, readMost); })) {
-        taskDone({}, errno);
+    if (!m_task.start([this](int output) { return readAndBegin(output); })) {
+        warn("read", qt_error_string(errno));
+        m_hangTimer.stop();
+        m_state = State::Ready;
+        writeNext();
     }
+}
+
+/// In the process of the task: one does for both, because each costs the start-up a copy of the daemon.
+int BlackBox::readAndBegin(int output)
+{
+    QByteArray text;
+    const int readError = m_ring.readTail(text, readMost);
+    readPrevious(text);
+    const int error = m_ring.append(HistoryText::lineOf(nextRecord()));
+    const std::size_t sent = writeAll(output, text.constData(), std::size_t(text.size()));
+    static_cast<void>(sent); // The daemon does without what it does not take.
+    return readError != 0 || error == 0 ? readError : error | notWritten;
 }
 
 void BlackBox::noteStarted(const QJsonObject &boot)
@@ -157,13 +172,18 @@ void BlackBox::writeNext()
     if (m_state != State::Ready || m_queue.isEmpty() || m_task.isRunning()) {
         return;
     }
-    QJsonObject record = m_queue.dequeue();
-    complete(record);
-    const QByteArray line = HistoryText::lineOf(record);
+    const QJsonObject record = nextRecord();
     m_hangTimer.start();
-    if (!m_task.start([this, &line](int) { return m_ring.append(line.constData(), std::size_t(line.size())); })) {
+    if (!m_task.start([this, &record](int) { return m_ring.append(HistoryText::lineOf(record)); })) {
         taskDone({}, errno);
     }
+}
+
+QJsonObject BlackBox::nextRecord()
+{
+    QJsonObject record = m_queue.dequeue();
+    complete(record);
+    return record;
 }
 
 /// With what only the records before it tell.
@@ -198,11 +218,13 @@ void BlackBox::count(const QString &cause, const QString &module)
 void BlackBox::taskDone(const QByteArray &output, int error)
 {
     m_hangTimer.stop();
+    const bool isReading = m_state == State::Reading;
     if (error != 0) {
-        warn(m_state == State::Reading ? "read" : "written", qt_error_string(error));
+        warn(isReading && (error & notWritten) == 0 ? "read" : "written", qt_error_string(error & ~notWritten));
     }
-    if (m_state == State::Reading) {
+    if (isReading) {
         readPrevious(output);
+        nextRecord(); // It is written; what it counts is in the totals from now on.
         m_state = State::Ready;
     }
     writeNext();

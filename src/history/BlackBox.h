@@ -59,9 +59,11 @@ private:
     enum class State { Off, Reading, Ready };
 
     void add(const QString &kind, QJsonObject record);
+    int readAndBegin(int output);
     void taskDone(const QByteArray &output, int error);
     void readPrevious(const QByteArray &text);
     void writeNext();
+    QJsonObject nextRecord();
     void complete(QJsonObject &record);
     void count(const QString &cause, const QString &module = QString());
     void warn(const char *what, const QString &why);

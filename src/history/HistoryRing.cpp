@@ -3,6 +3,7 @@
 #include "contract/HistoryNames.h"
 #include "logger/WriteNow.h"
 #include "system/Descriptor.h"
+#include "system/ReadersGroup.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -39,7 +40,7 @@ int openForAppending(const HistoryRing &ring, Descriptor &file, struct stat &sta
         error = openRegular(ring.file.constData(), flags | O_CREAT, file, status);
         if (error == 0) {
             fchmod(file.number(), filePermissions);
-            const int changed = fchown(file.number(), uid_t(-1), ring.group);
+            const int changed = fchown(file.number(), uid_t(-1), readersGroup());
             static_cast<void>(changed); // Only root may.
         }
     }
@@ -50,6 +51,12 @@ bool isTorn(int file, off_t size)
 {
     char last = '\n';
     return size > 0 && pread(file, &last, 1, size - 1) == 1 && last != '\n';
+}
+
+bool write(const Descriptor &file, const QByteArray &text)
+{
+    const auto size = std::size_t(text.size());
+    return writeAll(file.number(), text.constData(), size) == size;
 }
 
 void syncFolder(const HistoryRing &ring)
@@ -75,12 +82,12 @@ HistoryRing::HistoryRing(const QByteArray &path, off_t size)
     , half(size / 2)
 { }
 
-int HistoryRing::append(const char *line, std::size_t size) const noexcept
+int HistoryRing::append(const QByteArray &line) const
 {
     Descriptor descriptor;
     struct stat status = {};
     int error = openForAppending(*this, descriptor, status);
-    if (error == 0 && status.st_size > 0 && status.st_size + off_t(size) + 1 > half) {
+    if (error == 0 && status.st_size > 0 && status.st_size + line.size() + 1 > half) {
         if (rename(file.constData(), old.constData()) != 0) {
             return errno;
         }
@@ -94,7 +101,7 @@ int HistoryRing::append(const char *line, std::size_t size) const noexcept
         unlink(old.constData());
     }
     const bool torn = isTorn(descriptor.number(), status.st_size);
-    if ((torn && writeAll(descriptor.number(), "\n", 1) != 1) || writeAll(descriptor.number(), line, size) != size) {
+    if ((torn && !write(descriptor, "\n")) || !write(descriptor, line)) {
         error = errno;
         // What of the line was written would only take room.
         const int cut = ftruncate(descriptor.number(), status.st_size);
@@ -110,7 +117,7 @@ int HistoryRing::append(const char *line, std::size_t size) const noexcept
     return 0;
 }
 
-int HistoryRing::sendTail(int output, off_t most) const noexcept
+int HistoryRing::readTail(QByteArray &text, off_t most) const
 {
     Descriptor files[2];
     struct stat status[2] = {};
@@ -123,14 +130,18 @@ int HistoryRing::sendTail(int output, off_t most) const noexcept
         char piece[4096];
         for (off_t at = begins[i]; at < sizes[i];) {
             const ssize_t count = pread(files[i].number(), piece, sizeof piece, at);
-            if (count <= 0 || writeAll(output, piece, std::size_t(count)) != std::size_t(count)) {
+            if (count < 0) {
                 return errno;
             }
+            if (count == 0) {
+                break; // It was cut meanwhile.
+            }
+            text.append(piece, int(count));
             at += count;
         }
         // A torn end would swallow the first line of the next file.
-        if (i == 0 && sizes[0] > 0 && writeAll(output, "\n", 1) != 1) {
-            return errno;
+        if (i == 0 && sizes[0] > 0) {
+            text.append('\n');
         }
     }
     return error == ENOENT ? 0 : error;

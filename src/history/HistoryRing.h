@@ -3,8 +3,6 @@
 
 #include <QByteArray>
 
-#include <cstddef>
-
 #include <sys/types.h>
 
 /**
@@ -12,7 +10,7 @@
  * ever larger than `half`.
  *
  * The functions may only be called in a process that nobody waits for without a limit, because a disk can hang. They
- * are async-signal-safe, so that a forked child may call them.
+ * may be called in a forked child of the daemon, which has one thread.
  */
 struct HistoryRing
 {
@@ -20,7 +18,6 @@ struct HistoryRing
     QByteArray file;
     QByteArray old;
     off_t half = 0;
-    gid_t group = gid_t(-1); ///< of a new file; -1: that of the process
 
     HistoryRing() = default;
     /// `path` is a path of this machine, `size` that of both files together in bytes.
@@ -30,10 +27,10 @@ struct HistoryRing
      * Appends a line, which has to end with a line feed, and writes it to the disk. A last line that was cut by a loss
      * of power is closed first. 0, or the number of the error.
      */
-    [[nodiscard]] int append(const char *line, std::size_t size) const noexcept;
+    [[nodiscard]] int append(const QByteArray &line) const;
 
-    /// Writes the last `most` bytes of both files to `output`, older ones first. 0, or the number of the error.
-    [[nodiscard]] int sendTail(int output, off_t most) const noexcept;
+    /// Adds the last `most` bytes of both files to `text`, older ones first. 0, or the number of the error.
+    [[nodiscard]] int readTail(QByteArray &text, off_t most) const;
 };
 
 #endif

@@ -27,11 +27,6 @@ QByteArray numbered(int number, int padding)
                                 {Key::by, QString(padding, u'x')}});
 }
 
-int append(const HistoryRing &ring, const QByteArray &line)
-{
-    return ring.append(line.constData(), std::size_t(line.size()));
-}
-
 } // namespace
 
 class HistoryTest : public QObject
@@ -64,7 +59,7 @@ private Q_SLOTS:
         QList<int> whole;
         for (int i = 0, cut = 0; i < 1000; ++i) {
             const QByteArray line = numbered(i, i % 200);
-            QCOMPARE(append(ring, line), 0);
+            QCOMPARE(ring.append(line), 0);
             const qint64 fileSize = QFileInfo(m_root.path("/history"_s)).size();
             cut = i % 2 == 0 ? cut : (cut + 1) % line.size();
             if (i % 2 == 1) {
@@ -194,12 +189,12 @@ private Q_SLOTS:
         const HistoryRing ring(QFile::encodeName(m_root.path(path)), 16L * 1024);
         const QByteArray line = numbered(1, 100);
         const mode_t mask = umask(077);
-        QCOMPARE(append(ring, line), 0);
+        QCOMPARE(ring.append(line), 0);
         umask(mask);
         QCOMPARE(int(QFile::permissions(m_root.path(path))) & 0x0077, 0x0040);
         QCOMPARE(int(QFile::permissions(m_root.path("/new"_s))) & 0x0077, 0x0055);
         m_root.write(path + ".old"_s, QByteArray(9000, 'x')); // as of a larger setting
-        QCOMPARE(append(ring, line), 0);
+        QCOMPARE(ring.append(line), 0);
         QVERIFY(!QFile::exists(m_root.path(path + ".old"_s)));
         // The disk is full in the middle of a line: nothing of it is left.
         std::signal(SIGXFSZ, SIG_IGN);
@@ -207,7 +202,7 @@ private Q_SLOTS:
         getrlimit(RLIMIT_FSIZE, &limit);
         const rlimit disk{rlim_t(2 * line.size() + 10), limit.rlim_max};
         setrlimit(RLIMIT_FSIZE, &disk);
-        const int error = append(ring, line);
+        const int error = ring.append(line);
         setrlimit(RLIMIT_FSIZE, &limit);
         QCOMPARE(error, EFBIG);
         QCOMPARE(m_root.read(path), line + line);
