@@ -51,6 +51,21 @@ bool openNull(int descriptor, int flags)
     return openAs(descriptor, "/dev/null", flags);
 }
 
+/// The daemon's directory in /proc, whose numbers can be of another namespace than getpid()'s. To ask for it costs as
+/// much as all else that a start does with descriptors, so a process asks once.
+const QByteArray &ownProcDirectory()
+{
+    static pid_t asker = 0;
+    static QByteArray directory;
+    if (asker != getpid()) {
+        std::array<char, 16> number = {};
+        const bool isKnown = readlink("/proc/self", number.data(), number.size() - 1) > 0;
+        asker = isKnown ? getpid() : 0;
+        directory = QByteArray("/proc/") + (isKnown ? number.data() : "self");
+    }
+    return directory;
+}
+
 /// valgrind ends the process that asks for it. What it loads into its process tells.
 bool canShareTable()
 {
@@ -72,12 +87,10 @@ struct Spawn::Child
 void Spawn::openInput(int descriptor)
 {
     // The kernel makes a new /proc/self for each child, which takes longer than all that is opened there; but only
-    // there may a child look whose caller has more privileges than its user. getpid() can be of another namespace.
-    std::array<char, 16> self = {};
-    const bool isKnown = readlink("/proc/self", self.data(), self.size() - 1) > 0;
+    // there may a child look whose caller has more privileges than its user.
     const QByteArray number = "/fd/" + QByteArray::number(descriptor);
     m_input = descriptor;
-    m_inputPath = QByteArray("/proc/") + (isKnown ? self.data() : "self") + number;
+    m_inputPath = ownProcDirectory() + number;
     m_otherInputPath = "/proc/self" + number;
 }
 
