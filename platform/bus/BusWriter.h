@@ -19,8 +19,9 @@ public:
 
     void align(int boundary)
     {
-        while (m_bytes.size() % boundary != 0) {
-            m_bytes.append('\0');
+        const int rest = m_bytes.size() % boundary;
+        if (rest != 0) {
+            m_bytes.append(boundary - rest, '\0');
         }
     }
     template <typename T>

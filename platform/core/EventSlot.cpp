@@ -10,7 +10,8 @@ std::optional<EventSlot> EventSlot::find(const QObject *receiver, const char *sl
         return std::nullopt;
     }
     // moc's table knows the type of a parameter by its name alone.
-    qRegisterMetaType<JovEvent>("JovEvent");
+    static const int typeOfEvents = qRegisterMetaType<JovEvent>("JovEvent");
+    Q_UNUSED(typeOfEvents)
     const char *signature = *slot == '1' ? slot + 1 : slot;
     const QMetaObject *type = receiver->metaObject();
     const QMetaMethod method = type->method(type->indexOfMethod(QMetaObject::normalizedSignature(signature)));
