@@ -3,16 +3,22 @@
 #include "system/ProcStat.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <set>
 #include <system_error>
 #include <thread>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -22,7 +28,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-pid_t outerProcess = 0;
+int outerIsAlive = -1; ///< the end of a pipe whose other end the outer process holds until its own
 std::string removedRoot;
 std::optional<termios> terminalModes; ///< of before: the inner process may be killed while it edits a line
 
@@ -83,12 +89,58 @@ sigset_t signalSet(std::initializer_list<int> numbers)
     _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
 }
 
+bool isOuterGone()
+{
+    pollfd end{outerIsAlive, 0, 0};
+    return poll(&end, 1, 0) != 0;
+}
+
+bool write(const char *file, const std::string &text)
+{
+    const int descriptor = open(file, O_WRONLY | O_CLOEXEC);
+    const bool done = descriptor >= 0 && ::write(descriptor, text.data(), text.size()) == ssize_t(text.size());
+    close(descriptor);
+    return done;
+}
+
+/// The next child is the first process of a PID namespace. Who is not root needs a namespace of users for that, in
+/// which the numbers of user and group stay the same.
+bool unsharePids()
+{
+    const std::string user = std::to_string(geteuid());
+    const std::string group = std::to_string(getegid());
+    return unshare(CLONE_NEWPID) == 0
+        || (unshare(CLONE_NEWUSER | CLONE_NEWPID) == 0 && write("/proc/self/setgroups", "deny")
+            && write("/proc/self/uid_map", user + ' ' + user + " 1")
+            && write("/proc/self/gid_map", group + ' ' + group + " 1"));
+}
+
+/// In the inner process: /proc shows the new numbers to it and to all that it starts, and to nobody else.
+bool mountProc()
+{
+    return unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
+        && mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
+}
+
+std::string noNamespace()
+{
+    return std::string("the kernel allows no PID namespace: ") + std::strerror(errno) + "; start without --isolate";
+}
+
 } // namespace
 
-bool Guard::begin(const std::string &root)
+std::string Guard::begin(const std::string &root, Processes processes)
 {
+    const bool isIsolated = processes == Processes::InNamespace;
+    int alive[2];
+    if (pipe2(alive, O_CLOEXEC) != 0) {
+        return "cannot make a pipe";
+    }
+    if (isIsolated && !unsharePids()) {
+        return noNamespace();
+    }
     removedRoot = root;
-    outerProcess = getpid();
+    outerIsAlive = alive[0];
     termios modes = {};
     if (tcgetattr(STDIN_FILENO, &modes) == 0) {
         terminalModes = modes;
@@ -101,19 +153,23 @@ bool Guard::begin(const std::string &root)
     if (inner > 0) {
         waitFor(inner, signals);
     }
+    if (inner < 0) {
+        return "cannot start a process";
+    }
+    close(alive[1]);
     const sigset_t child = signalSet({SIGCHLD});
     sigprocmask(SIG_UNBLOCK, &child, nullptr);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    if (inner == 0 && getppid() != outerProcess) {
+    if (isOuterGone()) {
         std::raise(SIGTERM); // it died before we asked
     }
-    return inner == 0;
+    return isIsolated && !mountProc() ? noNamespace() : std::string();
 }
 
 void Guard::end()
 {
-    if (getppid() != outerProcess) {
+    if (isOuterGone()) {
         cleanUp();
     }
 }

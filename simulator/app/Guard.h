@@ -19,12 +19,16 @@
  * If the inner process is killed, the outer one cleans up. If the outer process is killed, the inner one gets SIGTERM,
  * stops the terminal in order and cleans up. If both are killed, the kernel sends SIGTERM to their children (see
  * TerminalProcess): the bus ends, and the supervisor stops its modules itself. Only the root is left then.
+ *
+ * With a PID namespace, the inner process is the first of it: the kernel kills all others with it, whatever they do.
  */
 namespace Guard {
 
-/// Returns in the inner process, or false when there is no process to fork. Call it before any thread is started.
-/// `root` is removed in the end; empty for a root that is kept.
-[[nodiscard]] bool begin(const std::string &root);
+enum class Processes { Shared, InNamespace };
+
+/// Returns in the inner process, or in the only one with what went wrong. Call it before any thread is started. `root`
+/// is removed in the end; empty for a root that is kept.
+[[nodiscard]] std::string begin(const std::string &root, Processes processes);
 /// The end of the inner process: cleans up if the outer process is dead.
 void end();
 /// Kills the children of this process, and the orphans that become its children, until only `spared` are left. Returns

@@ -43,6 +43,7 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     const QString once = QStringLiteral("once");
     const QString force = QStringLiteral("force");
     const QString strict = QStringLiteral("strict");
+    const QString isolate = QStringLiteral("isolate");
     const QString junit = QStringLiteral("junit");
     const QString crash = QStringLiteral("crash");
     const QString after = QStringLiteral("after");
@@ -71,6 +72,9 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
          QStringLiteral("Create the terminal's files in DIR, which must be new or empty, and keep them. If DIR has the "
                         "files of an earlier run, boot them unchanged."),
          directory},
+        {isolate,
+         QStringLiteral("Boot in a PID namespace, so that no process survives even if all of the simulator is killed. "
+                        "Process numbers are then those of the namespace.")},
         {timeout, QStringLiteral("Stop waiting for the boot after S seconds (default: no limit; 120 with --once)."),
          QStringLiteral("S")},
     });
@@ -91,6 +95,7 @@ SimulatorOptions SimulatorOptions::parse(const QStringList &arguments)
     options.once = parser.isSet(once);
     options.force = parser.isSet(force);
     options.strict = parser.isSet(strict);
+    options.isolate = parser.isSet(isolate);
     options.junit = parser.value(junit);
     if (!options.junit.isEmpty() && !options.once) {
         reject(QStringLiteral("--junit needs --once"));

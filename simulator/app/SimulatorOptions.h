@@ -10,6 +10,7 @@ struct SimulatorOptions
     QString terminal; ///< a directory, or the name of one that comes with the simulator; empty for the default one
     QString root; ///< empty for a temporary one
     bool once = false;
+    bool isolate = false; ///< in a PID namespace
     bool force = false; ///< boot in spite of errors in the files
     bool strict = false; ///< warnings about the files are errors
     QString junit; ///< the file for the results of --once; empty for none

@@ -81,8 +81,14 @@ int main(int argc, char **argv)
     const QByteArray path = QFile::encodeName(root.path());
     qputenv("JOV_ROOT", path);
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", QFile::encodeName(root.busAddress()));
-    if (!Guard::begin(root.isKept() ? std::string() : path.toStdString())) {
-        return complain(QStringLiteral("cannot start a process"));
+    const std::string refusal =
+        Guard::begin(root.isKept() ? std::string() : path.toStdString(),
+                     options.isolate ? Guard::Processes::InNamespace : Guard::Processes::Shared);
+    if (!refusal.empty()) {
+        if (!root.isKept()) {
+            QDir(root.path()).removeRecursively();
+        }
+        return complain(QString::fromStdString(refusal));
     }
     const int status = simulate(options, root);
     Guard::end();
