@@ -192,7 +192,8 @@ private Q_SLOTS:
     {
         Terminal terminal("step one 1\nJovWebClient one --ignore-stop");
         terminal.setDaemon(QStringLiteral(QUICK_DAEMON));
-        terminal.root.write("/etc/JovApplication/platform.ini"_s, "[ApplicationManager]\nno_webapp_timer=1\n");
+        terminal.root.write("/etc/JovApplication/platform.ini"_s,
+                            "[ApplicationManager]\nno_webapp_timer=1\nmodule_output=file:/log/%n\n");
         terminal.root.write("/usr/lib/JovApplication/Broken"_s, "no program");
         terminal.root.write("/etc/JovApplication/module/Broken/config.xml"_s,
                             "<config><initStep>one</initStep></config>");
@@ -200,6 +201,7 @@ private Q_SLOTS:
         QVERIFY(terminal.waitForStates("Broken:STARTING JovWebClient:WEB_CLIENT_STARTED"_s));
         QVERIFY(jovctl("status Broken"_s).out.contains("it was not launched"_s));
         QVERIFY(jovctl("start Broken"_s).err.contains("it was not launched"_s));
+        QTRY_VERIFY(jovctl("log Broken"_s).err.contains("the module has printed nothing"_s));
         QVERIFY(jovctl("status JovWebClient"_s).out.contains("not announced its presentation"_s));
         QVERIFY(!jovctl("metrics"_s).out.contains("step_start_seconds{"_s));
     }

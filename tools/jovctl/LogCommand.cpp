@@ -120,6 +120,9 @@ ExitStatus Commands::log(const Arguments &arguments)
     for (const QString &line : lines) {
         Console::writeLine(Console::printable(line));
     }
+    if (lines.isEmpty() && count > 0) {
+        Console::complain(QStringLiteral("%1 is empty: the module has printed nothing").arg(Console::printable(path)));
+    }
     if (follows) {
         Console::flush();
         follow(path);
