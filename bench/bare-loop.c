@@ -3,6 +3,9 @@
  * After SIGTERM: send the stop event, wait for the end, next, the last one first.
  *
  *     bench-bare DIRECTORY/ NAME...
+ *     bench-talking DIRECTORY/ NAME...
+ *
+ * bench-talking (TALKS is 1) has the match rules of the daemon and sends the same messages, also in one write a turn.
  */
 #include <dbus/dbus.h>
 #include <signal.h>
@@ -10,17 +13,77 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 extern char **environ;
 
+static const char eventInterface[] = "com.velmora.Jovara.JovEvent";
+static char collected[4096]; /* what is sent in this turn */
+static size_t collectedSize;
+
+static void collect(DBusMessage *message)
+{
+    static dbus_uint32_t serial = 1U << 24; /* above those of libdbus */
+    char *bytes;
+    int size;
+    dbus_message_set_serial(message, ++serial);
+    dbus_message_marshal(message, &bytes, &size);
+    memcpy(collected + collectedSize, bytes, (size_t)size);
+    collectedSize += (size_t)size;
+    dbus_free(bytes);
+    dbus_message_unref(message);
+}
+
+static void flush(DBusConnection *bus)
+{
+    int socket;
+    if (collectedSize > 0 && dbus_connection_get_socket(bus, &socket)
+        && send(socket, collected, collectedSize, MSG_NOSIGNAL) != (ssize_t)collectedSize) {
+        exit(1);
+    }
+    collectedSize = 0;
+}
+
+static void collectState(const char *name, const char *before, const char *now)
+{
+    if (TALKS) {
+        DBusMessage *message = dbus_message_new_signal("/bare", "com.velmora.Jovara.Inspection", "ModuleStateChanged");
+        dbus_message_append_args(message, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING, &before, DBUS_TYPE_STRING, &now,
+                                 DBUS_TYPE_INVALID);
+        collect(message);
+    }
+}
+
+/* With one named argument, or none. */
+static void collectEvent(const char *event, const char *name, const char *argument)
+{
+    DBusMessage *message = dbus_message_new_signal("/bare", eventInterface, "event");
+    DBusMessageIter arguments;
+    DBusMessageIter map;
+    DBusMessageIter entry;
+    DBusMessageIter value;
+    dbus_message_iter_init_append(message, &arguments);
+    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &event);
+    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &map);
+    if (name) {
+        dbus_message_iter_open_container(&map, DBUS_TYPE_DICT_ENTRY, NULL, &entry);
+        dbus_message_iter_append_basic(&entry, DBUS_TYPE_STRING, &name);
+        dbus_message_iter_open_container(&entry, DBUS_TYPE_VARIANT, "s", &value);
+        dbus_message_iter_append_basic(&value, DBUS_TYPE_STRING, &argument);
+        dbus_message_iter_close_container(&entry, &value);
+        dbus_message_iter_close_container(&map, &entry);
+    }
+    dbus_message_iter_close_container(&arguments, &map);
+    collect(message);
+}
+
 static int isAnnouncement(DBusMessage *message, const char *event)
 {
     DBusMessageIter arguments;
     const char *text = "";
-    if (!dbus_message_is_signal(message, "com.velmora.Jovara.JovEvent", "event")
-        || !dbus_message_iter_init(message, &arguments)
+    if (!dbus_message_is_signal(message, eventInterface, "event") || !dbus_message_iter_init(message, &arguments)
         || dbus_message_iter_get_arg_type(&arguments) != DBUS_TYPE_STRING) {
         return 0;
     }
@@ -58,18 +121,26 @@ static pid_t start(const char *directory, const char *name, const posix_spawn_fi
 static void stop(DBusConnection *bus, const char *name, pid_t pid)
 {
     char event[512];
-    const char *text = event;
-    DBusMessage *message = dbus_message_new_signal("/bare", "com.velmora.Jovara.JovEvent", "event");
-    DBusMessageIter arguments;
-    DBusMessageIter map;
     snprintf(event, sizeof event, "stop_module_%s", name);
-    dbus_message_iter_init_append(message, &arguments);
-    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &text);
-    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &map);
-    dbus_message_iter_close_container(&arguments, &map);
-    dbus_connection_send(bus, message, NULL);
-    dbus_message_unref(message);
+    collectState(name, "RUNNING", "STOPPING");
+    collectEvent(event, NULL, NULL);
+    flush(bus);
     waitpid(pid, NULL, 0);
+    collectState(name, "STOPPING", "STOPPED");
+}
+
+static void subscribe(DBusConnection *bus, char *const *names, int count)
+{
+    enum { mostOwnRules = 128 }; /* of the daemon */
+    const int own = TALKS && count <= mostOwnRules;
+    char rule[1024];
+    for (int i = 0; i < (own ? count : 1); ++i) {
+        snprintf(rule, sizeof rule, "type='signal',interface='%s',member='event'", eventInterface);
+        if (own) {
+            snprintf(rule + strlen(rule), sizeof rule - strlen(rule), ",arg0='end_of_init_%s'", names[i]);
+        }
+        dbus_bus_add_match(bus, rule, NULL);
+    }
 }
 
 int main(int argc, char **argv)
@@ -81,7 +152,7 @@ int main(int argc, char **argv)
     if (!bus || argc < 3) {
         return 1;
     }
-    dbus_bus_add_match(bus, "type='signal',interface='com.velmora.Jovara.JovEvent',member='event'", NULL);
+    subscribe(bus, argv + 2, argc - 2);
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", 0, 0);
     posix_spawnattr_init(&attributes);
@@ -97,12 +168,21 @@ int main(int argc, char **argv)
     for (int i = 2; i < argc; ++i) {
         char event[512];
         snprintf(event, sizeof event, "end_of_init_%s", argv[i]);
+        if (TALKS) {
+            char text[512];
+            snprintf(text, sizeof text, "Starting application %s", argv[i]);
+            collectEvent("init_message", "message", text);
+        }
+        collectState(argv[i], "STOPPED", "STARTING");
+        flush(bus);
         pids[i] = start(argv[1], argv[i], &actions, &attributes);
         waitFor(bus, event);
+        collectState(argv[i], "STARTING", "RUNNING");
     }
     sigwait(&end, &number);
     for (int i = argc - 1; i >= 2; --i) {
         stop(bus, argv[i], pids[i]);
     }
+    flush(bus);
     return 0;
 }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int shortChain = 100;
 
-enum Way { Bare, QtLoop, Daemon, DaemonInForeground, ways };
+enum Way { Bare, Talking, QtLoop, Daemon, DaemonInForeground, ways };
 
 struct Outcome
 {
@@ -25,10 +25,10 @@ using Outcomes = QVector<Outcome>; // one a repetition
 Outcome measure(const Programs &programs, Way way, int modules, bool stops)
 {
     Programs used = programs;
-    if (way == Bare) {
-        used.floor = programs.bareLoop;
+    if (way == Bare || way == Talking) {
+        used.floor = way == Bare ? programs.bareLoop : programs.talkingLoop;
     }
-    const bool isLoop = way == Bare || way == QtLoop;
+    const bool isLoop = way == Bare || way == Talking || way == QtLoop;
     const auto by = way == DaemonInForeground ? MeasuredBoot::By::DaemonInForeground
                                               : (isLoop ? MeasuredBoot::By::Floor : MeasuredBoot::By::Daemon);
     Outcome outcome;
@@ -98,6 +98,15 @@ public:
                 qtLoop > 0 ? figure(qtLoop, 3) : QString()},
                ratios, most);
     }
+    /// The daemon beside a loop that sends the same messages.
+    void addTalking(const QString &what, const QVector<Outcomes> &all, double Outcome::*figureOf)
+    {
+        const QVector<double> ours = values(all.at(Daemon), figureOf);
+        const QVector<double> others = values(all.at(Talking), figureOf);
+        addRow({what + QStringLiteral(", the loop sends the same"), figure(median(ours), 3), figure(median(others), 3),
+                QString()},
+               divided(ours, others), 0);
+    }
     void addRow(QStringList row, const QVector<double> &ratios, double most)
     {
         const double ratio = median(ratios);
@@ -123,9 +132,10 @@ void addShortChain(LeanTable &table, const Programs &programs, int repetitions, 
 {
     const QString where = one ? QStringLiteral("one processor") : QStringLiteral("all processors");
     const QVector<Outcomes> all =
-        measureAll(programs, {Bare, QtLoop, Daemon, DaemonInForeground}, shortChain, repetitions, false);
+        measureAll(programs, {Bare, Talking, QtLoop, Daemon, DaemonInForeground}, shortChain, repetitions, false);
     const QString chain = QStringLiteral("chain of %1, %2: ").arg(shortChain).arg(where);
     table.add(chain + QStringLiteral("ms a module"), all, Daemon, &Outcome::perModule, one ? 1.25 : 0);
+    table.addTalking(chain + QStringLiteral("ms a module"), all, &Outcome::perModule);
     table.add(chain + QStringLiteral("processor time of all, ms"), all, Daemon, &Outcome::tree);
     if (one) {
         table.addMilliseconds(chain + QStringLiteral("processor time of the daemon, ms"),
@@ -136,7 +146,7 @@ void addShortChain(LeanTable &table, const Programs &programs, int repetitions, 
 void addLongChain(LeanTable &table, const Programs &programs, int repetitions, int modules)
 {
     const QVector<Outcomes> few = measureAll(programs, {Bare, Daemon}, shortChain, repetitions, true);
-    const QVector<Outcomes> many = measureAll(programs, {Bare, Daemon}, modules, repetitions, true);
+    const QVector<Outcomes> many = measureAll(programs, {Bare, Talking, Daemon}, modules, repetitions, true);
     const auto growth = [&](Way way) {
         return divided(values(many.at(way), &Outcome::perModule), values(few.at(way), &Outcome::perModule));
     };
@@ -148,6 +158,7 @@ void addLongChain(LeanTable &table, const Programs &programs, int repetitions, i
     table.add(QStringLiteral("stop of %1, one processor: ms a module").arg(shortChain), few, Daemon, &Outcome::stop);
     table.add(QStringLiteral("stop of %1, one processor: ms a module").arg(modules), many, Daemon, &Outcome::stop,
               1.25);
+    table.addTalking(QStringLiteral("stop of %1, one processor: ms a module").arg(modules), many, &Outcome::stop);
 }
 
 } // namespace

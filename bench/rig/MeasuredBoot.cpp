@@ -56,6 +56,7 @@ Programs Programs::beside(const QString &program, const QString &daemon)
     return {daemon.isEmpty() ? installed + QStringLiteral("ApplicationManager") : daemon,
             directory + QStringLiteral("bench-floor"),
             directory + QStringLiteral("bench-bare"),
+            directory + QStringLiteral("bench-talking"),
             directory + QStringLiteral("tiny-module"),
             directory + QStringLiteral("bench-list-server"),
             installed + QStringLiteral("jovctl")};

@@ -17,6 +17,7 @@ struct Programs
     QString daemon;
     QString floor;
     QString bareLoop;
+    QString talkingLoop;
     QString tinyModule;
     QString listServer;
     QString command;
