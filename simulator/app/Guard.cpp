@@ -1,5 +1,6 @@
 #include "app/Guard.h"
 
+#include "system/Descriptor.h"
 #include "system/ProcStat.h"
 
 #include <algorithm>
@@ -92,15 +93,13 @@ sigset_t signalSet(std::initializer_list<int> numbers)
 bool isOuterGone()
 {
     pollfd end{outerIsAlive, 0, 0};
-    return poll(&end, 1, 0) != 0;
+    return poll(&end, 1, 0) > 0;
 }
 
 bool write(const char *file, const std::string &text)
 {
-    const int descriptor = open(file, O_WRONLY | O_CLOEXEC);
-    const bool done = descriptor >= 0 && ::write(descriptor, text.data(), text.size()) == ssize_t(text.size());
-    close(descriptor);
-    return done;
+    const Descriptor opened(open(file, O_WRONLY | O_CLOEXEC));
+    return ::write(opened.number(), text.data(), text.size()) == ssize_t(text.size());
 }
 
 /// The next child is the first process of a PID namespace. Who is not root needs a namespace of users for that, in
