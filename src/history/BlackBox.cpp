@@ -90,6 +90,9 @@ int BlackBox::readAndBegin(int output)
 {
     QByteArray text;
     const int readError = m_ring.readTail(text, readMost);
+    if (ForkedTask::isCutOff()) {
+        return readError; // After that wait a record would have no end.
+    }
     readPrevious(text);
     const int error = m_ring.append(HistoryText::lineOf(nextRecord()));
     const std::size_t sent = writeAll(output, text.constData(), std::size_t(text.size()));
@@ -245,6 +248,7 @@ void BlackBox::hang()
     warn(m_state == State::Reading ? "read" : "written", QStringLiteral("the disk does not answer"));
     m_state = State::Off;
     m_queue.clear();
+    m_task.cutOff();
 }
 
 void BlackBox::warn(const char *what, const QString &why)
