@@ -99,9 +99,9 @@ public:
                ratios, most);
     }
     /// The daemon beside a loop that sends the same messages.
-    void addTalking(const QString &what, const QVector<Outcomes> &all, double Outcome::*figureOf)
+    void addTalking(const QString &what, const QVector<Outcomes> &all, double Outcome::*figureOf, Way way = Daemon)
     {
-        const QVector<double> ours = values(all.at(Daemon), figureOf);
+        const QVector<double> ours = values(all.at(way), figureOf);
         const QVector<double> others = values(all.at(Talking), figureOf);
         addRow({what + QStringLiteral(", the loop sends the same"), figure(median(ours), 3), figure(median(others), 3),
                 QString()},
@@ -114,12 +114,15 @@ public:
         row << figure(ratio) << (most > 0 ? figure(most) : QString()) << (most > 0 ? within(ratio, most) : QString());
         m_table.add(row);
     }
-    /// A figure with a limit of its own.
-    void addMilliseconds(const QString &what, const QVector<double> &milliseconds, double most)
+    /// The limit is one in milliseconds, and not of the ratio.
+    void addSupervisor(const QString &what, const QVector<Outcomes> &all, double most)
     {
-        m_last.add(what, milliseconds);
-        const double middle = median(milliseconds);
-        m_table.add({what, figure(middle, 1), QString(), QString(), QString(), figure(most, 0), within(middle, most)});
+        const QVector<double> ours = values(all.at(DaemonInForeground), &Outcome::supervisor);
+        const QVector<double> bare = values(all.at(Bare), &Outcome::supervisor);
+        m_last.add(what, ours);
+        m_table.add({what, figure(median(ours), 1), figure(median(bare), 1),
+                     figure(median(values(all.at(QtLoop), &Outcome::supervisor)), 1),
+                     figure(median(divided(ours, bare))), figure(most, 0), within(median(ours), most)});
     }
     void print() const { m_table.print(); }
 
@@ -138,8 +141,9 @@ void addShortChain(LeanTable &table, const Programs &programs, int repetitions, 
     table.addTalking(chain + QStringLiteral("ms a module"), all, &Outcome::perModule);
     table.add(chain + QStringLiteral("processor time of all, ms"), all, Daemon, &Outcome::tree);
     if (one) {
-        table.addMilliseconds(chain + QStringLiteral("processor time of the daemon, ms"),
-                              values(all.at(DaemonInForeground), &Outcome::supervisor), 18);
+        const QString supervisor = chain + QStringLiteral("its own processor time, ms");
+        table.addSupervisor(supervisor, all, 18);
+        table.addTalking(supervisor, all, &Outcome::supervisor, DaemonInForeground);
     }
 }
 
