@@ -52,7 +52,7 @@ bool StepTable::read(Findings &findings)
     checkParallel(root, findings);
     for (XmlElement element = root.firstChildElement(step); !element.isNull();
          element = element.nextSiblingElement(step)) {
-        readEntry(element, replay, findings);
+        readEntry(element, root.attribute(parallelAttribute), replay, findings);
     }
     for (XmlElement child = root.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         checkPlaces(child, findings);
@@ -76,7 +76,7 @@ void StepTable::checkPlaces(const XmlElement &parent, Findings &findings) const
     }
 }
 
-void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings)
+void StepTable::readEntry(const XmlElement &element, const QString &parallel, InitStepChain &replay, Findings &findings)
 {
     const QString name = StepsXml::name;
     const QString value = StepsXml::value;
@@ -96,8 +96,11 @@ void StepTable::readEntry(const XmlElement &element, InitStepChain &replay, Find
     checkShown(element, findings);
     // The daemon compares a step with the chain as it is then: a step that was dropped from it has no duplicate.
     entry.isShown = element.attribute(StepsXml::showHomepage) == QLatin1String("true");
+    entry.isParallel = element.attribute(parallelAttribute, parallel) == QLatin1String("true");
     entry.duplicate = isDuplicate(entry, replay, findings);
-    replay.addStep(entry.name, entry.value, entry.isShown);
+    if (InitStep *step = replay.addStep(entry.name, entry.value, entry.isShown)) {
+        step->setParallel(entry.isParallel);
+    }
     if (!m_places.contains(entry.name)) {
         m_places.insert(entry.name, m_listed.size());
     }
@@ -151,7 +154,8 @@ bool StepTable::isDuplicate(const Listed &entry, const InitStepChain &replay, Fi
         return false;
     }
     // The same step again: nothing is lost.
-    if (sameName && step->getValue() == entry.value && step->getShowHomepage() == entry.isShown) {
+    if (sameName && step->getValue() == entry.value && step->getShowHomepage() == entry.isShown
+        && step->isParallel() == entry.isParallel) {
         return true;
     }
     findings.add(Rule::StepDuplicate, m_place.at(entry.line),

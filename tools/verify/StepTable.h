@@ -23,6 +23,7 @@ public:
         int value;
         int line;
         bool isShown = false; ///< the home page
+        bool isParallel = false;
         bool duplicate = false; ///< the chain already had its name or its value
     };
 
@@ -41,7 +42,7 @@ public:
     [[nodiscard]] QStringList names() const;
 
 private:
-    void readEntry(const XmlElement &element, InitStepChain &replay, Findings &findings);
+    void readEntry(const XmlElement &element, const QString &parallel, InitStepChain &replay, Findings &findings);
     void checkPlaces(const XmlElement &parent, Findings &findings) const;
     void checkShown(const XmlElement &element, Findings &findings) const;
     void checkParallel(const XmlElement &element, Findings &findings) const;
