@@ -55,6 +55,16 @@ QByteArray withoutLeading(QByteArray text)
     return text;
 }
 
+/// Whether a script ends with a program that is given by its path, and with its result; not in a list or in a text of
+/// several lines. A name can also be one of the shell.
+bool endsWithPath(const QByteArray &line, const QByteArray &before)
+{
+    static const QRegularExpression several(QStringLiteral("[|&;<>(){}`\\\\]"));
+    static const QRegularExpression open(QStringLiteral("<<|[|&]\\s*$"));
+    return line.startsWith('/') && line.count('"') % 2 == 0 && line.count('\'') % 2 == 0
+        && !several.match(QString::fromUtf8(line)).hasMatch() && !open.match(QString::fromUtf8(before)).hasMatch();
+}
+
 } // namespace
 
 ExecCheck::ExecCheck()
@@ -329,8 +339,8 @@ QByteArray ExecCheck::inPath(const QByteArray &command)
     return command.contains('/') ? command : "/usr/bin/" + command;
 }
 
-/// The last command of a shell script if it is "exec PROGRAM", and nothing before it may end the script or change where
-/// programs are found. With jov-run there is a second program, behind "--".
+/// The last command of a shell script if it is "exec PROGRAM" or "/PATH", and nothing before it may end the script or
+/// change where programs are found. With jov-run there is a second program, behind "--".
 std::optional<ExecCheck::Fault> ExecCheck::checkLastCommand(QIODevice &file)
 {
     static const QRegularExpression plain(QStringLiteral("^/?[\\w.+][\\w.+-]*(/[\\w.+-]+)*$"));
@@ -340,14 +350,18 @@ std::optional<ExecCheck::Fault> ExecCheck::checkLastCommand(QIODevice &file)
     while (!lines.isEmpty() && (lines.last().trimmed().isEmpty() || lines.last().startsWith('#'))) {
         lines.removeLast();
     }
-    QByteArrayList words = lines.isEmpty() ? QByteArrayList() : lines.takeLast().split(' ');
-    if (!m_hasSystem || !isShell || !file.atEnd() || words.value(0) != "exec"
-        || before.match(QString::fromUtf8(lines.join('\n'))).hasMatch()) {
+    const QByteArray last = lines.isEmpty() ? QByteArray() : lines.takeLast();
+    const QByteArray text = lines.join('\n');
+    QByteArrayList words = last.split(' ');
+    const bool isExec = words.first() == "exec";
+    if (!m_hasSystem || !isShell || !file.atEnd() || !(isExec || endsWithPath(last, text))
+        || before.match(QString::fromUtf8(text)).hasMatch()) {
         return {};
     }
     words.removeAll(QByteArray());
-    const bool isJovRun = words.value(1).endsWith("jov-run");
-    for (const QByteArray &word : {words.value(1), isJovRun ? words.value(words.indexOf("--") + 1) : QByteArray()}) {
+    const QByteArray program = words.value(isExec ? 1 : 0);
+    const bool isJovRun = program.endsWith("jov-run");
+    for (const QByteArray &word : {program, isJovRun ? words.value(words.indexOf("--") + 1) : QByteArray()}) {
         const bool isName = plain.match(QString::fromUtf8(word)).hasMatch() && word != "exec"
             && word.contains('/') == word.startsWith('/');
         const std::optional<Fault> fault = isName ? checkInterpreter(inPath(word), 0) : std::optional<Fault>();
