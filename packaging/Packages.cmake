@@ -40,8 +40,7 @@ package(jovctl jovctl admin "" "operator's command for a terminal's supervisor"
     "Shows the modules of a terminal with their states and dependencies, starts\nand stops them, and checks configuration files before they are installed.")
 set(CPACK_DEBIAN_JOVCTL_PACKAGE_SUGGESTS applicationmanager)
 
-# libdbus is loaded at run time: the linker does not know it.
-package(run jov-run admin "libdbus-1-3" "makes any program a module of a terminal"
+package(run jov-run admin "" "makes any program a module of a terminal"
     "Announces a program that knows nothing of the bus to the terminal's\nsupervisor when it is ready, and passes the request to stop on as a signal.\nFor shell scripts, sends events and waits for them.")
 set(CPACK_DEBIAN_RUN_PACKAGE_SUGGESTS "applicationmanager, libjov-dev")
 

@@ -16,6 +16,9 @@ void calls(const Programs &programs, FigureTable &table, int repetitions);
 /// From a module's end by a signal to the daemon's line.
 void crashes(const Programs &programs, FigureTable &table, int repetitions);
 
+/// The start of a program that is no module.
+void jovRun(const Programs &programs, FigureTable &table, int repetitions);
+
 /// A record of the history.
 void history(FigureTable &table, int repetitions);
 

@@ -30,6 +30,7 @@ int main(int argc, char **argv)
     Sections::monitoring(programs, table, times);
     Sections::calls(programs, table, times);
     Sections::crashes(programs, table, times);
+    Sections::jovRun(programs, table, times);
     Sections::history(table, times);
     table.print();
     return 0;

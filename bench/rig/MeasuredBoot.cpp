@@ -59,7 +59,8 @@ Programs Programs::beside(const QString &program, const QString &daemon)
             directory + QStringLiteral("bench-talking"),
             directory + QStringLiteral("tiny-module"),
             directory + QStringLiteral("bench-list-server"),
-            installed + QStringLiteral("jovctl")};
+            installed + QStringLiteral("jovctl"),
+            installed + QStringLiteral("jov-run")};
 }
 
 MeasuredBoot::MeasuredBoot(By by, const Programs &programs, const BenchTerminal &terminal, const QStringList &names,

@@ -21,6 +21,7 @@ struct Programs
     QString tinyModule;
     QString listServer;
     QString command;
+    QString jovRun;
 
     /// Those beside the running program; `daemon` may be another one.
     [[nodiscard]] static Programs beside(const QString &program, const QString &daemon);

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QTemporaryDir>
 
 #include <csignal>
 
@@ -119,6 +120,18 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/no/such");
         QTEST(Run(QStringList{QStringLiteral(JOV_RUN)} + arguments).status(), "expected");
+    }
+
+    // It finds its helper from its own place, and starts nothing without one.
+    void alone()
+    {
+        const QTemporaryDir folder;
+        const QString copy = folder.filePath("jov-run"_s);
+        QVERIFY(QFile::copy(QStringLiteral(JOV_RUN), copy));
+        Run run({copy, "--moduleName=a"_s, "--"_s, "echo"_s, "started"_s});
+        QCOMPARE(run.status(), 126);
+        const QByteArray output = run.readAll();
+        QVERIFY2(output.contains("jov-run-helper: No such file") && !output.contains("started"), output);
     }
 
     // The program finds its signals and its children as if nothing had been before it.

@@ -54,14 +54,14 @@ static DBusHandlerResult filter(DBusConnection *connection, DBusMessage *message
 {
     (void)connection;
     struct BusLink *link = owner;
-    const int type = bus.message_get_type(message);
+    const int type = dbus_message_get_type(message);
     if (type == DBUS_MESSAGE_TYPE_METHOD_CALL) {
         return DBUS_HANDLER_RESULT_NOT_YET_HANDLED; /* libdbus answers that there is no such method */
     }
-    if (type == DBUS_MESSAGE_TYPE_METHOD_RETURN && bus.message_get_reply_serial(message) == link->hello) {
+    if (type == DBUS_MESSAGE_TYPE_METHOD_RETURN && dbus_message_get_reply_serial(message) == link->hello) {
         const char *name = NULL;
-        bus.message_get_args(message, NULL, DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
-        bus.bus_set_unique_name(link->connection, name ? name : "");
+        dbus_message_get_args(message, NULL, DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
+        dbus_bus_set_unique_name(link->connection, name ? name : "");
         link->isOpen = true;
     }
     link->handler(message, link->owner);
@@ -71,34 +71,34 @@ static DBusHandlerResult filter(DBusConnection *connection, DBusMessage *message
 static dbus_uint32_t sendMessage(struct BusLink *link, DBusMessage *message)
 {
     dbus_uint32_t serial = 0;
-    bus.connection_send(link->connection, message, &serial);
-    bus.message_unref(message);
+    dbus_connection_send(link->connection, message, &serial);
+    dbus_message_unref(message);
     return serial;
 }
 
 static DBusMessage *newCall(const char *method)
 {
-    return bus.message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method);
+    return dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method);
 }
 
 bool busConnect(struct BusLink *link, char *error, size_t size)
 {
     const char *address = getenv("DBUS_SYSTEM_BUS_ADDRESS");
     DBusError problem;
-    bus.error_init(&problem);
-    bus.connection_set_change_sigpipe(FALSE);
+    dbus_error_init(&problem);
+    dbus_connection_set_change_sigpipe(FALSE);
     limitConnect(true);
-    link->connection = bus.connection_open_private(address && *address ? address : defaultAddress, &problem);
+    link->connection = dbus_connection_open_private(address && *address ? address : defaultAddress, &problem);
     limitConnect(false);
     if (!link->connection) {
         snprintf(error, size, "%s", problem.message);
-        bus.error_free(&problem);
+        dbus_error_free(&problem);
         return false;
     }
     link->isOpen = false;
-    bus.connection_set_exit_on_disconnect(link->connection, FALSE);
-    bus.connection_set_watch_functions(link->connection, addWatch, removeWatch, NULL, link, NULL);
-    bus.connection_add_filter(link->connection, filter, link, NULL);
+    dbus_connection_set_exit_on_disconnect(link->connection, FALSE);
+    dbus_connection_set_watch_functions(link->connection, addWatch, removeWatch, NULL, link, NULL);
+    dbus_connection_add_filter(link->connection, filter, link, NULL);
     link->hello = sendMessage(link, newCall("Hello"));
     return true;
 }
@@ -106,9 +106,9 @@ bool busConnect(struct BusLink *link, char *error, size_t size)
 void busDisconnect(struct BusLink *link)
 {
     if (link->connection) {
-        bus.connection_set_watch_functions(link->connection, NULL, NULL, NULL, NULL, NULL);
-        bus.connection_close(link->connection);
-        bus.connection_unref(link->connection);
+        dbus_connection_set_watch_functions(link->connection, NULL, NULL, NULL, NULL, NULL);
+        dbus_connection_close(link->connection);
+        dbus_connection_unref(link->connection);
     }
     link->connection = NULL;
     link->isOpen = false;
@@ -118,15 +118,15 @@ void busDisconnect(struct BusLink *link)
 int busPoll(const struct BusLink *link, struct pollfd *entries, int *timeout)
 {
     int count = 0;
-    if (link->connection && !bus.connection_get_is_connected(link->connection)) {
+    if (link->connection && !dbus_connection_get_is_connected(link->connection)) {
         *timeout = 0;
     }
     for (int i = 0; link->connection && i < mostWatches; ++i) {
         DBusWatch *watch = link->watches[i];
-        if (watch && bus.watch_get_enabled(watch)) {
-            const bool isForReading = (bus.watch_get_flags(watch) & DBUS_WATCH_READABLE) != 0;
+        if (watch && dbus_watch_get_enabled(watch)) {
+            const bool isForReading = (dbus_watch_get_flags(watch) & DBUS_WATCH_READABLE) != 0;
             entries[count++] =
-                (struct pollfd){bus.watch_get_unix_fd(watch), (short)(isForReading ? POLLIN : POLLOUT), 0};
+                (struct pollfd){dbus_watch_get_unix_fd(watch), (short)(isForReading ? POLLIN : POLLOUT), 0};
         }
     }
     return count;
@@ -142,21 +142,21 @@ bool busServe(struct BusLink *link, const struct pollfd *entries, int count)
 {
     for (int i = 0; link->connection && i < mostWatches; ++i) {
         for (int e = 0; e < count && link->watches[i]; ++e) {
-            const bool isForReading = (bus.watch_get_flags(link->watches[i]) & DBUS_WATCH_READABLE) != 0;
+            const bool isForReading = (dbus_watch_get_flags(link->watches[i]) & DBUS_WATCH_READABLE) != 0;
             /* Handling a watch can remove others. */
             if (entries[e].revents != 0 && isForReading == (entries[e].events == POLLIN)) {
-                bus.watch_handle(link->watches[i], flagsOf(entries[e].revents));
+                dbus_watch_handle(link->watches[i], flagsOf(entries[e].revents));
             }
         }
     }
-    while (link->connection && bus.connection_dispatch(link->connection) == DBUS_DISPATCH_DATA_REMAINS) { }
-    return !link->connection || bus.connection_get_is_connected(link->connection);
+    while (link->connection && dbus_connection_dispatch(link->connection) == DBUS_DISPATCH_DATA_REMAINS) { }
+    return !link->connection || dbus_connection_get_is_connected(link->connection);
 }
 
 dbus_uint32_t busCall(struct BusLink *link, const char *method, const char *text)
 {
     DBusMessage *call = newCall(method);
-    bus.message_append_args(call, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    dbus_message_append_args(call, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
     return sendMessage(link, call);
 }
 
@@ -164,7 +164,7 @@ dbus_uint32_t busRequestName(struct BusLink *link, const char *name)
 {
     DBusMessage *call = newCall("RequestName");
     const dbus_uint32_t flags = 0;
-    bus.message_append_args(call, DBUS_TYPE_STRING, &name, DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
+    dbus_message_append_args(call, DBUS_TYPE_STRING, &name, DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
     return sendMessage(link, call);
 }
 
@@ -186,12 +186,12 @@ static void appendArgument(DBusMessageIter *list, const char *key, int type, con
     const char signature[] = {(char)type, '\0'};
     DBusMessageIter entry;
     DBusMessageIter variant;
-    bus.message_iter_open_container(list, DBUS_TYPE_DICT_ENTRY, NULL, &entry);
-    bus.message_iter_append_basic(&entry, DBUS_TYPE_STRING, &key);
-    bus.message_iter_open_container(&entry, DBUS_TYPE_VARIANT, signature, &variant);
-    bus.message_iter_append_basic(&variant, type, value);
-    bus.message_iter_close_container(&entry, &variant);
-    bus.message_iter_close_container(list, &entry);
+    dbus_message_iter_open_container(list, DBUS_TYPE_DICT_ENTRY, NULL, &entry);
+    dbus_message_iter_append_basic(&entry, DBUS_TYPE_STRING, &key);
+    dbus_message_iter_open_container(&entry, DBUS_TYPE_VARIANT, signature, &variant);
+    dbus_message_iter_append_basic(&variant, type, value);
+    dbus_message_iter_close_container(&entry, &variant);
+    dbus_message_iter_close_container(list, &entry);
 }
 
 /* Every character outside [A-Za-z0-9_] becomes _, and a leading digit gets a _ before it. A character of the names is a
@@ -228,21 +228,21 @@ bool busSendEvent(struct BusLink *link, const char *module, const char *event, c
 {
     char path[512] = "/";
     element(path + 1, sizeof path - 1, module);
-    DBusMessage *message = bus.message_new_signal(path, eventInterface, eventMember);
+    DBusMessage *message = dbus_message_new_signal(path, eventInterface, eventMember);
     DBusMessageIter content;
     DBusMessageIter list;
-    bool isText = bus.validate_utf8(event, NULL);
-    bus.message_iter_init_append(message, &content);
+    bool isText = dbus_validate_utf8(event, NULL);
+    dbus_message_iter_init_append(message, &content);
     if (isText) {
-        bus.message_iter_append_basic(&content, DBUS_TYPE_STRING, &event);
+        dbus_message_iter_append_basic(&content, DBUS_TYPE_STRING, &event);
     }
-    bus.message_iter_open_container(&content, DBUS_TYPE_ARRAY, "{sv}", &list);
+    dbus_message_iter_open_container(&content, DBUS_TYPE_ARRAY, "{sv}", &list);
     if (isRepeated) {
         const dbus_bool_t yes = TRUE;
         appendArgument(&list, "repeated", DBUS_TYPE_BOOLEAN, &yes);
     }
     for (; isText && *pairs; ++pairs) {
-        isText = bus.validate_utf8(*pairs, NULL);
+        isText = dbus_validate_utf8(*pairs, NULL);
         if (isText) {
             const char *value = strchr(*pairs, '=') + 1;
             char *key = strndup(*pairs, (size_t)(value - *pairs) - 1);
@@ -250,11 +250,11 @@ bool busSendEvent(struct BusLink *link, const char *module, const char *event, c
             free(key);
         }
     }
-    bus.message_iter_close_container(&content, &list);
+    dbus_message_iter_close_container(&content, &list);
     if (isText) {
         sendMessage(link, message);
     } else {
-        bus.message_unref(message);
+        dbus_message_unref(message);
     }
     return isText;
 }
@@ -263,12 +263,12 @@ bool isEvent(DBusMessage *message, const char *event, DBusMessageIter *arguments
 {
     DBusMessageIter content;
     const char *name = NULL;
-    if (!bus.message_is_signal(message, eventInterface, eventMember)
-        || !bus.message_has_signature(message, eventSignature) || !bus.message_iter_init(message, &content)) {
+    if (!dbus_message_is_signal(message, eventInterface, eventMember)
+        || !dbus_message_has_signature(message, eventSignature) || !dbus_message_iter_init(message, &content)) {
         return false;
     }
-    bus.message_iter_get_basic(&content, &name);
-    bus.message_iter_next(&content);
-    bus.message_iter_recurse(&content, arguments);
+    dbus_message_iter_get_basic(&content, &name);
+    dbus_message_iter_next(&content);
+    dbus_message_iter_recurse(&content, arguments);
     return strcmp(name, event) == 0;
 }

@@ -1,9 +1,9 @@
 #ifndef BUS_LINK_H
 #define BUS_LINK_H
 
-#include "BusLibrary.h"
-
+#include <dbus/dbus.h>
 #include <poll.h>
+#include <stdbool.h>
 #include <stddef.h>
 
 /*

@@ -4,6 +4,7 @@
 #include "NotifySocket.h"
 #include "OutputRelay.h"
 #include "ProcessTree.h"
+#include "Readiness.h"
 
 #include <errno.h>
 #include <limits.h>
@@ -31,7 +32,6 @@ enum { ofProgram, ofCommand, ofSource, ofFirstOutput, ofSecondOutput, ofBus, ent
 struct Follower
 {
     const struct Program *program;
-    const struct Readiness *readiness;
     const struct Options *options;
     struct BusLink link;
     struct OutputRelay outputs[2];
@@ -159,11 +159,11 @@ static void ask(struct Follower *self, const char *owner)
 
 static void examineReply(struct Follower *self, DBusMessage *reply)
 {
-    const dbus_uint32_t serial = bus.message_get_reply_serial(reply);
+    const dbus_uint32_t serial = dbus_message_get_reply_serial(reply);
     const char *owner = NULL;
     dbus_uint32_t number = 0;
-    bus.message_get_args(reply, NULL, DBUS_TYPE_STRING, &owner, DBUS_TYPE_INVALID);
-    bus.message_get_args(reply, NULL, DBUS_TYPE_UINT32, &number, DBUS_TYPE_INVALID);
+    dbus_message_get_args(reply, NULL, DBUS_TYPE_STRING, &owner, DBUS_TYPE_INVALID);
+    dbus_message_get_args(reply, NULL, DBUS_TYPE_UINT32, &number, DBUS_TYPE_INVALID);
     if (serial == self->nameRequest && number != DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) {
         report(self, "cannot get the bus name %s: %s", self->name, owner ? owner : "another process has it");
     } else if (serial == self->ownerQuestion && owner && self->isAnnounced && !self->isAnnouncedHere) {
@@ -181,13 +181,13 @@ static void messageReceived(DBusMessage *message, void *owner)
     const char *name = NULL;
     const char *before = NULL;
     const char *after = NULL;
-    if (bus.message_get_type(message) != DBUS_MESSAGE_TYPE_SIGNAL) {
+    if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_SIGNAL) {
         examineReply(self, message);
     } else if (isEvent(message, self->stopEvent, &arguments)) {
         stopProgram(self);
-    } else if (bus.message_is_signal(message, DBUS_INTERFACE_DBUS, "NameOwnerChanged")
-               && bus.message_get_args(message, NULL, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING, &before,
-                                       DBUS_TYPE_STRING, &after, DBUS_TYPE_INVALID)
+    } else if (dbus_message_is_signal(message, DBUS_INTERFACE_DBUS, "NameOwnerChanged")
+               && dbus_message_get_args(message, NULL, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING, &before,
+                                        DBUS_TYPE_STRING, &after, DBUS_TYPE_INVALID)
                && strcmp(name, self->supervisor) == 0 && *after && self->isAnnounced) {
         /* The supervisor has come, perhaps after the announcement. */
         ask(self, after);
@@ -269,7 +269,7 @@ static void doWhatIsDue(struct Follower *self)
     }
     if (time >= self->nextCheck) {
         const long long run = time - self->began;
-        if (isReached(self->readiness, self->program->pid, run)) {
+        if (isReached(self->options, self->program, run)) {
             becomeReady(self);
         } else if (self->options->ready == readyDelay) {
             self->nextCheck = self->began + self->options->number;
@@ -282,7 +282,7 @@ static void doWhatIsDue(struct Follower *self)
     }
     if (time >= self->nextNotice) {
         char missing[512];
-        describeReadiness(self->readiness, missing, sizeof missing);
+        describeReadiness(self->options, missing, sizeof missing);
         report(self, "still waiting for %s%s%s", missing, self->status[0] != '\0' ? "; its status: " : "",
                self->status);
         self->nextNotice = time + 2 * (time - self->began);
@@ -334,18 +334,14 @@ static bool turn(struct Follower *self)
     return true;
 }
 
-void follow(const struct Program *program, const struct Readiness *readiness)
+void follow(const struct Program *program, const struct Options *options, const regex_t *wantedLine)
 {
     static struct Follower self;
     self.program = program;
-    self.readiness = readiness;
-    self.options = readiness->options;
+    self.options = options;
     signal(SIGPIPE, SIG_IGN);
     signal(SIGCHLD, SIG_DFL);
-    if (!loadBusLibrary()) {
-        return;
-    }
-    if (!bus.validate_utf8(self.options->module, NULL)) {
+    if (!dbus_validate_utf8(self.options->module, NULL)) {
         report(&self, "the name is not UTF-8");
         return;
     }
@@ -359,10 +355,10 @@ void follow(const struct Program *program, const struct Readiness *readiness)
     for (int i = 0; i < 2; ++i) {
         self.outputs[i].from = program->output[i];
         self.outputs[i].to = STDOUT_FILENO + i;
-        self.outputs[i].wanted = &self.options->expression;
+        self.outputs[i].wanted = wantedLine;
     }
     self.began = now();
-    self.nextCheck = isPolled(readiness) ? self.began : LLONG_MAX;
+    self.nextCheck = isPolled(options) ? self.began : LLONG_MAX;
     self.nextConnect = self.began;
     self.nextNotice = self.began + noticeAfter;
     while (turn(&self)) { }

@@ -1,16 +1,19 @@
 #include "Launch.h"
 
-#include "Follower.h"
-#include "NotifySocket.h"
+#include "Program.h"
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <sched.h>
 #include <signal.h>
+#include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,7 +24,6 @@ enum { firstOwnDescriptor = highestReadyDescriptor + 37 };
 struct Inherited
 {
     int lifeline;
-    int executed;
     int source;
     int output[2];
 };
@@ -41,6 +43,23 @@ static bool openPipe(int *forReading, int *forWriting)
         }
     }
     return true;
+}
+
+/* A socket that any process of the network namespace can send to, and its name for NOTIFY_SOCKET; -1 on failure. */
+static int openNotifySocket(char *name, size_t size)
+{
+    struct sockaddr_un address = {.sun_family = AF_UNIX};
+    socklen_t length = sizeof address;
+    const int on = 1;
+    const int socketNumber = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    /* Bound to no name, it gets an abstract one of five characters: there is no file to remove. */
+    if (socketNumber < 0 || setsockopt(socketNumber, SOL_SOCKET, SO_PASSCRED, &on, sizeof on) != 0
+        || bind(socketNumber, (struct sockaddr *)&address, sizeof address.sun_family) != 0
+        || getsockname(socketNumber, (struct sockaddr *)&address, &length) != 0) {
+        return -1;
+    }
+    snprintf(name, size, "@%.*s", (int)(length - offsetof(struct sockaddr_un, sun_path) - 1), address.sun_path + 1);
+    return socketNumber;
 }
 
 static bool openSource(const struct Options *options, struct Program *program, struct Inherited *inherited)
@@ -68,36 +87,39 @@ static bool armLifeline(const struct Options *options, struct Program *program, 
         && fcntl(inherited->lifeline, F_SETFL, O_ASYNC) == 0 && fcntl(inherited->lifeline, F_SETFD, 0) == 0;
 }
 
-/* Leaves the helper its standard error and what it has of the program, from 3 on. */
-static void keepOnly(struct Program *program, bool keepsOutput)
+/* The folder of programs that only other programs execute is found from this one's: both can be moved together. */
+static const char *helperPath(void)
 {
-    int *const kept[] = {&program->handle, &program->lifeline, &program->source, &program->output[0],
-                         &program->output[1]};
-    const int count = sizeof kept / sizeof *kept;
-    for (int i = 0; i < count; ++i) {
-        const int moved = *kept[i] < 0 ? -1 : fcntl(*kept[i], F_DUPFD_CLOEXEC, 16);
-        *kept[i] = moved;
+    static char path[PATH_MAX + sizeof "/" JOV_RUN_HELPER];
+    const ssize_t size = readlink("/proc/self/exe", path, PATH_MAX);
+    if (size <= 0) {
+        return "/proc/self/exe";
     }
-    int next = STDERR_FILENO + 1;
-    for (int i = 0; i < count; ++i) {
-        if (*kept[i] >= 0) {
-            *kept[i] = dup3(*kept[i], next++, O_CLOEXEC);
-        }
-    }
-    closefrom(next);
-    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-    dup2(null, STDIN_FILENO);
-    if (!keepsOutput) {
-        dup2(null, STDOUT_FILENO);
-    }
-    close(null);
+    char *slash = memrchr(path, '/', (size_t)size);
+    strcpy(slash ? slash + 1 : path, JOV_RUN_HELPER);
+    return path;
+}
+
+static int refuseWithout(const char *helper)
+{
+    dprintf(STDERR_FILENO, "jov-run: cannot execute its helper %s: %s\n", helper, strerror(errno));
+    return exitNotExecuted;
+}
+
+int executeHelper(char **arguments)
+{
+    const char *path = helperPath();
+    execv(path, arguments);
+    return refuseWithout(path);
 }
 
 struct Helper
 {
     struct Program program;
-    const struct Readiness *readiness;
-    int executedByProgram; /* the other end of program.executed */
+    int executed; /* ends when the program is executed; a byte: it cannot be */
+    int executedByProgram; /* its other end */
+    const char *path;
+    char **arguments;
 };
 
 static bool isExecuted(const struct Helper *helper)
@@ -106,70 +128,100 @@ static bool isExecuted(const struct Helper *helper)
     ssize_t size = -1;
     close(helper->executedByProgram);
     do {
-        size = read(helper->program.executed, &failed, 1);
+        size = read(helper->executed, &failed, 1);
     } while (size < 0 && errno == EINTR);
     return size == 0;
+}
+
+/* By the kernel's own calls: musl has them, and refuses. */
+static void setPolicy(int policy)
+{
+    const int priority = 0;
+    syscall(SYS_sched_setscheduler, 0, policy, &priority);
 }
 
 /* The end of the wait must not displace the program, which is about to start, from its processor: batch processes
    displace nobody. */
 static bool isExecutedUndisturbed(const struct Helper *helper)
 {
-    const struct sched_param usual = {0};
-    const bool isUsual = sched_getscheduler(0) == SCHED_OTHER;
+    const bool isUsual = syscall(SYS_sched_getscheduler, 0) == SCHED_OTHER;
     if (isUsual) {
-        sched_setscheduler(0, SCHED_BATCH, &usual);
+        setPolicy(SCHED_BATCH);
     }
     const bool result = isExecuted(helper);
     if (isUsual) {
-        sched_setscheduler(0, SCHED_OTHER, &usual);
+        setPolicy(SCHED_OTHER);
     }
     return result;
 }
 
-/* Runs until the program ends. It returns, as the address sanitizer takes an _exit() on this stack for a fault. */
+/* The helper reads from a pipe what it has of the program. */
+static void handToHelper(const struct Helper *helper)
+{
+    const struct Program *program = &helper->program;
+    const int kept[] = {program->handle, program->lifeline, program->source, program->output[0], program->output[1]};
+    int ends[2];
+    setsid();
+    for (size_t i = 0; i < sizeof kept / sizeof *kept; ++i) {
+        fcntl(kept[i], F_SETFD, 0);
+    }
+    if (pipe2(ends, O_CLOEXEC) == 0 && write(ends[1], program, sizeof *program) == sizeof *program
+        && dup2(ends[0], STDIN_FILENO) == STDIN_FILENO) {
+        execv(helper->path, helper->arguments);
+    }
+    refuseWithout(helper->path);
+}
+
+/* It returns, as the address sanitizer takes an _exit() on this stack for a fault. */
 static int runHelper(void *argument)
 {
-    struct Helper *helper = argument;
+    const struct Helper *helper = argument;
     if (isExecutedUndisturbed(helper)) {
-        setsid();
-        keepOnly(&helper->program, helper->readiness->options->ready == readyOutput);
-        follow(&helper->program, helper->readiness);
+        handToHelper(helper);
     }
     return 0;
 }
 
 static int cloneHelper(void *argument)
 {
-    static _Alignas(16) char stack[512 * 1024];
+    static _Alignas(16) char stack[64 * 1024];
     return clone(runHelper, stack + sizeof stack, CLONE_VM | SIGCHLD, argument) < 0 ? errno : 0;
 }
 
-static int forkHelper(struct Helper *helper)
+static int forkHelper(void *argument)
 {
     const pid_t pid = fork();
-    return pid == 0 ? runHelper(helper) : (pid < 0 ? errno : 0);
+    return pid == 0 ? runHelper(argument) : (pid < 0 ? errno : 0);
 }
 
-/* The helper and the process between use this one's memory, which is the helper's alone once the program is executed:
-   a copy would only cost time. The process between sends no SIGCHLD when it ends: blocked, that would be left to the
-   program. An emulator of single programs can do neither. */
-static bool startHelper(struct Helper *helper)
+/* Without a program to follow, the helper only says whether it understands the options. */
+static int askHelper(void *argument)
 {
-    static _Alignas(16) char stack[16 * 1024];
-    static int unused;
+    const struct Helper *helper = argument;
+    const int null = open("/dev/null", O_RDONLY);
+    if (null >= 0 && dup2(null, STDIN_FILENO) == STDIN_FILENO) {
+        execv(helper->path, helper->arguments);
+    }
+    return refuseWithout(helper->path);
+}
+
+/* Executes `function` in a process between, or else `ifRefused`, and returns its exit status; -1: there is no process.
+
+   The helper and the process between use this one's memory: a copy would only cost time. The process between sends no
+   SIGCHLD when it ends: blocked, that would be left to the program. An emulator of single programs can do neither. */
+static int runBetween(int (*function)(void *), int (*ifRefused)(void *), struct Helper *helper)
+{
+    static _Alignas(16) char stack[64 * 1024];
     int status = 0;
-    syscall(SYS_set_tid_address, &unused); /* execve() clears the word: the one of libc is the helper's */
-    pid_t between = clone(cloneHelper, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
+    pid_t between = clone(function, stack + sizeof stack, CLONE_VM | CLONE_VFORK, helper);
     if (between < 0 && (between = fork()) == 0) {
-        _exit(forkHelper(helper));
+        _exit(ifRefused(helper));
     }
     if (between < 0) {
-        return false;
+        return -1;
     }
     while (waitpid(between, &status, __WALL) < 0 && errno == EINTR) { }
-    errno = WEXITSTATUS(status);
-    return status == 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : exitNotExecuted;
 }
 
 static bool handOver(const struct Options *options, const struct Inherited *inherited)
@@ -185,23 +237,37 @@ static int refuseToStart(const struct Options *options)
     return exitNotExecuted;
 }
 
-int launch(const struct Options *options)
+int launch(const struct Options *options, char **arguments)
 {
     static struct Helper helper;
+    static int unused;
     struct Inherited inherited = {.source = -1, .output = {-1, -1}};
-    struct Readiness readiness;
     struct Program *program = &helper.program;
     *program = (struct Program){.pid = getpid(), .source = -1, .output = {-1, -1}};
-    helper.readiness = &readiness;
-    beginReadiness(&readiness, options);
+    helper.path = helperPath();
+    helper.arguments = arguments;
+    if (access(helper.path, X_OK) != 0) {
+        return refuseWithout(helper.path);
+    }
+    if (options->ready == readyOutput) {
+        const int status = runBetween(askHelper, askHelper, &helper);
+        if (status != 0) {
+            return status > 0 ? status : refuseToStart(options);
+        }
+    }
+    if (options->ready == readyFile) {
+        readFileState(options->text, &program->before);
+    }
     program->handle = (int)syscall(SYS_pidfd_open, getpid(), 0);
-    if (program->handle < 0 || !openPipe(&program->executed, &inherited.executed)
+    if (program->handle < 0 || !openPipe(&helper.executed, &helper.executedByProgram)
         || !armLifeline(options, program, &inherited) || !openSource(options, program, &inherited)
         || setenv("JOV_MODULE_NAME", options->module, 1) != 0) {
         return refuseToStart(options);
     }
-    helper.executedByProgram = inherited.executed;
-    if (!startHelper(&helper)) {
+    syscall(SYS_set_tid_address, &unused); /* execve() clears the word: the one of libc is the helper's */
+    const int failure = runBetween(cloneHelper, forkHelper, &helper);
+    if (failure != 0) {
+        errno = failure > 0 ? failure : errno;
         return refuseToStart(options);
     }
     const int errorStream = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, firstOwnDescriptor);
@@ -211,6 +277,6 @@ int launch(const struct Options *options)
     dprintf(errorStream, "jov-run: %s: cannot execute %s: %s\n", options->module, options->words[0], strerror(errno));
     /* The helper ends before this process does: that is no reason for a signal. */
     close(inherited.lifeline);
-    (void)!write(inherited.executed, "x", 1);
+    (void)!write(helper.executedByProgram, "x", 1);
     return exitNotExecuted;
 }

@@ -12,22 +12,6 @@
 
 enum { mostDescriptors = 253 }; /* that a message can carry */
 
-int openNotifySocket(char *name, size_t size)
-{
-    struct sockaddr_un address = {.sun_family = AF_UNIX};
-    socklen_t length = sizeof address;
-    const int on = 1;
-    const int socketNumber = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    /* Bound to no name, it gets an abstract one of five characters: there is no file to remove. */
-    if (socketNumber < 0 || setsockopt(socketNumber, SOL_SOCKET, SO_PASSCRED, &on, sizeof on) != 0
-        || bind(socketNumber, (struct sockaddr *)&address, sizeof address.sun_family) != 0
-        || getsockname(socketNumber, (struct sockaddr *)&address, &length) != 0) {
-        return -1;
-    }
-    snprintf(name, size, "@%.*s", (int)(length - offsetof(struct sockaddr_un, sun_path) - 1), address.sun_path + 1);
-    return socketNumber;
-}
-
 /* Closes what came with the message: whoever waits until a barrier is removed goes on. */
 static struct ucred readControl(struct msghdr *message)
 {

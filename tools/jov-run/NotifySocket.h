@@ -14,9 +14,6 @@ struct Notification
     char status[256]; /* empty: none */
 };
 
-/* A socket that any process of the network namespace can send to, and its name for NOTIFY_SOCKET; -1 on failure. */
-int openNotifySocket(char *name, size_t size);
-
 /* Takes a datagram; false if there is none. One of a stranger is dropped. */
 bool receiveNotification(int socket, pid_t program, struct Notification *notification);
 

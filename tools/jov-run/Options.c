@@ -85,20 +85,26 @@ static bool readReady(const char *argument, const char *value, struct Options *o
         if (kind->highest != 0 && !readNumber(options->text, kind->lowest, kind->highest, &options->number)) {
             return refuse(argument, "the number is not one, or out of range");
         }
-        if (kind->kind == readyOutput && regcomp(&options->expression, options->text, REG_EXTENDED | REG_NOSUB) != 0) {
-            return refuse(argument, "not an extended regular expression");
-        }
         return true;
     }
     return refuse(argument, "unknown readiness, or its value is missing");
 }
 
+/* Without sigabbrev_np(), which not each C library has. */
+static const char *const signalNames[] = {
+    [SIGHUP] = "HUP",   [SIGINT] = "INT",   [SIGQUIT] = "QUIT", [SIGILL] = "ILL",     [SIGTRAP] = "TRAP",
+    [SIGABRT] = "ABRT", [SIGBUS] = "BUS",   [SIGFPE] = "FPE",   [SIGKILL] = "KILL",   [SIGUSR1] = "USR1",
+    [SIGSEGV] = "SEGV", [SIGUSR2] = "USR2", [SIGPIPE] = "PIPE", [SIGALRM] = "ALRM",   [SIGTERM] = "TERM",
+    [SIGCHLD] = "CHLD", [SIGCONT] = "CONT", [SIGSTOP] = "STOP", [SIGTSTP] = "TSTP",   [SIGTTIN] = "TTIN",
+    [SIGTTOU] = "TTOU", [SIGURG] = "URG",   [SIGXCPU] = "XCPU", [SIGXFSZ] = "XFSZ",   [SIGVTALRM] = "VTALRM",
+    [SIGPROF] = "PROF", [SIGPOLL] = "POLL", [SIGPWR] = "PWR",   [SIGWINCH] = "WINCH", [SIGSYS] = "SYS",
+};
+
 static bool readSignal(const char *argument, const char *value, struct Options *options)
 {
     const char *name = strncmp(value, "SIG", 3) == 0 ? value + 3 : value;
-    for (int number = 1; number < NSIG; ++number) {
-        const char *known = sigabbrev_np(number);
-        if (known && strcmp(known, name) == 0) {
+    for (int number = 1; number < (int)(sizeof signalNames / sizeof *signalNames); ++number) {
+        if (signalNames[number] && strcmp(signalNames[number], name) == 0) {
             options->stopSignal = number;
             return true;
         }

@@ -1,7 +1,6 @@
 #ifndef OPTIONS_H
 #define OPTIONS_H
 
-#include <regex.h>
 #include <stdbool.h>
 
 /* What the program does when it is ready. */
@@ -30,7 +29,6 @@ struct Options
     enum ReadyKind ready;
     int number; /* the port, the descriptor or the milliseconds */
     const char *text; /* the path or the expression */
-    regex_t expression;
     int stopSignal;
     const char *stopCommand; /* NULL: the signal */
     char **words; /* of the program, or of the event; ends with NULL */

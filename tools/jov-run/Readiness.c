@@ -3,16 +3,11 @@
 #include "ListeningSockets.h"
 
 #include <stdio.h>
+#include <string.h>
 
-void beginReadiness(struct Readiness *readiness, const struct Options *options)
+bool isPolled(const struct Options *options)
 {
-    readiness->options = options;
-    readiness->existed = options->ready == readyFile && stat(options->text, &readiness->before) == 0;
-}
-
-bool isPolled(const struct Readiness *readiness)
-{
-    switch (readiness->options->ready) {
+    switch (options->ready) {
     case readyTcp:
     case readyUnix:
     case readyFile:
@@ -25,36 +20,31 @@ bool isPolled(const struct Readiness *readiness)
 }
 
 /* Compared with what was there and not with the clock, which can be set while a terminal starts. */
-static bool isNewFile(const struct Readiness *readiness)
+static bool isNewFile(const char *path, const struct FileState *before)
 {
-    struct stat now;
-    const struct stat *before = &readiness->before;
-    return stat(readiness->options->text, &now) == 0
-        && (!readiness->existed || now.st_dev != before->st_dev || now.st_ino != before->st_ino
-            || now.st_size != before->st_size || now.st_ctim.tv_sec != before->st_ctim.tv_sec
-            || now.st_ctim.tv_nsec != before->st_ctim.tv_nsec);
+    struct FileState now;
+    return readFileState(path, &now) && memcmp(&now, before, sizeof now) != 0;
 }
 
-bool isReached(const struct Readiness *readiness, pid_t program, long long millisecondsRun)
+bool isReached(const struct Options *options, const struct Program *program, long long millisecondsRun)
 {
-    const struct Options *options = readiness->options;
     switch (options->ready) {
     case readyAtOnce:
         return true;
     case readyDelay:
         return millisecondsRun >= options->number;
     case readyTcp:
-        return listensOnTcp(program, (unsigned)options->number);
+        return listensOnTcp(program->pid, (unsigned)options->number);
     case readyUnix:
-        return listensOnUnix(program, options->text);
+        return listensOnUnix(program->pid, options->text);
     case readyFile:
-        return isNewFile(readiness);
+        return isNewFile(options->text, &program->before);
     default:
         return false;
     }
 }
 
-void describeReadiness(const struct Readiness *readiness, char *text, size_t size)
+void describeReadiness(const struct Options *options, char *text, size_t size)
 {
     static const char *const forms[] = {
         [readyTcp] = "the program to listen on TCP port %s",
@@ -66,6 +56,5 @@ void describeReadiness(const struct Readiness *readiness, char *text, size_t siz
         [readyDelay] = "%s ms to pass",
         [readyAtOnce] = "the bus%s",
     };
-    const struct Options *options = readiness->options;
     snprintf(text, size, forms[options->ready], options->text ? options->text : "");
 }

@@ -36,9 +36,6 @@ static bool connectBus(struct BusLink *link, void (*handler)(DBusMessage *, void
     char error[256];
     link->handler = handler;
     link->owner = owner;
-    if (!loadBusLibrary()) {
-        return false;
-    }
     if (!busConnect(link, error, sizeof error)) {
         fail(error);
         return false;
@@ -71,7 +68,7 @@ static int sendEvent(const char *module, const char *event, char *const *pairs)
     if (!busSendEvent(&link, module, event, pairs, false)) {
         return fail("the event is not UTF-8");
     }
-    while (!link.isOpen || bus.connection_has_messages_to_send(link.connection)) {
+    while (!link.isOpen || dbus_connection_has_messages_to_send(link.connection)) {
         if (!turn(&link)) {
             return fail("the bus is lost");
         }
@@ -118,12 +115,12 @@ static void printText(const char *text)
 static void printValue(DBusMessageIter *value)
 {
     DBusBasicValue basic;
-    const int type = bus.message_iter_get_arg_type(value);
+    const int type = dbus_message_iter_get_arg_type(value);
     memset(&basic, 0, sizeof basic);
     if (type == DBUS_TYPE_ARRAY || type == DBUS_TYPE_STRUCT || type == DBUS_TYPE_VARIANT || type == DBUS_TYPE_UNIX_FD) {
         return;
     }
-    bus.message_iter_get_basic(value, &basic);
+    dbus_message_iter_get_basic(value, &basic);
     switch (type) {
     case DBUS_TYPE_STRING:
     case DBUS_TYPE_OBJECT_PATH:
@@ -154,22 +151,22 @@ static void eventReceived(DBusMessage *message, void *owner)
 {
     struct Wait *wait = owner;
     DBusMessageIter list;
-    if (bus.message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR
-        && bus.message_get_reply_serial(message) == wait->subscription) {
+    if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR
+        && dbus_message_get_reply_serial(message) == wait->subscription) {
         wait->hasFailed = true;
     }
     if (wait->hasCome || !isEvent(message, wait->event, &list)) {
         return;
     }
     wait->hasCome = true;
-    for (; bus.message_iter_get_arg_type(&list) == DBUS_TYPE_DICT_ENTRY; bus.message_iter_next(&list)) {
+    for (; dbus_message_iter_get_arg_type(&list) == DBUS_TYPE_DICT_ENTRY; dbus_message_iter_next(&list)) {
         DBusMessageIter entry;
         DBusMessageIter value;
         const char *key = NULL;
-        bus.message_iter_recurse(&list, &entry);
-        bus.message_iter_get_basic(&entry, &key);
-        bus.message_iter_next(&entry);
-        bus.message_iter_recurse(&entry, &value);
+        dbus_message_iter_recurse(&list, &entry);
+        dbus_message_iter_get_basic(&entry, &key);
+        dbus_message_iter_next(&entry);
+        dbus_message_iter_recurse(&entry, &value);
         printText(key);
         putchar('=');
         printValue(&value);
@@ -184,7 +181,7 @@ int waitForEvent(const struct Options *options)
     if (!connectBus(&link, eventReceived, &wait)) {
         return exitFailed;
     }
-    if (!bus.validate_utf8(wait.event, NULL)) {
+    if (!dbus_validate_utf8(wait.event, NULL)) {
         return fail("the event is not UTF-8");
     }
     wait.subscription = busSubscribe(&link, wait.event);

@@ -1,5 +1,4 @@
 #include "Launch.h"
-#include "ScriptCommands.h"
 
 int main(int argc, char **argv)
 {
@@ -8,16 +7,12 @@ int main(int argc, char **argv)
         return exitUsage;
     }
     switch (options.command) {
-    case commandNotify:
-        return notify(&options);
-    case commandEmit:
-        return emit(&options);
-    case commandWait:
-        return waitForEvent(&options);
+    case commandRun:
+        return launch(&options, argv);
     case commandHelp:
         printHelp();
         return 0;
     default:
-        return launch(&options);
+        return executeHelper(argv);
     }
 }
