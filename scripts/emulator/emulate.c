@@ -19,8 +19,18 @@ int main(int argc, char **argv)
     own[length] = 0;
     snprintf(emulator, sizeof emulator, "%s%s", EMULATORS, strrchr(own, '/'));
     snprintf(program, sizeof program, "%s.%s", emulator, ARCHITECTURE);
-    char *const beginning[] = {argv[0], "-L",    SYSROOT, "-E", "LD_PRELOAD=" EMULATORS "/in-program.so",
-                               "-0",    argv[0], program};
+    /* A static program would not load the library, but leave it to others, which cannot load it. */
+    char marker[sizeof program + sizeof ".static"];
+    snprintf(marker, sizeof marker, "%s.static", program);
+    const int isStatic = access(marker, F_OK) == 0;
+    char *const beginning[] = {argv[0],
+                               "-L",
+                               SYSROOT,
+                               isStatic ? "-U" : "-E",
+                               isStatic ? "LD_PRELOAD" : "LD_PRELOAD=" EMULATORS "/in-program.so",
+                               "-0",
+                               argv[0],
+                               program};
     memcpy(words, beginning, sizeof beginning);
     memcpy(words + 8, argv + 1, (size_t)argc * sizeof *words);
     setenv("LD_PRELOAD", EMULATORS "/in-emulator.so", 1);

@@ -103,8 +103,8 @@ private Q_SLOTS:
         row("nothing", QStringList(), 2);
         row("the program's argument", QStringList{name, "--verbose"_s, "--"_s, "true"_s}, 2);
         for (const char *option : {"--ready=soon", "--ready=tcp:", "--ready=tcp:0", "--ready=tcp:65536",
-                                   "--ready=fd:64", "--ready=file:", "--ready=output:(", "--ready=notify:1",
-                                   "--stop-signal=NO", "--stop-signal=0", "--stop-command="}) {
+                                   "--ready=fd:64", "--ready=file:", "--ready=output:(", "--ready=output:^*",
+                                   "--ready=notify:1", "--stop-signal=NO", "--stop-signal=0", "--stop-command="}) {
             row(option, QStringList{QString::fromLatin1(option), name, "--"_s, "true"_s}, 2);
         }
         row("no event", QStringList{"--emit"_s}, 2);
@@ -125,6 +125,7 @@ private Q_SLOTS:
     // It finds its helper from its own place, and starts nothing without one.
     void alone()
     {
+        SKIP_EMULATED("the emulator of a copy runs the program that was copied");
         const QTemporaryDir folder;
         const QString copy = folder.filePath("jov-run"_s);
         QVERIFY(QFile::copy(QStringLiteral(JOV_RUN), copy));
@@ -132,6 +133,15 @@ private Q_SLOTS:
         QCOMPARE(run.status(), 126);
         const QByteArray output = run.readAll();
         QVERIFY2(output.contains("jov-run-helper: No such file") && !output.contains("started"), output);
+    }
+
+    // Nothing of jov-run's or its helper's own takes their place.
+    void closedStreams()
+    {
+        Terminal terminal("step one 1");
+        Run run({"sh"_s, "-c"_s, "exec jov-run --moduleName=a -- sh -c 'sleep 0.5; exit 4' <&- >&- 2>&-"_s});
+        QVERIFY(terminal.waitForEvent("end_of_init_a"_s));
+        QCOMPARE(run.status(), 4);
     }
 
     // The program finds its signals and its children as if nothing had been before it.

@@ -5,6 +5,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <regex.h>
 #include <sched.h>
 #include <signal.h>
 #include <stddef.h>
@@ -17,7 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/* Descriptors are moved out of the way of those that a script uses, and of fd:N. */
+/* Descriptors are moved out of the way of those that a script uses, of fd:N, and of closed standard streams. */
 enum { firstOwnDescriptor = highestReadyDescriptor + 37 };
 
 /* What the program inherits, and what only jov-run has until it executes it. */
@@ -28,20 +29,24 @@ struct Inherited
     int output[2];
 };
 
+static int moved(int descriptor)
+{
+    const int result = descriptor < 0 ? -1 : fcntl(descriptor, F_DUPFD_CLOEXEC, firstOwnDescriptor);
+    if (result < 0) {
+        return descriptor;
+    }
+    close(descriptor);
+    return result;
+}
+
 static bool openPipe(int *forReading, int *forWriting)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         return false;
     }
-    int *const targets[2] = {forReading, forWriting};
-    for (int i = 0; i < 2; ++i) {
-        const int moved = fcntl(ends[i], F_DUPFD_CLOEXEC, firstOwnDescriptor);
-        *targets[i] = moved < 0 ? ends[i] : moved;
-        if (moved >= 0) {
-            close(ends[i]);
-        }
-    }
+    *forReading = moved(ends[0]);
+    *forWriting = moved(ends[1]);
     return true;
 }
 
@@ -69,7 +74,7 @@ static bool openSource(const struct Options *options, struct Program *program, s
     case readyDescriptor:
         return openPipe(&program->source, &inherited->source) && fcntl(program->source, F_SETFL, O_NONBLOCK) == 0;
     case readyNotify:
-        program->source = openNotifySocket(name, sizeof name);
+        program->source = moved(openNotifySocket(name, sizeof name));
         return program->source >= 0 && setenv("NOTIFY_SOCKET", name, 1) == 0;
     case readyOutput:
         return openPipe(&program->output[0], &inherited->output[0])
@@ -160,13 +165,14 @@ static void handToHelper(const struct Helper *helper)
 {
     const struct Program *program = &helper->program;
     const int kept[] = {program->handle, program->lifeline, program->source, program->output[0], program->output[1]};
-    int ends[2];
+    int forReading = -1;
+    int forWriting = -1;
     setsid();
     for (size_t i = 0; i < sizeof kept / sizeof *kept; ++i) {
         fcntl(kept[i], F_SETFD, 0);
     }
-    if (pipe2(ends, O_CLOEXEC) == 0 && write(ends[1], program, sizeof *program) == sizeof *program
-        && dup2(ends[0], STDIN_FILENO) == STDIN_FILENO) {
+    if (openPipe(&forReading, &forWriting) && write(forWriting, program, sizeof *program) == sizeof *program
+        && dup2(forReading, STDIN_FILENO) == STDIN_FILENO) {
         execv(helper->path, helper->arguments);
     }
     refuseWithout(helper->path);
@@ -192,6 +198,23 @@ static int forkHelper(void *argument)
 {
     const pid_t pid = fork();
     return pid == 0 ? runHelper(argument) : (pid < 0 ? errno : 0);
+}
+
+/* The C library of the helper decides what an expression is. That of jov-run can take more for one: references back,
+   and repetitions of what is no character. */
+static bool isSurelyExpression(const char *text)
+{
+    regex_t expression;
+    for (const char *c = text; *c != '\0'; ++c) {
+        if (*c == '\\' || ((*c == '^' || *c == '$') && c[1] != '\0' && strchr("*+?{", c[1]))) {
+            return false;
+        }
+    }
+    if (regcomp(&expression, text, REG_EXTENDED | REG_NOSUB) != 0) {
+        return false;
+    }
+    regfree(&expression);
+    return true;
 }
 
 /* Without a program to follow, the helper only says whether it understands the options. */
@@ -249,7 +272,7 @@ int launch(const struct Options *options, char **arguments)
     if (access(helper.path, X_OK) != 0) {
         return refuseWithout(helper.path);
     }
-    if (options->ready == readyOutput) {
+    if (options->ready == readyOutput && !isSurelyExpression(options->text)) {
         const int status = runBetween(askHelper, askHelper, &helper);
         if (status != 0) {
             return status > 0 ? status : refuseToStart(options);
@@ -258,7 +281,7 @@ int launch(const struct Options *options, char **arguments)
     if (options->ready == readyFile) {
         readFileState(options->text, &program->before);
     }
-    program->handle = (int)syscall(SYS_pidfd_open, getpid(), 0);
+    program->handle = moved((int)syscall(SYS_pidfd_open, getpid(), 0));
     if (program->handle < 0 || !openPipe(&helper.executed, &helper.executedByProgram)
         || !armLifeline(options, program, &inherited) || !openSource(options, program, &inherited)
         || setenv("JOV_MODULE_NAME", options->module, 1) != 0) {

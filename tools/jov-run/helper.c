@@ -25,7 +25,10 @@ static void keepOnly(struct Program *program, bool keepsOutput)
         }
     }
     closefrom(next);
-    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    int null = -1;
+    do { /* a standard stream that is closed would become the connection to the bus */
+        null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (null >= 0 && null <= STDERR_FILENO);
     dup2(null, STDIN_FILENO);
     if (!keepsOutput) {
         dup2(null, STDOUT_FILENO);
@@ -66,6 +69,9 @@ int main(int argc, char **argv)
         return emit(&options);
     case commandWait:
         return waitForEvent(&options);
+    case commandHelp:
+        printHelp();
+        return 0;
     default:
         return followProgram(&options);
     }
